@@ -1,0 +1,37 @@
+# Two interface targets that every target of the project links: how the code is compiled, and what
+# the compiler is asked to object to.
+
+option(VORN_WERROR "Treat warnings as errors" OFF)
+option(VORN_TESTS "Build the tests" ON)
+option(VORN_BENCH "Build the benchmarks" OFF)
+option(VORN_FUZZ "Build the fuzz targets (clang only)" OFF)
+option(VORN_TIDY "Run clang-tidy on every source" OFF)
+set(VORN_SANITIZE "" CACHE STRING "Comma-separated sanitizers, as -fsanitize takes them")
+
+add_library(vorn_settings INTERFACE)
+target_compile_features(vorn_settings INTERFACE cxx_std_20)
+target_include_directories(vorn_settings INTERFACE ${PROJECT_SOURCE_DIR}/src)
+find_package(Threads REQUIRED)
+target_link_libraries(vorn_settings INTERFACE Threads::Threads)
+
+if(VORN_SANITIZE)
+  target_compile_options(vorn_settings INTERFACE -fsanitize=${VORN_SANITIZE}
+                         -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(vorn_settings INTERFACE -fsanitize=${VORN_SANITIZE})
+endif()
+if(VORN_FUZZ)
+  # The fuzz targets alone link libFuzzer's main; everything they reach is instrumented for it.
+  target_compile_options(vorn_settings INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
+add_library(vorn_warnings INTERFACE)
+target_compile_options(vorn_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-align
+  -Wdouble-promotion -Wformat=2 -Wnon-virtual-dtor -Woverloaded-virtual -Wundef
+  $<$<CXX_COMPILER_ID:GNU>:-Wlogical-op -Wduplicated-cond -Wduplicated-branches -Wuseless-cast>
+  $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wextra-semi>
+  $<$<BOOL:${VORN_WERROR}>:-Werror>)
+
+if(VORN_TIDY)
+  set(CMAKE_CXX_CLANG_TIDY clang-tidy --quiet)
+endif()

@@ -1,0 +1,32 @@
+# How a folder of src/ adds itself to the build: its sources go into the one library that every
+# program and test links, its tests into a test program of its own.
+
+# vorn_sources(header-or-source ...): adds this folder's files to vorn_core. Headers are compiled
+# by themselves once, so that each is self-contained.
+function(vorn_sources)
+  set(headers ${ARGN})
+  list(FILTER headers INCLUDE REGEX "\\.h$")
+  set(sources ${ARGN})
+  list(FILTER sources INCLUDE REGEX "\\.cpp$")
+  list(TRANSFORM headers PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  list(TRANSFORM sources PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  target_sources(vorn_core PRIVATE ${sources}
+                 PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${headers})
+endfunction()
+
+# vorn_unit_test(name source ... [LIBRARIES target ...]): a test program linked with vorn_core and
+# the tests' own host and empty machine (or, if LIBRARIES are given, with those instead).
+function(vorn_unit_test name)
+  if(NOT VORN_TESTS)
+    return()
+  endif()
+  cmake_parse_arguments(PARSE_ARGV 1 test "" "" "LIBRARIES")
+  if(NOT test_LIBRARIES)
+    set(test_LIBRARIES vorn_fake_machine)
+  endif()
+  add_executable(${name} ${test_UNPARSED_ARGUMENTS})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${name} PRIVATE vorn_core ${test_LIBRARIES} vorn_settings vorn_warnings
+                        GTest::gmock_main)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS unit TIMEOUT 120)
+endfunction()
