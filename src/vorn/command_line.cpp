@@ -1,0 +1,214 @@
+#include "vorn/command_line.h"
+
+#include <getopt.h>
+
+#include <cstdlib>
+#include <iostream>
+
+#include "Assertion/assertion.h"
+#include "Workload/WorkloadFactory.h"
+#include "vorn/module.h"
+#include "vorn/numbers.h"
+#include "vorn/settings.h"
+#include "vorn/version.h"
+
+namespace {
+
+constexpr const char* kDefaultWorkload = "spin";
+
+constexpr const char* kShortOptions = "hvnmir:o:c:b:f:F:k:a:s:t:p:w:z:e:";
+
+constexpr option kLongOptions[] = {
+    {"help", no_argument, nullptr, 'h'},
+    {"version", no_argument, nullptr, 'v'},
+    {"noisy", no_argument, nullptr, 'n'},
+    {"monitor", no_argument, nullptr, 'm'},
+    {"invert", no_argument, nullptr, 'i'},
+    {"monrate", required_argument, nullptr, 'r'},
+    {"output", required_argument, nullptr, 'o'},
+    {"cores", required_argument, nullptr, 'c'},
+    {"bind", required_argument, nullptr, 'b'},
+    {"frequency", required_argument, nullptr, 'f'},
+    {"fanfrequency", required_argument, nullptr, 'F'},
+    {"key", required_argument, nullptr, 'k'},
+    {"fan", required_argument, nullptr, 'a'},
+    {"rpm", required_argument, nullptr, 's'},
+    {"time", required_argument, nullptr, 't'},
+    {"pstate", required_argument, nullptr, 'p'},
+    {"workload", required_argument, nullptr, 'w'},
+    {"sinusoid", required_argument, nullptr, 'z'},
+    {"triangle", required_argument, nullptr, 'e'},
+    {nullptr, 0, nullptr, 0},
+};
+
+// The two tabs of the --invert line are meant.
+constexpr const char* kUsage =
+    " --help --version --noisy --monitor --invert --monrate <r>\n"
+    "\t--output <o> --cores <c> --bind <b> --frequency <f> --fanfrequency <F>\n"
+    "\t--key <k> --fan <a> --rpm <s> --time <t> --pstate <p> --sinusoid <z>\n"
+    "\t--triangle <e> --workload <w>\n"
+    "   -h | --help           displays this help message and exits\n"
+    "   -v | --version        displays the program version and exits\n"
+    "   -n | --noisy          display a status message describing the run\n"
+    "   -m | --monitor        run an SMC monitoring thread\n"
+    "   -i | --invert\t\t  flip power waveforms\n"
+    "   -r | --monrate <r>    sample the SMC at rate <r> (Hz)\n"
+    "   -o | --output <o>     write SMC samples to file <o>\n"
+    "   -c | --cores <c>      launch <c> threads (default: one per core)\n"
+    "   -b | --bind <b>       bind all threads to core <b>\n"
+    "   -f | --frequency <f>  run a timing thread at frequency <f>\n"
+    "   -k | --key <k>        monitor SMC key <k>\n"
+    "   -a | --fan <a>        configure fan <a> (superuser)\n"
+    "   -s | --rpm <s>        set all fans to run at <s> RPM (superuser)\n"
+    "   -t | --time <t>       run for <t> seconds, then exit\n"
+    "   -p | --pstate <p>     force the processor to P-state <p> (superuser)\n"
+    "   -z | --sinusoid <z>   run PWM sinusoid at frequency <z> (Hz)\n"
+    "   -e | --triangle <e>   run PWM triangle at frequency <e> (Hz)\n"
+    "   -w | --workload <w>   run one of the following workloads:\n";
+
+// The readers below store what they read before they judge it: a refused value stops the run, so
+// what it overwrote is never used.
+
+bool read_positive(double& setting) {
+  const auto value = parse_double(optarg);
+  if (!value) {
+    return false;
+  }
+  setting = *value;
+  return setting > 0.0;
+}
+
+template <typename Setting>
+std::optional<Int32Argument> read_int32(Setting& setting) {
+  const auto argument = parse_int32(optarg);
+  if (argument) {
+    setting = static_cast<Setting>(argument->value);
+  }
+  return argument;
+}
+
+template <typename Setting>
+bool read_int32_from(std::int32_t least, Setting& setting) {
+  const auto argument = read_int32(setting);
+  return argument && argument->value >= least;
+}
+
+// A number of threads that 32 bits do not hold is no number of threads.
+bool read_count(std::uint32_t& setting) {
+  const auto argument = read_int32(setting);
+  return argument && argument->value > 0 && !argument->saturated;
+}
+
+[[noreturn]] void print_usage_and_exit(const char* program_name) {
+  usage(program_name);
+  std::exit(EXIT_SUCCESS);
+}
+
+[[noreturn]] void print_version_and_exit() {
+  std::cerr << version << std::endl;
+  std::exit(EXIT_SUCCESS);
+}
+
+/// Applies one option as getopt_long() returned it. Returns whether it is valid.
+bool apply_option(int letter, const char* program_name) {
+  switch (letter) {
+    case 'h':
+      print_usage_and_exit(program_name);
+    case 'v':
+      print_version_and_exit();
+    case 'n':
+      noisy = true;
+      return true;
+    case 'm':
+      monitor = true;
+      return true;
+    case 'i':
+      invert = true;
+      params.active = false;
+      return true;
+    case 'r':
+      return read_positive(monitor_rate);
+    case 'o':
+      output = optarg;
+      return true;
+    case 'c':
+      return read_count(cores);
+    case 'b':
+      return read_int32_from(0, binding);
+    case 'f':
+      return read_positive(frequency);
+    case 'F':
+      return read_positive(fanfrequency);
+    case 'k':
+      keys.emplace_back(optarg);
+      return true;
+    case 'a':
+      fans.emplace_back(optarg);
+      return true;
+    case 's':  // any number: -1 is each fan's maximum, 0 leaves the fans alone
+      return read_int32(rpm).has_value();
+    case 't':
+      return read_int32_from(1, trial_time);
+    case 'p':
+      return read_int32_from(0, pstate);
+    case 'w':
+      workloads.emplace_back(optarg);
+      return true;
+    case 'z':
+      return read_positive(sinusoid);
+    case 'e':
+      return read_positive(triangle);
+    default:  // getopt_long() has said what is wrong
+      return false;
+  }
+}
+
+void fill_empty_lists() {
+  if (keys.empty()) {
+    keys.emplace_back("PC0C");
+  }
+  if (fans.empty()) {
+    fans.emplace_back("F0Tg");
+    fans.emplace_back("F1Tg");
+  }
+  if (workloads.empty()) {
+    workloads.emplace_back(kDefaultWorkload);
+  }
+}
+
+bool know_every_workload() {
+  for (const std::string& name : workloads) {
+    if (!factories.contains(name)) {
+      std::cerr << "Unknown workload \"" << name << "\"" << std::endl;
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+int parse_options(int argc, char* argv[]) {
+  assertion(!factories.empty(), "!factories.empty()", kDriverModule);
+  assertion(workloads.empty(), "workloads.empty()", kDriverModule);
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread exists yet
+  for (int letter;
+       (letter = getopt_long(argc, argv, kShortOptions, kLongOptions, nullptr)) != -1;) {
+    if (!apply_option(letter, argv[0])) {
+      return -1;
+    }
+  }
+  if (optind != argc) {
+    return -1;
+  }
+  fill_empty_lists();
+  return know_every_workload() ? 0 : -1;
+}
+
+void usage(const char* program_name) {
+  std::cerr << "Usage: " << program_name << kUsage;
+  for (const auto& [name, factory] : factories) {
+    std::cerr << "\t\"" << factory->name() << "\"\t" << factory->description()
+              << (name == kDefaultWorkload ? " (default)" : "") << std::endl;
+  }
+}

@@ -1,0 +1,226 @@
+#include "vorn/command_line.h"
+
+#include <list>
+#include <string>
+#include <vector>
+
+#include "support/settings_fixture.h"
+#include "vorn/settings.h"
+
+namespace {
+
+using Strings = std::list<std::string>;
+
+class CommandLine : public SettingsFixture {
+ protected:
+  /// Parses "vorn" and `arguments`.
+  static int parse_aloud(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "vorn");
+    std::vector<char*> argv;
+    for (std::string& argument : arguments) {
+      argv.push_back(argument.data());
+    }
+    argv.push_back(nullptr);
+    return parse_options(static_cast<int>(arguments.size()), argv.data());
+  }
+
+  /// The same; what is printed meanwhile goes to `printed_`.
+  int parse(const std::vector<std::string>& arguments) {
+    testing::internal::CaptureStderr();
+    const int result = parse_aloud(arguments);
+    printed_ = testing::internal::GetCapturedStderr();
+    return result;
+  }
+
+  std::string printed_;
+};
+
+TEST_F(CommandLine, WithoutArgumentsIsAPlainSpin) {
+  EXPECT_EQ(parse({}), 0);
+  EXPECT_EQ(workloads, std::vector<std::string>{"spin"});
+  EXPECT_EQ(keys, Strings{"PC0C"});
+  EXPECT_EQ(fans, (Strings{"F0Tg", "F1Tg"}));
+  EXPECT_FALSE(using_timing_thread() || using_fan_thread() || using_monitor_thread());
+  EXPECT_FALSE(setting_fans() || setting_pstate());
+  EXPECT_EQ(cores, 0xFFFFFFFFU);
+  EXPECT_EQ(binding, 0xFFFFFFFFU);
+  EXPECT_EQ(trial_time, 0);
+  EXPECT_TRUE(params.active);
+}
+
+TEST_F(CommandLine, SetsEverySettingByItsShortOption) {
+  EXPECT_EQ(parse({"-n", "-m", "-i", "-r",  "4",     "-o",   "file", "-c",   "3",    "-b",   "1",
+                   "-f", "10", "-F", "0.5", "-k",    "TC0D", "-a",   "F2Tg", "-s",   "2500", "-t",
+                   "60", "-p", "2",  "-w",  "bspin", "-z",   "0.25", "-e",   "0.125"}),
+            0);
+  EXPECT_TRUE(noisy && monitor && invert);
+  EXPECT_EQ(monitor_rate, 4.0);
+  EXPECT_EQ(output, "file");
+  EXPECT_EQ(cores, 3U);
+  EXPECT_EQ(binding, 1U);
+  EXPECT_EQ(frequency, 10.0);
+  EXPECT_EQ(fanfrequency, 0.5);
+  EXPECT_EQ(keys, Strings{"TC0D"});
+  EXPECT_EQ(fans, Strings{"F2Tg"});
+  EXPECT_EQ(rpm, 2500U);
+  EXPECT_EQ(trial_time, 60);
+  EXPECT_EQ(pstate, 2);
+  EXPECT_EQ(workloads, std::vector<std::string>{"bspin"});
+  EXPECT_EQ(sinusoid, 0.25);
+  EXPECT_EQ(triangle, 0.125);
+}
+
+TEST_F(CommandLine, SetsEverySettingByItsLongOption) {
+  EXPECT_EQ(parse({"--noisy", "--monitor",      "--invert", "--monrate",  "4",    "--output",
+                   "file",    "--cores",        "3",        "--bind",     "1",    "--frequency",
+                   "10",      "--fanfrequency", "0.5",      "--key",      "TC0D", "--fan",
+                   "F2Tg",    "--rpm",          "2500",     "--time",     "60",   "--pstate",
+                   "2",       "--workload",     "bspin",    "--sinusoid", "0.25", "--triangle",
+                   "0.125"}),
+            0);
+  EXPECT_TRUE(noisy && monitor && invert);
+  EXPECT_EQ(monitor_rate, 4.0);
+  EXPECT_EQ(output, "file");
+  EXPECT_EQ(cores, 3U);
+  EXPECT_EQ(binding, 1U);
+  EXPECT_EQ(frequency, 10.0);
+  EXPECT_EQ(fanfrequency, 0.5);
+  EXPECT_EQ(keys, Strings{"TC0D"});
+  EXPECT_EQ(fans, Strings{"F2Tg"});
+  EXPECT_EQ(rpm, 2500U);
+  EXPECT_EQ(trial_time, 60);
+  EXPECT_EQ(pstate, 2);
+  EXPECT_EQ(workloads, std::vector<std::string>{"bspin"});
+  EXPECT_EQ(sinusoid, 0.25);
+  EXPECT_EQ(triangle, 0.125);
+}
+
+TEST_F(CommandLine, TakesEveryBaseOfStrtol) {
+  EXPECT_EQ(parse({"-c", "0x10", "-p", "010"}), 0);
+  EXPECT_EQ(cores, 16U);
+  EXPECT_EQ(pstate, 8);
+}
+
+TEST_F(CommandLine, AnRpmOfMinusOneIsEachFansMaximum) {
+  EXPECT_EQ(parse({"-s", "-1"}), 0);
+  EXPECT_EQ(rpm, 0xFFFFFFFFU);
+}
+
+TEST_F(CommandLine, AnRpmOfZeroLeavesTheFansAloneEvenInAPrivilegedRun) {
+  rpm = default_rpm(true);
+  EXPECT_EQ(parse({"-s", "0"}), 0);
+  EXPECT_FALSE(setting_fans());
+}
+
+TEST_F(CommandLine, NumbersSaturateAtThirtyTwoBits) {
+  EXPECT_EQ(parse({"-s", "0xFFFFFFFF", "-t", "0x80000000", "-b", "99999999999"}), 0);
+  EXPECT_EQ(rpm, 0x7FFFFFFFU);
+  EXPECT_EQ(trial_time, 0x7FFFFFFF);
+  EXPECT_EQ(binding, 0x7FFFFFFFU);
+}
+
+TEST_F(CommandLine, ACountThatThirtyTwoBitsDoNotHoldIsNoCount) {
+  EXPECT_EQ(parse({"-c", "0x80000000"}), -1);
+}
+
+TEST_F(CommandLine, TheLargestCountIsOne) {
+  EXPECT_EQ(parse({"-c", "0x7FFFFFFF"}), 0);
+  EXPECT_EQ(cores, 0x7FFFFFFFU);
+}
+
+TEST_F(CommandLine, ARejectedValueHasAlreadyBeenStored) {
+  EXPECT_EQ(parse({"-c", "-2"}), -1);
+  EXPECT_EQ(cores, 0xFFFFFFFEU);
+}
+
+TEST_F(CommandLine, GivenKeysReplaceTheDefault) {
+  EXPECT_EQ(parse({"-k", "TC0D", "-k", "TC0P"}), 0);
+  EXPECT_EQ(keys, (Strings{"TC0D", "TC0P"}));
+}
+
+TEST_F(CommandLine, AnUnknownWorkloadIsNamed) {
+  EXPECT_EQ(parse({"-w", "spin", "-w", "nosuch"}), -1);
+  EXPECT_EQ(printed_, "Unknown workload \"nosuch\"\n");
+}
+
+TEST_F(CommandLine, AWorkloadMayBeNamedTwice) {
+  EXPECT_EQ(parse({"-w", "spin", "-w", "spin"}), 0);
+  EXPECT_EQ(workloads, (std::vector<std::string>{"spin", "spin"}));
+}
+
+TEST_F(CommandLine, InvertLeavesTheWaveformOff) {
+  EXPECT_EQ(parse({"-i"}), 0);
+  EXPECT_FALSE(params.active);
+}
+
+class Rejected : public CommandLine,
+                 public testing::WithParamInterface<std::vector<std::string>> {};
+
+TEST_P(Rejected, IsRejectedWithoutAMessage) {
+  EXPECT_EQ(parse(GetParam()), -1);
+  EXPECT_EQ(printed_, "");
+}
+
+using Arguments = std::vector<std::string>;
+
+INSTANTIATE_TEST_SUITE_P(
+    CommandLine, Rejected,
+    testing::Values(Arguments{"-c", "0"}, Arguments{"-c", "-2"}, Arguments{"-c", "4x"},
+                    Arguments{"-c", ""}, Arguments{"-t", "0"}, Arguments{"-t", "-1"},
+                    Arguments{"-f", "0"}, Arguments{"-f", "nan"}, Arguments{"-f", ""},
+                    Arguments{"-F", "-1"}, Arguments{"-r", "-1"}, Arguments{"-r", "1Hz"},
+                    Arguments{"-b", "-1"}, Arguments{"-p", "-3"}, Arguments{"-s", "fast"},
+                    Arguments{"-s", ""}, Arguments{"-z", "0"}, Arguments{"-e", "0"},
+                    Arguments{"-n", "more"}, Arguments{"more", "-n"}));
+
+TEST_F(CommandLine, AnUnknownOptionIsRejectedInTheWordsOfGetopt) {
+  EXPECT_EQ(parse({"-x"}), -1);
+  EXPECT_EQ(printed_, "vorn: invalid option -- 'x'\n");
+}
+
+TEST_F(CommandLine, AMissingArgumentIsRejectedInTheWordsOfGetopt) {
+  EXPECT_EQ(parse({"-c"}), -1);
+  EXPECT_EQ(printed_, "vorn: option requires an argument -- 'c'\n");
+}
+
+using CommandLineDeathTest = CommandLine;
+
+TEST_F(CommandLineDeathTest, VersionEndsTheProcessBeforeLaterOptionsAreLookedAt) {
+  EXPECT_EXIT(parse_aloud({"-v", "-x"}), testing::ExitedWithCode(0),
+              "^Vorn 0\\.2i 24August2006\n$");
+}
+
+TEST_F(CommandLineDeathTest, AnInvalidOptionBeforeVersionIsRejected) {
+  EXPECT_EQ(parse({"-x", "-v"}), -1);
+}
+
+TEST_F(CommandLineDeathTest, HelpEndsTheProcess) {
+  EXPECT_EXIT(parse_aloud({"-h", "-x"}), testing::ExitedWithCode(0), "^Usage: vorn --help");
+}
+
+TEST_F(CommandLineDeathTest, NeedsTheRegistry) {
+  factories.clear();
+  EXPECT_DEATH(parse_options(0, nullptr),
+               "Assertion failed: \\(!factories.empty\\(\\)\\), function parse_options, "
+               "file src/vorn\\.");
+}
+
+TEST_F(CommandLineDeathTest, IsReadOnce) {
+  workloads = {"spin"};
+  EXPECT_DEATH(parse_options(0, nullptr),
+               "Assertion failed: \\(workloads.empty\\(\\)\\), function parse_options, "
+               "file src/vorn\\.");
+}
+
+TEST_F(CommandLine, UsageListsTheWorkloadsByName) {
+  testing::internal::CaptureStderr();
+  usage("vorn");
+  const std::string text = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(text.substr(0, 12), "Usage: vorn ");
+  EXPECT_TRUE(
+      text.ends_with("\t\"bspin\"\tblocking spin loop\n"
+                     "\t\"spin\"\tminimal spin loop (default)\n"))
+      << text;
+}
+
+}  // namespace

@@ -1,0 +1,52 @@
+#include "vorn/fan_thread.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+#include <iostream>
+
+#include "Assertion/assertion.h"
+#include "vorn/fans.h"
+#include "vorn/module.h"
+#include "vorn/numbers.h"
+#include "vorn/settings.h"
+
+ServiceThread fan_thread;
+
+namespace {
+
+/// Sleeps half a period of the wave, to its end.
+void sleep_half(std::uint32_t half) {
+  if (usleep(half) < 0) {
+    assertion(errno == EINTR, "errno == EINTR", kDriverModule, 0, "fan_thread_function");
+    assertion(params.terminate, "params.terminate", kDriverModule, 0, "fan_thread_function");
+  }
+}
+
+}  // namespace
+
+int spawn_fan() {
+  assertion(using_fan_thread(), "using_fan_thread()", kDriverModule);
+  return fan_thread.start(fan_thread_function, fan_thread_priority());
+}
+
+void* fan_thread_function(void* /*arg*/) {
+  // `--fanfrequency` without a speed to switch to ends here.
+  assertion(setting_fans(), "setting_fans()", kDriverModule);
+  bool stopped = true;
+  const std::uint32_t half = to_uint32(std::rint(500000.0 / fanfrequency));
+  while (!params.terminate) {
+    sleep_half(half);
+    if (params.terminate) {
+      break;
+    }
+    const std::uint32_t value = stopped ? 0 : rpm;
+    if (set_fans_in_run(fans, value) == 0) {
+      stopped = !stopped;
+    } else {
+      std::cerr << "Unable to set fans to " << value << "RPM" << std::endl;
+    }
+  }
+  return nullptr;
+}

@@ -1,0 +1,68 @@
+#include <iostream>
+
+#include "WorkloadRegistry/registry.h"
+#include "vorn/command_line.h"
+#include "vorn/fan_thread.h"
+#include "vorn/monitor_thread.h"
+#include "vorn/privilege.h"
+#include "vorn/privileged_setup.h"
+#include "vorn/settings.h"
+#include "vorn/shutdown.h"
+#include "vorn/summary.h"
+#include "vorn/timing_thread.h"
+#include "vorn/uncaught.h"
+#include "vorn/workload_threads.h"
+
+namespace {
+
+constexpr int kFailure = -1;  // exit status 255
+
+/// Ends a run that could not be started. What runs already is not ended, but a shutdown that is
+/// under way is completed.
+int failed(const char* message) {
+  std::cerr << message << std::endl;
+  stop_listening();
+  return kFailure;
+}
+
+/// Waits for the threads that outlive the workloads. The fan thread may take half a period.
+int last_thread_ended() {
+  fan_thread.join();
+  monitor_thread.join();
+  timing_thread.join();
+  stop_listening();
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  explain_uncaught_exceptions();
+  uid.relinquish();
+  load_factories(factories);
+  if (parse_options(argc, argv) < 0) {
+    usage(argv[0]);
+    return kFailure;
+  }
+  if (noisy) {
+    summarize();
+  }
+  signals();
+  if (using_privileged_operations() && setup_privileged() < 0) {
+    stop_listening();
+    return kFailure;
+  }
+  if (using_fan_thread() && spawn_fan() < 0) {
+    return failed("Problem detected while spawning fan thread");
+  }
+  if (using_monitor_thread() && spawn_monitor() < 0) {
+    return failed("Problem detected while spawning monitor thread");
+  }
+  if (using_timing_thread() && spawn_timing() < 0) {
+    return failed("Unable to spawn timing thread");
+  }
+  if (spawn_workloads() < 0) {
+    return failed("Unable to spawn workload(s)");
+  }
+  return last_thread_ended();
+}

@@ -1,0 +1,204 @@
+#include "vorn/monitor_thread.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include "support/machine_fixture.h"
+#include "support/slow_controller.h"
+#include "vorn/run_sleep.h"
+#include "vorn/settings.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+
+class MonitorThread : public MachineFixture {
+ protected:
+  MonitorThread() {
+    monitor = true;
+    keys = {"PC0C", "TC0D"};
+    output = file_;
+  }
+  ~MonitorThread() override {
+    end();
+    std::filesystem::remove(file_);
+  }
+
+  static void end() {
+    params.terminate = true;
+    end_run_sleeps();
+    monitor_thread.join();
+  }
+
+  std::string text() const {
+    std::ifstream in(file_);
+    return {std::istreambuf_iterator<char>(in), {}};
+  }
+
+  std::vector<std::string> lines() const {
+    std::vector<std::string> found;
+    std::istringstream in(text());
+    for (std::string line; std::getline(in, line);) {
+      found.push_back(line);
+    }
+    return found;
+  }
+
+  /// Runs the thread until it has written `count` lines.
+  std::vector<std::string> first_lines(std::size_t count) {
+    EXPECT_EQ(monitor_thread.start(monitor_thread_function, 63), 0);
+    for (int tries = 0; tries < 10000 && lines().size() < count; ++tries) {
+      std::this_thread::sleep_for(milliseconds(1));
+    }
+    end();
+    return lines();
+  }
+
+  std::vector<double> first_times(std::size_t count) {
+    std::vector<double> times;
+    for (const std::string& line : first_lines(count)) {
+      times.push_back(std::stod(line));
+    }
+    return times;
+  }
+
+  std::string file_ = std::filesystem::temp_directory_path() /
+                      ("vorn_monitor_test_" + std::to_string(getpid()) + ".txt");
+};
+
+TEST_F(MonitorThread, WritesTheTimeAndEachKeysValueInTheirOrder) {
+  monitor_rate = 50;
+  for (const std::string& line : first_lines(3)) {
+    EXPECT_EQ(line.substr(line.find('\t')), "\t40.5\t42.25") << line;
+  }
+  EXPECT_TRUE(text().ends_with("\n"));
+}
+
+TEST_F(MonitorThread, ReplacesWhatTheFileHeld) {
+  std::ofstream(file_) << "an older run\n";
+  monitor_rate = 50;
+  first_lines(2);
+  EXPECT_EQ(text().find("older"), std::string::npos);
+}
+
+TEST_F(MonitorThread, SamplesAtOnceAndThenOnTheGridOfItsPeriod) {
+  monitor_rate = 20;
+  const std::vector<double> times = first_times(5);
+  EXPECT_LT(times[0], 0.04);
+  for (std::size_t i = 1; i < 5; ++i) {
+    const double late = times[i] - std::floor(times[i] / 0.05) * 0.05;
+    EXPECT_GT(times[i], times[i - 1]);
+    EXPECT_LT(late, 0.04) << "a grid point is waited for, then sampled: " << times[i];
+  }
+}
+
+// The first sample takes 130 ms of a period of 50: the next is due at 150, not at 180.
+TEST_F(MonitorThread, AfterASlowReadingWaitsForTheNextPointOfTheGrid) {
+  const int first_read = 2;  // after two key infos
+  kx::install_machine(
+      {{std::make_shared<SlowController>(controller, first_read, milliseconds(130)), {}}});
+  monitor_rate = 20;
+  const std::vector<double> times = first_times(2);
+  EXPECT_GE(times[0], 0.13);
+  const double late = times[1] - std::floor(times[1] / 0.05) * 0.05;
+  EXPECT_LT(late, 0.025) << times[1];
+}
+
+TEST_F(MonitorThread, IsCutShortInItsSleepWithoutAFurtherSample) {
+  monitor_rate = 0.001;
+  EXPECT_EQ(first_lines(1).size(), 1U);
+  EXPECT_TRUE(text().ends_with("\n"));
+}
+
+TEST_F(MonitorThread, AKeyThatCannotBeResolvedEndsItBeforeAnyLine) {
+  keys = {"PC0C", "XXXX"};
+  EXPECT_EQ(printed_by([] { monitor_thread_function(nullptr); }),
+            "Expected data size 2 for SMC key \"XXXX\", instead got 0\n");
+  EXPECT_TRUE(std::filesystem::exists(file_));
+  EXPECT_EQ(text(), "");
+  EXPECT_FALSE(params.terminate);
+}
+
+TEST_F(MonitorThread, AMalformedKeyEndsItBeforeAnyLine) {
+  keys = {"PC0"};
+  EXPECT_EQ(printed_by([] { monitor_thread_function(nullptr); }), "Malformed SMC key \"PC0\"\n");
+  EXPECT_EQ(text(), "");
+}
+
+TEST_F(MonitorThread, AFailedReadingEndsItAndKeepsTheLinesBefore) {
+  monitor_rate = 50;
+  const std::size_t second_line = 2 + 2;  // two key infos, two reads
+  controller->answer(second_line, {kKxReturnIOError, {}, {}, {}});
+  EXPECT_EQ(printed_by([] { monitor_thread_function(nullptr); }),
+            "KxConnectMethodStructureIStructureO(): error kKxReturnIOError\n");
+  EXPECT_EQ(lines().size(), 1U);
+  EXPECT_FALSE(params.terminate);
+}
+
+TEST_F(MonitorThread, WithoutAServiceEndsAndSaysSo) {
+  kx::install_machine({});
+  EXPECT_EQ(printed_by([] { monitor_thread_function(nullptr); }),
+            "KxIteratorNext() returned NULL\n");
+}
+
+// Kept as it is: what is written to such a file is lost without a word.
+TEST_F(MonitorThread, AFileThatCannotBeOpenedIsNotNoticed) {
+  output = "/nonexistent/folder/file";
+  monitor_rate = 100;
+  EXPECT_EQ(printed_by([] {
+              EXPECT_EQ(monitor_thread.start(monitor_thread_function, 63), 0);
+              std::this_thread::sleep_for(milliseconds(50));
+              end();
+            }),
+            "");
+}
+
+TEST_F(MonitorThread, WritesToStandardOutputIfToldADash) {
+  output = std::string(1, '-');
+  monitor_rate = 100;
+  testing::internal::CaptureStdout();
+  ASSERT_EQ(monitor_thread.start(monitor_thread_function, 63), 0);
+  std::this_thread::sleep_for(milliseconds(100));
+  end();
+  EXPECT_NE(testing::internal::GetCapturedStdout().find("\t40.5\t42.25\n"), std::string::npos);
+}
+
+TEST_F(MonitorThread, IsGivenHalfASecondBeforeTheLoad) {
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(spawn_monitor(), 0);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(500));
+  EXPECT_EQ(lines().size(), 1U);
+}
+
+TEST_F(MonitorThread, SpawnDoesNotFailIfTheRunEndsMeanwhile) {
+  std::thread ender([] {
+    std::this_thread::sleep_for(milliseconds(20));
+    params.terminate = true;
+    end_run_sleeps();
+  });
+  EXPECT_EQ(spawn_monitor(), 0);
+  ender.join();
+}
+
+using MonitorThreadDeathTest = MonitorThread;
+
+TEST_F(MonitorThreadDeathTest, NeedsAKey) {
+  keys.clear();
+  EXPECT_DEATH(monitor_thread_function(nullptr),
+               "Assertion failed: \\(!keys.empty\\(\\)\\), function monitor_thread_function, "
+               "file src/vorn\\.");
+}
+
+TEST_F(MonitorThreadDeathTest, NeedsToBeAskedFor) {
+  monitor = false;
+  EXPECT_DEATH(spawn_monitor(),
+               "\\(using_monitor_thread\\(\\)\\), function spawn_monitor, file src/vorn\\.");
+}
+
+}  // namespace

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <sys/types.h>
+
+/// A change of the effective user id was refused. Nothing in the program catches it.
+class UIDException {};
+
+/// The identities that the process was started with. The program runs with the real user id and
+/// takes the effective one back only around what needs it.
+/// Thread: one change at a time; it holds for the whole process.
+class UID {
+ public:
+  /// Records the real and effective user ids of now.
+  UID();
+
+  /// Whether the process was started with effective user id 0; stays true after relinquish().
+  bool privileged() const;
+
+  /// Takes the recorded effective user id back. Throws UIDException if refused.
+  void elevate() const;
+
+  /// Runs on with the real user id. Throws UIDException if refused.
+  void relinquish() const;
+
+ private:
+  uid_t real_;
+  uid_t effective_;
+};
+
+/// Recorded before main() gives the privilege up. Inline, so that the settings whose defaults
+/// depend on it are initialised after it.
+inline UID uid;

@@ -1,0 +1,42 @@
+#include "vorn/pstate_control.h"
+
+#include <iostream>
+
+#include "Assertion/assertion.h"
+#include "PlatformPlugin/PlatformPlugin.h"
+#include "vorn/module.h"
+
+PlatformPlugin* platform = nullptr;
+
+int set_pstate(std::int32_t pstate) {
+  if (pstate == -1) {
+    return 0;
+  }
+  try {
+    if (platform == nullptr) {
+      platform = new PlatformPlugin;
+    }
+    assertion(platform != nullptr, "platform", kDriverModule);
+    platform->set_state(static_cast<std::uint32_t>(pstate));
+  } catch (PlatformPluginException& failure) {
+    std::cerr << failure << std::endl;
+    return -1;
+  }
+  return 0;
+}
+
+int restore_pstate() {
+  if (platform == nullptr) {
+    return 0;
+  }
+  try {
+    platform->default_state();
+    delete platform;
+  } catch (PlatformPluginException& failure) {
+    std::cerr << failure << std::endl;
+    return -1;
+  }
+  platform = nullptr;
+  std::cerr << "Power balancing restored" << std::endl;
+  return 0;
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstdint>
+
+/// Sleeps `microseconds`, or until the run ends. Returns 0 if the time has passed, or -1 with
+/// errno EINTR if the run ended first (`params.terminate` is then set). Unlike usleep() it is
+/// ended by nothing else: changing the user id interrupts every thread's system call here.
+/// Thread: any.
+int run_sleep(std::uint32_t microseconds);
+
+/// Ends every run_sleep() that is under way. Requires: `params.terminate` is set.
+void end_run_sleeps();

@@ -1,0 +1,78 @@
+#include "vorn/service_thread.h"
+
+#include <semaphore.h>
+#include <sys/prctl.h>
+
+#include "Assertion/assertion.h"
+#include "Host/host.h"
+#include "vorn/module.h"
+
+namespace {
+
+/// What a new thread needs to begin, and what it answers. Lives until the answer is there.
+struct Start {
+  void* (*body)(void*);
+  int priority;
+  int result;
+  sem_t answered;
+};
+
+// The thread sets its own priority: its creator could not do so safely, since a body that has
+// nothing to do may have ended by then.
+void* begin(void* argument) {
+  auto* start = static_cast<Start*>(argument);
+  void* (*const body)(void*) = start->body;
+  const int result = host::set_fixed_priority(pthread_self(), start->priority);
+  start->result = result;
+  sem_post(&start->answered);
+  if (result != 0) {
+    return nullptr;
+  }
+  // Kernels before 6.12 wake even fixed-priority threads from timed waits up to 50 us late.
+  prctl(PR_SET_TIMERSLACK, 1UL);
+  return body(nullptr);
+}
+
+pthread_attr_t joinable() {
+  pthread_attr_t attr;
+  assertion(pthread_attr_init(&attr) == 0, "pthread_attr_init(&attr) == 0", kDriverModule);
+  assertion(pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_JOINABLE) == 0,
+            "pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_JOINABLE) == 0", kDriverModule);
+  return attr;
+}
+
+void wait(sem_t& semaphore) {
+  while (sem_wait(&semaphore) != 0) {  // interrupted
+  }
+}
+
+}  // namespace
+
+int ServiceThread::start(void* (*body)(void*), int priority) {
+  Start start{.body = body, .priority = priority, .result = 0, .answered = {}};
+  sem_init(&start.answered, 0, 0);
+  const pthread_attr_t attr = joinable();
+
+  pthread_mutex_lock(&mutex_);
+  started_ = pthread_create(&handle_, &attr, begin, &start) == 0;
+  if (started_) {
+    wait(start.answered);
+  }
+  const bool runs = started_ && start.result == 0;
+  if (started_ && !runs) {
+    pthread_join(handle_, nullptr);
+    started_ = false;
+  }
+  pthread_mutex_unlock(&mutex_);
+  return runs ? 0 : -1;
+}
+
+void ServiceThread::join() {
+  // Held while waiting, so that a second caller does not return before the first.
+  pthread_mutex_lock(&mutex_);
+  if (started_) {
+    pthread_join(handle_, nullptr);
+    started_ = false;
+  }
+  pthread_mutex_unlock(&mutex_);
+}

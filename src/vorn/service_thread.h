@@ -1,0 +1,22 @@
+#pragma once
+
+#include <pthread.h>
+
+/// A thread beside the workloads that the main thread may start, and that the shutdown path may
+/// wait for at any moment: before it was started, while it runs, or after it has ended.
+///
+/// Never destroyed. Thread: start() once, by the main thread; join() any, and as often as wanted.
+class ServiceThread {
+ public:
+  /// Starts `body` at the fixed `priority`. Returns 0, or -1 if the thread cannot be created or
+  /// may not have that priority; `body` is then not run.
+  int start(void* (*body)(void*), int priority);
+
+  /// Returns when the thread has ended; at once if it was never started. Not by itself.
+  void join();
+
+ private:
+  pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
+  bool started_ = false;
+  pthread_t handle_{};
+};

@@ -1,0 +1,72 @@
+#include "vorn/service_thread.h"
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <thread>
+
+#include "support/fake_host.h"
+#include "support/settings_fixture.h"
+
+namespace {
+
+using ServiceThreadTest = SettingsFixture;
+
+std::atomic<int> bodies_run{0};
+
+void* count_and_end(void* /*arg*/) {
+  ++bodies_run;
+  return nullptr;
+}
+
+void* count_late(void* /*arg*/) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  ++bodies_run;
+  return nullptr;
+}
+
+TEST_F(ServiceThreadTest, RunsItsBodyAtThePriorityAskedFor) {
+  ServiceThread thread;
+  bodies_run = 0;
+  EXPECT_EQ(thread.start(count_and_end, 63), 0);
+  EXPECT_EQ(fake_host::state().last_priority, 63);
+  thread.join();
+  EXPECT_EQ(bodies_run, 1);
+}
+
+TEST_F(ServiceThreadTest, DoesNotRunItsBodyIfThePriorityIsRefused) {
+  ServiceThread thread;
+  bodies_run = 0;
+  fake_host::state().priority_result = EPERM;
+  EXPECT_EQ(thread.start(count_and_end, 63), -1);
+  thread.join();
+  EXPECT_EQ(bodies_run, 0);
+}
+
+TEST_F(ServiceThreadTest, MayBeJoinedBeforeItWasStarted) {
+  ServiceThread thread;
+  thread.join();
+}
+
+TEST_F(ServiceThreadTest, MayBeJoinedAfterItHasEndedAndAgain) {
+  ServiceThread thread;
+  ASSERT_EQ(thread.start(count_and_end, 63), 0);
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  thread.join();
+  thread.join();
+}
+
+TEST_F(ServiceThreadTest, JoinedByTwoAtOnceKeepsBothUntilItHasEnded) {
+  ServiceThread thread;
+  bodies_run = 0;
+  ASSERT_EQ(thread.start(count_late, 63), 0);
+  std::thread other([&thread] {
+    thread.join();
+    EXPECT_EQ(bodies_run, 1);
+  });
+  thread.join();
+  EXPECT_EQ(bodies_run, 1);
+  other.join();
+}
+
+}  // namespace

@@ -1,0 +1,128 @@
+#include "vorn/shutdown.h"
+
+#include <pthread.h>
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+#include <vector>
+
+#include "BlockingSpinLoop/BlockingSpinLoop.h"
+#include "support/settings_fixture.h"
+#include "vorn/settings.h"
+#include "vorn/timing_thread.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+
+/// Blocking workloads against the shared block.
+class Workers {
+ public:
+  explicit Workers(int count) {
+    for (int i = 0; i < count; ++i) {
+      threads_.emplace_back([] { BlockingSpinLoop(0, 31).run(&params); });
+    }
+  }
+  void join() {
+    for (std::thread& thread : threads_) {
+      thread.join();
+    }
+  }
+
+ private:
+  std::vector<std::thread> threads_;
+};
+
+using Shutdown = SettingsFixture;
+
+TEST_F(Shutdown, EndsARunWithoutServiceThreads) {
+  params.active = false;
+  sig_int_alrm(SIGINT);
+  EXPECT_TRUE(params.terminate);
+  EXPECT_TRUE(params.active);
+}
+
+TEST_F(Shutdown, MayRunBeforeTheServiceThreadsExist) {
+  frequency = 10.0;
+  monitor = true;
+  sig_int_alrm(SIGINT);
+  EXPECT_TRUE(params.terminate);
+}
+
+TEST_F(Shutdown, ATimingThreadThatStartsAfterItEndsByItself) {
+  frequency = 0.01;
+  sig_int_alrm(SIGALRM);
+  ASSERT_EQ(spawn_timing(), 0);
+  timing_thread.join();
+  EXPECT_TRUE(params.active);
+}
+
+TEST_F(Shutdown, JoinsTheTimingThreadOutOfItsSleep) {
+  frequency = 0.001;
+  ASSERT_EQ(spawn_timing(), 0);
+  sig_int_alrm(SIGINT);
+  EXPECT_TRUE(params.active);
+}
+
+TEST_F(Shutdown, MayRunAgainAfterItHasFinished) {
+  frequency = 10.0;
+  ASSERT_EQ(spawn_timing(), 0);
+  for (int i = 0; i < 3; ++i) {
+    sig_int_alrm(SIGINT);
+    EXPECT_TRUE(params.active);
+  }
+}
+
+TEST_F(Shutdown, ReturnsAtOnceWhileItIsUnderWay) {
+  pthread_mutex_lock(&params.mutex);
+  std::thread first([] { sig_int_alrm(SIGINT); });
+  while (!params.terminate) {
+    std::this_thread::sleep_for(milliseconds(1));
+  }
+  sig_int_alrm(SIGINT);  // would wait for the lock that this thread holds
+  pthread_mutex_unlock(&params.mutex);
+  first.join();
+}
+
+// Two million intervals of no length in a row: the waveform switches without the lock and without
+// looking at `terminate`. Whatever its last word was, no workload may be left waiting.
+TEST_F(Shutdown, ReleasesEveryWorkloadFromAWaveformOfNoLength) {
+  for (int run = 0; run < 30; ++run) {
+    params.active = true;
+    params.terminate = false;
+    frequency = 1e9;
+    sinusoid = 1e3;
+    Workers workers(3);
+    ASSERT_EQ(spawn_timing(), 0);
+    while (params.active) {  // the schedule is being made
+    }
+    sig_int_alrm(SIGINT);
+    EXPECT_TRUE(params.active);
+    workers.join();
+  }
+}
+
+TEST_F(Shutdown, ReleasesEveryWorkloadFromAFastWaveform) {
+  for (int run = 0; run < 100; ++run) {
+    params.active = true;
+    params.terminate = false;
+    frequency = 5000.0;
+    Workers workers(2);
+    ASSERT_EQ(spawn_timing(), 0);
+    std::this_thread::sleep_for(std::chrono::microseconds(1000 + 37 * run));
+    sig_int_alrm(SIGINT);
+    EXPECT_TRUE(params.active);
+    workers.join();
+  }
+}
+
+using ShutdownDeathTest = Shutdown;
+
+TEST_F(ShutdownDeathTest, IsForInterruptAndAlarmAlone) {
+  EXPECT_DEATH(sig_int_alrm(SIGTERM),
+               "Assertion failed: \\(signo == SIGINT \\|\\| signo == SIGALRM\\), "
+               "function sig_int_alrm, file src/vorn\\.");
+}
+
+}  // namespace

@@ -1,0 +1,76 @@
+#include "vorn/throttle_guard.h"
+
+#include <poll.h>
+#include <pthread.h>
+#include <sched.h>
+#include <sys/signalfd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "vorn/settings.h"
+
+// Of each second, the kernel keeps 50 ms for ordinary threads. Kernels differ in how: some give
+// them to ordinary threads that want to run, others let fixed-priority threads stand still for
+// that long whether anybody wants to run or not. There, one run in twenty would take up to 50 ms
+// to end, whatever the priority of the thread that ends it.
+//
+// So an ordinary thread watches for the end as well. In most cases it never gets to run before the
+// run has ended. If it does, fixed priorities stand still, or the load is off: it sets the end, and
+// lets every thread go on as an ordinary one. The threads that were started last, the load, come
+// first, and whoever stands above it keeps its place until the load has lost its own.
+
+namespace {
+
+std::vector<pid_t> threads_of_this_process() {
+  std::vector<pid_t> threads;
+  std::error_code gone;  // threads may end meanwhile
+  for (std::filesystem::directory_iterator task("/proc/self/task", gone), end; task != end;
+       task.increment(gone)) {
+    threads.push_back(static_cast<pid_t>(std::stol(task->path().filename())));
+  }
+  std::sort(threads.begin(), threads.end());
+  return threads;
+}
+
+void* guard(void* descriptor) {
+  pollfd pending{};
+  pending.fd = static_cast<int>(reinterpret_cast<std::intptr_t>(descriptor));
+  pending.events = POLLIN;
+  while (poll(&pending, 1, -1) != 1) {  // interrupted
+  }
+  end_run_among_ordinary_threads();
+  return nullptr;
+}
+
+}  // namespace
+
+void end_run_among_ordinary_threads() {
+  params.terminate = true;
+  const std::vector<pid_t> threads = threads_of_this_process();
+  const sched_param ordinary{};
+  std::for_each(threads.rbegin(), threads.rend(),
+                [&ordinary](pid_t thread) { sched_setscheduler(thread, SCHED_OTHER, &ordinary); });
+}
+
+bool start_throttle_guard(const sigset_t& signals) {
+  const int descriptor = signalfd(-1, &signals, SFD_CLOEXEC);
+  if (descriptor < 0) {
+    return false;
+  }
+  pthread_attr_t attr;
+  pthread_attr_init(&attr);
+  pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_DETACHED);
+  pthread_attr_setinheritsched(&attr, PTHREAD_EXPLICIT_SCHED);
+  pthread_attr_setschedpolicy(&attr, SCHED_OTHER);
+  const sched_param ordinary{};  // unset, it would be the creator's
+  pthread_attr_setschedparam(&attr, &ordinary);
+  pthread_t thread{};
+  auto* argument = reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor));
+  const int result = pthread_create(&thread, &attr, guard, argument);
+  pthread_attr_destroy(&attr);
+  return result == 0;
+}

@@ -1,0 +1,87 @@
+#include "vorn/toggle_schedule.h"
+
+#include <cmath>
+
+#include "Assertion/assertion.h"
+#include "vorn/module.h"
+#include "vorn/numbers.h"
+#include "vorn/settings.h"
+
+// Time is cut into equal slots, one for each PWM period, and in each the load is on for a fraction
+// of it, the level. A shaped wave gets a whole number of slots, so the slot is stretched or
+// shortened until it divides the wave; a wave faster than the PWM gets a single slot, at level 0.
+//
+// On and off are rounded to microseconds each for itself, so a pair may miss its slot by one
+// microsecond. That error stays: the timing thread's drift correction absorbs it.
+
+namespace {
+
+constexpr double kTwoPi = 6.283185307179586;
+
+/// How a wave divides into slots.
+struct Slots {
+  double count;   // whole, at least 1
+  double length;  // seconds
+};
+
+Slots divide(double wave, double slot) {
+  if (slot > wave) {
+    slot = wave;
+  }
+  const double count = std::rint(wave / slot);
+  return {count, wave / count};
+}
+
+unsigned microseconds(double seconds) {
+  return to_uint32(std::rint(1e6 * seconds));
+}
+
+void append_slot(std::vector<unsigned>& times, double level, double slot, int line) {
+  assertion(level >= 0., "level >= 0.", kDriverModule, line, "toggle_times");
+  assertion(level <= 1., "level <= 1.", kDriverModule, line + 1, "toggle_times");
+  times.push_back(microseconds(level * slot));
+  times.push_back(microseconds((1.0 - level) * slot));
+}
+
+double append_square(std::vector<unsigned>& times) {
+  times.insert(times.end(), 2, to_uint32(std::rint(500000.0 / frequency)));
+  return 1.0 / frequency;
+}
+
+double append_sinusoid(std::vector<unsigned>& times) {
+  const Slots slots = divide(1.0 / sinusoid, 1.0 / frequency);
+  for (double i = 0.0; i < slots.count; ++i) {
+    append_slot(times, 0.5 + std::cos(kTwoPi * i / slots.count) * -0.5, slots.length, 979);
+  }
+  return slots.length;
+}
+
+double append_triangle(std::vector<unsigned>& times) {
+  const Slots slots = divide(1.0 / triangle, 1.0 / frequency);
+  const double half = slots.count / 2.0;  // not rounded: an odd count peaks between two slots
+  for (double i = 0.0; i < slots.count; ++i) {
+    const double level = half > i ? i / half : 1.0 - (i - half) / (slots.count - half);
+    append_slot(times, level, slots.length, 1003);
+  }
+  return slots.length;
+}
+
+}  // namespace
+
+bool using_pwm_sinusoid() {
+  return using_timing_thread() && sinusoid > 0.0;
+}
+
+bool using_pwm_triangle() {
+  return using_timing_thread() && triangle > 0.0 && !using_pwm_sinusoid();
+}
+
+double toggle_times(std::vector<unsigned>& times) {
+  if (using_pwm_sinusoid()) {
+    return append_sinusoid(times);
+  }
+  if (using_pwm_triangle()) {
+    return append_triangle(times);
+  }
+  return append_square(times);
+}

@@ -1,0 +1,43 @@
+#include "vorn/uncaught.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+
+#include "Workload/Workload.h"
+
+namespace {
+
+std::terminate_handler runtime_handler = nullptr;
+
+void explain() {
+  try {
+    throw;
+  } catch (const WorkloadThreadException&) {
+    std::cerr << "vorn: this user has no right to a fixed priority; grant it with \"setcap "
+                 "cap_sys_nice+ep\" on the program, or with \"ulimit -r 64\""
+              << std::endl;
+  } catch (...) {  // the runtime names it
+  }
+}
+
+[[noreturn]] void explain_and_end() {
+  static std::atomic<bool> ending{false};
+  while (ending.exchange(true)) {  // every workload thread fails alike; one is enough
+    pause();
+  }
+  if (std::current_exception() != nullptr) {
+    explain();
+  }
+  runtime_handler();
+  std::abort();
+}
+
+}  // namespace
+
+void explain_uncaught_exceptions() {
+  runtime_handler = std::set_terminate(explain_and_end);
+}

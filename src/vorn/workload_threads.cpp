@@ -1,0 +1,91 @@
+#include "vorn/workload_threads.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+#include "Assertion/assertion.h"
+#include "Host/host.h"
+#include "Workload/Workload.h"
+#include "Workload/WorkloadFactory.h"
+#include "vorn/module.h"
+#include "vorn/settings.h"
+
+int ncpus() {
+  return host::processor_count();
+}
+
+int num_workload_threads() {
+  const int threads = cores != kNotGiven ? static_cast<int>(cores) : ncpus();
+  assertion(threads > 0, "threads > 0", kDriverModule, 502);
+  return threads;
+}
+
+int workload_thread_priority() {
+  return using_timing_thread() || using_monitor_thread() ? 31 : 63;
+}
+
+// The bound is the number of processors, not the last one's: threads beyond are all named one past
+// it, so that the summary tells them from those that have a processor of their own.
+unsigned thread_to_core(unsigned t) {
+  return binding != kNotGiven ? binding : std::min(t, static_cast<unsigned>(ncpus()));
+}
+
+unsigned thread_to_workload(unsigned t) {
+  assertion(!workloads.empty(), "!workloads.empty()", kDriverModule, 529);
+  return std::min(t, static_cast<unsigned>(workloads.size() - 1));
+}
+
+void init_workload_thread(struct workload_thread* wt, unsigned t) {
+  assertion(wt != nullptr, "wt", kDriverModule, 1259);
+  wt->core = thread_to_core(t);
+  wt->workload = thread_to_workload(t);
+}
+
+void* workload_thread(void* arg) {
+  assertion(arg != nullptr, "workload_thread", kDriverModule, 1134);
+  assertion(!workloads.empty(), "!workloads.empty()", kDriverModule, 1135);
+  const auto* wt = static_cast<struct workload_thread*>(arg);
+  const auto wf = factories.find(workloads[wt->workload]);
+  assertion(wf != factories.end(), "wf != factories.end()", kDriverModule, 1142);
+  const std::unique_ptr<Workload> workload(
+      wf->second->make(wt->core, static_cast<unsigned>(workload_thread_priority())));
+  workload->run(&params);
+  return nullptr;
+}
+
+int spawn_workloads() {
+  const int threads = num_workload_threads();
+  Workload::init();
+  if (threads == 1) {
+    struct workload_thread record {};
+    init_workload_thread(&record, 0);
+    workload_thread(&record);
+    return 0;
+  }
+
+  pthread_attr_t attr;
+  assertion(pthread_attr_init(&attr) == 0, "pthread_attr_init(&attr) == 0", kDriverModule, 1284);
+  assertion(pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_JOINABLE) == 0,
+            "pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_JOINABLE) == 0", kDriverModule,
+            1285);
+  // Grown thread by thread: a count that no machine can start must fail there, not here.
+  std::vector<pthread_t> tid;
+  std::vector<struct workload_thread*> wt;
+  for (unsigned t = 0; t < static_cast<unsigned>(threads); ++t) {
+    wt.push_back(new struct workload_thread);
+    assertion(wt[t] != nullptr, "wt[t] = new struct workload_thread", kDriverModule, 1289);
+    init_workload_thread(wt[t], t);
+    tid.emplace_back();
+    if (pthread_create(&tid[t], &attr, workload_thread, wt[t]) != 0) {
+      return -1;  // the threads already started run on, with their records
+    }
+  }
+  for (unsigned t = 0; t < static_cast<unsigned>(threads); ++t) {
+    pthread_join(tid[t], nullptr);
+    delete wt[t];
+  }
+  return 0;
+}

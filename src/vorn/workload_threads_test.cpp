@@ -1,0 +1,195 @@
+#include "vorn/workload_threads.h"
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cerrno>
+#include <thread>
+
+#include "Workload/Workload.h"
+#include "Workload/WorkloadFactory.h"
+#include "support/fake_host.h"
+#include "support/settings_fixture.h"
+#include "vorn/settings.h"
+
+namespace {
+
+/// A workload that notes where it was made, and ends at once.
+class NotingFactory : public WorkloadFactory {
+ public:
+  class Noting : public Workload {
+   public:
+    Noting(unsigned core, unsigned priority) : Workload(core, priority) {}
+    void run(workload_params* /*params*/) override {}
+  };
+
+  Workload* make(unsigned core, unsigned priority) override {
+    ++made;
+    last_core = core;
+    last_thread = std::this_thread::get_id();
+    return new Noting(core, priority);
+  }
+  std::string name() override { return "noting"; }
+  std::string description() override { return "for tests"; }
+
+  std::atomic<int> made{0};
+  std::atomic<unsigned> last_core{0};
+  std::atomic<std::thread::id> last_thread{};
+};
+
+class WorkloadThreads : public SettingsFixture {
+ protected:
+  WorkloadThreads() {
+    workloads = {"noting"};
+    factories["noting"] = &noting_;
+  }
+  ~WorkloadThreads() override { factories.erase("noting"); }
+
+  NotingFactory noting_;
+};
+
+TEST_F(WorkloadThreads, AreOneForEachProcessorByDefault) {
+  fake_host::state().processors = 5;
+  EXPECT_EQ(ncpus(), 5);
+  EXPECT_EQ(num_workload_threads(), 5);
+  cores = 3;
+  EXPECT_EQ(num_workload_threads(), 3);
+}
+
+TEST_F(WorkloadThreads, RunBelowTheTimingAndMonitorThreads) {
+  EXPECT_EQ(workload_thread_priority(), 63);
+  frequency = 1.0;
+  EXPECT_EQ(workload_thread_priority(), 31);
+  frequency = 0.0;
+  monitor = true;
+  EXPECT_EQ(workload_thread_priority(), 31);
+}
+
+TEST_F(WorkloadThreads, BeyondTheLastProcessorAreNamedOnePastIt) {
+  EXPECT_EQ(thread_to_core(0), 0U);
+  EXPECT_EQ(thread_to_core(1), 1U);
+  EXPECT_EQ(thread_to_core(2), 2U);
+  EXPECT_EQ(thread_to_core(7), 2U);
+}
+
+TEST_F(WorkloadThreads, KeepTheirNumberIfTheProcessorCountIsNotKnown) {
+  fake_host::state().processors = -1;
+  EXPECT_EQ(thread_to_core(7), 7U);
+}
+
+TEST_F(WorkloadThreads, ABindingNamesOneProcessorForAll) {
+  binding = 3;
+  EXPECT_EQ(thread_to_core(0), 3U);
+  EXPECT_EQ(thread_to_core(9), 3U);
+}
+
+TEST_F(WorkloadThreads, TheLastWorkloadServesAllFurtherThreads) {
+  workloads = {"bspin", "spin"};
+  EXPECT_EQ(thread_to_workload(0), 0U);
+  EXPECT_EQ(thread_to_workload(1), 1U);
+  EXPECT_EQ(thread_to_workload(3), 1U);
+}
+
+TEST_F(WorkloadThreads, ARecordHoldsProcessorAndWorkload) {
+  workloads = {"bspin", "spin"};
+  struct workload_thread record {};
+  init_workload_thread(&record, 1);
+  EXPECT_EQ(record.core, 1U);
+  EXPECT_EQ(record.workload, 1U);
+}
+
+TEST_F(WorkloadThreads, ASingleWorkloadRunsInTheCallingThread) {
+  cores = 1;
+  EXPECT_EQ(spawn_workloads(), 0);
+  EXPECT_EQ(noting_.last_thread.load(), std::this_thread::get_id());
+  EXPECT_EQ(fake_host::state().last_priority, 63);
+  EXPECT_EQ(fake_host::state().role_calls, 1);
+}
+
+TEST_F(WorkloadThreads, SpawnReturnsWhenAllHaveEnded) {
+  cores = 8;
+  EXPECT_EQ(spawn_workloads(), 0);
+  EXPECT_EQ(noting_.made, 8);
+  EXPECT_NE(noting_.last_thread.load(), std::this_thread::get_id());
+  EXPECT_EQ(fake_host::state().role_calls, 1);
+}
+
+/// While it lives, no thread can be created: none has room for its stack.
+class NoRoomForThreads {
+ public:
+  NoRoomForThreads() {
+    pthread_getattr_default_np(&before_);
+    pthread_attr_t huge;
+    pthread_attr_init(&huge);
+    pthread_attr_setstacksize(&huge, std::size_t{1} << 46);
+    pthread_setattr_default_np(&huge);
+    pthread_attr_destroy(&huge);
+  }
+  ~NoRoomForThreads() { pthread_setattr_default_np(&before_); }
+  NoRoomForThreads(const NoRoomForThreads&) = delete;
+  NoRoomForThreads& operator=(const NoRoomForThreads&) = delete;
+
+ private:
+  pthread_attr_t before_{};
+};
+
+#if !defined(__SANITIZE_ADDRESS__)  // the record of a thread that never ran is not freed
+TEST_F(WorkloadThreads, SpawnFailsIfAThreadCannotBeCreated) {
+  cores = 2;
+  const NoRoomForThreads no_room;
+  EXPECT_EQ(spawn_workloads(), -1);
+  EXPECT_EQ(noting_.made, 0);
+}
+#endif
+
+TEST_F(WorkloadThreads, ARefusedRoleLeavesSpawnAsAnException) {
+  fake_host::state().role_result = 1;
+  EXPECT_THROW(spawn_workloads(), WorkloadPolicyException);
+}
+
+TEST_F(WorkloadThreads, ARefusedPriorityLeavesASingleWorkloadAsAnException) {
+  cores = 1;
+  fake_host::state().priority_result = EPERM;
+  EXPECT_THROW(spawn_workloads(), WorkloadThreadException);
+}
+
+using WorkloadThreadsDeathTest = WorkloadThreads;
+
+TEST_F(WorkloadThreadsDeathTest, NeedAProcessor) {
+  fake_host::state().processors = -1;
+  EXPECT_DEATH(num_workload_threads(),
+               "Assertion failed: \\(threads > 0\\), function num_workload_threads, "
+               "file src/vorn, line 502\\.");
+}
+
+TEST_F(WorkloadThreadsDeathTest, ACountThatIsNegativeAsASignedNumberIsNone) {
+  cores = 0x80000000U;
+  EXPECT_DEATH(num_workload_threads(), "\\(threads > 0\\).*line 502\\.");
+  cores = 0;
+  EXPECT_DEATH(num_workload_threads(), "\\(threads > 0\\).*line 502\\.");
+}
+
+TEST_F(WorkloadThreadsDeathTest, NeedAWorkload) {
+  workloads.clear();
+  EXPECT_DEATH(thread_to_workload(0),
+               "\\(!workloads.empty\\(\\)\\), function thread_to_workload.*line 529\\.");
+  struct workload_thread record {};
+  EXPECT_DEATH(workload_thread(&record),
+               "\\(!workloads.empty\\(\\)\\), function workload_thread.*line 1135\\.");
+}
+
+TEST_F(WorkloadThreadsDeathTest, NeedARecord) {
+  EXPECT_DEATH(workload_thread(nullptr),
+               "\\(workload_thread\\), function workload_thread.*line 1134\\.");
+  EXPECT_DEATH(init_workload_thread(nullptr, 0),
+               "\\(wt\\), function init_workload_thread.*line 1259\\.");
+}
+
+TEST_F(WorkloadThreadsDeathTest, NeedARegisteredWorkload) {
+  workloads = {"nosuch"};
+  struct workload_thread record {};
+  EXPECT_DEATH(workload_thread(&record),
+               "\\(wf != factories.end\\(\\)\\), function workload_thread.*line 1142\\.");
+}
+
+}  // namespace
