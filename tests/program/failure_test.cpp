@@ -1,0 +1,124 @@
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+
+#include <csignal>
+
+#include "program/vorn_program.h"
+
+// Every way in which a run fails to start, with all that it prints.
+
+namespace {
+
+using program::As;
+using program::Command;
+using program::Outcome;
+
+void expect_failure(const Outcome& outcome, const std::string& err) {
+  EXPECT_EQ(outcome.err, err);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(outcome.status, 255) << "signal " << outcome.signal;
+}
+
+TEST(Failure, ATimingThreadWithoutTheRightToItsPriority) {
+  expect_failure(program::run(vorn({"-f", "10", "-t", "5"}, As::kOrdinaryUser)),
+                 "Unable to spawn timing thread\n");
+}
+
+TEST(Failure, AMonitorThreadWithoutTheRightToItsPriority) {
+  expect_failure(program::run(vorn({"-m", "-t", "5"}, As::kOrdinaryUser)),
+                 "Problem detected while spawning monitor thread\n");
+}
+
+TEST(Failure, AFanThreadWithoutTheRightToItsPriority) {
+  expect_failure(program::run(vorn({"-F", "1", "-s", "1000", "-t", "5"}, As::kOrdinaryUser)),
+                 "Problem detected while spawning fan thread\n");
+}
+
+TEST(Failure, AWorkloadWithoutTheRightToItsPriorityEndsAsAnUncaughtException) {
+  for (const char* count : {"1", "4"}) {
+    const Outcome outcome = program::run(vorn({"-c", count, "-t", "5"}, As::kOrdinaryUser));
+    EXPECT_EQ(outcome.signal, SIGABRT);
+    EXPECT_EQ(outcome.err,
+              "vorn: this user has no right to a fixed priority; grant it with \"setcap "
+              "cap_sys_nice+ep\" on the program, or with \"ulimit -r 64\"\n"
+              "terminate called after throwing an instance of 'WorkloadThreadException'\n");
+  }
+}
+
+TEST(Failure, AWorkloadThreadThatCannotBeCreated) {
+  if (program::kSanitized) {
+    GTEST_SKIP() << "the sanitizers' own threads count towards the limit";
+  }
+  SKIP_UNLESS_MAY_RUN(As::kRoot);
+  Command command = vorn({"-c", "8", "-t", "5"});
+  command.process_limit = 4;
+  expect_failure(program::run(command), "Unable to spawn workload(s)\n");
+}
+
+TEST(Failure, AFanThreadWithoutASpeedFailsItsAssertion) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const Outcome outcome = program::run(vorn({"-F", "1", "-t", "5"}));
+  EXPECT_EQ(outcome.err,
+            "Assertion failed: (setting_fans()), function fan_thread_function, "
+            "file src/vorn.\n");
+  EXPECT_EQ(outcome.signal, SIGABRT);
+}
+
+/// A run in which `call` is refused.
+Outcome run_refusing(program::RefusedCall call) {
+  Command command = vorn({"-c", "2", "-t", "1"});
+  command.refused = {call};
+  return program::run(command);
+}
+
+TEST(Failure, AnInterruptHandlerThatCannotBeInstalledEndsAsAnUncaughtString) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const Outcome outcome = run_refusing({SYS_rt_sigaction, SIGINT});
+  EXPECT_EQ(outcome.signal, SIGABRT);
+  EXPECT_NE(outcome.err.find("basic_string"), std::string::npos) << outcome.err;
+}
+
+TEST(Failure, AnAlarmHandlerThatCannotBeInstalledEndsAsAnUncaughtString) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const Outcome outcome = run_refusing({SYS_rt_sigaction, SIGALRM});
+  EXPECT_EQ(outcome.signal, SIGABRT);
+  EXPECT_NE(outcome.err.find("basic_string"), std::string::npos) << outcome.err;
+}
+
+TEST(Failure, ATimerThatCannotBeArmedEndsAsAnUncaughtString) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const Outcome outcome = run_refusing({SYS_setitimer, {}});
+  EXPECT_EQ(outcome.signal, SIGABRT);
+  EXPECT_NE(outcome.err.find("basic_string"), std::string::npos) << outcome.err;
+}
+
+TEST(Failure, AUserIdThatCannotBeChangedEndsAsAnUncaughtException) {
+  const Outcome outcome = run_refusing({SYS_setresuid, {}});
+  EXPECT_EQ(outcome.signal, SIGABRT);
+  EXPECT_NE(outcome.err.find("UIDException"), std::string::npos) << outcome.err;
+}
+
+class PrivilegedFailure : public testing::Test {
+ protected:
+  void SetUp() override { SKIP_UNLESS_MAY_RUN(As::kRoot); }
+};
+
+TEST_F(PrivilegedFailure, FansWithoutAService) {
+  expect_failure(program::run(vorn({"-s", "3000", "-t", "5"}, As::kRoot)),
+                 "KxIteratorNext() returned NULL\n"
+                 "Unable to set fans to 3000RPM\n");
+}
+
+TEST_F(PrivilegedFailure, FansAtTheirMaximumWithoutAService) {
+  expect_failure(program::run(vorn({"-t", "5"}, As::kRoot)),
+                 "KxIteratorNext() returned NULL\n"
+                 "Unable to set fans to 4294967295RPM\n");
+}
+
+TEST_F(PrivilegedFailure, APStateWithoutAService) {
+  expect_failure(program::run(vorn({"-s", "0", "-p", "2", "-t", "5"}, As::kRoot)),
+                 "No service matching \"KxPlatformPlugin\"\n"
+                 "Unable to set P-state 2\n");
+}
+
+}  // namespace

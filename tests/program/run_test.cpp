@@ -1,0 +1,201 @@
+#include <gtest/gtest.h>
+#include <sched.h>
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "program/vorn_program.h"
+#include "vorn/version.h"
+
+// Whole runs of an ordinary user who has the right to a fixed priority.
+
+namespace {
+
+using program::As;
+using program::Command;
+using program::Outcome;
+using program::Running;
+
+class Run : public testing::Test {
+ protected:
+  void SetUp() override { SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority); }
+
+  static void expect_silent_success(const Outcome& outcome) {
+    EXPECT_EQ(outcome.status, 0) << "signal " << outcome.signal;
+    EXPECT_FALSE(outcome.timed_out);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "");
+  }
+};
+
+TEST_F(Run, LoadsRealProcessorsWithASinusoidUntilItsTimeIsUp) {
+  const Outcome outcome =
+      program::run(vorn({"-c", "2", "-w", "bspin", "-f", "10", "-z", "1", "-t", "2"}));
+  expect_silent_success(outcome);
+  EXPECT_GE(outcome.seconds, 2.0);
+  EXPECT_LT(outcome.seconds, 4.0);
+}
+
+TEST_F(Run, EndsOnInterruptWithStatusZero) {
+  Running running(vorn({}));
+  ASSERT_TRUE(running.wait_until_catching());
+  running.send(SIGINT);
+  expect_silent_success(running.wait());
+}
+
+TEST_F(Run, EndsOnTwoInterruptsInQuickSuccessionWithStatusZero) {
+  Running running(vorn({"-c", "4", "-w", "bspin", "-f", "1000"}));
+  ASSERT_TRUE(running.wait_until_catching());
+  running.send(SIGINT);
+  running.send(SIGINT);
+  running.send(SIGINT);
+  expect_silent_success(running.wait());
+}
+
+TEST_F(Run, EndsOnEveryOtherSignalThatAsksForIt) {
+  for (const int signo : {SIGTERM, SIGHUP, SIGQUIT}) {
+    Running running(vorn({"-c", "2"}));
+    ASSERT_TRUE(running.wait_until_catching());
+    running.send(signo);
+    expect_silent_success(running.wait());
+  }
+}
+
+TEST_F(Run, EndsOnInterruptAlthoughItsShellIgnoresIt) {
+  Command command = vorn({"-c", "2"});
+  command.ignored_signals = {SIGINT};
+  Running running(command);
+  ASSERT_TRUE(running.wait_until_catching());
+  running.send(SIGINT);
+  expect_silent_success(running.wait());
+}
+
+TEST_F(Run, OutlivesItsTerminalIfHangupIsIgnored) {
+  Command command = vorn({"-t", "1"});
+  command.ignored_signals = {SIGHUP};
+  Running running(command);
+  ASSERT_TRUE(running.wait_until_catching());
+  running.send(SIGHUP);
+  const Outcome outcome = running.wait();
+  expect_silent_success(outcome);
+  EXPECT_GE(outcome.seconds, 1.0);
+}
+
+TEST_F(Run, WithoutATimeLeavesTheAlarmAlone) {
+  Running running(vorn({"-c", "2"}));
+  ASSERT_TRUE(running.wait_until_catching());
+  running.send(SIGALRM);
+  EXPECT_EQ(running.wait().signal, SIGALRM);
+}
+
+TEST_F(Run, PrintsItsSummaryFirst) {
+  program::Command command = vorn({"-n", "-c", "2", "-b", "3", "-w", "bspin", "-w", "spin", "-f",
+                                   "1000", "-e", "0.5", "-i", "-t", "1"});
+  const Outcome outcome = program::run(command);
+  const auto processors = std::thread::hardware_concurrency();
+  EXPECT_EQ(outcome.err,
+            longversion + ", running on a " + std::to_string(processors) +
+                "-core system\n"
+                "\ttiming thread running inverted 0.5Hz triangle at 1kHz (priority 63)\n"
+                "\tworkload thread on core 3 running \"bspin\" (priority 31)\n"
+                "\tworkload thread on core 3 running \"spin\" (priority 31)\n");
+  EXPECT_EQ(outcome.status, 0);
+}
+
+/// The fixed priorities of a process's threads, in ascending order.
+std::vector<int> fixed_priorities(pid_t pid) {
+  std::vector<int> priorities;
+  for (const auto& task :
+       std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
+    const pid_t thread = std::stoi(task.path().filename());
+    sched_param param{};
+    if (sched_getscheduler(thread) == SCHED_FIFO && sched_getparam(thread, &param) == 0) {
+      priorities.push_back(param.sched_priority);
+    }
+  }
+  std::sort(priorities.begin(), priorities.end());
+  return priorities;
+}
+
+// The main thread and the signals' listener stand one above all that they start and stop.
+TEST_F(Run, ThreadsHaveThePrioritiesThatTheSummaryNames) {
+  if (program::kSanitized) {
+    GTEST_SKIP() << "the sanitizer's own thread has a priority too";
+  }
+  Running running(vorn({"-n", "-c", "3", "-w", "bspin", "-f", "10"}));
+  ASSERT_TRUE(running.wait_until_catching());
+  std::vector<int> priorities;
+  for (int tries = 0; tries < 1000 && priorities != std::vector<int>{31, 31, 31, 63, 64, 64};
+       ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    priorities = fixed_priorities(running.pid());
+  }
+  EXPECT_EQ(priorities, (std::vector<int>{31, 31, 31, 63, 64, 64}));
+}
+
+TEST_F(Run, ASingleWorkloadTakesThePriorityOfTheMainThread) {
+  if (program::kSanitized) {
+    GTEST_SKIP() << "the sanitizer's own thread has a priority too";
+  }
+  Running running(vorn({"-c", "1"}));
+  ASSERT_TRUE(running.wait_until_catching());
+  std::vector<int> priorities;
+  for (int tries = 0; tries < 1000 && priorities != std::vector<int>{63, 64}; ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    priorities = fixed_priorities(running.pid());
+  }
+  EXPECT_EQ(priorities, (std::vector<int>{63, 64}));
+}
+
+TEST_F(Run, StartsRunsAndStopsAThousandThreads) {
+  for (const char* workload : {"spin", "bspin"}) {
+    Running running(vorn({"-c", "1024", "-w", workload, "-f", "100"}));
+    ASSERT_TRUE(running.wait_until_catching());
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    running.send(SIGINT);
+    expect_silent_success(running.wait());
+  }
+}
+
+TEST_F(Run, WithAPriorityLimitOfJustItsWorkloadsStillEnds) {
+  if (!program::may_raise_limits()) {
+    GTEST_SKIP() << "needs the right to raise limits";
+  }
+  Command command = vorn({"-c", "2", "-w", "bspin", "-f", "100", "-t", "1"});
+  command.fixed_priority_limit = 63;
+  expect_silent_success(program::run(command));
+}
+
+TEST_F(Run, WithoutServiceForItsKeysGoesOnWithoutMonitoring) {
+  const Outcome outcome = program::run(vorn({"-m", "-c", "2", "-t", "1"}));
+  EXPECT_EQ(outcome.err, "KxIteratorNext() returned NULL\n");
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(outcome.status, 0);
+}
+
+TEST_F(Run, IsEndedWithinTheHeadStartOfTheMonitorThread) {
+  Running running(vorn({"-m", "-c", "2"}));
+  ASSERT_TRUE(running.wait_until_catching());
+  running.send(SIGINT);
+  const Outcome outcome = running.wait();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_LT(outcome.seconds, 0.45);
+}
+
+TEST_F(Run, LoadsNothingInTheHeadStartOfTheMonitorThread) {
+  Running running(vorn({"-m", "-c", "2"}));
+  ASSERT_TRUE(running.wait_until_catching());
+  std::this_thread::sleep_for(std::chrono::milliseconds(250));
+  const auto tasks =
+      std::filesystem::directory_iterator("/proc/" + std::to_string(running.pid()) + "/task");
+  EXPECT_LE(std::distance(begin(tasks), end(tasks)), 4) << "no workload may have started";
+}
+
+TEST_F(Run, OfAnOrdinaryUserIgnoresFanSpeedAndPState) {
+  expect_silent_success(program::run(vorn({"-s", "3000", "-p", "2", "-c", "2", "-t", "1"})));
+}
+
+}  // namespace

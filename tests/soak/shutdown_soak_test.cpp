@@ -1,0 +1,153 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "program/vorn_program.h"
+
+// Runs of every shape, each ended at a random moment from its start on. A run that is ended once
+// its handler is installed ends with status 0; before that, the signal may kill it. No run hangs.
+
+namespace {
+
+using program::As;
+using program::Outcome;
+using program::Running;
+
+struct Waveform {
+  const char* name;
+  std::vector<std::string> options;
+};
+
+std::ostream& operator<<(std::ostream& out, const Waveform& waveform) {
+  return out << waveform.name;
+}
+
+const Waveform kWaveforms[] = {
+    {"None", {}},
+    {"Square", {"-f", "5000"}},
+    {"Sinusoid", {"-f", "5000", "-z", "7"}},
+    {"Triangle", {"-f", "5000", "-e", "7"}},
+    {"InvertedSquare", {"-f", "5000", "-i"}},
+    {"InvertedSinusoid", {"-f", "5000", "-z", "7", "-i"}},
+    {"NoLength", {"-f", "1000000"}},
+};
+
+enum class Ending { kInterrupt, kTwoInterrupts, kAlarm };
+
+constexpr Ending kEndings[] = {Ending::kInterrupt, Ending::kTwoInterrupts, Ending::kAlarm};
+
+constexpr int kRunsOfEachShape = 54;  // 42 shapes: 2,268 runs
+constexpr double kHang = 20.0;        // seconds
+
+/// A moment to end a run at, in microseconds: half of them while it starts.
+useconds_t random_moment(std::mt19937& random) {
+  const bool while_starting = std::bernoulli_distribution(0.5)(random);
+  return std::uniform_int_distribution<useconds_t>(0, while_starting ? 4000 : 60000)(random);
+}
+
+/// Ends `running`. Returns whether it caught the signal for certain.
+bool end(const Running& running, Ending ending) {
+  const bool caught = running.catches_interrupt();
+  if (ending == Ending::kAlarm) {
+    // Sent as the timer sends it. Its handler is installed after the one for interrupts.
+    running.send(SIGALRM);
+    return false;
+  }
+  running.send(SIGINT);
+  if (ending == Ending::kTwoInterrupts) {
+    running.send(SIGINT);
+  }
+  return caught;
+}
+
+using Shape = std::tuple<const char*, const char*, Waveform>;  // workload, threads, waveform
+
+class ShutdownSoak : public testing::TestWithParam<Shape> {
+ protected:
+  void SetUp() override { SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority); }
+
+  static program::Command command() {
+    const auto& [workload, threads, waveform] = GetParam();
+    std::vector<std::string> arguments = {"-w", workload, "-c", threads, "-t", "1000"};
+    arguments.insert(arguments.end(), waveform.options.begin(), waveform.options.end());
+    return vorn(arguments);
+  }
+};
+
+TEST_P(ShutdownSoak, EndsAtAnyMoment) {
+  std::mt19937 random(20060824);
+  int ended_by_handler = 0;
+  for (int run = 0; run < kRunsOfEachShape; ++run) {
+    const Ending ending = kEndings[static_cast<unsigned>(run) % std::size(kEndings)];
+    const useconds_t moment = random_moment(random);
+    Running running(command());
+    usleep(moment);
+    const bool caught = end(running, ending);
+    const Outcome outcome = running.wait(kHang);
+    const std::string what = "run " + std::to_string(run) + ", ended after " +
+                             std::to_string(moment) + " us: signal " +
+                             std::to_string(outcome.signal) + ", " + outcome.err;
+    ASSERT_FALSE(outcome.timed_out) << what;
+    if (caught) {
+      ASSERT_EQ(outcome.status, 0) << what;
+    } else {
+      ASSERT_TRUE(outcome.status == 0 || outcome.signal == SIGINT || outcome.signal == SIGALRM)
+          << what;
+    }
+    ASSERT_EQ(outcome.err, "") << what;
+    ended_by_handler += outcome.status == 0 ? 1 : 0;
+  }
+  RecordProperty("ended_by_handler", ended_by_handler);
+  EXPECT_GT(ended_by_handler, kRunsOfEachShape / 4) << "too few runs got as far as their handler";
+}
+
+std::string name(const testing::TestParamInfo<Shape>& info) {
+  const auto& [workload, threads, waveform] = info.param;
+  return std::string(workload) + "_" + threads + "_" + waveform.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryShape, ShutdownSoak,
+                         testing::Combine(testing::Values("spin", "bspin"),
+                                          testing::Values("1", "2", "16"),
+                                          testing::ValuesIn(kWaveforms)),
+                         name);
+
+/// How long a run takes from its signal to its end, at the 99th percentile.
+class ShutdownLatency : public testing::TestWithParam<std::vector<std::string>> {};
+
+// The bound holds on a machine whose kernel withholds every processor from fixed priorities for
+// 50 ms of each second: one run in twenty meets that.
+TEST_P(ShutdownLatency, IsBelowFiftyMilliseconds) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  constexpr int kRuns = 200;
+  std::mt19937 random(20060824);
+  std::vector<double> latencies;
+  for (int run = 0; run < kRuns; ++run) {
+    Running running(vorn(GetParam()));
+    ASSERT_TRUE(running.wait_until_catching());
+    usleep(std::uniform_int_distribution<useconds_t>(20000, 120000)(random));
+    const auto start = std::chrono::steady_clock::now();
+    running.send(SIGINT);
+    const Outcome outcome = running.wait(kHang);
+    ASSERT_EQ(outcome.status, 0);
+    latencies.push_back(
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+  }
+  std::sort(latencies.begin(), latencies.end());
+  std::printf("from SIGINT to the end: median %.1f ms, 99th percentile %.1f ms, most %.1f ms\n",
+              1e3 * latencies[kRuns / 2], 1e3 * latencies[kRuns * 99 / 100],
+              1e3 * latencies.back());
+  EXPECT_LT(latencies[kRuns * 99 / 100], 0.050);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Runs, ShutdownLatency,
+    testing::Values(std::vector<std::string>{"-c", "2"}, std::vector<std::string>{"-c", "64"},
+                    std::vector<std::string>{"-c", "64", "-w", "bspin", "-f", "1000"}));
+
+}  // namespace

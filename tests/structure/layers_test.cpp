@@ -1,0 +1,76 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <set>
+#include <string>
+
+// A module includes only what stands below it.
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using Modules = std::set<std::string>;
+
+const std::map<std::string, Modules> kMayInclude = {
+    {"Assertion", {}},
+    {"Host", {}},
+    {"Kx", {"Assertion"}},
+    {"SMC", {"Assertion", "Kx"}},
+    {"PlatformPlugin", {"Assertion", "Kx", "SMC"}},
+    {"Workload", {"Assertion", "Host"}},
+    {"SpinLoop", {"Assertion", "Workload"}},
+    {"BlockingSpinLoop", {"Assertion", "Workload", "SpinLoop"}},
+    {"WorkloadRegistry", {"Workload", "SpinLoop", "BlockingSpinLoop"}},
+    {"vorn", {"Assertion", "Host", "Kx", "SMC", "PlatformPlugin", "Workload", "WorkloadRegistry"}},
+    // Machines stand beside the driver: neither knows of the other.
+    {"machines", {"Assertion", "Host", "Kx", "SMC"}},
+};
+
+bool is_test(const fs::path& file) {
+  return file.stem().string().ends_with("_test") || file.stem().string().starts_with("fake_");
+}
+
+/// The modules that `file` includes from, by the first folder of each quoted include.
+Modules included_by(const fs::path& file) {
+  static const std::regex kInclude("^#include \"([A-Za-z]+)/");
+  Modules modules;
+  std::ifstream in(file);
+  for (std::string line; std::getline(in, line);) {
+    if (std::smatch match; std::regex_search(line, match, kInclude)) {
+      modules.insert(match[1]);
+    }
+  }
+  return modules;
+}
+
+TEST(Layers, EveryModuleHasItsPlace) {
+  for (const auto& entry : fs::directory_iterator(VORN_SOURCES)) {
+    if (entry.is_directory()) {
+      EXPECT_TRUE(kMayInclude.contains(entry.path().filename())) << entry.path();
+    }
+  }
+}
+
+TEST(Layers, NoModuleIncludesOneAboveIt) {
+  int files = 0;
+  for (const auto& [module, allowed] : kMayInclude) {
+    for (const auto& entry : fs::recursive_directory_iterator(fs::path(VORN_SOURCES) / module)) {
+      const fs::path& file = entry.path();
+      if ((file.extension() != ".h" && file.extension() != ".cpp") || is_test(file)) {
+        continue;
+      }
+      ++files;
+      for (const std::string& included : included_by(file)) {
+        EXPECT_TRUE(included == module || allowed.contains(included))
+            << file << " includes from " << included;
+      }
+    }
+  }
+  EXPECT_GT(files, 50) << "the walk found nothing to judge";
+}
+
+}  // namespace

@@ -1,0 +1,113 @@
+#pragma once
+
+#include <sys/resource.h>
+#include <sys/types.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// Runs a built program as a process, as a user would: with a clean environment, as a chosen user
+/// and with chosen rights.
+namespace program {
+
+/// Whether the programs are built with a sanitizer. Its runtime may have a thread of its own.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kSanitized = true;
+#elif defined(__has_feature)
+constexpr bool kSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+constexpr bool kSanitized = false;
+#endif
+
+enum class As {
+  kOrdinaryUser,           ///< no rights at all
+  kUserWithFixedPriority,  ///< an ordinary user with the one right to fixed priorities
+  kRoot,                   ///< whoever the tests run as; the tests skip unless that is root
+};
+
+/// A system call that fails in the program: by number, and by its first argument if given.
+struct RefusedCall {
+  int number;
+  std::optional<unsigned> first_argument;
+  int error = EPERM;
+};
+
+struct Command {
+  std::string path;
+  std::vector<std::string> arguments;
+  As as = As::kUserWithFixedPriority;
+  std::optional<rlim_t> fixed_priority_limit;  ///< RLIMIT_RTPRIO, in place of the right
+  std::optional<rlim_t> process_limit;         ///< RLIMIT_NPROC; counts threads
+  std::vector<RefusedCall> refused;            ///< through a system call filter
+  std::vector<int> ignored_signals;            ///< ignored from the start
+  std::string standard_output;                 ///< a path; empty: captured
+  std::string called = "vorn";                 ///< argv[0]
+};
+
+struct Outcome {
+  std::string out;
+  std::string err;
+  int status = -1;  ///< exit status, or -1
+  int signal = 0;   ///< the signal that killed it, or 0
+  bool timed_out = false;
+  double seconds = 0.0;  ///< from start to end
+};
+
+/// A program that runs. Killed when destroyed.
+class Running {
+ public:
+  explicit Running(const Command& command);
+  Running(const Running&) = delete;
+  Running& operator=(const Running&) = delete;
+  ~Running();
+
+  pid_t pid() const { return pid_; }
+
+  /// Sends `signo`; false if the program has ended.
+  bool send(int signo) const;
+
+  /// Whether the program catches SIGINT by now.
+  bool catches_interrupt() const;
+
+  /// Waits until the program catches SIGINT, or `limit` seconds.
+  bool wait_until_catching(double limit = 10.0) const;
+
+  /// What the program has printed so far.
+  std::string out() const;
+  std::string err() const;
+
+  /// Waits for the end, at most `limit` seconds; then kills it and says so.
+  Outcome wait(double limit = 30.0);
+
+ private:
+  using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+  using Clock = std::chrono::steady_clock;
+
+  File out_;
+  File err_;
+  pid_t pid_ = -1;
+  Clock::time_point started_;
+};
+
+/// Runs `command` to its end.
+Outcome run(const Command& command, double limit = 30.0);
+
+/// Whether this process may start programs as `as`; if not, `why` says what is lacking.
+bool may_run(As as, std::string& why);
+
+/// Whether this process may raise its own limits, as a Command with a limit needs.
+bool may_raise_limits();
+
+}  // namespace program
+
+/// Skips the test unless programs may be started as `as` here.
+#define SKIP_UNLESS_MAY_RUN(as)                      \
+  if (std::string why; !program::may_run(as, why)) { \
+    GTEST_SKIP() << why;                             \
+  }                                                  \
+  static_assert(true)

@@ -1,0 +1,46 @@
+#include "support/settings_fixture.h"
+
+#include <getopt.h>
+
+#include "WorkloadRegistry/registry.h"
+#include "support/fake_host.h"
+#include "vorn/settings.h"
+
+namespace {
+
+void reset_settings() {
+  noisy = false;
+  monitor = false;
+  invert = false;
+  monitor_rate = 1.0;
+  output.assign(1, '-');
+  cores = kNotGiven;
+  binding = kNotGiven;
+  frequency = 0.0;
+  fanfrequency = 0.0;
+  keys.clear();
+  fans.clear();
+  rpm = default_rpm(false);
+  trial_time = 0;
+  pstate = default_pstate(false);
+  workloads.clear();
+  sinusoid = 0.0;
+  triangle = 0.0;
+  params.active = true;
+  params.terminate = false;
+  optind = 0;  // getopt_long() starts anew
+  if (factories.empty()) {
+    load_factories(factories);
+  }
+  fake_host::reset();
+}
+
+}  // namespace
+
+SettingsFixture::SettingsFixture() {
+  reset_settings();
+}
+
+SettingsFixture::~SettingsFixture() {
+  reset_settings();
+}
