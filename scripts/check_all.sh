@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# What a change must pass: `./check all`.
+set -eu
+cd "$(dirname "$0")/.."
+. scripts/packages.sh
+
+need_packages cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev clang clang-tidy \
+  clang-format llvm man-db
+# Where clang's sanitizer and fuzzer runtimes are a package of their own.
+runtime=$(apt-cache search --names-only '^libclang-rt-dev$' 2>/dev/null | cut -d' ' -f1)
+[ -z "$runtime" ] || need_packages "$runtime"
+
+begin() { printf '\n== %s (%s s)\n' "$1" "$SECONDS" >&2; }
+
+begin 'format'
+git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
+
+begin 'g++: every test'
+./check
+
+begin 'clang: unit tests'
+build clang
+ctest --preset clang -L unit -j "$(nproc)"
+
+begin 'address and undefined-behaviour sanitizers: every test'
+build asan
+ctest --preset asan -L unit -j "$(nproc)"
+ctest --preset asan -LE unit -E Latency
+
+begin 'thread sanitizer: every test'
+build tsan
+ctest --preset tsan -L unit -j "$(nproc)"
+ctest --preset tsan -LE unit -E Latency
+
+begin 'fuzzing, a minute'
+build fuzz
+mkdir -p build/fuzz/corpus
+build/fuzz/fuzz/smc_fuzz -max_total_time=60 -print_final_stats=1 build/fuzz/corpus 2>&1 | tail -n 12
+
+begin 'clang-tidy'
+build tidy
+
+begin 'benchmarks: build, and one run of the quick ones'
+build bench
+build/bench/bench/smc_bench --benchmark_min_time=0.05
+
+begin 'installation and demo'
+build release
+cmake --install build/release --prefix build/installed >/dev/null
+build/installed/bin/vorn --version
+man --warnings -l build/installed/share/man/man1/vorn.1 >/dev/null
+./demo
+
+begin 'done'
