@@ -1,0 +1,37 @@
+#include "Host/host.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <string_view>
+
+#include "machines/linux_kernel.h"
+#include "machines/simulated/priority_grant.h"
+
+int simulated::granted(int kernel_answer) {
+  static std::atomic<bool> said = false;
+  if (kernel_answer != EPERM) {
+    return kernel_answer;
+  }
+  if (!said.exchange(true)) {
+    constexpr std::string_view kNotice =
+        "vorn-sim: no right to fixed priorities, threads run at ordinary priority; "
+        "run as root or with CAP_SYS_NICE to have them\n";
+    // One write: other threads may be printing.
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kNotice.data(), kNotice.size());
+  }
+  return 0;
+}
+
+int host::set_foreground_role() {
+  return 0;
+}
+
+int host::processor_count() {
+  return linux_kernel::processor_count();
+}
+
+int host::set_fixed_priority(pthread_t thread, int priority) {
+  return simulated::granted(linux_kernel::set_fixed_priority(thread, priority));
+}
