@@ -1,7 +1,5 @@
 #include "vorn/monitor_thread.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <fstream>
 #include <iostream>
@@ -11,6 +9,7 @@
 #include "Assertion/assertion.h"
 #include "SMC/SMC.h"
 #include "vorn/clock.h"
+#include "vorn/disk_commit.h"
 #include "vorn/module.h"
 #include "vorn/run_sleep.h"
 #include "vorn/settings.h"
@@ -27,7 +26,6 @@ void write_line(std::ostream& out, double elapsed, const std::list<float>& sampl
     out << "\t" << value;
   }
   out << std::endl;
-  sync();  // a machine that goes down under its load keeps every line up to then
 }
 
 /// Waits for the next point of the grid of whole periods since `start`. Counted from when the wait
@@ -41,12 +39,14 @@ void wait_for_the_grid(double start, double period) {
 
 void sample_into(std::ostream& out) {
   SMC smc(keys);
+  DiskCommit commit;  // a machine that goes down under its load keeps the lines up to then
   std::list<float> sample;
   const double start = now();
   const double period = 1.0 / monitor_rate;
   while (!params.terminate) {
     smc.sample(sample);
     write_line(out, now() - start, sample);
+    commit.line_written();
     wait_for_the_grid(start, period);
   }
 }

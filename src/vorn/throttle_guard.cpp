@@ -1,7 +1,6 @@
 #include "vorn/throttle_guard.h"
 
 #include <poll.h>
-#include <pthread.h>
 #include <sched.h>
 #include <sys/signalfd.h>
 
@@ -11,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "vorn/ordinary_thread.h"
 #include "vorn/settings.h"
 
 // Of each second, the kernel keeps 50 ms for ordinary threads. Kernels differ in how: some give
@@ -61,16 +61,11 @@ bool start_throttle_guard(const sigset_t& signals) {
   if (descriptor < 0) {
     return false;
   }
-  pthread_attr_t attr;
-  pthread_attr_init(&attr);
-  pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_DETACHED);
-  pthread_attr_setinheritsched(&attr, PTHREAD_EXPLICIT_SCHED);
-  pthread_attr_setschedpolicy(&attr, SCHED_OTHER);
-  const sched_param ordinary{};  // unset, it would be the creator's
-  pthread_attr_setschedparam(&attr, &ordinary);
   pthread_t thread{};
-  auto* argument = reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor));
-  const int result = pthread_create(&thread, &attr, guard, argument);
-  pthread_attr_destroy(&attr);
-  return result == 0;
+  if (!start_ordinary_thread(thread, guard,
+                             reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)))) {
+    return false;
+  }
+  pthread_detach(thread);
+  return true;
 }

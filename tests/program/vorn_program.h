@@ -15,3 +15,12 @@ inline program::Command vorn(std::vector<std::string> arguments,
   command.as = as;
   return command;
 }
+
+/// The same on the simulated machine.
+inline program::Command vorn_sim(std::vector<std::string> arguments,
+                                 program::As as = program::As::kUserWithFixedPriority) {
+  program::Command command = vorn(std::move(arguments), as);
+  command.path = VORN_SIM_PROGRAM;
+  command.called = "vorn-sim";
+  return command;
+}

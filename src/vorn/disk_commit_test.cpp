@@ -1,0 +1,81 @@
+#include "vorn/disk_commit.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+namespace {
+
+std::atomic<int> commits{0};
+std::atomic<bool> held{false};
+
+}  // namespace
+
+// In place of the C library's: counts, and takes as long as a test wants.
+extern "C" void sync() noexcept {
+  while (held) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  ++commits;
+}
+
+namespace {
+
+class DiskCommitTest : public testing::Test {
+ protected:
+  DiskCommitTest() {
+    commits = 0;
+    held = false;
+  }
+
+  static bool reaches(int count) {
+    for (int tries = 0; tries < 10000 && commits < count; ++tries) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return commits == count;
+  }
+};
+
+TEST_F(DiskCommitTest, CommitsOnceForEachLine) {
+  DiskCommit commit;
+  for (int line = 1; line <= 5; ++line) {
+    commit.line_written();
+    EXPECT_TRUE(reaches(line));
+  }
+}
+
+TEST_F(DiskCommitTest, DoesNotHoldTheNextLineUp) {
+  DiskCommit commit;
+  held = true;
+  for (int line = 0; line < 100; ++line) {
+    commit.line_written();
+  }
+  held = false;
+  EXPECT_TRUE(reaches(100));
+}
+
+TEST_F(DiskCommitTest, AtItsEndCommitsAllThatIsLeftAtOnce) {
+  {
+    DiskCommit commit;
+    held = true;
+    for (int line = 0; line < 100; ++line) {
+      commit.line_written();
+    }
+    std::thread release([] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      held = false;
+    });
+    release.detach();
+  }
+  EXPECT_GE(commits, 1);
+  EXPECT_LE(commits, 2);
+}
+
+TEST_F(DiskCommitTest, WithoutALineCommitsNothing) {
+  { DiskCommit commit; }
+  EXPECT_EQ(commits, 0);
+}
+
+}  // namespace

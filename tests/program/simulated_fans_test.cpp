@@ -1,0 +1,171 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+#include "program/samples.h"
+#include "program/vorn_program.h"
+#include "vorn/version.h"
+
+// Privileged runs on the simulated machine: fans and P-states, set and given back.
+
+namespace {
+
+using program::As;
+using program::Command;
+using program::Outcome;
+using program::Running;
+
+constexpr const char* kBothRestored = "Power balancing restored\nFans restored\n";
+
+class SimulatedFans : public testing::Test {
+ protected:
+  void SetUp() override { SKIP_UNLESS_MAY_RUN(As::kRoot); }
+
+  static Outcome run(std::vector<std::string> arguments) {
+    return program::run(vorn_sim(std::move(arguments), As::kRoot));
+  }
+
+  /// The samples of one fan's speed in a run with `arguments`.
+  static Samples speeds(std::vector<std::string> arguments) {
+    arguments.insert(arguments.end(), {"-m", "-r", "20", "-k", "F0Ac", "-k", "F2Ac"});
+    return parse_samples(run(std::move(arguments)).out);
+  }
+};
+
+TEST_F(SimulatedFans, RunAtTheirMaximumAndTheProcessorInPStateZeroByDefault) {
+  const Outcome outcome = run({"-n", "-c", "1", "-t", "1"});
+  const std::string processors = std::to_string(std::thread::hardware_concurrency());
+  EXPECT_EQ(outcome.err, longversion + ", running on a " + processors +
+                             "-core system in P0\n"
+                             "\t+ fans F0Tg, F1Tg @ max \n"
+                             "\tworkload thread on core 0 running \"spin\" (priority 63)\n" +
+                             kBothRestored);
+  EXPECT_EQ(outcome.status, 0);
+}
+
+TEST_F(SimulatedFans, AreHeldAtTheSpeedGiven) {
+  const Outcome outcome = run({"-n", "-c", "1", "-s", "2500", "-p", "3", "-a", "F0Tg", "-t", "1"});
+  const std::string processors = std::to_string(std::thread::hardware_concurrency());
+  EXPECT_EQ(outcome.err, longversion + ", running on a " + processors +
+                             "-core system in P3\n"
+                             "\t+ fan F0Tg @ 2500RPM\n"
+                             "\tworkload thread on core 0 running \"spin\" (priority 63)\n" +
+                             kBothRestored);
+  EXPECT_EQ(outcome.status, 0);
+}
+
+TEST_F(SimulatedFans, AreLeftAloneAtASpeedOfZero) {
+  const Outcome outcome = run({"-c", "1", "-s", "0", "-t", "1"});
+  EXPECT_EQ(outcome.err, "Power balancing restored\n");
+  EXPECT_EQ(outcome.status, 0);
+}
+
+TEST_F(SimulatedFans, OnlyThoseNamedAreForced) {
+  const Samples samples = speeds({"-c", "1", "-s", "-1", "-a", "F0Tg", "-t", "3"});
+  ASSERT_FALSE(samples.empty());
+  EXPECT_GT(samples.back()[1], 1.5 * samples.front()[1]) << "fan 0 goes to its maximum";
+  EXPECT_LT(samples.back()[2], 1.5 * samples.front()[2]) << "fan 2 is the automatic control's";
+}
+
+TEST_F(SimulatedFans, SwitchBetweenAStopAndTheirSpeed) {
+  const Samples samples = speeds({"-c", "1", "-s", "3000", "-F", "0.25", "-t", "5"});
+  double least = 1e9;
+  double most_after = 0.0;
+  for (const auto& sample : samples) {
+    if (sample[1] < least) {
+      least = sample[1];
+      most_after = 0.0;
+    }
+    most_after = std::max(most_after, sample[1]);
+  }
+  EXPECT_LT(least, 0.6 * samples.front()[1] + 400.0);
+  EXPECT_GT(most_after, least + 500.0) << "it must rise again after the stop";
+}
+
+TEST_F(SimulatedFans, ANameThatIsNoFansFailsTheRun) {
+  const Outcome outcome = run({"-s", "3000", "-a", "F3Tg", "-t", "5"});
+  EXPECT_EQ(outcome.err,
+            "Unrecognized SMC fan key \"F3Tg\"\n"
+            "Unable to set fans to 3000RPM\n");
+  EXPECT_EQ(outcome.status, 255);
+}
+
+TEST_F(SimulatedFans, ASpeedThatTheirKeyCannotHoldFailsTheRun) {
+  const Outcome outcome = run({"-s", "9000", "-t", "5"});
+  EXPECT_EQ(outcome.err,
+            "Value too large for SMC data type FPe2\n"
+            "Unable to set fans to 9000RPM\n");
+  EXPECT_EQ(outcome.status, 255);
+}
+
+TEST_F(SimulatedFans, APStateThatThereIsNotFailsTheRun) {
+  const Outcome outcome = run({"-s", "0", "-p", "99", "-t", "5"});
+  EXPECT_EQ(outcome.err,
+            "KxConnectMethodScalarIScalarO(): error kKxReturnBadArgument\n"
+            "Unable to set P-state 99\n");
+  EXPECT_EQ(outcome.status, 255);
+}
+
+TEST_F(SimulatedFans, ASlowerPStateUsesLessPower) {
+  const auto power_in = [](const char* pstate) {
+    return parse_samples(run({"-m", "-r", "10", "-s", "0", "-p", pstate, "-t", "2"}).out).back()[1];
+  };
+  EXPECT_LT(power_in("7"), 0.7 * power_in("0"));
+}
+
+// In every stage: before the set-up, in it, while threads start, in the head start, in the run.
+TEST_F(SimulatedFans, AreGivenBackFromEveryStage) {
+  for (int run = 0; run < 60; ++run) {
+    Running running(
+        vorn_sim({"-m", "-c", "2", "-w", "bspin", "-f", "100", "-s", "2000"}, As::kRoot));
+    ASSERT_TRUE(running.wait_until_catching());
+    usleep(static_cast<useconds_t>(run < 30 ? 50 * run : 25000 * (run - 30)));
+    running.send(SIGINT);
+    const Outcome outcome = running.wait();
+    EXPECT_EQ(outcome.status, 0) << run;
+    EXPECT_NE(outcome.err.find("Fans restored\n"), std::string::npos) << run << outcome.err;
+  }
+}
+
+TEST_F(SimulatedFans, AreGivenBackWhenNobodyReadsTheSamples) {
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  Command command = vorn_sim({"-m", "-r", "50", "-c", "1", "-s", "2000"}, As::kRoot);
+  command.standard_output = "/proc/self/fd/" + std::to_string(ends[1]);
+  Running running(command);
+  ASSERT_TRUE(running.wait_until_catching());
+  close(ends[1]);
+  close(ends[0]);
+  const Outcome outcome = running.wait();
+  EXPECT_EQ(outcome.err, kBothRestored);
+  EXPECT_EQ(outcome.status, 0);
+}
+
+TEST_F(SimulatedFans, AreNotTheOrdinaryUsersToSet) {
+  const Outcome outcome = program::run(vorn_sim({"-c", "1", "-s", "3000", "-p", "2", "-t", "1"}));
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_EQ(outcome.status, 0);
+}
+
+TEST_F(SimulatedFans, AndFixedPrioritiesAreTheSetUserIdProgramsToTake) {
+  if (program::kSanitized) {
+    GTEST_SKIP() << "the sanitizers' runtimes refuse to run set-user-id";
+  }
+  const OpenFolder folder;
+  const std::string copy = folder.file("vorn-sim");
+  std::filesystem::copy_file(VORN_SIM_PROGRAM, copy);
+  ASSERT_EQ(chmod(copy.c_str(), 04755), 0);
+  Command command = vorn_sim({"-c", "2", "-f", "10", "-s", "2000", "-t", "1"}, As::kOrdinaryUser);
+  command.path = copy;
+  const Outcome outcome = program::run(command);
+  EXPECT_EQ(outcome.err, kBothRestored) << "no notice of priorities that were refused";
+  EXPECT_EQ(outcome.status, 0);
+}
+
+}  // namespace

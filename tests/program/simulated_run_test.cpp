@@ -1,0 +1,176 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <numeric>
+#include <thread>
+
+#include "program/samples.h"
+#include "program/vorn_program.h"
+
+// Whole runs of an ordinary user on the simulated machine.
+
+namespace {
+
+using program::As;
+using program::Command;
+using program::Outcome;
+using program::Running;
+
+constexpr const char* kNotice =
+    "vorn-sim: no right to fixed priorities, threads run at ordinary priority; run as root or with "
+    "CAP_SYS_NICE to have them\n";
+
+/// An ordinary user's run that samples `arguments`' keys; its samples.
+Samples samples_of(std::vector<std::string> arguments) {
+  const Outcome outcome = program::run(vorn_sim(std::move(arguments), As::kOrdinaryUser));
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(outcome.err, kNotice);
+  return parse_samples(outcome.out);
+}
+
+TEST(SimulatedRun, NeedsNoRightsAndSaysOnceWhatItLacks) {
+  const Outcome outcome = program::run(vorn_sim({"-c", "4", "-f", "50", "-t", "1"},  //
+                                                As::kOrdinaryUser));
+  EXPECT_EQ(outcome.err, kNotice);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(outcome.status, 0);
+}
+
+TEST(SimulatedRun, WithTheRightToFixedPrioritiesIsSilent) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const Outcome outcome = program::run(vorn_sim({"-c", "4", "-f", "50", "-t", "1"}));
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_EQ(outcome.status, 0);
+}
+
+TEST(SimulatedRun, SamplesThePowerOnceASecondByDefault) {
+  const Samples samples = samples_of({"-m", "-t", "3"});
+  ASSERT_GE(samples.size(), 3U);
+  ASSERT_LE(samples.size(), 4U);
+  for (const auto& sample : samples) {
+    EXPECT_EQ(sample.size(), 2U);
+  }
+}
+
+TEST(SimulatedRun, TakesItsFirstSampleBeforeTheLoad) {
+  const Samples samples = samples_of({"-m", "-r", "4", "-t", "2"});
+  ASSERT_GE(samples.size(), 6U);
+  EXPECT_LT(samples[0][0], 0.1);
+  EXPECT_GT(samples[5][1], samples[0][1] + 10.0) << "the load must show in the power";
+}
+
+TEST(SimulatedRun, SamplesEveryKeyInTheOrderGiven) {
+  const Samples samples =
+      samples_of({"-m", "-r", "20", "-k", "F0Mx", "-k", "TA0P", "-k", "F0Mx", "-t", "1"});
+  ASSERT_FALSE(samples.empty());
+  EXPECT_EQ(samples[0].size(), 4U);
+  EXPECT_EQ(samples[0][1], samples[0][3]);
+  EXPECT_GT(samples[0][1], 1000.0) << "a maximum speed";
+  EXPECT_LT(samples[0][2], 40.0) << "a room's temperature";
+}
+
+TEST(SimulatedRun, WritesItsSamplesToAFile) {
+  const OpenFolder folder;
+  const std::string file = folder.file("run.txt");
+  const Outcome outcome = program::run(vorn_sim({"-m", "-r", "50", "-t", "1", "-o", file}));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_GT(parse_samples(read_file(file)).size(), 20U);
+}
+
+// Kept as it is: neither is noticed.
+TEST(SimulatedRun, LosesItsSamplesToAFullDeviceOrAFolderThatDoesNotExist) {
+  for (const char* file : {"/dev/full", "/nonexistent/folder/run.txt"}) {
+    const Outcome outcome =
+        program::run(vorn_sim({"-m", "-r", "20", "-t", "1", "-o", file}, As::kOrdinaryUser));
+    EXPECT_EQ(outcome.status, 0) << file;
+    EXPECT_EQ(outcome.err, kNotice) << file;
+  }
+}
+
+TEST(SimulatedRun, GoesOnWithoutSamplesIfAKeyCannotBeResolved) {
+  const struct {
+    const char* key;
+    const char* failure;
+  } kCases[] = {
+      {"XXXX", "Expected data size 2 for SMC key \"XXXX\", instead got 0\n"},
+      {"FCnt", "Expected data size 2 for SMC key \"FCnt\", instead got 1\n"},
+      {"Uptm", "Expected data size 2 for SMC key \"Uptm\", instead got 4\n"},
+      {"PC0", "Malformed SMC key \"PC0\"\n"},
+  };
+  for (const auto& [key, failure] : kCases) {
+    const Outcome outcome = program::run(vorn_sim({"-m", "-k", key, "-t", "1"}, As::kOrdinaryUser));
+    EXPECT_EQ(outcome.err, std::string(kNotice) + failure);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.status, 0);
+  }
+}
+
+TEST(SimulatedRun, LeavesAWholeLastLineWhenItIsEnded) {
+  for (int run = 0; run < 20; ++run) {
+    const OpenFolder folder;
+    const std::string file = folder.file("run.txt");
+    Running running(vorn_sim({"-m", "-r", "200", "-k", "PC0C", "-k", "TC0D", "-w", "bspin", "-f",
+                              "100", "-t", "1000", "-o", file}));
+    ASSERT_TRUE(running.wait_until_catching());
+    std::this_thread::sleep_for(std::chrono::milliseconds(100 + 7 * run));
+    running.send(run % 2 == 0 ? SIGINT : SIGALRM);
+    EXPECT_EQ(running.wait().status, 0);
+    EXPECT_NO_THROW(parse_samples(read_file(file)));
+  }
+}
+
+// Every processor loaded, and sampled at 50 Hz. What is printed is the figure; what is asserted is
+// what a machine can promise that lends its processors to others, and whose disk may be busy.
+TEST(SimulatedRun, KeepsItsSamplesOnTheGrid) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const OpenFolder folder;
+  const std::string file = folder.file("run.txt");
+  ASSERT_EQ(
+      program::run(vorn_sim({"-m", "-r", "50", "-w", "bspin", "-f", "100", "-t", "8", "-o", file}))
+          .status,
+      0);
+  const Samples samples = parse_samples(read_file(file));
+  const std::vector<double> distances = distances_from_grid(samples, 0.02);
+  ASSERT_GT(samples.size(), 200U);
+  std::printf("%zu samples, distance from the grid: median %.3f ms, 99th percentile %.3f ms\n",
+              samples.size(), 1e3 * distances[distances.size() / 2],
+              1e3 * distances[distances.size() * 99 / 100]);
+  EXPECT_LT(distances[distances.size() / 2], 0.002);
+  for (std::size_t i = 1; i < samples.size(); ++i) {
+    EXPECT_GT(samples[i][0], samples[i - 1][0]);
+  }
+}
+
+double mean_of(const Samples& samples, std::size_t column, double from, double to) {
+  double sum = 0.0;
+  int count = 0;
+  for (const auto& sample : samples) {
+    if (sample[0] >= from && sample[0] < to) {
+      sum += sample[column];
+      ++count;
+    }
+  }
+  return sum / std::max(count, 1);
+}
+
+// The load begins 0.5 s after the samples, at the sinusoid's minimum.
+TEST(SimulatedRun, ShowsTheSinusoidOfTheLoadInThePowerAndItsImageInTheTemperature) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const Outcome outcome = program::run(vorn_sim({"-m", "-r", "20", "-k", "PC0C", "-k", "TC0D", "-w",
+                                                 "bspin", "-f", "20", "-z", "0.25", "-t", "5"}));
+  const Samples samples = parse_samples(outcome.out);
+  ASSERT_GT(samples.size(), 50U);
+  const double trough = mean_of(samples, 1, 0.0, 0.6);
+  const double peak = mean_of(samples, 1, 2.2, 2.8);
+  const double next_trough = mean_of(samples, 1, 4.3, 4.7);
+  EXPECT_GT(peak, trough + 30.0);
+  EXPECT_GT(peak, next_trough + 30.0);
+  // The die lags: at the power's peak it is still rising, and it is warm when the power is low.
+  EXPECT_GT(mean_of(samples, 2, 2.8, 3.2), mean_of(samples, 2, 2.0, 2.3));
+  EXPECT_GT(mean_of(samples, 2, 4.3, 4.7), mean_of(samples, 2, 0.0, 0.5) + 2.0);
+}
+
+}  // namespace
