@@ -2,11 +2,17 @@
 
 #include <sched.h>
 
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
 #include <ctime>
+#include <utility>
 
 namespace {
 
 constexpr double kShortestHole = 2e-6;
+constexpr double kShortestExplained = 50e-6;
+constexpr double kLongestAsking = 30e-6;
 constexpr std::size_t kMostHoles = 4000000;  // allocated before the watch begins
 
 void pin_with_lowest_policy(int processor) {
@@ -46,9 +52,41 @@ void ProcessorProbe::watch(int processor) {
   double last = monotonic_seconds();
   while (!stopping_.load(std::memory_order_relaxed)) {
     const double t = monotonic_seconds();
-    if (t - last >= kShortestHole && holes_.size() < kMostHoles) {
-      holes_.push_back({last, t});
-    }
-    last = t;
+    last = t - last >= kShortestHole ? note_hole(last, t) : t;
   }
+}
+
+// Asking the witness takes some microseconds, in which others may come again.
+double ProcessorProbe::note_hole(double start, double end) {
+  while (holes_.size() < kMostHoles) {
+    holes_.push_back({start, end, explain(end - start)});
+    const double asked = monotonic_seconds();
+    if (asked - end < kLongestAsking) {
+      return asked;
+    }
+    start = end;
+    end = asked;
+  }
+  return end;
+}
+
+// Of the threads, one ran here and the others ran elsewhere: the one whose time fits best. Short
+// holes are not worth asking for each; their time is asked for together with the next one's.
+double ProcessorProbe::explain(double hole) {
+  const Witness* witness = witness_.load();
+  if (witness == nullptr || not_asked_ + hole < kShortestExplained) {
+    not_asked_ += hole;
+    return hole;
+  }
+  const std::vector<double> used = witness->used();
+  const double wanted = not_asked_ + hole;
+  double best = 0.0;
+  for (std::size_t i = 0; i < std::min(used.size(), used_before_.size()); ++i) {
+    const double ran = used[i] - used_before_[i];
+    if (std::abs(wanted - ran) < std::abs(wanted - best)) {
+      best = ran;
+    }
+  }
+  used_before_ = used;
+  return best - std::exchange(not_asked_, 0.0);
 }

@@ -7,8 +7,9 @@
 
 namespace {
 
-constexpr double kTellable = 0.1;     // of a slot: shorter phases are taken for their neighbours
-constexpr double kTogether = 500e-6;  // seconds: holes no further apart are one phase, at most
+constexpr double kTellable = 0.1;        // of a slot: shorter phases are taken for their neighbours
+constexpr double kDisturbance = 100e-6;  // seconds of others' use that spoil a phase
+constexpr double kTogether = 500e-6;     // seconds: holes no further apart are one phase, at most
 
 /// Holes so close together that they are one phase, without those too short to be a phase at all
 /// (interrupts, the waveform's own thread).
@@ -18,6 +19,7 @@ std::vector<Interval> phases(const std::vector<Interval>& holes, double shortest
   for (const Interval& hole : holes) {
     if (!merged.empty() && hole.start - merged.back().end < together) {
       merged.back().end = hole.end;
+      merged.back().explained += hole.explained;
     } else {
       merged.push_back(hole);
     }
@@ -41,13 +43,17 @@ bool tellable(const Slot& slot) {
   return std::min(slot.on, slot.off) >= kTellable * slot.length();
 }
 
+bool disturbed(const Interval& phase) {
+  return std::abs(phase.length() - phase.explained) >= kDisturbance;
+}
+
 std::vector<double> errors_from(const std::vector<Interval>& on,
                                 const std::vector<std::size_t>& index,
                                 const std::vector<Slot>& wave, std::size_t first) {
   std::vector<double> errors;
   for (std::size_t i = 1; i + 1 < on.size(); ++i) {  // the first and last may be cut off
     const Slot& slot = wave[(first + index[i]) % wave.size()];
-    if (tellable(slot)) {
+    if (tellable(slot) && !disturbed(on[i])) {
       errors.push_back(on[i].length() - slot.on);
     }
   }
@@ -102,7 +108,7 @@ Measured analyse(const std::vector<Interval>& holes, const std::vector<Slot>& wa
   double off_time = 0.0;
   double off_used = 0.0;
   for (std::size_t i = 1; i + 1 < on.size(); ++i) {
-    const Interval off{on[i].end, on[i + 1].start};
+    const Interval off{on[i].end, on[i + 1].start, 0.0};
     on_time += on[i].length();
     on_used += used(holes, on[i]);
     off_time += off.length();
@@ -113,6 +119,8 @@ Measured analyse(const std::vector<Interval>& holes, const std::vector<Slot>& wa
   measured.duty = on_time / (on_time + off_time);
   measured.frequency_error = static_cast<double>(index.back()) * slot / found - 1.0;
   measured.on_errors = best_errors(on, index, wave);
+  measured.disturbed = static_cast<double>(std::count_if(on.begin(), on.end(), disturbed)) /
+                       static_cast<double>(on.size());
   measured.on_load = on_used / on_time;
   measured.off_load = off_used / off_time;
   return measured;

@@ -16,13 +16,16 @@ struct Measured {
   double duty;                    ///< part of the time between the first and last on that was on
   double frequency_error;         ///< relative, of the slots' mean length; positive is too fast
   std::vector<double> on_errors;  ///< found minus wanted, seconds, for each on that can be told
-  double on_load;                 ///< part of the on time that others had the processor
-  double off_load;                ///< the same of the off time
+  double disturbed;  ///< part of the ons left out because somebody else used the processor
+  double on_load;    ///< part of the on time that others had the processor
+  double off_load;   ///< the same of the off time
 };
 
 /// Finds the on phases in the holes that a probe saw, and compares them with `wave`. Slots whose on
 /// or off is shorter than a tenth of a slot cannot be told from their neighbours and are left out
-/// of the errors. Returns nothing measured (empty `on_errors`) from fewer than three on phases.
+/// of the errors, and so are ons in which somebody else than the witness's threads used the
+/// processor for 100 us or more. Returns nothing measured (empty `on_errors`) from fewer than three
+/// on phases.
 Measured analyse(const std::vector<Interval>& holes, const std::vector<Slot>& wave);
 
 /// The `part` (0 to 1) percentile of the absolute values; 0 of none. By nearest rank.

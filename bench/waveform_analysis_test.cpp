@@ -14,7 +14,7 @@ std::vector<Interval> play(const std::vector<Slot>& wave, int slots, double late
   for (int i = 0; i < slots; ++i) {
     const Slot& slot = wave[static_cast<std::size_t>(i) % wave.size()];
     if (slot.on > 0.0) {
-      holes.push_back({t + late, t + late + slot.on + extra});
+      holes.push_back({t + late, t + late + slot.on + extra, slot.on + extra});
     }
     t += slot.length();
   }
@@ -61,12 +61,22 @@ TEST(WaveformAnalysis, TakesHolesCloseTogetherForOnePhaseAndCountsWhatIsBetween)
   const std::vector<Slot> wave = {{0.005, 0.005}};
   std::vector<Interval> holes;
   for (const Interval& on : play(wave, 50, 0.0, 0.0)) {
-    holes.push_back({on.start, on.start + 0.0025});
-    holes.push_back({on.start + 0.0026, on.end});
+    holes.push_back({on.start, on.start + 0.00245, 0.00245});
+    holes.push_back({on.start + 0.00255, on.end, 0.00245});
   }
   const Measured measured = analyse(holes, wave);
   EXPECT_NEAR(percentile_of_absolute(measured.on_errors, 0.99), 0.0, 1e-9);
   EXPECT_NEAR(measured.on_load, 0.98, 1e-6);
+}
+
+TEST(WaveformAnalysis, LeavesPhasesOutThatSomebodyElseUsed) {
+  const std::vector<Slot> wave = {{0.005, 0.005}};
+  std::vector<Interval> holes = play(wave, 100, 0.0, 0.0);
+  holes[50].start -= 0.001;  // somebody else ran right before
+  const Measured measured = analyse(holes, wave);
+  EXPECT_EQ(measured.on_errors.size(), 97U);
+  EXPECT_NEAR(measured.disturbed, 0.01, 1e-9);
+  EXPECT_NEAR(percentile_of_absolute(measured.on_errors, 0.99), 0.0, 1e-9);
 }
 
 TEST(WaveformAnalysis, CountsInterruptsInTheOffPhaseAsItsLoad) {
@@ -74,7 +84,7 @@ TEST(WaveformAnalysis, CountsInterruptsInTheOffPhaseAsItsLoad) {
   std::vector<Interval> holes;
   for (const Interval& on : play(wave, 50, 0.0, 0.0)) {
     holes.push_back(on);
-    holes.push_back({on.end + 0.0025, on.end + 0.0025 + 50 * kMicro});
+    holes.push_back({on.end + 0.0025, on.end + 0.0025 + 50 * kMicro, 0.0});
   }
   EXPECT_NEAR(analyse(holes, wave).off_load, 0.01, 1e-6);
 }

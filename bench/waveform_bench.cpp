@@ -24,6 +24,7 @@ namespace {
 using program::As;
 
 constexpr int kPriority = 63;
+constexpr int kWorkloadPriority = 31;
 
 struct Waveform {
   const char* name;
@@ -85,6 +86,11 @@ std::vector<std::vector<Interval>> watch_run(const Waveform& waveform, int proce
   }
   usleep(200000);
   program::Running running(command);
+  usleep(100000);  // until its threads are there
+  const Witness witness(running.pid(), kWorkloadPriority);
+  for (const auto& probe : probes) {
+    probe->call(witness);
+  }
   usleep(static_cast<useconds_t>(1e6 * waveform.seconds));
   running.send(SIGINT);
   running.wait();
@@ -107,6 +113,23 @@ std::vector<double> floor_latencies(int processors) {
   return latencies;
 }
 
+/// The part of the processors that others use while vorn does not run.
+double idle_noise(int processors) {
+  constexpr double kSeconds = 1.0;
+  std::vector<std::unique_ptr<ProcessorProbe>> probes;
+  for (int processor = 0; processor < processors; ++processor) {
+    probes.push_back(std::make_unique<ProcessorProbe>(processor));
+  }
+  usleep(static_cast<useconds_t>(1e6 * kSeconds));
+  double used = 0.0;
+  for (const auto& probe : probes) {
+    for (const Interval& hole : probe->stop()) {
+      used += hole.length();
+    }
+  }
+  return used / kSeconds / processors;
+}
+
 void measure(benchmark::State& state, const Waveform& waveform) {
   const auto processors = static_cast<int>(std::thread::hardware_concurrency());
   for ([[maybe_unused]] auto once : state) {
@@ -120,6 +143,7 @@ void measure(benchmark::State& state, const Waveform& waveform) {
       mean.frequency_error += measured.frequency_error / processors;
       mean.on_load += measured.on_load / processors;
       mean.off_load += measured.off_load / processors;
+      mean.disturbed += measured.disturbed / processors;
     }
     if (errors.empty()) {
       state.SkipWithError("no waveform was seen");
@@ -135,6 +159,8 @@ void measure(benchmark::State& state, const Waveform& waveform) {
     state.counters["floor_p99_us"] = 1e6 * floor99;
     state.counters["p99_over_floor"] = error99 / floor99;
     state.counters["on_load_%"] = 100.0 * mean.on_load;
+    state.counters["disturbed_%"] = 100.0 * mean.disturbed;
+    state.counters["idle_noise_%"] = 100.0 * idle_noise(processors);
     state.counters["off_load_%"] = 100.0 * mean.off_load;
   }
 }
