@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the commands at the top: makes sure that the packages they build with are there.
 
 # need_packages NAME...: installs with apt what is missing, as root; else says what to install.
