@@ -46,7 +46,14 @@ PlatformPlugin::PlatformPlugin() : connection(setup_connection()) {}
 
 // NOLINTNEXTLINE(bugprone-exception-escape): as declared
 PlatformPlugin::~PlatformPlugin() noexcept(false) {
+  if (connection != 0) {
+    close();
+  }
+}
+
+void PlatformPlugin::close() {
   teardown_connection(connection);
+  connection = 0;
 }
 
 unsigned int PlatformPlugin::setup_connection() {

@@ -11,12 +11,16 @@ class PlatformPlugin {
  public:
   PlatformPlugin();
 
-  /// Closes the connection. Throws if the driver refuses.
+  /// Closes the connection if it is still open. Throws if the driver refuses.
   // NOLINTNEXTLINE(bugprone-exception-escape): a refused close is to reach the owner
   ~PlatformPlugin() noexcept(false);
 
   PlatformPlugin(const PlatformPlugin&) = delete;
   PlatformPlugin& operator=(const PlatformPlugin&) = delete;
+
+  /// Closes the connection while the object lives on: if the driver refuses, this throws and the
+  /// connection is still open.
+  void close();
 
   /// Finds the plugin's service and opens a connection to it, which the caller owns. The service
   /// itself stays referenced for the life of the process.
@@ -31,5 +35,5 @@ class PlatformPlugin {
   bool default_state();
 
  private:
-  unsigned int connection;
+  unsigned int connection;  ///< 0 once closed
 };

@@ -20,7 +20,7 @@ class SMC {
   /// the connection then stays open until the process ends.
   explicit SMC(const std::list<std::string>& keys);
 
-  /// Closes the connection. Throws if the driver refuses.
+  /// Closes the connection. Throws if the driver refuses, unless another exception is on its way.
   // NOLINTNEXTLINE(bugprone-exception-escape): a refused close is to reach the owner
   ~SMC() noexcept(false);
 

@@ -1,4 +1,5 @@
 #include <cstddef>
+#include <exception>
 
 #include "Assertion/assertion.h"
 #include "Kx/Kx.h"
@@ -37,7 +38,15 @@ SMC::SMC() : connection(get_port()) {}
 
 // NOLINTNEXTLINE(bugprone-exception-escape): as declared
 SMC::~SMC() noexcept(false) {
-  release_port(connection);
+  try {
+    release_port(connection);
+  } catch (const SMCException&) {
+    // A controller that has gone fails its transaction and then its close. Two exceptions at once
+    // would end the process; the first one says it all.
+    if (std::uncaught_exceptions() == 0) {
+      throw;
+    }
+  }
 }
 
 unsigned int SMC::get_port() {

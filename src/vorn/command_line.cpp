@@ -191,7 +191,6 @@ bool know_every_workload() {
 int parse_options(int argc, char* argv[]) {
   assertion(!factories.empty(), "!factories.empty()", kDriverModule);
   assertion(workloads.empty(), "workloads.empty()", kDriverModule);
-  // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread exists yet
   for (int letter;
        (letter = getopt_long(argc, argv, kShortOptions, kLongOptions, nullptr)) != -1;) {
     if (!apply_option(letter, argv[0])) {

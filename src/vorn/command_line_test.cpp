@@ -17,6 +17,7 @@ class CommandLine : public SettingsFixture {
   static int parse_aloud(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "vorn");
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) {
       argv.push_back(argument.data());
     }

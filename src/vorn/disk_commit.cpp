@@ -4,16 +4,18 @@
 
 #include "vorn/ordinary_thread.h"
 
-DiskCommit::DiskCommit() : started_(start_ordinary_thread(thread_, commit_lines, this)) {}
+DiskCommit::DiskCommit() {
+  sem_init(&changed_, 0, 0);
+  started_ = start_ordinary_thread(thread_, commit_lines, this);
+}
 
 DiskCommit::~DiskCommit() {
-  pthread_mutex_lock(&mutex_);
   ending_ = true;
-  pthread_cond_signal(&changed_);
-  pthread_mutex_unlock(&mutex_);
+  sem_post(&changed_);
   if (started_) {
     pthread_join(thread_, nullptr);
   }
+  sem_destroy(&changed_);
 }
 
 void DiskCommit::line_written() {
@@ -21,28 +23,23 @@ void DiskCommit::line_written() {
     sync();
     return;
   }
-  pthread_mutex_lock(&mutex_);
-  ++lines_;
-  pthread_cond_signal(&changed_);
-  pthread_mutex_unlock(&mutex_);
+  ++written_;
+  sem_post(&changed_);
 }
 
 void* DiskCommit::commit_lines(void* self) {
   auto* commit = static_cast<DiskCommit*>(self);
-  while (commit->wait_for_a_line()) {
-    sync();
+  for (unsigned long committed = 0;;) {
+    while (sem_wait(&commit->changed_) != 0) {  // interrupted
+    }
+    const bool ending = commit->ending_;  // before the lines: after it there are no more
+    const unsigned long written = commit->written_;
+    if (written != committed) {
+      sync();
+      committed = written;
+    }
+    if (ending) {
+      return nullptr;
+    }
   }
-  return nullptr;
-}
-
-// At the end one commit does for all lines that are left.
-bool DiskCommit::wait_for_a_line() {
-  pthread_mutex_lock(&mutex_);
-  while (lines_ == 0 && !ending_) {
-    pthread_cond_wait(&changed_, &mutex_);
-  }
-  const bool any = lines_ != 0;
-  lines_ = ending_ || !any ? 0 : lines_ - 1;
-  pthread_mutex_unlock(&mutex_);
-  return any;
 }

@@ -1,7 +1,5 @@
 #include "vorn/fan_thread.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <cmath>
 #include <iostream>
@@ -10,21 +8,24 @@
 #include "vorn/fans.h"
 #include "vorn/module.h"
 #include "vorn/numbers.h"
+#include "vorn/run_sleep.h"
 #include "vorn/settings.h"
 
 ServiceThread fan_thread;
 
 namespace {
 
-/// Sleeps half a period of the wave, to its end.
+/// Sleeps half a period of the wave. Nobody wakes it for the end of the run.
 void sleep_half(std::uint32_t half) {
-  if (usleep(half) < 0) {
+  if (undisturbed_sleep(half) < 0) {
     assertion(errno == EINTR, "errno == EINTR", kDriverModule, 0, "fan_thread_function");
     assertion(params.terminate, "params.terminate", kDriverModule, 0, "fan_thread_function");
   }
 }
 
 }  // namespace
+
+std::uint32_t half_period(double hertz) { return to_uint32(std::rint(500000.0 / hertz)); }
 
 int spawn_fan() {
   assertion(using_fan_thread(), "using_fan_thread()", kDriverModule);
@@ -35,7 +36,7 @@ void* fan_thread_function(void* /*arg*/) {
   // `--fanfrequency` without a speed to switch to ends here.
   assertion(setting_fans(), "setting_fans()", kDriverModule);
   bool stopped = true;
-  const std::uint32_t half = to_uint32(std::rint(500000.0 / fanfrequency));
+  const std::uint32_t half = half_period(fanfrequency);
   while (!params.terminate) {
     sleep_half(half);
     if (params.terminate) {

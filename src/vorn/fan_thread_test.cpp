@@ -1,5 +1,7 @@
 #include "vorn/fan_thread.h"
 
+#include <unistd.h>
+
 #include <chrono>
 #include <thread>
 
@@ -30,6 +32,28 @@ class FanThread : public MachineFixture {
     return speeds;
   }
 };
+
+TEST_F(FanThread, HalfAPeriodIsRoundedToMicroseconds) {
+  EXPECT_EQ(half_period(1), 500000U);
+  EXPECT_EQ(half_period(3), 166667U);
+  EXPECT_EQ(half_period(1e6), 0U) << "half a microsecond: ties go to even";
+  EXPECT_EQ(half_period(1e-9), 4294967295U);
+}
+
+TEST_F(FanThread, SleepsOnWhenTheUserIdChanges) {
+  rpm = 1500;
+  fanfrequency = 5;
+  const Clock::time_point start = Clock::now();
+  ASSERT_EQ(spawn_fan(), 0);
+  for (int i = 0; i < 10; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    EXPECT_EQ(seteuid(geteuid()), 0);
+  }
+  while (written_to("F0Tg").empty()) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(100));
+}
 
 TEST_F(FanThread, SwitchesBetweenAStopAndTheSpeedBeginningWithTheStop) {
   rpm = 1500;

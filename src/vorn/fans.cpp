@@ -1,7 +1,9 @@
 #include "vorn/fans.h"
 
+#include <functional>
 #include <iostream>
 #include <mutex>
+#include <optional>
 
 #include "SMC/SMC.h"
 #include "vorn/settings.h"
@@ -11,46 +13,56 @@ namespace {
 // One batch at a time: all of them read, change and write the one force register.
 std::mutex batch;
 
-int force_all(const std::list<std::string>& names, unsigned int speed) {
+/// Does `work` with a connection of its own, alone. Returns 0, or -1 after printing why: outside of
+/// the lock, for whoever reads the messages may keep their writer waiting.
+int alone(const std::function<void(SMC&)>& work) {
+  std::optional<SMCException> failure;
   try {
+    const std::lock_guard lock(batch);
     SMC smc;
-    for (const std::string& fan : names) {
-      if (speed == kMaximumSpeed) {
-        smc.set_fan(fan);
-      } else {
-        smc.set_fan(fan, speed);
-      }
-    }
-  } catch (SMCException& failure) {
-    std::cerr << failure << std::endl;
+    work(smc);
+  } catch (const SMCException& thrown) {
+    failure = thrown;
+  }
+  if (failure) {
+    std::cerr << *failure << std::endl;
     return -1;
   }
   return 0;
+}
+
+void force_all(SMC& smc, const std::list<std::string>& names, unsigned int speed) {
+  for (const std::string& fan : names) {
+    if (speed == kMaximumSpeed) {
+      smc.set_fan(fan);
+    } else {
+      smc.set_fan(fan, speed);
+    }
+  }
 }
 
 }  // namespace
 
 int set_fans(const std::list<std::string>& names, unsigned int speed) {
-  const std::lock_guard lock(batch);
-  return force_all(names, speed);
+  return alone([&](SMC& smc) { force_all(smc, names, speed); });
 }
 
 int set_fans_in_run(const std::list<std::string>& names, unsigned int speed) {
-  const std::lock_guard lock(batch);
-  return params.terminate ? 0 : force_all(names, speed);
+  return alone([&](SMC& smc) {
+    if (!params.terminate) {
+      force_all(smc, names, speed);
+    }
+  });
 }
 
 int restore_fans(const std::list<std::string>& names) {
-  const std::lock_guard lock(batch);
-  try {
-    SMC smc;
+  const int result = alone([&](SMC& smc) {
     for (const std::string& fan : names) {
       smc.default_fan(fan);
     }
-  } catch (SMCException& failure) {
-    std::cerr << failure << std::endl;
-    return -1;
+  });
+  if (result == 0) {
+    std::cerr << "Fans restored" << std::endl;
   }
-  std::cerr << "Fans restored" << std::endl;
-  return 0;
+  return result;
 }

@@ -64,7 +64,7 @@ TEST_F(Fans, AreGivenBackAndThatIsSaid) {
 TEST_F(Fans, AreLeftAloneByAWaveOnceTheRunHasEnded) {
   params.terminate = true;
   EXPECT_EQ(set_fans_in_run({"F0Tg"}, 0), 0);
-  EXPECT_TRUE(controller->requests().empty());
+  EXPECT_TRUE(controller->requests().empty()) << "nothing may be written";
 }
 
 // A step that is under way when the run ends is finished first, and not followed by another.
@@ -108,6 +108,19 @@ TEST_F(Fans, ACloseThatIsRefusedIsAFailureToo) {
   int result = 0;
   EXPECT_EQ(printed_by([&] { result = set_fans({"F0Tg"}, 1500); }),
             "KxConnectMethodScalarIScalarO(): error kKxReturnIOError\n");
+  EXPECT_EQ(result, -1);
+  EXPECT_EQ(printed_by([&] { result = restore_fans({"F0Tg"}); }),
+            "KxConnectMethodScalarIScalarO(): error kKxReturnIOError\n");
+  EXPECT_EQ(result, -1);
+}
+
+// Its transaction fails, and then its close: only the first is reported, and the run goes on.
+TEST_F(Fans, AControllerThatGoesAwayIsAFailureLikeAnyOther) {
+  controller->scalar_returns[1] = kKxReturnIOError;
+  controller->answer(0, {kKxReturnIOError, {}, {}, {}});
+  int result = 0;
+  EXPECT_EQ(printed_by([&] { result = set_fans({"F0Tg"}, 1500); }),
+            "KxConnectMethodStructureIStructureO(): error kKxReturnIOError\n");
   EXPECT_EQ(result, -1);
 }
 

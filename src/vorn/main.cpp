@@ -2,12 +2,13 @@
 
 #include "WorkloadRegistry/registry.h"
 #include "vorn/command_line.h"
+#include "vorn/control_priority.h"
 #include "vorn/fan_thread.h"
 #include "vorn/monitor_thread.h"
 #include "vorn/privilege.h"
 #include "vorn/privileged_setup.h"
 #include "vorn/settings.h"
-#include "vorn/shutdown.h"
+#include "vorn/signals.h"
 #include "vorn/summary.h"
 #include "vorn/timing_thread.h"
 #include "vorn/uncaught.h"
@@ -17,12 +18,16 @@ namespace {
 
 constexpr int kFailure = -1;  // exit status 255
 
-/// Ends a run that could not be started. What runs already is not ended, but a shutdown that is
-/// under way is completed.
-int failed(const char* message) {
-  std::cerr << message << std::endl;
+/// Ends a run that could not be started. What runs already is not ended, but a shutdown that has
+/// begun is completed.
+int failed() {
   stop_listening();
   return kFailure;
+}
+
+int failed(const char* message) {
+  std::cerr << message << std::endl;
+  return failed();
 }
 
 /// Waits for the threads that outlive the workloads. The fan thread may take half a period.
@@ -38,6 +43,7 @@ int last_thread_ended() {
 
 int main(int argc, char* argv[]) {
   explain_uncaught_exceptions();
+  std::cerr.tie(nullptr);  // a message must not wait for whoever reads the samples
   uid.relinquish();
   load_factories(factories);
   if (parse_options(argc, argv) < 0) {
@@ -47,10 +53,10 @@ int main(int argc, char* argv[]) {
   if (noisy) {
     summarize();
   }
+  take_control_priority();
   signals();
   if (using_privileged_operations() && setup_privileged() < 0) {
-    stop_listening();
-    return kFailure;
+    return failed();
   }
   if (using_fan_thread() && spawn_fan() < 0) {
     return failed("Problem detected while spawning fan thread");

@@ -29,7 +29,7 @@ void write_line(std::ostream& out, double elapsed, const std::list<float>& sampl
 }
 
 /// Waits for the next point of the grid of whole periods since `start`. Counted from when the wait
-/// begins: a commit to disk may take longer than a reading.
+/// begins, so that a write that blocks does not move the next reading off the grid.
 void wait_for_the_grid(double start, double period) {
   if (run_sleep(until_next(now() - start, period)) < 0) {
     assertion(errno == EINTR, "errno == EINTR", kDriverModule, 0, "monitor_thread_function");

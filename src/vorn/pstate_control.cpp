@@ -31,11 +31,12 @@ int restore_pstate() {
   }
   try {
     platform->default_state();
-    delete platform;
+    platform->close();  // first: if that is refused, the object must live on
   } catch (PlatformPluginException& failure) {
     std::cerr << failure << std::endl;
     return -1;
   }
+  delete platform;
   platform = nullptr;
   std::cerr << "Power balancing restored" << std::endl;
   return 0;

@@ -43,6 +43,17 @@ int run_sleep(std::uint32_t microseconds) {
   return -1;
 }
 
+int undisturbed_sleep(std::uint32_t microseconds) {
+  const timespec deadline = after(microseconds);
+  while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == EINTR) {
+    if (params.terminate) {
+      errno = EINTR;
+      return -1;
+    }
+  }
+  return 0;
+}
+
 void end_run_sleeps() {
   // Taken so that no sleeper stands between its look at `terminate` and its wait.
   pthread_mutex_lock(&mutex);

@@ -8,5 +8,9 @@
 /// Thread: any.
 int run_sleep(std::uint32_t microseconds);
 
+/// The same for who is not woken at the end of the run: lasts its time even then, unless something
+/// else (a change of the user id) happens to interrupt it. Thread: any.
+int undisturbed_sleep(std::uint32_t microseconds);
+
 /// Ends every run_sleep() that is under way. Requires: `params.terminate` is set.
 void end_run_sleeps();

@@ -18,7 +18,8 @@ struct Start {
 };
 
 // The thread sets its own priority: its creator could not do so safely, since a body that has
-// nothing to do may have ended by then.
+// nothing to do may have ended by then. Refused, it does not begin its body: the program is about
+// to end, and would end in the middle of it.
 void* begin(void* argument) {
   auto* start = static_cast<Start*>(argument);
   void* (*const body)(void*) = start->body;
@@ -33,11 +34,13 @@ void* begin(void* argument) {
   return body(nullptr);
 }
 
-pthread_attr_t joinable() {
+pthread_attr_t joinable(const char* spawner) {
   pthread_attr_t attr;
-  assertion(pthread_attr_init(&attr) == 0, "pthread_attr_init(&attr) == 0", kDriverModule);
+  assertion(pthread_attr_init(&attr) == 0, "pthread_attr_init(&attr) == 0", kDriverModule, 0,
+            spawner);
   assertion(pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_JOINABLE) == 0,
-            "pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_JOINABLE) == 0", kDriverModule);
+            "pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_JOINABLE) == 0", kDriverModule, 0,
+            spawner);
   return attr;
 }
 
@@ -48,10 +51,10 @@ void wait(sem_t& semaphore) {
 
 }  // namespace
 
-int ServiceThread::start(void* (*body)(void*), int priority) {
+int ServiceThread::start(void* (*body)(void*), int priority, const char* spawner) {
   Start start{.body = body, .priority = priority, .result = 0, .answered = {}};
   sem_init(&start.answered, 0, 0);
-  const pthread_attr_t attr = joinable();
+  const pthread_attr_t attr = joinable(spawner);
 
   pthread_mutex_lock(&mutex_);
   started_ = pthread_create(&handle_, &attr, begin, &start) == 0;
@@ -67,11 +70,20 @@ int ServiceThread::start(void* (*body)(void*), int priority) {
   return runs ? 0 : -1;
 }
 
-void ServiceThread::join() {
+void ServiceThread::join() { join_until(nullptr); }
+
+void ServiceThread::join_within(int seconds) {
+  timespec deadline{};
+  clock_gettime(CLOCK_REALTIME, &deadline);  // the clock of pthread_timedjoin_np()
+  deadline.tv_sec += seconds;
+  join_until(&deadline);
+}
+
+void ServiceThread::join_until(const timespec* deadline) {
   // Held while waiting, so that a second caller does not return before the first.
   pthread_mutex_lock(&mutex_);
-  if (started_) {
-    pthread_join(handle_, nullptr);
+  if (started_ && (deadline == nullptr ? pthread_join(handle_, nullptr)
+                                       : pthread_timedjoin_np(handle_, nullptr, deadline)) == 0) {
     started_ = false;
   }
   pthread_mutex_unlock(&mutex_);

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "support/fake_host.h"
+#include "support/no_room_for_threads.h"
 #include "support/settings_fixture.h"
 
 namespace {
@@ -53,6 +54,23 @@ TEST_F(ServiceThreadTest, MayBeJoinedAfterItHasEndedAndAgain) {
   ASSERT_EQ(thread.start(count_and_end, 63), 0);
   std::this_thread::sleep_for(std::chrono::milliseconds(20));
   thread.join();
+  thread.join();
+}
+
+TEST_F(ServiceThreadTest, ThatDoesNotEndInTimeMayBeJoinedLater) {
+  ServiceThread thread;
+  bodies_run = 0;
+  ASSERT_EQ(thread.start(count_late, 63), 0);
+  thread.join_within(0);
+  EXPECT_EQ(bodies_run, 0);
+  thread.join();
+  EXPECT_EQ(bodies_run, 1);
+}
+
+TEST_F(ServiceThreadTest, ThatCannotBeCreatedFails) {
+  ServiceThread thread;
+  const NoRoomForThreads no_room;
+  EXPECT_EQ(thread.start(count_and_end, 63), -1);
   thread.join();
 }
 

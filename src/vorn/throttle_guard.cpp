@@ -3,9 +3,9 @@
 #include <poll.h>
 #include <sched.h>
 #include <sys/signalfd.h>
+#include <unistd.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -18,10 +18,10 @@
 // that long whether anybody wants to run or not. There, one run in twenty would take up to 50 ms
 // to end, whatever the priority of the thread that ends it.
 //
-// So an ordinary thread watches for the end as well. In most cases it never gets to run before the
-// run has ended. If it does, fixed priorities stand still, or the load is off: it sets the end, and
-// lets every thread go on as an ordinary one. The threads that were started last, the load, come
-// first, and whoever stands above it keeps its place until the load has lost its own.
+// So an ordinary thread watches for the end as well. Beside a load it gets to run only when fixed
+// priorities stand still; on an idle processor it may be the first. It sets the end, and lets every
+// thread go on as an ordinary one: the load, which was started last, first, so that whoever stands
+// above it keeps its place until the load has lost its own.
 
 namespace {
 
@@ -38,7 +38,7 @@ std::vector<pid_t> threads_of_this_process() {
 
 void* guard(void* descriptor) {
   pollfd pending{};
-  pending.fd = static_cast<int>(reinterpret_cast<std::intptr_t>(descriptor));
+  pending.fd = *static_cast<const int*>(descriptor);
   pending.events = POLLIN;
   while (poll(&pending, 1, -1) != 1) {  // interrupted
   }
@@ -57,13 +57,14 @@ void end_run_among_ordinary_threads() {
 }
 
 bool start_throttle_guard(const sigset_t& signals) {
-  const int descriptor = signalfd(-1, &signals, SFD_CLOEXEC);
+  static int descriptor = -1;  // the thread's, for good
+  descriptor = signalfd(-1, &signals, SFD_CLOEXEC);
   if (descriptor < 0) {
     return false;
   }
   pthread_t thread{};
-  if (!start_ordinary_thread(thread, guard,
-                             reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)))) {
+  if (!start_ordinary_thread(thread, guard, &descriptor)) {
+    close(descriptor);
     return false;
   }
   pthread_detach(thread);

@@ -43,6 +43,9 @@ void switch_in_passing() {
 
 void play(const std::vector<unsigned>& schedule, DriftCorrection& drift) {
   for (const unsigned interval : schedule) {
+    if (params.terminate) {  // millions of intervals of no length may follow
+      return;
+    }
     if (interval != 0) {
       if (!sleep_through(drift.corrected(interval))) {
         return;

@@ -1,6 +1,8 @@
 #include "vorn/toggle_schedule.h"
 
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 
 #include "Assertion/assertion.h"
 #include "vorn/module.h"
@@ -48,22 +50,30 @@ double append_square(std::vector<unsigned>& times) {
   return 1.0 / frequency;
 }
 
-double append_sinusoid(std::vector<unsigned>& times) {
-  const Slots slots = divide(1.0 / sinusoid, 1.0 / frequency);
-  for (double i = 0.0; i < slots.count; ++i) {
-    append_slot(times, 0.5 + std::cos(kTwoPi * i / slots.count) * -0.5, slots.length, 979);
+/// Appends a slot for each index of `slots` at `level(index)`. A run that ends meanwhile does not
+/// wait for the rest: a schedule may have millions of slots.
+template <typename Level>
+double append_slots(std::vector<unsigned>& times, const Slots& slots, int line, Level level) {
+  times.reserve(times.size() + 2 * std::size_t{to_uint32(slots.count)});
+  for (std::uint32_t slot = 0; slot < slots.count && !params.terminate; ++slot) {
+    append_slot(times, level(static_cast<double>(slot)), slots.length, line);
   }
   return slots.length;
+}
+
+double append_sinusoid(std::vector<unsigned>& times) {
+  const Slots slots = divide(1.0 / sinusoid, 1.0 / frequency);
+  return append_slots(times, slots, 979, [&slots](double i) {
+    return 0.5 + std::cos(kTwoPi * i / slots.count) * -0.5;
+  });
 }
 
 double append_triangle(std::vector<unsigned>& times) {
   const Slots slots = divide(1.0 / triangle, 1.0 / frequency);
   const double half = slots.count / 2.0;  // not rounded: an odd count peaks between two slots
-  for (double i = 0.0; i < slots.count; ++i) {
-    const double level = half > i ? i / half : 1.0 - (i - half) / (slots.count - half);
-    append_slot(times, level, slots.length, 1003);
-  }
-  return slots.length;
+  return append_slots(times, slots, 1003, [&slots, half](double i) {
+    return half > i ? i / half : 1.0 - (i - half) / (slots.count - half);
+  });
 }
 
 }  // namespace

@@ -18,7 +18,8 @@ void explain() {
     throw;
   } catch (const WorkloadThreadException&) {
     std::cerr << "vorn: this user has no right to a fixed priority; grant it with \"setcap "
-                 "cap_sys_nice+ep\" on the program, or with \"ulimit -r 64\""
+                 "cap_sys_nice+ep\" on the program, with \"ulimit -r 64\", or to a container with "
+                 "\"--cap-add sys_nice\""
               << std::endl;
   } catch (...) {  // the runtime names it
   }

@@ -1,7 +1,5 @@
 #include "vorn/workload_threads.h"
 
-#include <pthread.h>
-
 #include <atomic>
 #include <cerrno>
 #include <thread>
@@ -9,6 +7,7 @@
 #include "Workload/Workload.h"
 #include "Workload/WorkloadFactory.h"
 #include "support/fake_host.h"
+#include "support/no_room_for_threads.h"
 #include "support/settings_fixture.h"
 #include "vorn/settings.h"
 
@@ -106,6 +105,12 @@ TEST_F(WorkloadThreads, ASingleWorkloadRunsInTheCallingThread) {
   EXPECT_EQ(fake_host::state().role_calls, 1);
 }
 
+TEST_F(WorkloadThreads, OnASingleProcessorTheWorkloadRunsInTheCallingThread) {
+  fake_host::state().processors = 1;
+  EXPECT_EQ(spawn_workloads(), 0);
+  EXPECT_EQ(noting_.last_thread.load(), std::this_thread::get_id());
+}
+
 TEST_F(WorkloadThreads, SpawnReturnsWhenAllHaveEnded) {
   cores = 8;
   EXPECT_EQ(spawn_workloads(), 0);
@@ -113,25 +118,6 @@ TEST_F(WorkloadThreads, SpawnReturnsWhenAllHaveEnded) {
   EXPECT_NE(noting_.last_thread.load(), std::this_thread::get_id());
   EXPECT_EQ(fake_host::state().role_calls, 1);
 }
-
-/// While it lives, no thread can be created: none has room for its stack.
-class NoRoomForThreads {
- public:
-  NoRoomForThreads() {
-    pthread_getattr_default_np(&before_);
-    pthread_attr_t huge;
-    pthread_attr_init(&huge);
-    pthread_attr_setstacksize(&huge, std::size_t{1} << 46);
-    pthread_setattr_default_np(&huge);
-    pthread_attr_destroy(&huge);
-  }
-  ~NoRoomForThreads() { pthread_setattr_default_np(&before_); }
-  NoRoomForThreads(const NoRoomForThreads&) = delete;
-  NoRoomForThreads& operator=(const NoRoomForThreads&) = delete;
-
- private:
-  pthread_attr_t before_{};
-};
 
 #if !defined(__SANITIZE_ADDRESS__)  // the record of a thread that never ran is not freed
 TEST_F(WorkloadThreads, SpawnFailsIfAThreadCannotBeCreated) {

@@ -40,7 +40,8 @@ TEST(Failure, AWorkloadWithoutTheRightToItsPriorityEndsAsAnUncaughtException) {
     EXPECT_EQ(outcome.signal, SIGABRT);
     EXPECT_EQ(outcome.err,
               "vorn: this user has no right to a fixed priority; grant it with \"setcap "
-              "cap_sys_nice+ep\" on the program, or with \"ulimit -r 64\"\n"
+              "cap_sys_nice+ep\" on the program, with \"ulimit -r 64\", or to a container with "
+              "\"--cap-add sys_nice\"\n"
               "terminate called after throwing an instance of 'WorkloadThreadException'\n");
   }
 }

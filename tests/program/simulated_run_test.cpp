@@ -19,8 +19,8 @@ using program::Outcome;
 using program::Running;
 
 constexpr const char* kNotice =
-    "vorn-sim: no right to fixed priorities, threads run at ordinary priority; run as root or with "
-    "CAP_SYS_NICE to have them\n";
+    "vorn-sim: no right to fixed priorities, threads run at ordinary priority; CAP_SYS_NICE "
+    "(setcap, or a container's --cap-add) gives them\n";
 
 /// An ordinary user's run that samples `arguments`' keys; its samples.
 Samples samples_of(std::vector<std::string> arguments) {

@@ -45,7 +45,10 @@ TEST_F(SimulatedStages, AFanWaveEndsWithItsFansGivenBack) {
   fanfrequency = 100.0;
   ASSERT_EQ(setup_privileged(), 0);
   ASSERT_EQ(spawn_fan(), 0);
-  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  for (int tries = 0; tries < 5000 && machine().fans().target_rpm(0) != 0.0; ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  EXPECT_EQ(machine().fans().target_rpm(0), 0.0) << "the wave's first step is a stop";
   params.terminate = true;
   teardown_privileged();
   fan_thread.join();

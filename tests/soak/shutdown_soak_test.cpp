@@ -55,13 +55,9 @@ useconds_t random_moment(std::mt19937& random, useconds_t latest) {
 
 /// Ends `running`. Returns whether it caught the signal for certain.
 bool end(const Running& running, Ending ending) {
-  const bool caught = running.catches_interrupt();
-  if (ending == Ending::kAlarm) {
-    // Sent as the timer sends it. Its handler is installed after the one for interrupts.
-    running.send(SIGALRM);
-    return false;
-  }
-  running.send(SIGINT);
+  const int signo = ending == Ending::kAlarm ? SIGALRM : SIGINT;  // sent as the timer sends it
+  const bool caught = running.catches(signo);
+  running.send(signo);
   if (ending == Ending::kTwoInterrupts) {
     running.send(SIGINT);
   }
@@ -135,15 +131,16 @@ const char* const kNotice = "(vorn-sim: no right to fixed priorities[^\n]*\n)?";
 const char* const kFansAndPState = "(Power balancing restored\n)?(Fans restored\n)+";
 
 const SimulatedShape kSimulatedShapes[] = {
-    {"Ordinary", As::kOrdinaryUser, {"-f", "5000"}, kNotice},
+    {"Ordinary", As::kOrdinaryUser, {"-w", "bspin", "-f", "5000"}, kNotice},
     {"Sampling",
      As::kUserWithFixedPriority,
-     {"-m", "-r", "500", "-f", "5000"},
+     {"-m", "-r", "500", "-w", "bspin", "-f", "5000"},
      "",
      kPastTheHeadStart},
     {"SamplingAlone", As::kUserWithFixedPriority, {"-m", "-r", "500"}, "", kPastTheHeadStart},
-    {"Fans", As::kRoot, {"-s", "2000", "-f", "5000"}, kFansAndPState},
-    {"FanWave", As::kRoot, {"-s", "2000", "-F", "50", "-f", "5000"}, kFansAndPState},
+    {"Fans", As::kRoot, {"-s", "2000", "-w", "bspin", "-f", "5000"}, kFansAndPState},
+    {"FansAlone", As::kRoot, {"-s", "2000", "-w", "spin"}, kFansAndPState},
+    {"FanWave", As::kRoot, {"-s", "2000", "-F", "50", "-w", "bspin", "-f", "5000"}, kFansAndPState},
     {"FanWaveAndSampling",
      As::kRoot,
      {"-F", "50", "-m", "-r", "500"},
@@ -156,7 +153,7 @@ class SimulatedSoak : public testing::TestWithParam<SimulatedShape> {};
 TEST_P(SimulatedSoak, EndsAtAnyMoment) {
   const SimulatedShape& shape = GetParam();
   SKIP_UNLESS_MAY_RUN(shape.as);
-  std::vector<std::string> arguments = {"-w", "bspin", "-c", "2", "-t", "1000"};
+  std::vector<std::string> arguments = {"-c", "2", "-t", "1000"};
   arguments.insert(arguments.end(), shape.options.begin(), shape.options.end());
   soak(vorn_sim(arguments, shape.as), shape.printed, shape.latest);
 }

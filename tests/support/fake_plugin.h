@@ -30,8 +30,11 @@ class FakePlugin : public kx::Driver {
   class Connection : public kx::UserClient {
    public:
     explicit Connection(FakePlugin& plugin) : plugin_(plugin) {}
-    kx_return_t scalar_method(std::uint32_t /*selector*/, std::span<const std::uint32_t> inputs,
+    kx_return_t scalar_method(std::uint32_t selector, std::span<const std::uint32_t> inputs,
                               std::span<std::uint32_t> /*outputs*/) override {
+      if (selector != 3 || inputs.size() != 1) {
+        return kKxReturnBadArgument;
+      }
       const std::lock_guard lock(plugin_.mutex_);
       plugin_.steps_.push_back(inputs.front());
       return plugin_.step_returns;

@@ -86,8 +86,8 @@ void keep_only_sys_nice() {
 }
 
 void become(const Command& command) {
-  if (command.fixed_priority_limit) {
-    limit(RLIMIT_RTPRIO, *command.fixed_priority_limit);
+  if (command.fixed_priority_limit || command.as == As::kOrdinaryUser) {
+    limit(RLIMIT_RTPRIO, command.fixed_priority_limit.value_or(0));
   }
   if (command.as == As::kRoot || geteuid() != 0) {
     return;
@@ -174,13 +174,13 @@ bool Running::send(int signo) const {
   return pid_ > 0 && kill(pid_, signo) == 0;
 }
 
-bool Running::catches_interrupt() const {
+bool Running::catches(int signo) const {
   std::ifstream status("/proc/" + std::to_string(pid_) + "/status");
   for (std::string word; status >> word;) {
     if (word == "SigCgt:") {
       unsigned long long caught = 0;
       status >> std::hex >> caught;
-      return (caught & (1ULL << (SIGINT - 1))) != 0;
+      return (caught & (1ULL << (signo - 1))) != 0;
     }
   }
   return false;
@@ -188,7 +188,7 @@ bool Running::catches_interrupt() const {
 
 bool Running::wait_until_catching(double limit_seconds) const {
   const Clock::time_point start = Clock::now();
-  while (!catches_interrupt()) {
+  while (!catches(SIGINT)) {
     if (seconds_since(start) > limit_seconds) {
       return false;
     }

@@ -71,8 +71,8 @@ class Running {
   /// Sends `signo`; false if the program has ended.
   bool send(int signo) const;
 
-  /// Whether the program catches SIGINT by now.
-  bool catches_interrupt() const;
+  /// Whether the program has a handler for `signo` by now.
+  bool catches(int signo) const;
 
   /// Waits until the program catches SIGINT, or `limit` seconds.
   bool wait_until_catching(double limit = 10.0) const;

@@ -17,7 +17,7 @@ int simulated::granted(int kernel_answer) {
   if (!said.exchange(true)) {
     constexpr std::string_view kNotice =
         "vorn-sim: no right to fixed priorities, threads run at ordinary priority; "
-        "run as root or with CAP_SYS_NICE to have them\n";
+        "CAP_SYS_NICE (setcap, or a container's --cap-add) gives them\n";
     // One write: other threads may be printing.
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kNotice.data(), kNotice.size());
   }

@@ -8,6 +8,10 @@ namespace {
 
 constexpr std::int64_t kRefreshNs = 1'000'000;
 
+// Six times the slowest time constant: what lies before is forgotten, and need not be calculated by
+// a driver's caller who waits. A run that does not sample calls once, at its end.
+constexpr std::int64_t kLongestNs = 600'000'000'000;
+
 }  // namespace
 
 Machine::Machine(Surroundings surroundings)
@@ -17,7 +21,8 @@ Machine::Machine(Surroundings surroundings)
 
 // The kernel brings the time of a running thread up to date only every few milliseconds, so a short
 // stretch can show more processor time than the processors have. What is too much belongs to the
-// stretches around it: it is owed to the next ones, and no energy is lost.
+// stretches around it: it is owed to the next ones, but for what no processor could ever
+// have spent.
 void Machine::catch_up() {
   const std::int64_t now = surroundings_.now_ns();
   const std::int64_t elapsed = now - last_ns_;
@@ -31,7 +36,9 @@ void Machine::catch_up() {
 
   const std::int64_t capacity = elapsed * surroundings_.processors;
   const std::int64_t spent = std::min(owed_ns_, capacity);
-  model_.advance(elapsed, static_cast<double>(spent) / static_cast<double>(capacity));
+  model_.sit_out(std::max<std::int64_t>(0, elapsed - kLongestNs));
+  model_.advance(std::min(elapsed, kLongestNs),
+                 static_cast<double>(spent) / static_cast<double>(capacity));
 
   // A process that runs on more processors than were counted would run up a debt without end.
   constexpr std::int64_t kMostOwedNs = 100'000'000;

@@ -51,6 +51,19 @@ TEST(Machine, AsksForProcessorTimeAtMostOnceAMillisecond) {
   EXPECT_EQ(fake.processor_time_calls, 10);
 }
 
+// A run that does not sample asks the machine once, at its end: that must not take minutes.
+TEST(Machine, OfAVeryLongStretchCalculatesTheLastTenMinutes) {
+  FakeSurroundings fake;
+  Machine machine(fake.surroundings(2));
+  constexpr std::int64_t kWeek = 7LL * 24 * 3600 * 1000 * kMs;
+  fake.pass(kWeek, 2 * kWeek);
+  Model ten_minutes;
+  ten_minutes.advance(600'000 * kMs, 1.0);
+  EXPECT_EQ(machine.inspect().sink_c(), ten_minutes.sink_c());
+  EXPECT_EQ(machine.inspect().power_w(), ten_minutes.power_w());
+  EXPECT_EQ(value(machine, "Uptm"), 7 * 24 * 3600);
+}
+
 TEST(Machine, ReadsInQuickSuccessionSeeOnePower) {
   FakeSurroundings fake;
   Machine machine(fake.surroundings(2));

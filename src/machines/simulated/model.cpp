@@ -56,6 +56,11 @@ void Model::advance(std::int64_t elapsed_ns, double utilisation) {
   }
 }
 
+void Model::sit_out(std::int64_t elapsed_ns) {
+  constexpr std::int64_t kWindowNs = kStepNs * static_cast<std::int64_t>(kWindowSteps);
+  steps_ += static_cast<std::uint64_t>(elapsed_ns / kWindowNs) * kWindowSteps;
+}
+
 void Model::step(double utilisation) {
   // Power balancing keeps to P-state 0: a waiting processor has no dynamic power to save.
   const std::size_t pstate = forced_pstate_.value_or(0);

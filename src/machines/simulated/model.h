@@ -32,7 +32,7 @@ class Model {
   /// Power of the package in W: the mean of the last 0.1 s.
   double power_w() const;
 
-  /// Energy that the package has used since the model began, in J.
+  /// Energy that the package has used since the model began, in J; none for what was sat out.
   double energy_j() const { return energy_j_; }
 
   double die_c() const { return temperatures_.die_c; }
@@ -46,6 +46,10 @@ class Model {
 
   /// The P-state that the processors are held in; none under power balancing.
   std::optional<std::size_t> forced_pstate() const { return forced_pstate_; }
+
+  /// Lets time pass in which nothing changes but the age: for stretches so long that the machine
+  /// settles after them anyway. Rounded down to whole windows of 0.1 s.
+  void sit_out(std::int64_t elapsed_ns);
 
   /// Requires: `pstate` is none or < kPStates.size().
   void force_pstate(std::optional<std::size_t> pstate) { forced_pstate_ = pstate; }

@@ -1,0 +1,126 @@
+#include "vorn/signals.h"
+
+#include <pthread.h>
+#include <semaphore.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <string>
+
+#include "vorn/settings.h"
+#include "vorn/shutdown.h"
+#include "vorn/throttle_guard.h"
+
+// The shutdown path locks, joins, allocates and prints, none of which a signal handler may do to
+// the thread that it interrupted: that thread may hold params.mutex, or stand in the middle of an
+// allocation. So every thread blocks the signals, and one, the listener, waits for them and runs
+// the path as ordinary code. It stands above the load, or it would wait for the kernel's reserve.
+
+namespace {
+
+sigset_t listened;  // written by signals() before the listener starts
+pthread_t listener;
+sem_t path_completed;
+bool listening = false;            // main thread only
+std::atomic<bool> closing{false};  // relaxed suffices: the signal that follows it is the order
+
+// From here on a second thought may kill: a shutdown can hang on what it gives back.
+void let_quit_through() {
+  sigset_t quit;
+  sigemptyset(&quit);
+  sigaddset(&quit, SIGQUIT);
+  pthread_sigmask(SIG_UNBLOCK, &quit, nullptr);
+}
+
+void* listen(void* /*arg*/) {
+  int signo = 0;
+  while (sigwait(&listened, &signo) == 0 && !closing.load(std::memory_order_relaxed)) {
+    let_quit_through();
+    sigdelset(&listened, SIGQUIT);
+    sig_int_alrm(signo == SIGALRM ? SIGALRM : SIGINT);
+    sem_post(&path_completed);
+  }
+  return nullptr;
+}
+
+bool is_ignored(int signo) {
+  struct sigaction action {};
+  return sigaction(signo, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+// Whoever reads the samples or the messages has gone. The write goes on to fail quietly, and the
+// run ends like any other: what it changed must be given back.
+void lost_reader(int /*signo*/) {
+  if (!params.terminate) {
+    kill(getpid(), SIGINT);
+  }
+}
+
+void listen_for_other_ends() {
+  for (const int signo : {SIGTERM, SIGHUP, SIGQUIT}) {
+    if (!is_ignored(signo)) {
+      sigaddset(&listened, signo);
+    }
+  }
+  if (!is_ignored(SIGPIPE)) {
+    signal(SIGPIPE, lost_reader);
+  }
+}
+
+// Installed as well as listened for, although it never runs as a handler: a shell that starts a job
+// in the background lets it ignore SIGINT, and an ignored signal may be dropped although blocked.
+void listen_for(int signo, const char* failure) {
+  sigaddset(&listened, signo);
+  pthread_sigmask(SIG_BLOCK, &listened, nullptr);
+  if (signal(signo, sig_int_alrm) == SIG_ERR) {
+    throw std::string(failure);
+  }
+}
+
+void start_listener() {
+  sem_init(&path_completed, 0, 0);
+  start_throttle_guard(listened);  // without it, one run in twenty ends up to 50 ms later
+  listening = pthread_create(&listener, nullptr, listen, nullptr) == 0;
+  if (!listening) {
+    throw std::string("Error registering SIGINT handler.");
+  }
+}
+
+void arm_timer() {
+  itimerval once{};
+  once.it_value.tv_sec = trial_time;
+  if (setitimer(ITIMER_REAL, &once, nullptr) != 0) {
+    throw std::string("Error setting timer.");
+  }
+}
+
+}  // namespace
+
+void signals() {
+  sigemptyset(&listened);
+  listen_for_other_ends();
+  listen_for(SIGINT, "Error registering SIGINT handler.");
+  if (trial_time != 0) {
+    listen_for(SIGALRM, "Error registering SIGALRM handler.");
+  }
+  start_listener();
+  if (trial_time != 0) {
+    arm_timer();
+  }
+}
+
+void stop_listening() {
+  if (!listening) {
+    return;
+  }
+  if (params.terminate) {
+    while (sem_wait(&path_completed) != 0) {  // interrupted
+    }
+  }
+  closing.store(true, std::memory_order_relaxed);
+  pthread_kill(listener, SIGINT);
+  pthread_join(listener, nullptr);
+  listening = false;
+}

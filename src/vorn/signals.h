@@ -1,0 +1,14 @@
+#pragma once
+
+/// Which signals end a run, and who hears them. SIGINT, and SIGALRM when a run time is set, run the
+/// shutdown path; SIGTERM, SIGHUP, SIGQUIT and a reader who has gone (SIGPIPE) do as SIGINT does,
+/// unless they are ignored from the start. SIGQUIT during the shutdown kills.
+
+/// Starts to listen for these signals, and arms the timer of a set run time. The listener inherits
+/// the priority of the calling thread. Throws a std::string that names what failed.
+/// Requires: no other thread exists; those started later leave these signals to the listener.
+void signals();
+
+/// Ends the listening. If the run has ended, returns when the shutdown path has been completed: the
+/// end is seen by the threads before the path is through, or even begun.
+void stop_listening();

@@ -1,0 +1,84 @@
+#include "vorn/signals.h"
+
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <thread>
+
+#include "support/settings_fixture.h"
+#include "vorn/settings.h"
+#include "vorn/throttle_guard.h"
+
+namespace {
+
+// Masks, handlers and timers belong to the process, so each of these ends in a process of its own.
+using SignalsDeathTest = SettingsFixture;
+
+#define EXPECT_IN_CHILD(function) \
+  EXPECT_EXIT({ std::_Exit(function() ? 0 : 1); }, testing::ExitedWithCode(0), "")
+
+bool eventually_ended() {
+  for (int tries = 0; tries < 5000 && !params.terminate; ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return params.terminate;
+}
+
+TEST_F(SignalsDeathTest, AnInterruptEndsTheRun) {
+  EXPECT_IN_CHILD([] {
+    signals();
+    kill(getpid(), SIGINT);
+    const bool ended = eventually_ended();
+    stop_listening();
+    return ended && params.active;
+  });
+}
+
+// Whoever sets the end, the path is completed before the program goes on to its own.
+TEST_F(SignalsDeathTest, AnEndThatTheThrottleGuardSawFirstIsCompletedByTheListener) {
+  EXPECT_IN_CHILD([] {
+    params.active = false;
+    signals();
+    end_run_among_ordinary_threads();
+    std::thread late([] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      kill(getpid(), SIGINT);
+    });
+    stop_listening();
+    const bool path_has_run = params.active;
+    late.join();
+    return path_has_run;
+  });
+}
+
+TEST_F(SignalsDeathTest, WithoutATimeNoTimerIsArmed) {
+  EXPECT_IN_CHILD([] {
+    signals();
+    itimerval left{};
+    getitimer(ITIMER_REAL, &left);
+    return left.it_value.tv_sec == 0 && left.it_value.tv_usec == 0;
+  });
+}
+
+TEST_F(SignalsDeathTest, ATimeArmsTheTimerOnce) {
+  EXPECT_IN_CHILD([] {
+    trial_time = 1000;
+    signals();
+    itimerval left{};
+    getitimer(ITIMER_REAL, &left);
+    return left.it_value.tv_sec >= 998 && left.it_interval.tv_sec == 0;
+  });
+}
+
+TEST_F(SignalsDeathTest, StoppedWithoutASignalReturnsAtOnce) {
+  EXPECT_IN_CHILD([] {
+    signals();
+    stop_listening();
+    return !params.terminate;
+  });
+}
+
+}  // namespace
