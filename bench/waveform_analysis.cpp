@@ -7,9 +7,11 @@
 
 namespace {
 
-constexpr double kTellable = 0.1;        // of a slot: shorter phases are taken for their neighbours
-constexpr double kDisturbance = 100e-6;  // seconds of others' use that spoil a phase
-constexpr double kTogether = 500e-6;     // seconds: holes no further apart are one phase, at most
+constexpr double kTellable = 0.1;  // of a slot: shorter phases are taken for their neighbours
+// Others' use that spoils a phase: seconds, and part of the phase. Interrupts are others too.
+constexpr double kDisturbance = 100e-6;
+constexpr double kDisturbancePart = 0.005;
+constexpr double kTogether = 500e-6;  // seconds: holes no further apart are one phase, at most
 
 /// Holes so close together that they are one phase, without those too short to be a phase at all
 /// (interrupts, the waveform's own thread).
@@ -44,14 +46,21 @@ bool tellable(const Slot& slot) {
 }
 
 bool disturbed(const Interval& phase) {
-  return std::abs(phase.length() - phase.explained) >= kDisturbance;
+  return std::abs(phase.length() - phase.explained) >=
+         std::max(kDisturbance, kDisturbancePart * phase.length());
 }
+
+/// A run of consecutive phases, by their numbers: from `begin` up to, not including, `end`.
+struct Stretch {
+  std::size_t begin;
+  std::size_t end;
+};
 
 std::vector<double> errors_from(const std::vector<Interval>& on,
                                 const std::vector<std::size_t>& index,
-                                const std::vector<Slot>& wave, std::size_t first) {
+                                const std::vector<Slot>& wave, Stretch stretch, std::size_t first) {
   std::vector<double> errors;
-  for (std::size_t i = 1; i + 1 < on.size(); ++i) {  // the first and last may be cut off
+  for (std::size_t i = stretch.begin; i < stretch.end; ++i) {
     const Slot& slot = wave[(first + index[i]) % wave.size()];
     if (tellable(slot) && !disturbed(on[i])) {
       errors.push_back(on[i].length() - slot.on);
@@ -69,18 +78,34 @@ double mean_absolute(const std::vector<double>& values) {
                         : sum / static_cast<double>(values.size());
 }
 
-/// The errors, with the wave's beginning laid where it fits best.
+/// The errors of a stretch, with the wave's beginning laid where it fits best.
 std::vector<double> best_errors(const std::vector<Interval>& on,
                                 const std::vector<std::size_t>& index,
-                                const std::vector<Slot>& wave) {
+                                const std::vector<Slot>& wave, Stretch stretch) {
   std::vector<double> best;
   for (std::size_t first = 0; first < wave.size(); ++first) {
-    std::vector<double> errors = errors_from(on, index, wave, first);
+    std::vector<double> errors = errors_from(on, index, wave, stretch, first);
     if (best.empty() || (!errors.empty() && mean_absolute(errors) < mean_absolute(best))) {
       best = std::move(errors);
     }
   }
   return best;
+}
+
+/// All errors. Fitted anew every few phases: others who run between two of them make the count of
+/// slots miss one, and all after it would be compared with their neighbours.
+std::vector<double> all_errors(const std::vector<Interval>& on,
+                               const std::vector<std::size_t>& index,
+                               const std::vector<Slot>& wave) {
+  constexpr std::size_t kStretch = 20;
+  std::vector<double> all;
+  const std::size_t end = on.size() - 1;  // the first and last may be cut off
+  for (std::size_t begin = 1; begin < end; begin += kStretch) {
+    const Stretch stretch{begin, std::min(begin + kStretch, end)};
+    const std::vector<double> errors = best_errors(on, index, wave, stretch);
+    all.insert(all.end(), errors.begin(), errors.end());
+  }
+  return all;
 }
 
 /// The part of `window` that lies in holes.
@@ -118,7 +143,7 @@ Measured analyse(const std::vector<Interval>& holes, const std::vector<Slot>& wa
   const double found = on.back().start - on.front().start;
   measured.duty = on_time / (on_time + off_time);
   measured.frequency_error = static_cast<double>(index.back()) * slot / found - 1.0;
-  measured.on_errors = best_errors(on, index, wave);
+  measured.on_errors = all_errors(on, index, wave);
   measured.disturbed = static_cast<double>(std::count_if(on.begin(), on.end(), disturbed)) /
                        static_cast<double>(on.size());
   measured.on_load = on_used / on_time;

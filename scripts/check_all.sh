@@ -43,6 +43,7 @@ build tidy
 begin 'benchmarks: build, and one run of the quick ones'
 build bench
 build/bench/bench/smc_bench --benchmark_min_time=0.05
+build/bench/bench/simulated_bench --benchmark_min_time=0.05
 
 begin 'installation and demo'
 build release
