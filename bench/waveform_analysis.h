@@ -24,8 +24,8 @@ struct Measured {
 /// Finds the on phases in the holes that a probe saw, and compares them with `wave`. Slots whose on
 /// or off is shorter than a tenth of a slot cannot be told from their neighbours and are left out
 /// of the errors, and so are ons in which somebody else than the witness's threads used the
-/// processor for 100 us (and 0.5 % of the time) or more. Returns nothing measured (empty `on_errors`) from fewer than three
-/// on phases.
+/// processor for 100 us (and 0.5 % of the time) or more. Returns nothing measured (empty
+/// `on_errors`) from fewer than three on phases.
 Measured analyse(const std::vector<Interval>& holes, const std::vector<Slot>& wave);
 
 /// The `part` (0 to 1) percentile of the absolute values; 0 of none. By nearest rank.

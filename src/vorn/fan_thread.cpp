@@ -25,7 +25,9 @@ void sleep_half(std::uint32_t half) {
 
 }  // namespace
 
-std::uint32_t half_period(double hertz) { return to_uint32(std::rint(500000.0 / hertz)); }
+std::uint32_t half_period(double hertz) {
+  return to_uint32(std::rint(500000.0 / hertz));
+}
 
 int spawn_fan() {
   assertion(using_fan_thread(), "using_fan_thread()", kDriverModule);

@@ -70,7 +70,9 @@ int ServiceThread::start(void* (*body)(void*), int priority, const char* spawner
   return runs ? 0 : -1;
 }
 
-void ServiceThread::join() { join_until(nullptr); }
+void ServiceThread::join() {
+  join_until(nullptr);
+}
 
 void ServiceThread::join_within(int seconds) {
   timespec deadline{};

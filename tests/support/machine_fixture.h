@@ -24,11 +24,11 @@ class MachineFixture : public SettingsFixture {
     controller->add_key("TC0D", "sp78", 2, {0x2A, 0x40});  // 42.25
     kx::install_machine({{controller, {}}, {plugin, {}}});
   }
+
  public:
   ~MachineFixture() override { kx::install_machine({}); }
 
  protected:
-
   /// What `action` prints on standard error.
   static std::string printed_by(const std::function<void()>& action) {
     testing::internal::CaptureStderr();
