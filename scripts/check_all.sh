@@ -18,8 +18,10 @@ git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
 begin 'g++: every test'
 ./check
 
-begin 'clang: unit tests'
+begin 'clang: unit tests, and every header by itself'
 build clang
+cmake --build --preset clang --target all_verify_interface_header_sets >build/headers.log ||
+  { cat build/headers.log && exit 1; }
 ctest --preset clang -L unit -j "$(nproc)"
 
 begin 'address and undefined-behaviour sanitizers: every test'
