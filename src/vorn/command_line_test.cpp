@@ -200,8 +200,7 @@ TEST_F(CommandLineDeathTest, HelpEndsTheProcess) {
 }
 
 TEST_F(CommandLineDeathTest, NeedsTheRegistry) {
-  factories.clear();
-  EXPECT_DEATH(parse_options(0, nullptr),
+  EXPECT_DEATH((factories.clear(), parse_options(0, nullptr)),
                "Assertion failed: \\(!factories.empty\\(\\)\\), function parse_options, "
                "file src/vorn\\.");
 }
