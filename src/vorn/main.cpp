@@ -30,12 +30,13 @@ int failed(const char* message) {
   return failed();
 }
 
-/// Waits for the threads that outlive the workloads. The fan thread may take half a period.
+/// Waits for the threads that outlive the workloads. The fan thread may take half a period; the
+/// others come last, for the shutdown path must be the first to wait for them.
 int last_thread_ended() {
   fan_thread.join();
+  stop_listening();
   monitor_thread.join();
   timing_thread.join();
-  stop_listening();
   return 0;
 }
 

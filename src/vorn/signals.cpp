@@ -123,4 +123,5 @@ void stop_listening() {
   pthread_kill(listener, SIGINT);
   pthread_join(listener, nullptr);
   listening = false;
+  let_quit_through();
 }
