@@ -1,0 +1,35 @@
+#include "machines/controller/value_type.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace controller {
+namespace {
+
+constexpr std::uint32_t kSignBit = 0x8000;
+
+}  // namespace
+
+std::uint32_t ValueType::encode(double value) const {
+  const double most = most_steps;
+  const double steps = std::round(value * steps_per_unit);
+  if (!has_sign || steps >= 0.0) {
+    return static_cast<std::uint32_t>(std::clamp(steps, 0.0, most));
+  }
+  // The fraction is always added, so it counts up from the integer below.
+  const double below = std::floor(steps / steps_per_unit);
+  const double fraction = steps - below * steps_per_unit;
+  const double whole = std::min(-below * steps_per_unit, most + 1 - steps_per_unit);
+  return kSignBit | (static_cast<std::uint32_t>(whole) + static_cast<std::uint32_t>(fraction));
+}
+
+double ValueType::decode(std::uint32_t stored) const {
+  if (!has_sign || (stored & kSignBit) == 0) {
+    return stored / steps_per_unit;
+  }
+  const double magnitude = (stored & most_steps) / steps_per_unit;
+  const double whole = std::floor(magnitude);
+  return (magnitude - whole) - whole;
+}
+
+}  // namespace controller

@@ -1,0 +1,69 @@
+#include <fcntl.h>
+#include <limits.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+#include "machines/linux/sysfs/tree.h"
+
+namespace sysfs {
+
+int Folder::open(const char* path, Mode mode) {
+  std::array<char, PATH_MAX> full;
+  const std::size_t length = std::strlen(path);
+  if (root_.size() + 1 + length >= full.size()) {
+    return -ENAMETOOLONG;
+  }
+  std::memcpy(full.data(), root_.data(), root_.size());
+  full[root_.size()] = '/';
+  std::memcpy(full.data() + root_.size() + 1, path, length + 1);
+  const int flags = mode == Mode::read ? O_RDONLY : O_WRONLY;
+  const int handle = ::open(full.data(), flags | O_CLOEXEC);
+  return handle < 0 ? -errno : handle;
+}
+
+ssize_t Folder::read(int handle, std::span<char> text) {
+  const ssize_t got = pread(handle, text.data(), text.size(), 0);
+  return got < 0 ? -errno : got;
+}
+
+ssize_t Folder::write(int handle, std::string_view text) {
+  const ssize_t written = pwrite(handle, text.data(), text.size(), 0);
+  return written < 0 ? -errno : written;
+}
+
+void Folder::close(int handle) {
+  ::close(handle);
+}
+
+int Folder::list(const char* folder, std::vector<std::string>& names) {
+  names.clear();
+  std::error_code error;
+  std::filesystem::directory_iterator at(root_ + "/" + folder, error);
+  for (const std::filesystem::directory_iterator end; !error && at != end; at.increment(error)) {
+    names.push_back(at->path().filename());
+  }
+  std::sort(names.begin(), names.end());
+  return -error.value();
+}
+
+std::string Folder::real_path(const char* path) {
+  std::error_code error;
+  const std::filesystem::path root = std::filesystem::canonical(root_, error);
+  if (error) {
+    return {};
+  }
+  const std::filesystem::path real = std::filesystem::canonical(root / path, error);
+  if (error) {
+    return {};
+  }
+  std::string relative = real.lexically_relative(root);
+  return relative.starts_with("..") ? std::string() : relative;
+}
+
+}  // namespace sysfs
