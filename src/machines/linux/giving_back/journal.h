@@ -1,11 +1,8 @@
 #pragma once
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include "machines/linux/sysfs/tree.h"
 
 /// What a run has changed on a machine, as text: one line for each thing that is to be put back,
 /// holding its state before. The same text is the state file, what a guardian holds, and what
@@ -32,20 +29,28 @@ struct FanState {
 std::string set_line(std::string_view attribute, std::string_view value);
 std::string fan_line(const FanState& state);
 
-/// Text of at most one line for the user; whoever gets it must allocate nothing to use it in a
-/// guardian.
-using RestoreReport = std::function<void(std::string_view)>;
+/// The lines of a journal one by one, without their newlines. A last line without one was cut off
+/// when its writer was killed, before anything was changed: it is left out.
+/// Returns false at the end.
+bool next_line(std::string_view& journal, std::string_view& line);
 
-/// Puts back everything that `journal` holds, and confirms it by reading.
-///
-/// "set" attributes are written in their order, then read back; those that read differently
-/// (refused because of an order that the kernel wants, or applied later) are written again until
-/// all are right or `patience_ms` is over. A fan gets its target and pwm while it is still manual,
-/// then its mode; a mode that does not read back as it was puts the fan at full speed instead.
-///
-/// Returns whether everything is as it was; what is not, is reported by its attribute.
-/// Allocates nothing, so that it may run in a process forked from one with threads.
-bool restore(sysfs::Tree& tree, std::string_view journal, int patience_ms,
-             const RestoreReport& report);
+/// Takes a "set" line apart. False for a line that is none.
+bool parse_set_line(std::string_view line, std::string_view& attribute, std::string_view& value);
+
+/// What a "fan" line says, in views of it.
+struct FanLine {
+  std::string_view folder;
+  std::string_view channel;
+  std::string_view chip;
+  std::string_view target;
+  std::string_view pwm;
+  std::string_view enable;
+};
+
+constexpr std::string_view kNotThere = "-";
+constexpr std::string_view kUnreadable = "?";
+
+/// Takes a "fan" line apart. False for a line that is none.
+bool parse_fan_line(std::string_view line, FanLine& fan);
 
 }  // namespace linux_machine

@@ -1,0 +1,114 @@
+#include "machines/linux/giving_back/restore.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include "machines/linux/giving_back/direct_attribute.h"
+#include "machines/linux/giving_back/journal.h"
+#include "machines/linux/giving_back/line_text.h"
+#include "machines/linux/giving_back/restore_fan.h"
+#include "machines/linux/surroundings.h"
+
+// The kernel takes limits of frequency in any order and applies them later, from a work queue;
+// kernels before 5.3 applied them at once and refused a minimum above the maximum. Other attributes
+// are refused while a governor stands that excludes them. So nothing is deduced here: everything is
+// written once in its order, whatever it reads (what reads right may be about to be overtaken by a
+// change that the kernel has not applied yet), and what does not come to read right is written
+// again in later rounds, when what it waited for has been written too.
+
+namespace linux_machine {
+namespace {
+
+constexpr int kRounds = 100;
+constexpr std::int64_t kBetweenRoundsNs = 10 * kNsPerMs;
+
+enum class Settled { yes, no, gone };
+
+Settled settled(sysfs::Tree& tree, const char* path, std::string_view wanted) {
+  DirectBuffer buffer;
+  const DirectAnswer answer = read_directly(tree, path, buffer);
+  if (answer.error == ENOENT || answer.error == ENODEV) {
+    return Settled::gone;
+  }
+  return answer.error == 0 && answer.text == wanted ? Settled::yes : Settled::no;
+}
+
+void report_unsettled(sysfs::Tree& tree, std::string_view attribute, const char* path,
+                      std::string_view wanted, int error, const RestoreTools& tools) {
+  DirectBuffer buffer;
+  const DirectAnswer answer = read_directly(tree, path, buffer);
+  LineText text;
+  text.add(attribute).add(" could not be put back to ").add(wanted).add(": ");
+  if (error != 0) {
+    text.add("writing it: ").add(strerrordesc_np(error));
+  } else if (answer.error != 0) {
+    text.add("reading it: ").add(strerrordesc_np(answer.error));
+  } else {
+    text.add("it reads ").add(answer.text);
+  }
+  tools.report(text.view());
+}
+
+enum class Round { first, middle, last };
+
+/// One round over all "set" lines. Returns whether all are as they are to be.
+bool write_round(sysfs::Tree& tree, std::string_view journal, Round round,
+                 const RestoreTools& tools) {
+  bool all = true;
+  std::string_view line;
+  std::string_view attribute;
+  std::string_view value;
+  while (next_line(journal, line)) {
+    if (!parse_set_line(line, attribute, value)) {
+      continue;
+    }
+    LineText path;
+    path.add(attribute);
+    const Settled before = settled(tree, path.c_str(), value);
+    if (before == Settled::gone) {
+      if (round == Round::first) {
+        tools.report(LineText().add(attribute).add(" has gone").view());
+      }
+      continue;
+    }
+    int error = 0;
+    if (round == Round::first || before == Settled::no) {
+      error = write_directly(tree, path.c_str(), value);
+      all = false;  // to be confirmed by the next round
+    }
+    if (round == Round::last && before == Settled::no &&
+        settled(tree, path.c_str(), value) == Settled::no) {
+      report_unsettled(tree, attribute, path.c_str(), value, error, tools);
+    }
+  }
+  return all;
+}
+
+bool restore_attributes(sysfs::Tree& tree, std::string_view journal, const RestoreTools& tools) {
+  if (write_round(tree, journal, Round::first, tools)) {
+    return true;
+  }
+  for (int round = 0; round < kRounds; ++round) {
+    if (write_round(tree, journal, Round::middle, tools)) {
+      return true;
+    }
+    tools.sleep_for(kBetweenRoundsNs);
+  }
+  return write_round(tree, journal, Round::last, tools);
+}
+
+}  // namespace
+
+bool restore(sysfs::Tree& tree, std::string_view journal, const RestoreTools& tools) {
+  bool all = restore_attributes(tree, journal, tools);
+  std::string_view line;
+  FanLine fan;
+  while (next_line(journal, line)) {
+    if (parse_fan_line(line, fan)) {
+      all = restore_fan(tree, fan, tools) && all;
+    }
+  }
+  return all;
+}
+
+}  // namespace linux_machine

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string_view>
+
+#include "machines/linux/sysfs/tree.h"
+
+namespace linux_machine {
+
+/// What restore() needs of the world beside the tree.
+struct RestoreTools {
+  const std::function<void(std::int64_t ns)>& sleep_for;
+  /// Gets what could not be put back, a line each.
+  const std::function<void(std::string_view)>& report;
+};
+
+/// Puts back everything that `journal` (see journal.h) holds, and confirms it by reading.
+///
+/// "set" attributes are written in their order, then read back; those that read differently
+/// (refused because of an order that the kernel wants, or applied later) are written again, for a
+/// second at most. A fan gets its target and pwm while it is manual, then its mode; one that does
+/// not read back as it was is put at full speed instead.
+///
+/// Returns whether everything is as it was. An attribute that has gone (a processor taken offline,
+/// a driver unloaded) is reported, and is no failure: there is nothing left to put back.
+/// Allocates nothing of its own, so that it may run in a process forked from one with threads.
+bool restore(sysfs::Tree& tree, std::string_view journal, const RestoreTools& tools);
+
+}  // namespace linux_machine

@@ -1,0 +1,232 @@
+#include "machines/linux/giving_back/restore.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "support/machine/faulty_tree.h"
+#include "support/machine/memory_tree.h"
+
+namespace linux_machine {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr const char* kTree =
+    "0644 p/scaling_max_freq = 1000\n"
+    "0644 p/scaling_min_freq = 1000\n"
+    "0644 p/scaling_governor = performance\n"
+    "0644 p/energy_performance_preference = performance\n"
+    "0444 h/name = nct6779\n"
+    "0644 h/pwm2 = 255\n"
+    "0644 h/pwm2_enable = 1\n"
+    "0644 h/fan2_target = 3000\n";
+
+constexpr const char* kFan = "fan h 2 nct6779 target=- pwm=153 enable=5\n";
+
+class RestoreTest : public testing::Test {
+ protected:
+  bool restored(const std::string& journal) { return restored(tree_, journal); }
+  bool restored(sysfs::Tree& tree, const std::string& journal) {
+    const std::function<void(std::int64_t)> sleep = [this](std::int64_t ns) {
+      slept_ns_ += ns;
+      if (on_sleep_) {
+        on_sleep_();
+      }
+    };
+    const std::function<void(std::string_view)> report = [this](std::string_view line) {
+      reports_.emplace_back(line);
+    };
+    return restore(tree, journal, {sleep, report});
+  }
+
+  /// The fan chip: refuses its pwm while automatic.
+  void refuse_pwm_in_automatic() {
+    tree_.on_write(
+        "h/pwm2", [this](std::string&) { return tree_.text("h/pwm2_enable") == "1" ? 0 : -EBUSY; });
+  }
+
+  MemoryTree tree_{std::string(kTree)};
+  std::vector<std::string> reports_;
+  std::int64_t slept_ns_ = 0;
+  std::function<void()> on_sleep_;
+};
+
+TEST_F(RestoreTest, NothingIsToBeDoneForAnEmptyJournal) {
+  EXPECT_TRUE(restored(""));
+  EXPECT_EQ(tree_.writes(), 0);
+}
+
+TEST_F(RestoreTest, AttributesAreWrittenEvenIfTheyReadRight) {
+  EXPECT_TRUE(restored("set p/scaling_max_freq 1000\nset p/scaling_min_freq 400\n"));
+  EXPECT_EQ(tree_.text("p/scaling_min_freq"), "400");
+  EXPECT_EQ(tree_.writes(), 2);
+  EXPECT_THAT(reports_, IsEmpty());
+}
+
+TEST_F(RestoreTest, AnOrderThatTheKernelRefusesIsTriedAgain) {
+  tree_.on_write("p/scaling_max_freq", [this](std::string& text) {
+    return std::stoi(text) < std::stoi(tree_.text("p/scaling_min_freq")) ? -EINVAL : 0;
+  });
+  EXPECT_TRUE(restored("set p/scaling_max_freq 800\nset p/scaling_min_freq 400\n"));
+  EXPECT_EQ(tree_.text("p/scaling_max_freq"), "800");
+  EXPECT_THAT(reports_, IsEmpty());
+}
+
+TEST_F(RestoreTest, WhatIsAppliedLaterIsWaitedFor) {
+  std::string asked;
+  tree_.on_write("p/scaling_max_freq", [&](std::string& text) {
+    asked = text;
+    text = "1000";
+    return 0;
+  });
+  on_sleep_ = [&] {
+    if (slept_ns_ >= 200'000'000) {
+      tree_.put("p/scaling_max_freq", asked);
+    }
+  };
+  EXPECT_TRUE(restored("set p/scaling_max_freq 800\n"));
+  EXPECT_EQ(tree_.text("p/scaling_max_freq"), "800");
+}
+
+TEST_F(RestoreTest, WhatDoesNotComeIsReportedByNameAfterASecond) {
+  tree_.fail("p/scaling_max_freq", EIO);
+  EXPECT_FALSE(restored("set p/scaling_max_freq 800\nset p/scaling_min_freq 400\n"));
+  EXPECT_EQ(tree_.text("p/scaling_min_freq"), "400") << "the others are put back all the same";
+  EXPECT_THAT(reports_, ElementsAre("p/scaling_max_freq could not be put back to 800: writing it: "
+                                    "Input/output error"));
+  EXPECT_EQ(slept_ns_, 1'000'000'000);
+}
+
+TEST_F(RestoreTest, WhatHasGoneIsReportedAndNoFailure) {
+  tree_.remove("p");
+  tree_.remove("h");
+  EXPECT_TRUE(restored(std::string("set p/scaling_max_freq 800\n") + kFan));
+  EXPECT_THAT(reports_, ElementsAre("p/scaling_max_freq has gone", "h has gone, or is no nct6779"));
+}
+
+TEST_F(RestoreTest, AFanGetsItsPwmWhileItIsManualAndItsModeLast) {
+  refuse_pwm_in_automatic();
+  EXPECT_TRUE(restored(kFan));
+  EXPECT_EQ(tree_.text("h/pwm2"), "153");
+  EXPECT_EQ(tree_.text("h/pwm2_enable"), "5");
+  EXPECT_EQ(tree_.text("h/fan2_target"), "3000") << "not touched, not restored";
+}
+
+TEST_F(RestoreTest, AFanThatIsAutomaticAlreadyIsPutBackAllTheSame) {
+  refuse_pwm_in_automatic();
+  tree_.put("h/pwm2_enable", "5");
+  EXPECT_TRUE(restored(kFan));
+  EXPECT_EQ(tree_.text("h/pwm2"), "153");
+  EXPECT_EQ(tree_.text("h/pwm2_enable"), "5");
+}
+
+TEST_F(RestoreTest, AManualFanStaysManual) {
+  EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=100 enable=1\n"));
+  EXPECT_EQ(tree_.text("h/pwm2"), "100");
+  EXPECT_EQ(tree_.text("h/pwm2_enable"), "1");
+}
+
+TEST_F(RestoreTest, AFanThatHadATargetGetsItBack) {
+  EXPECT_TRUE(restored("fan h 2 nct6779 target=1200 pwm=100 enable=3\n"));
+  EXPECT_EQ(tree_.text("h/fan2_target"), "1200");
+  EXPECT_EQ(tree_.text("h/pwm2_enable"), "3");
+}
+
+TEST_F(RestoreTest, AModeThatCannotBeReadIsSetToAutomatic) {
+  tree_.put("h/pwm2_enable", "1", 0200);
+  EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=- enable=?\n"));
+  EXPECT_EQ(tree_.text("h/pwm2_enable"), "2");
+}
+
+TEST_F(RestoreTest, AChannelWithoutModeGetsItsPwm) {
+  tree_.remove("h/pwm2_enable");
+  EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=90 enable=-\n"));
+  EXPECT_EQ(tree_.text("h/pwm2"), "90");
+}
+
+TEST_F(RestoreTest, ManualAtFullPwmMayReadAsFullSpeed) {
+  tree_.on_read("h/pwm2_enable", [](const std::string& stored) {
+    return MemoryTree::Answer{stored == "1" ? "0" : stored, 0};
+  });
+  EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=255 enable=1\n"));
+}
+
+TEST_F(RestoreTest, AModeThatTheChipRefusesPutsTheFanAtFullSpeed) {
+  tree_.put("h/pwm2", "60");
+  tree_.on_write("h/pwm2_enable", [](std::string& text) { return text == "5" ? -EINVAL : 0; });
+  EXPECT_FALSE(restored(kFan));
+  EXPECT_EQ(tree_.text("h/pwm2"), "255");
+  EXPECT_EQ(tree_.text("h/pwm2_enable"), "1");
+  EXPECT_THAT(reports_, ElementsAre("h/pwm2_enable could not be put back (pwm 153, mode 5): "
+                                    "Invalid argument; the fan is at full speed instead"));
+}
+
+TEST_F(RestoreTest, AModeThatDoesNotStayPutsTheFanAtFullSpeed) {
+  tree_.on_write("h/pwm2_enable", [](std::string& text) {
+    text = "1";
+    return 0;
+  });
+  EXPECT_FALSE(restored(kFan));
+  EXPECT_EQ(tree_.text("h/pwm2"), "255");
+  EXPECT_THAT(reports_, ElementsAre(HasSubstr("it reads differently")));
+}
+
+TEST_F(RestoreTest, AFanThatCannotEvenBePutAtFullSpeedIsSaidSo) {
+  tree_.fail("h/pwm2", EIO);
+  tree_.fail("h/pwm2_enable", EIO);
+  EXPECT_FALSE(restored(kFan));
+  EXPECT_THAT(reports_, ElementsAre(HasSubstr("neither could the fan be put at full speed")));
+}
+
+TEST_F(RestoreTest, AnotherChipAtTheSamePlaceIsLeftAlone) {
+  tree_.put("h/name", "it8689");
+  EXPECT_TRUE(restored(kFan));
+  EXPECT_EQ(tree_.text("h/pwm2_enable"), "1");
+}
+
+// Every access fails once: everything is put back all the same.
+TEST_F(RestoreTest, OneFaultAnywhereIsOvercome) {
+  const std::string journal =
+      std::string("set p/scaling_max_freq 800\nset p/scaling_governor powersave\n") + kFan;
+  FaultyTree counted(tree_);
+  ASSERT_TRUE(restored(counted, journal));
+  const int accesses = counted.accesses();
+  EXPECT_GT(accesses, 10);
+  for (const int error : {EIO, EBUSY, EINVAL, EACCES, ENODATA, EINTR, EAGAIN}) {
+    for (int access = 1; access <= accesses; ++access) {
+      MemoryTree machine{std::string(kTree)};
+      FaultyTree faulty(machine);
+      faulty.fail(access, error, FaultyTree::For::once);
+      EXPECT_TRUE(restored(faulty, journal)) << access << " " << error;
+      EXPECT_EQ(machine.text("p/scaling_max_freq"), "800") << access << " " << error;
+      EXPECT_EQ(machine.text("p/scaling_governor"), "powersave") << access << " " << error;
+      EXPECT_EQ(machine.text("h/pwm2"), "153") << access << " " << error;
+      EXPECT_EQ(machine.text("h/pwm2_enable"), "5") << access << " " << error;
+      EXPECT_EQ(machine.open_handles(), 0);
+    }
+  }
+}
+
+TEST_F(RestoreTest, FaultsForEverAreReportedByAttribute) {
+  const std::string journal = std::string("set p/scaling_max_freq 800\n") + kFan;
+  for (int access = 1; access <= 12; ++access) {
+    MemoryTree machine{std::string(kTree)};
+    FaultyTree faulty(machine);
+    faulty.fail(access, EIO, FaultyTree::For::ever);
+    reports_.clear();
+    if (!restored(faulty, journal)) {
+      ASSERT_FALSE(reports_.empty());
+      EXPECT_THAT(reports_.back(),
+                  testing::AnyOf(HasSubstr("h/pwm2_enable"), HasSubstr("p/scaling_max_freq")));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace linux_machine

@@ -1,0 +1,117 @@
+#include "machines/linux/giving_back/state_file.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <utility>
+
+namespace linux_machine {
+namespace {
+
+using sysfs::Done;
+using sysfs::Failure;
+using sysfs::Result;
+
+constexpr std::int64_t kLongestWaitNs = 2 * kNsPerS;
+constexpr std::int64_t kBetweenTriesNs = 20 * kNsPerMs;
+
+int lock_patiently(int descriptor, const Surroundings& surroundings) {
+  for (std::int64_t waited = 0;; waited += kBetweenTriesNs) {
+    if (flock(descriptor, LOCK_EX | LOCK_NB) == 0) {
+      return 0;
+    }
+    if (errno != EWOULDBLOCK || waited >= kLongestWaitNs) {
+      return errno == EWOULDBLOCK ? EBUSY : errno;
+    }
+    surroundings.sleep_for(kBetweenTriesNs);
+  }
+}
+
+}  // namespace
+
+Result<StateFile> StateFile::lock(const Surroundings& surroundings, const std::string& part) {
+  const std::string& folder = surroundings.state_folder;
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  if (error) {
+    return sysfs::failure("making", folder, error.value());
+  }
+  std::string path = folder + "/" + part;
+  const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644);
+  if (descriptor < 0) {
+    return sysfs::failure("opening", path, errno);
+  }
+  StateFile file(std::move(path), descriptor);
+  const int refused = lock_patiently(descriptor, surroundings);
+  if (refused == EBUSY) {
+    return Failure{
+        sysfs::Trouble::refused, EBUSY,
+        "another run holds the " + part + " (" + file.path() + "); wait for its end, or end it"};
+  }
+  if (refused != 0) {
+    return sysfs::failure("locking", file.path(), refused);
+  }
+  return file;
+}
+
+StateFile::StateFile(StateFile&& other) noexcept
+    : path_(std::move(other.path_)), descriptor_(std::exchange(other.descriptor_, -1)) {}
+
+StateFile& StateFile::operator=(StateFile&& other) noexcept {
+  std::swap(path_, other.path_);
+  std::swap(descriptor_, other.descriptor_);
+  return *this;
+}
+
+StateFile::~StateFile() {
+  if (descriptor_ >= 0) {
+    close(descriptor_);
+  }
+}
+
+Result<std::string> StateFile::read() const {
+  struct stat status {};
+  if (fstat(descriptor_, &status) != 0) {
+    return sysfs::failure("reading", path_, errno);
+  }
+  std::string text(static_cast<std::size_t>(status.st_size), '\0');
+  const ssize_t got = pread(descriptor_, text.data(), text.size(), 0);
+  if (got < 0) {
+    return sysfs::failure("reading", path_, errno);
+  }
+  text.resize(static_cast<std::size_t>(got));
+  return text;
+}
+
+Result<Done> StateFile::append(std::string_view line) const {
+  const off_t end = lseek(descriptor_, 0, SEEK_END);
+  const ssize_t written = pwrite(descriptor_, line.data(), line.size(), end);
+  if (written != static_cast<ssize_t>(line.size())) {
+    const int error = written < 0 ? errno : ENOSPC;
+    [[maybe_unused]] const int cut = ftruncate(descriptor_, end);  // no half line stays
+    return sysfs::failure("writing", path_, error);
+  }
+  return Done{};
+}
+
+// Written over the old text and filled up with newlines, which say nothing, then cut off: there is
+// no moment at which the file is empty but should not be.
+Result<Done> StateFile::replace(std::string_view text) const {
+  const off_t end = lseek(descriptor_, 0, SEEK_END);
+  std::string filled(text);
+  filled.resize(std::max(filled.size(), static_cast<std::size_t>(end)), '\n');
+  if (!text.empty() &&
+      pwrite(descriptor_, filled.data(), filled.size(), 0) != static_cast<ssize_t>(filled.size())) {
+    return sysfs::failure("writing", path_, errno);
+  }
+  if (ftruncate(descriptor_, static_cast<off_t>(text.size())) != 0) {
+    return sysfs::failure("writing", path_, errno);
+  }
+  return Done{};
+}
+
+}  // namespace linux_machine

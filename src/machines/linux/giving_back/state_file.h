@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "machines/linux/surroundings.h"
+#include "machines/linux/sysfs/result.h"
+
+namespace linux_machine {
+
+/// The file that says what is to be given back of one part of the machine, and the lock that says
+/// who may change that part: both live as long as some process, the run or its guardian, has the
+/// file open. Empty: nothing is to be given back. Thread: one at a time.
+class StateFile {
+ public:
+  /// Opens (and makes) <state folder>/<part> and locks it. Waits for two seconds for another
+  /// holder, who may be about to end; after that the failure's error is EBUSY.
+  static sysfs::Result<StateFile> lock(const Surroundings& surroundings, const std::string& part);
+
+  StateFile(StateFile&& other) noexcept;
+  StateFile& operator=(StateFile&& other) noexcept;
+  StateFile(const StateFile&) = delete;
+  StateFile& operator=(const StateFile&) = delete;
+  ~StateFile();
+
+  sysfs::Result<std::string> read() const;
+
+  /// Adds a line, its newline included, in one write.
+  sysfs::Result<sysfs::Done> append(std::string_view line) const;
+
+  /// Puts `text` in place of everything. A reader sees the old text or the new, but for texts of
+  /// more than a page.
+  sysfs::Result<sysfs::Done> replace(std::string_view text) const;
+
+  int descriptor() const { return descriptor_; }
+  const std::string& path() const { return path_; }
+
+ private:
+  StateFile(std::string path, int descriptor) : path_(std::move(path)), descriptor_(descriptor) {}
+
+  std::string path_;
+  int descriptor_;
+};
+
+}  // namespace linux_machine
