@@ -7,12 +7,7 @@
 namespace simulated {
 namespace {
 
-constexpr ValueType kUi8{four_characters("ui8 "), 1, 1, 0xFF};
-constexpr ValueType kUi16{four_characters("ui16"), 2, 1, 0xFFFF};
-constexpr ValueType kUi32{four_characters("ui32"), 4, 1, 0xFFFFFFFF};
-constexpr ValueType kFp88{four_characters("fp88"), 2, 256, 0xFFFF};
-constexpr ValueType kFpe2{four_characters("fpe2"), 2, 4, 0xFFFF};
-constexpr ValueType kSp78{four_characters("sp78"), 2, 256, 0x7FFF};
+using namespace controller;  // the data types
 
 double power(const Model& model) {
   return model.power_w();
@@ -84,11 +79,6 @@ constexpr Key kKeys[] = {
 };
 
 }  // namespace
-
-std::uint32_t ValueType::encode(double value) const {
-  const double steps = std::round(value * steps_per_unit);
-  return static_cast<std::uint32_t>(std::clamp(steps, 0.0, static_cast<double>(most_steps)));
-}
 
 std::span<const Key> all_keys() {
   return kKeys;

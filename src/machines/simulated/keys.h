@@ -3,33 +3,15 @@
 #include <cstdint>
 #include <span>
 
+#include "machines/controller/value_type.h"
 #include "machines/simulated/model.h"
 
-/// The keys of the simulated controller: what each one means in the model, and how the controller
-/// writes its value as an integer of one, two or four bytes.
+/// The keys of the simulated controller: what each one means in the model, and how its value is
+/// stored.
 namespace simulated {
 
-/// The four characters of a key or type name as a code, the first in the highest byte.
-constexpr std::uint32_t four_characters(const char (&name)[5]) {
-  std::uint32_t code = 0;
-  for (int i = 0; i < 4; ++i) {
-    code = (code << 8U) | static_cast<unsigned char>(name[i]);
-  }
-  return code;
-}
-
-/// A data type as the controller uses it: a value is stored as a whole number of steps. Values
-/// outside of the range are held at its ends. A signed type never holds less than zero here: no
-/// temperature of this machine falls below freezing.
-struct ValueType {
-  std::uint32_t code;
-  std::uint32_t size;  ///< bytes
-  double steps_per_unit;
-  std::uint32_t most_steps;
-
-  std::uint32_t encode(double value) const;
-  double decode(std::uint32_t steps) const { return steps / steps_per_unit; }
-};
+using controller::four_characters;
+using controller::ValueType;
 
 struct Key {
   std::uint32_t code;

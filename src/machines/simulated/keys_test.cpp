@@ -86,12 +86,11 @@ TEST(Keys, Fp88IsInStepsOfA256thUpTo256) {
   EXPECT_EQ(type.encode(-1), 0U);
 }
 
-TEST(Keys, Sp78NeverSetsTheSignBit) {
+TEST(Keys, Sp78IsIn256thsAndHeldAtItsEnd) {
   const ValueType& type = key("TC0D").type;
   EXPECT_EQ(type.encode(25), 0x1900U);
   EXPECT_EQ(type.encode(127.99609375), 0x7FFFU);
   EXPECT_EQ(type.encode(150), 0x7FFFU);
-  EXPECT_EQ(type.encode(-1), 0U);
 }
 
 TEST(Keys, Fpe2IsInQuarters) {

@@ -1,32 +1,32 @@
 #pragma once
 
 #include <memory>
-#include <string>
-#include <vector>
 
-#include "Kx/driver.h"
+#include "machines/power_plugin/plugin_service.h"
 #include "machines/simulated/machine.h"
 
 namespace simulated {
 
-/// The power plugin of the simulated machine, a kind of "KxPlatformPlugin": one connection at a
-/// time, which holds the processors in a P-state until it says otherwise or is closed.
-/// Outlived by the machine that it is given.
-class PluginDriver : public kx::Driver {
+/// The simulated machine's P-states. Outlived by the machine that it is given.
+class SimulatedPStates final : public power_plugin::PStates {
  public:
-  explicit PluginDriver(Machine& machine) : machine_(machine) {}
+  explicit SimulatedPStates(Machine& machine) : machine_(machine) {}
 
-  std::vector<std::string> classes() const override {
-    return {"SimulatedPlatformPlugin", "KxPlatformPlugin"};
-  }
-
-  /// Returns kKxReturnUnsupported for a connection type other than 0x50505543 ("PPUC"),
-  /// kKxReturnNotPermitted unless the effective user id is 0, and kKxReturnExclusiveAccess while
-  /// there is a connection.
-  kx_return_t open(std::uint32_t type, std::unique_ptr<kx::UserClient>& client) override;
+  bool may_change() override { return machine_.may_change(); }
+  kx_return_t claim() override;
+  void release() override { machine_.release_pstates(); }
+  kx_return_t force(std::uint32_t pstate) override;
+  kx_return_t give_back() override;
 
  private:
   Machine& machine_;
+};
+
+/// The power plugin of the simulated machine. Outlived by the machine that it is given.
+class PluginDriver : public power_plugin::PluginService {
+ public:
+  explicit PluginDriver(Machine& machine)
+      : PluginService("SimulatedPlatformPlugin", std::make_unique<SimulatedPStates>(machine)) {}
 };
 
 }  // namespace simulated

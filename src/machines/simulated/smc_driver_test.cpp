@@ -170,13 +170,13 @@ TEST_F(SmcDriverTest, DescribesAnUnknownKeyAsOneOfNoBytes) {
   const SMCParamStruct reply = connection_.describe("F9Tg");
   EXPECT_EQ(reply.info.dataSize, 0U);
   EXPECT_EQ(reply.info.dataType, 0U);
-  EXPECT_EQ(reply.result, static_cast<int>(Result::unknown_key));
+  EXPECT_EQ(reply.result, static_cast<int>(controller::Result::unknown_key));
 }
 
 TEST_F(SmcDriverTest, ReadsAnUnknownKeyAsZeros) {
   const SMCParamStruct reply = connection_.read("F9Tg");
   EXPECT_EQ(front(reply, 32), std::vector<int>(32, 0));
-  EXPECT_EQ(reply.result, static_cast<int>(Result::unknown_key));
+  EXPECT_EQ(reply.result, static_cast<int>(controller::Result::unknown_key));
 }
 
 TEST_F(SmcDriverTest, ReadsEachTypeWithTheHighestByteFirstAndZerosBehind) {
@@ -220,20 +220,20 @@ TEST_F(SmcDriverTest, RefusesWritesOfOrdinaryUsersWithAReturnCode) {
 }
 
 TEST_F(SmcDriverTest, RefusesWritesOfReadOnlyKeysAndOfUnknownOnesWithTheResultByte) {
-  EXPECT_EQ(connection_.write("F0Mx", {0, 1}), static_cast<int>(Result::read_only_key));
-  EXPECT_EQ(connection_.write("F0Ac", {0, 1}), static_cast<int>(Result::read_only_key));
-  EXPECT_EQ(connection_.write("F9Tg", {0, 1}), static_cast<int>(Result::unknown_key));
+  EXPECT_EQ(connection_.write("F0Mx", {0, 1}), static_cast<int>(controller::Result::read_only_key));
+  EXPECT_EQ(connection_.write("F0Ac", {0, 1}), static_cast<int>(controller::Result::read_only_key));
+  EXPECT_EQ(connection_.write("F9Tg", {0, 1}), static_cast<int>(controller::Result::unknown_key));
 }
 
 TEST_F(SmcDriverTest, RefusesWritesOfAnotherSizeAndChangesNothing) {
-  EXPECT_EQ(connection_.write("FS! ", {1}), static_cast<int>(Result::wrong_size));
-  EXPECT_EQ(connection_.write("FS! ", {1, 2, 3}), static_cast<int>(Result::wrong_size));
+  EXPECT_EQ(connection_.write("FS! ", {1}), static_cast<int>(controller::Result::wrong_size));
+  EXPECT_EQ(connection_.write("FS! ", {1, 2, 3}), static_cast<int>(controller::Result::wrong_size));
   EXPECT_EQ(machine_.inspect().fans().force_bits(), 0);
 }
 
 TEST_F(SmcDriverTest, RefusesAnUnknownCommandWithTheResultByte) {
-  EXPECT_EQ(connection_.transact("FS! ", 0).result, static_cast<int>(Result::unknown_command));
-  EXPECT_EQ(connection_.transact("FS! ", 7).result, static_cast<int>(Result::unknown_command));
+  EXPECT_EQ(connection_.transact("FS! ", 0).result, static_cast<int>(controller::Result::unknown_command));
+  EXPECT_EQ(connection_.transact("FS! ", 7).result, static_cast<int>(controller::Result::unknown_command));
 }
 
 // What each thread writes it alone writes, so the last of it must stand; the thread sanitizer
