@@ -1,0 +1,71 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <tuple>
+
+#include "machines/linux/cpufreq/cpufreq_fixture.h"
+
+namespace linux_machine {
+namespace {
+
+using sysfs::Done;
+using sysfs::Result;
+
+/// Every access of forcing and giving back fails, one after the other.
+class PStateFaults : public testing::TestWithParam<std::tuple<std::string, int, FaultyTree::For>> {
+};
+
+/// How many accesses there are if none fails.
+int accesses_of(const std::string& text, std::uint32_t n) {
+  CpufreqMachine machine(text);
+  EXPECT_TRUE(machine.control.force(n));
+  EXPECT_TRUE(machine.control.give_back());
+  return machine.faulty.accesses();
+}
+
+TEST_P(PStateFaults, LeaveTheMachineAsItWas) {
+  const auto& [text, error, how_long] = GetParam();
+  constexpr std::uint32_t kSlow = 43;
+  const int accesses = accesses_of(text, kSlow);
+  int failures = 0;
+  for (int access = 1; access <= accesses; ++access) {
+    SCOPED_TRACE("access " + std::to_string(access));
+    CpufreqMachine machine(text);
+    const auto before = machine.kernel.snapshot();
+    machine.faulty.fail(access, error, how_long);
+
+    const Result<Done> forced = machine.control.force(kSlow);
+    if (!forced) {
+      ++failures;
+      EXPECT_NE(forced.failure().message.find("devices/system/cpu/"), std::string::npos)
+          << forced.failure().message;
+    } else if (error != EBUSY) {  // which says that a policy is offline, and may stay as it is
+      EXPECT_EQ(machine.limits(0), "400000 400000");
+    }
+    const Result<Done> given_back = machine.control.give_back();
+    if (how_long == FaultyTree::For::ever) {
+      machine.faulty.heal();
+      EXPECT_TRUE(machine.control.give_back());
+    } else {
+      EXPECT_TRUE(given_back) << given_back.failure().message;
+    }
+    machine.test.now_ns += kNsPerS;  // nothing may be on its way still
+    EXPECT_EQ(machine.kernel.snapshot(), before);
+    EXPECT_EQ(machine.tree.open_handles(), 0);
+  }
+  EXPECT_GT(failures, accesses / 4);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Every, PStateFaults,
+    testing::Combine(testing::Values(turbo_machine(), performance_machine()),
+                     testing::Values(EIO, EINVAL, EBUSY, EACCES, ENODATA),
+                     testing::Values(FaultyTree::For::once, FaultyTree::For::ever)),
+    [](const auto& one) {
+      return std::string(std::get<0>(one.param) == turbo_machine() ? "Turbo" : "Performance") +
+             std::to_string(std::get<1>(one.param)) +
+             (std::get<2>(one.param) == FaultyTree::For::once ? "Once" : "Ever");
+    });
+
+}  // namespace
+}  // namespace linux_machine
