@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <fstream>
 #include <memory>
 
 namespace {
@@ -88,4 +89,19 @@ int linux_kernel::set_fixed_priority(pthread_t thread, int priority) {
     }
   }
   return result;
+}
+
+bool linux_kernel::may_have_fixed_priority(int priority) {
+  if (set_fixed_priority(pthread_self(), priority) != 0) {
+    return false;
+  }
+  const sched_param ordinary{};
+  pthread_setschedparam(pthread_self(), SCHED_OTHER, &ordinary);
+  return true;
+}
+
+std::optional<long> linux_kernel::fixed_priority_runtime_us() {
+  std::ifstream in("/proc/sys/kernel/sched_rt_runtime_us");
+  long runtime_us = 0;
+  return in >> runtime_us ? std::optional<long>(runtime_us) : std::nullopt;
 }

@@ -2,6 +2,8 @@
 
 #include <pthread.h>
 
+#include <optional>
+
 /// What every machine on Linux asks its kernel for. Nothing here throws or keeps state.
 /// Thread: any.
 namespace linux_kernel {
@@ -14,5 +16,13 @@ int processor_count();
 /// that is permitted CAP_SYS_NICE without having it effective uses it for this one call.
 /// Requires: `thread` has not ended.
 int set_fixed_priority(pthread_t thread, int priority);
+
+/// Whether the calling thread may take `priority` (1 to 99): tried, and taken back at once.
+/// Requires: it has an ordinary priority.
+bool may_have_fixed_priority(int priority);
+
+/// Microseconds of each period that fixed priorities may use, of all processors; -1: without
+/// limit. None if the kernel does not tell.
+std::optional<long> fixed_priority_runtime_us();
 
 }  // namespace linux_kernel

@@ -27,7 +27,9 @@ const std::map<std::string, Modules> kMayInclude = {
     {"WorkloadRegistry", {"Workload", "SpinLoop", "BlockingSpinLoop"}},
     {"vorn", {"Assertion", "Host", "Kx", "SMC", "PlatformPlugin", "Workload", "WorkloadRegistry"}},
     // Machines stand beside the driver: neither knows of the other.
-    {"machines", {"Assertion", "Host", "Kx", "SMC"}},
+    {"machines", {"Assertion", "Host", "Kx", "SMC", "Inspection"}},
+    {"Inspection", {}},
+    {"keys", {"Kx", "SMC", "Inspection", "vorn"}},
 };
 
 bool is_test(const fs::path& file) {

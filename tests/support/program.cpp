@@ -123,7 +123,15 @@ void become(const Command& command) {
   }
   argv.push_back(nullptr);
   std::string quick_end = "TSAN_OPTIONS=atexit_sleep_ms=0";  // else every run ends a second late
-  std::array<char*, 2> environment{kSanitized ? quick_end.data() : nullptr, nullptr};
+  std::vector<std::string> variables = command.environment;
+  std::vector<char*> environment;
+  if (kSanitized) {
+    environment.push_back(quick_end.data());
+  }
+  for (std::string& variable : variables) {
+    environment.push_back(variable.data());
+  }
+  environment.push_back(nullptr);
   refuse(command.refused);
   // By descriptor: an ordinary user need not be able to walk to where the tests were built.
   syscall(SYS_execveat, executable, "", argv.data(), environment.data(), AT_EMPTY_PATH);

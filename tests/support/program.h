@@ -47,6 +47,7 @@ struct Command {
   std::vector<int> ignored_signals;            ///< ignored from the start
   std::string standard_output;                 ///< a path; empty: captured
   std::string called = "vorn";                 ///< argv[0]
+  std::vector<std::string> environment;        ///< NAME=value; else it is empty
 };
 
 struct Outcome {

@@ -1,6 +1,47 @@
-#include "Kx/driver.h"
+#include "machines/linux/machine.h"
 
-// No drivers for real hardware yet: every look-up of a service finds nothing, and says so.
-std::vector<kx::Node> kx::compose_machine() {
-  return {};
+#include <memory>
+
+#include "machines/linux/plugin_driver.h"
+#include "machines/linux/sensors/sensors.h"
+#include "machines/linux/sensors/temperature.h"
+
+namespace linux_machine {
+namespace {
+
+std::vector<WatchedTemperature> watched(sysfs::Tree& tree) {
+  std::vector<WatchedTemperature> temperatures;
+  for (PackageTemperature& package : find_package_temperatures(tree)) {
+    temperatures.push_back({std::move(package.attribute), package.critical_c});
+  }
+  return temperatures;
 }
+
+}  // namespace
+
+Machine::Machine(const Surroundings& surroundings)
+    : surroundings_(surroundings),
+      temperatures_(watched(surroundings.sys)),
+      fan_ledger_(surroundings, kFansPart),
+      pstate_ledger_(surroundings, kPStatesPart),
+      fans_(surroundings, fan_ledger_, temperatures_),
+      pstates_(surroundings, pstate_ledger_),
+      keys_(make_keys(find_sensors(surroundings), surroundings, fans_)) {}
+
+std::vector<kx::Node> Machine::compose() {
+  std::vector<kx::Node> nodes;
+  if (!keys_.empty()) {
+    nodes.push_back({std::make_shared<controller::KeyService>(
+                         [this] { return std::make_unique<LinuxKeys>(surroundings_, keys_); }),
+                     {}});
+  }
+  if (has_pstates(surroundings_.sys)) {
+    nodes.push_back({std::make_shared<power_plugin::PluginService>(
+                         "LinuxPlatformPlugin",
+                         std::make_unique<LinuxPStates>(surroundings_, pstates_, pstate_ledger_)),
+                     {}});
+  }
+  return nodes;
+}
+
+}  // namespace linux_machine

@@ -1,0 +1,94 @@
+#include "keys/listing.h"
+
+#include <optional>
+#include <ostream>
+#include <sstream>
+#include <string>
+
+#include "Inspection/inspection.h"
+#include "Kx/Kx.h"
+#include "SMC/SMC.h"
+
+namespace keys {
+namespace {
+
+/// Transactions with keys of any size, which SMC's own do not resolve.
+class Reader {
+ public:
+  smc_key_info describe(smc_code key) {
+    SMCParamStruct request{};
+    request.key = key;
+    request.command = kSMCCommandKeyInfo;
+    return transact(request).info;
+  }
+
+  SMCParamStruct read(smc_code key) {
+    SMCParamStruct request{};
+    request.key = key;
+    request.command = kSMCCommandRead;
+    return transact(request);
+  }
+
+ private:
+  SMCParamStruct transact(SMCParamStruct& request) {
+    SMCParamStruct reply{};
+    smc_.call(kSMCSelectorTransaction, &request, &reply);
+    return reply;
+  }
+
+  SMC smc_;
+};
+
+std::string value_text(const SMCParamStruct& reply) {
+  const smc_code type = reply.info.dataType;
+  std::ostringstream text;
+  if (SMC::is_fixed_point(type) || SMC::is_signed_point(type)) {
+    text << SMC::unpack_fixed_point(reply.bytes, type);
+    return text.str();
+  }
+  std::uint32_t value = 0;
+  for (std::uint32_t i = 0; i < reply.info.dataSize; ++i) {
+    value = (value << 8U) | reply.bytes[i];
+  }
+  text << value;
+  return text.str();
+}
+
+/// By the key's own letters: power, temperature, and what fans do.
+std::string unit_of(const std::string& name) {
+  if (name.starts_with("P")) {
+    return "W";
+  }
+  if (name.starts_with("T")) {
+    return "degrees C";
+  }
+  const bool fan = name.size() == 4 && name[0] == 'F' && name[1] >= '0' && name[1] <= '9';
+  return fan ? "RPM" : "-";
+}
+
+}  // namespace
+
+bool list_keys(std::ostream& out) {
+  Reader reader;
+  bool all = true;
+  out << "#key\ttype\tsize\tvalue\tunit\tsource\n";
+  for (const inspection::Key& key : inspection::keys()) {
+    const smc_code code = SMC::key(key.name);
+    const smc_key_info info = reader.describe(code);
+    out << key.name << '\t' << SMC::name(info.dataType) << '\t' << info.dataSize << '\t';
+    if (key.moves_fan) {
+      out << "not measured";
+    } else {
+      try {
+        out << value_text(reader.read(code));
+      } catch (SMCException& failure) {
+        all = false;
+        out << failure;
+      }
+    }
+    out << '\t' << unit_of(key.name) << '\t' << key.source << '\n';
+  }
+  return all;
+}
+
+}  // namespace keys

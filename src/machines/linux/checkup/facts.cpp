@@ -1,0 +1,72 @@
+#include "machines/linux/checkup/facts.h"
+
+#include "machines/linux/checkup/file_capabilities.h"
+#include "machines/linux/cpufreq/pstates.h"
+#include "machines/linux/fans/curve_file.h"
+#include "machines/linux/fans/daemons.h"
+#include "machines/linux/giving_back/repair.h"
+#include "machines/linux/sensors/temperature.h"
+#include "machines/linux_kernel.h"
+
+namespace linux_machine {
+namespace {
+
+constexpr int kControlPriority = 64;  // what starts and stops a run stands highest, there
+
+Facts::PowerKey try_power(const Key& key) {
+  const sysfs::Result<double> value = key.connect()->read();
+  return {key.name(), static_cast<bool>(value),
+          !value && value.failure().trouble == sysfs::Trouble::refused};
+}
+
+Facts::Fan look_at_fan(const FanChannel& channel, std::size_t number,
+                       const std::string& curves_folder) {
+  Facts::Fan fan;
+  fan.name = "F" + std::to_string(number) + "Tg (" + channel.chip + " fan" +
+             std::to_string(channel.channel) + ")";
+  fan.refusal = channel.refusal;
+  const auto curve = load_curve(curves_folder, channel);
+  fan.has_curve = curve && curve->has_value();
+  fan.damaged = curve ? "" : curve.failure().message;
+  return fan;
+}
+
+void look_at_pstates(Facts& facts, sysfs::Tree& sys) {
+  if (!has_pstates(sys)) {
+    return;
+  }
+  const sysfs::Result<Cpufreq> cpufreq = read_cpufreq(sys);
+  if (!cpufreq) {
+    facts.pstate_trouble = cpufreq.failure().message;
+  } else if (!cpufreq->policies.empty()) {
+    facts.pstates = count_pstates(cpufreq->policies);
+    facts.pstate_driver = cpufreq->policies.front().driver;
+  }
+}
+
+}  // namespace
+
+Facts gather_facts(Machine& machine, const Surroundings& surroundings, const std::string& vorn) {
+  Facts facts;
+  facts.superuser = surroundings.effective_user() == 0;
+  facts.fixed_priority = linux_kernel::may_have_fixed_priority(kControlPriority);
+  facts.fixed_runtime_us = linux_kernel::fixed_priority_runtime_us();
+  facts.vorn_capabilities = file_capabilities(vorn);
+  facts.keys = machine.keys().size();
+  for (const Key& key : machine.keys()) {
+    if (key.connect && key.name().starts_with("P")) {
+      facts.power.push_back(try_power(key));
+    }
+  }
+  facts.watched_temperature = !find_package_temperatures(surroundings.sys).empty();
+  std::size_t number = 0;
+  for (const FanChannel& channel : machine.fans().channels()) {
+    facts.fans.push_back(look_at_fan(channel, number++, surroundings.curves_folder));
+  }
+  facts.fan_daemon = running_fan_daemon(surroundings.proc);
+  look_at_pstates(facts, surroundings.sys);
+  facts.left_behind = parts_with_state(surroundings);
+  return facts;
+}
+
+}  // namespace linux_machine

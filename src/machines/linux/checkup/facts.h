@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "machines/linux/machine.h"
+
+namespace linux_machine {
+
+/// What this machine and this user have, as far as it decides what a run can do. Everything that
+/// judging needs, and nothing judged.
+struct Facts {
+  struct PowerKey {
+    std::string name;
+    bool readable = false;  ///< by this user, now
+    bool refused = false;   ///< not readable for want of rights
+  };
+  struct Fan {
+    std::string name;     ///< its target key, chip and channel
+    std::string refusal;  ///< why it cannot be forced; empty if it can
+    bool has_curve = false;
+    std::string damaged;  ///< what is wrong with its curve's file
+  };
+
+  bool superuser = false;
+  bool fixed_priority = false;                 ///< this user may have 64
+  std::optional<long> fixed_runtime_us;        ///< sched_rt_runtime_us
+  std::vector<std::string> vorn_capabilities;  ///< of the installed vorn's file
+
+  std::size_t keys = 0;
+  std::vector<PowerKey> power;
+  bool watched_temperature = false;
+  std::vector<Fan> fans;
+  std::optional<std::string> fan_daemon;
+
+  std::size_t pstates = 0;
+  std::string pstate_driver;
+  std::string pstate_trouble;  ///< why they cannot be read
+
+  std::vector<std::string> left_behind;  ///< state files with something in them
+};
+
+/// Looks at the machine, and changes nothing. `vorn` is the path of the program whose file
+/// capabilities count.
+Facts gather_facts(Machine& machine, const Surroundings& surroundings, const std::string& vorn);
+
+}  // namespace linux_machine

@@ -1,0 +1,151 @@
+#include "machines/linux/checkup/judgement.h"
+
+#include <algorithm>
+
+namespace linux_machine {
+namespace {
+
+using inspection::Finding;
+using Findings = std::vector<Finding>;
+
+void well(Findings& findings, std::string text) {
+  findings.push_back({true, std::move(text), ""});
+}
+void lacks(Findings& findings, std::string text, std::string remedy) {
+  findings.push_back({false, std::move(text), std::move(remedy)});
+}
+
+bool granted(const Facts& facts, const char* capability) {
+  return std::find(facts.vorn_capabilities.begin(), facts.vorn_capabilities.end(), capability) !=
+         facts.vorn_capabilities.end();
+}
+
+void judge_priority(const Facts& facts, Findings& findings) {
+  if (facts.fixed_priority) {
+    well(findings, "fixed priority: this user may have it");
+  } else if (granted(facts, "cap_sys_nice")) {
+    well(findings, "fixed priority: granted to vorn by its file's capability");
+  } else {
+    lacks(findings, "fixed priority: this user may not have it; no run starts",
+          "sudo setcap cap_sys_nice+ep \"$(command -v vorn)\", or ulimit -r 64; in a container, "
+          "--cap-add sys_nice; beside a cgroup, a cpu.rt_runtime_us above 0");
+  }
+  if (!facts.fixed_runtime_us) {
+    well(findings, "sched_rt_runtime_us: this kernel has no such limit");
+  } else if (*facts.fixed_runtime_us < 0) {
+    lacks(findings, "sched_rt_runtime_us is -1: a run can take the machine away from everyone else",
+          "sudo sysctl kernel.sched_rt_runtime_us=950000");
+  } else if (*facts.fixed_runtime_us == 0) {
+    lacks(findings, "sched_rt_runtime_us is 0: no thread may have a fixed priority",
+          "sudo sysctl kernel.sched_rt_runtime_us=950000");
+  } else {
+    well(findings, "sched_rt_runtime_us: " + std::to_string(*facts.fixed_runtime_us) +
+                       " us, the rest of each period stays with ordinary programs");
+  }
+}
+
+void judge_keys(const Facts& facts, Findings& findings) {
+  if (facts.keys == 0) {
+    lacks(findings, "keys: the kernel shows no sensor and no fan; samples fail",
+          "load the drivers of this machine's chips (sensors-detect of lm-sensors finds them); "
+          "virtual machines have none: use vorn-sim");
+    return;
+  }
+  well(findings, "keys: " + std::to_string(facts.keys) + " (vorn-keys lists them)");
+  if (facts.power.empty()) {
+    lacks(
+        findings, "power: the kernel shows no power meter of the processor",
+        "modprobe intel_rapl_msr (Intel, AMD); else sample temperatures instead of PC0C: -k TC0D");
+  }
+  for (const Facts::PowerKey& key : facts.power) {
+    if (key.readable) {
+      well(findings, key.name + ": can be read");
+    } else if (key.refused && granted(facts, "cap_dac_read_search")) {
+      well(findings, key.name + ": granted to vorn by its file's capability");
+    } else if (key.refused) {
+      lacks(findings, key.name + ": only root may read the energy counters",
+            "sudo setcap cap_sys_nice,cap_dac_read_search+ep \"$(command -v vorn)\"");
+    } else {
+      lacks(findings, key.name + ": its source does not answer as it should",
+            "see the message above, and the driver's in the kernel's log (dmesg)");
+    }
+  }
+}
+
+void judge_fan(const Facts::Fan& fan, Findings& findings) {
+  if (!fan.refusal.empty()) {
+    lacks(findings, fan.name + " cannot be forced: " + fan.refusal,
+          "leave it out with -a, or all fans with -s 0");
+  } else if (!fan.damaged.empty()) {
+    lacks(findings, fan.name + ": " + fan.damaged, "sudo vorn-keys --calibrate");
+  } else if (!fan.has_curve) {
+    lacks(findings,
+          fan.name +
+              ": its curve is not measured; a run measures the maximum first, and does not "
+              "stop it",
+          "sudo vorn-keys --calibrate");
+  } else {
+    well(findings, fan.name + ": can be forced, by a measured curve");
+  }
+}
+
+void judge_fans(const Facts& facts, Findings& findings) {
+  if (facts.fans.empty()) {
+    lacks(findings, "fans: the kernel shows none",
+          "run with -s 0; or load the driver of the board's fan chip, or of the laptop's firmware");
+    return;
+  }
+  for (const Facts::Fan& fan : facts.fans) {
+    judge_fan(fan, findings);
+  }
+  if (facts.fans.size() == 1) {
+    lacks(findings, "fans: there is one, and a run as root sets two unless told otherwise",
+          "name it: -a F0Tg");
+  }
+  if (!facts.watched_temperature) {
+    lacks(findings, "fans: no temperature of the processor to watch while they are forced",
+          "load its driver (coretemp, k10temp), or leave the fans alone: -s 0");
+  }
+  if (facts.fan_daemon) {
+    lacks(findings, "fans: " + *facts.fan_daemon + " is running and controls them",
+          "sudo systemctl stop " + *facts.fan_daemon);
+  }
+}
+
+void judge_pstates(const Facts& facts, Findings& findings) {
+  if (!facts.pstate_trouble.empty()) {
+    lacks(findings, "P-states: " + facts.pstate_trouble, "see the kernel's log (dmesg)");
+  } else if (facts.pstates == 0) {
+    lacks(findings, "P-states: the kernel shows none (cpufreq); a run as root fails",
+          "run as an ordinary user; virtual machines have none");
+  } else {
+    well(findings,
+         "P-states: 0 to " + std::to_string(facts.pstates - 1) + " (" + facts.pstate_driver + ")");
+  }
+}
+
+void judge_rights(const Facts& facts, Findings& findings) {
+  if (facts.superuser) {
+    well(findings, "root: fans and P-states may be set");
+  } else {
+    lacks(findings, "not root: -s, -a and -p change nothing", "sudo vorn, where they are wanted");
+  }
+  for (const std::string& part : facts.left_behind) {
+    lacks(findings, part + ": changed by a run that is under way, or that did not give them back",
+          "wait for its end; if there is none: sudo vorn-keys --restore");
+  }
+}
+
+}  // namespace
+
+std::vector<Finding> judge(const Facts& facts) {
+  Findings findings;
+  judge_priority(facts, findings);
+  judge_keys(facts, findings);
+  judge_fans(facts, findings);
+  judge_pstates(facts, findings);
+  judge_rights(facts, findings);
+  return findings;
+}
+
+}  // namespace linux_machine

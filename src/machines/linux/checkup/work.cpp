@@ -1,0 +1,84 @@
+#include "machines/linux/checkup/work.h"
+
+#include "machines/linux/fans/calibration.h"
+#include "machines/linux/fans/curve_file.h"
+#include "machines/linux/giving_back/repair.h"
+#include "machines/linux/giving_back/state_file.h"
+
+namespace linux_machine {
+namespace {
+
+using inspection::Console;
+
+bool measure_and_keep(Machine& machine, const Surroundings& surroundings, const FanChannel& fan,
+                      const Console& console) {
+  const std::string what = fan.chip + " fan" + std::to_string(fan.channel);
+  const sysfs::Result<Curve> curve =
+      measure_curve(surroundings, machine.fan_ledger(), fan, machine.temperatures(),
+                    [&](double fraction, const std::string& text) {
+                      console.progress(fraction, what + ": " + text);
+                    });
+  if (!curve) {
+    console.complain(what + ": " + curve.failure().message);
+    return false;
+  }
+  console.print(curve_text(fan, *curve));
+  const auto saved = save_curve(surroundings.curves_folder, fan, *curve);
+  if (!saved) {
+    console.complain(saved.failure().message);
+    return false;
+  }
+  console.print("# kept in " + curve_path(surroundings.curves_folder, fan));
+  return true;
+}
+
+bool restore_part(const Surroundings& surroundings, const std::string& part,
+                  const Console& console) {
+  const sysfs::Result<StateFile> state = StateFile::lock(surroundings, part);
+  if (!state) {
+    console.complain(state.failure().message);
+    return false;
+  }
+  if (!repair(surroundings, *state)) {
+    console.complain(part + ": could not all be given back; " + state->path() +
+                     " keeps what is left to do");
+    return false;
+  }
+  console.print(part + ": given back");
+  return true;
+}
+
+}  // namespace
+
+bool calibrate(Machine& machine, const Surroundings& surroundings, const Console& console) {
+  bool all = true;
+  bool any = false;
+  for (const FanChannel& fan : machine.fans().channels()) {
+    if (!fan.controllable()) {
+      console.print("# " + fan.chip + " fan" + std::to_string(fan.channel) +
+                    " cannot be forced: " + fan.refusal);
+      continue;
+    }
+    any = true;
+    all = measure_and_keep(machine, surroundings, fan, console) && all;
+  }
+  machine.fan_ledger().end();
+  if (!any) {
+    console.print("# no fan of this machine can be forced: nothing to measure");
+  }
+  return all;
+}
+
+bool restore_parts(const Surroundings& surroundings, const Console& console) {
+  bool all = true;
+  const std::vector<std::string> parts = parts_with_state(surroundings);
+  for (const std::string& part : parts) {
+    all = restore_part(surroundings, part, console) && all;
+  }
+  if (parts.empty()) {
+    console.print("nothing was left changed");
+  }
+  return all;
+}
+
+}  // namespace linux_machine

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "machines/linux/fans/curve.h"
+#include "machines/linux/fans/safety.h"
+#include "machines/linux/giving_back/ledger.h"
+#include "machines/linux/surroundings.h"
+
+namespace linux_machine {
+
+struct FanChannel;
+
+/// How far it is, 0 to 1, and what it does now.
+using CalibrationProgress = std::function<void(double fraction, const std::string& text)>;
+
+/// Measures the curve of `fan`, which takes one to three minutes and leaves it as it was, whatever
+/// happens: its speeds from full pwm down to where it stops, and, unless it is a pump, whether it
+/// stops at pwm 0 and starts again. Ends early if a temperature comes near to critical.
+///
+/// Errors: EPERM without the effective user 0, EOPNOTSUPP for a fan that cannot be controlled (one
+/// whose speed hardly changes included), EBUSY beside another program that controls fans,
+/// ECANCELED when it ended early, and those of the attributes. Thread: any, one at a time.
+sysfs::Result<Curve> measure_curve(const Surroundings& surroundings, Ledger& ledger,
+                                   const FanChannel& fan,
+                                   const std::vector<WatchedTemperature>& temperatures,
+                                   const CalibrationProgress& progress);
+
+}  // namespace linux_machine

@@ -1,0 +1,156 @@
+#include "machines/linux/fans/calibration.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+#include "machines/linux/fans/fan_bench.h"
+
+namespace linux_machine {
+namespace {
+
+class CalibrationTest : public testing::Test {
+ protected:
+  explicit CalibrationTest(std::vector<MovingFan> fans = FanBench::two_fans())
+      : bench_("nct6779", "5", std::move(fans)) {}
+
+  sysfs::Result<Curve> measure() {
+    bench_.new_run();
+    const auto before = bench_.state();
+    auto curve = measure_curve(bench_.surroundings.surroundings, *bench_.ledger,
+                               bench_.control->channels()[0], {{FanBench::kTemperature, 100}},
+                               [this](double fraction, const std::string&) {
+                                 EXPECT_GE(fraction, fraction_);
+                                 EXPECT_LE(fraction, 1);
+                                 fraction_ = fraction;
+                                 if (at_progress_) {
+                                   at_progress_();
+                                 }
+                               });
+    EXPECT_EQ(bench_.state(), before);
+    return curve;
+  }
+  void label(const std::string& text) {
+    bench_.memory.put(FanBench::attribute("fan1_label"), text, 0444);
+  }
+  /// Sees every pwm that the chip is given.
+  void see_pwm() {
+    bench_.memory.on_write(FanBench::attribute("pwm1"), [this](std::string& text) {
+      least_pwm_ = std::min(least_pwm_, std::stoi(text));
+      return 0;
+    });
+  }
+
+  FanBench bench_;
+  double fraction_ = 0;
+  int least_pwm_ = 255;
+  std::function<void()> at_progress_;
+};
+
+TEST_F(CalibrationTest, FindsTheCurve) {
+  const std::int64_t begin = bench_.surroundings.now_ns;
+  const auto curve = measure();
+  ASSERT_TRUE(curve) << curve.failure().message;
+  const MovingFan fan = FanBench::two_fans()[0];
+  for (const int pwm : {255, 128, 64, 48, 32}) {
+    EXPECT_NEAR(curve->rpm_at(pwm), fan.steady_rpm(pwm), 25) << pwm;
+  }
+  EXPECT_EQ(curve->lowest_pwm(), 32);
+  EXPECT_TRUE(curve->can_stop());
+  EXPECT_GE(curve->start_pwm(), fan.starts_from);
+  EXPECT_DOUBLE_EQ(fraction_, 1);
+  EXPECT_LT(bench_.surroundings.now_ns - begin, 180 * kNsPerS);
+}
+
+TEST_F(CalibrationTest, ItsCurveBringsAFanToItsTarget) {
+  const auto curve = measure();
+  ASSERT_TRUE(curve);
+  ASSERT_TRUE(save_curve(bench_.surroundings.surroundings.curves_folder,
+                         bench_.control->channels()[0], *curve));
+  bench_.new_run();
+  ASSERT_TRUE(bench_.control->set_force_bits(1));
+  for (const double target : {1700, 0, 900}) {
+    ASSERT_TRUE(bench_.control->set_target_rpm(0, target));
+    bench_.pass(12);
+    EXPECT_NEAR(bench_.speed(1), target, 0.03 * target) << target;
+  }
+}
+
+TEST_F(CalibrationTest, APumpIsNeverBroughtNearAStop) {
+  label("AIO_PUMP");
+  see_pwm();
+  const auto curve = measure();
+  ASSERT_TRUE(curve);
+  EXPECT_FALSE(curve->can_stop());
+  EXPECT_EQ(curve->lowest_pwm(), 102);
+  EXPECT_GE(least_pwm_, 100);  // what it was found with
+}
+
+TEST_F(CalibrationTest, EndsNearTheCriticalTemperature) {
+  at_progress_ = [this] {
+    if (fraction_ > 0.2) {
+      bench_.memory.put(FanBench::kTemperature, "95000");
+    }
+  };
+  const auto curve = measure();
+  ASSERT_FALSE(curve);
+  EXPECT_EQ(curve.failure().error, ECANCELED);
+  EXPECT_NE(curve.failure().message.find(FanBench::kTemperature), std::string::npos);
+}
+
+TEST_F(CalibrationTest, AFanThatDoesNotTurnIsAnError) {
+  bench_.moving.block(0, true);
+  bench_.surroundings.now_ns += 60 * kNsPerS;
+  bench_.new_run();
+  const auto& fans = bench_.control->channels();
+  const auto standing = measure_curve(bench_.surroundings.surroundings, *bench_.ledger, fans[1], {},
+                                      [](double, const auto&) {});
+  ASSERT_FALSE(standing);
+  EXPECT_NE(standing.failure().message.find("fan1_input"), std::string::npos);
+}
+
+TEST_F(CalibrationTest, NeedsTheSuperuser) {
+  bench_.surroundings.user = 1000;
+  EXPECT_EQ(measure().failure().error, EPERM);
+}
+
+/// A fan on a plain supply: the chip's pwm is nothing to it.
+TEST(Calibration, AFanThatIgnoresItsPwmIsNotControllable) {
+  MemoryTree tree(
+      "0444 devices/x/hwmon/hwmon0/name = it8728\n"
+      "0444 devices/x/hwmon/hwmon0/fan1_input = 1152\n"
+      "0644 devices/x/hwmon/hwmon0/pwm1 = 80\n"
+      "0644 devices/x/hwmon/hwmon0/pwm1_enable = 2\n"
+      "link class/hwmon/hwmon0 -> ../../devices/x/hwmon/hwmon0\n");
+  const auto before = tree.snapshot();
+  TestSurroundings surroundings(tree);
+  Ledger ledger(surroundings.surroundings, "fans");
+  const auto fans = find_fans(tree, [](const FanChannel&) { return false; });
+  const auto curve =
+      measure_curve(surroundings.surroundings, ledger, fans.at(0), {}, [](double, const auto&) {});
+  ASSERT_FALSE(curve);
+  EXPECT_EQ(curve.failure().error, EOPNOTSUPP);
+  EXPECT_NE(curve.failure().message.find("not controllable"), std::string::npos);
+  EXPECT_EQ(tree.snapshot(), before);
+}
+
+class NeverStoppingFanTest : public CalibrationTest {
+ protected:
+  static std::vector<MovingFan> fans() {
+    std::vector<MovingFan> two = FanBench::two_fans();
+    two[0].stops_below = 0;
+    two[0].floor_pwm = 40;
+    return two;
+  }
+  NeverStoppingFanTest() : CalibrationTest(fans()) {}
+};
+
+TEST_F(NeverStoppingFanTest, IsFoundNotToStop) {
+  const auto curve = measure();
+  ASSERT_TRUE(curve) << curve.failure().message;
+  EXPECT_FALSE(curve->can_stop());
+  EXPECT_EQ(curve->lowest_pwm(), 8);
+}
+
+}  // namespace
+}  // namespace linux_machine

@@ -1,0 +1,119 @@
+#include "machines/linux/fans/channel.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <tuple>
+
+#include "machines/linux/sysfs/attribute.h"
+#include "machines/linux/sysfs/parse.h"
+
+namespace linux_machine {
+namespace {
+
+constexpr const char* kHwmon = "class/hwmon";
+
+/// "devices/platform/nct6775.656" of "devices/platform/nct6775.656/hwmon/hwmon3".
+std::string without_number(const std::string& folder) {
+  std::filesystem::path path(folder);
+  if (path.filename().string().starts_with("hwmon")) {
+    path = path.parent_path();
+  }
+  return path.filename() == "hwmon" ? path.parent_path() : path;
+}
+
+std::string why_not(sysfs::Tree& tree, const FanChannel& fan) {
+  const Chip& kind = fan.kind();
+  if (!kind.refusal.empty()) {
+    return fan.input() + ": " + std::string(kind.refusal) + " (" + fan.chip + ")";
+  }
+  if (!sysfs::exists(tree, fan.pwm())) {
+    return fan.input() + ": there is no " + fan.pwm() + " to set its speed with";
+  }
+  if (!sysfs::exists(tree, fan.enable())) {
+    return fan.input() + ": there is no " + fan.enable() + " to give it back with";
+  }
+  if (kind.one_switch) {
+    return {};
+  }
+  const sysfs::Result<long long> mode = sysfs::read_integer(tree, fan.enable());
+  return mode && *mode == kFirmwareMode ? fan.enable() + ": the firmware keeps it to itself"
+                                        : std::string();
+}
+
+struct Found {
+  FanChannel fan;
+  bool comes_first;
+};
+
+void find_in(sysfs::Tree& tree, const std::string& folder,
+             const std::function<bool(const FanChannel&)>& has_curve, std::vector<Found>& found) {
+  const sysfs::Result<std::string> name = sysfs::read_text(tree, folder + "/name");
+  if (!name || chip_named(*name).fans == Chip::Fans::of_another_device) {
+    return;
+  }
+  for (const std::string& attribute : sysfs::list(tree, folder)) {
+    const std::optional<int> channel = sysfs::channel_of(attribute, "fan", "_input");
+    if (!channel) {
+      continue;
+    }
+    FanChannel fan{folder, without_number(folder), *name, *channel, "", ""};
+    const sysfs::Result<long long> value = sysfs::read_integer(tree, fan.input());
+    if (!value) {
+      continue;  // one that cannot be read is none of ours
+    }
+    const sysfs::Result<double> rpm = speed_said(fan.input(), *value);
+    const std::string label = folder + "/fan" + std::to_string(*channel) + "_label";
+    if (const sysfs::Result<std::string> text = sysfs::read_text(tree, label)) {
+      fan.label = *text;
+    }
+    fan.refusal = why_not(tree, fan);
+    const bool turns = rpm && *rpm > 0;
+    found.push_back({std::move(fan), turns});
+    found.back().comes_first = turns || has_curve(found.back().fan);
+  }
+}
+
+}  // namespace
+
+bool FanChannel::is_pump() const {
+  std::string lower = label;
+  std::transform(lower.begin(), lower.end(), lower.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return lower.find("pump") != std::string::npos || lower.find("aio") != std::string::npos;
+}
+
+std::string FanChannel::enable() const {
+  return folder + "/pwm" + std::to_string(kind().one_switch ? 1 : channel) + "_enable";
+}
+
+std::vector<FanChannel> find_fans(sysfs::Tree& tree,
+                                  const std::function<bool(const FanChannel&)>& has_curve) {
+  std::vector<Found> found;
+  for (const std::string& device : sysfs::list(tree, kHwmon)) {
+    const std::string folder = tree.real_path((std::string(kHwmon) + "/" + device).c_str());
+    if (!folder.empty()) {
+      find_in(tree, folder, has_curve, found);
+    }
+  }
+  std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) {
+    return std::forward_as_tuple(!a.comes_first, a.fan.device, a.fan.chip, a.fan.channel) <
+           std::forward_as_tuple(!b.comes_first, b.fan.device, b.fan.chip, b.fan.channel);
+  });
+  std::vector<FanChannel> fans;
+  for (Found& one : found) {
+    if (fans.size() < kMostFans) {
+      fans.push_back(std::move(one.fan));
+    }
+  }
+  return fans;
+}
+
+sysfs::Result<double> speed_said(const std::string& path, long long value) {
+  if (value < -1 || value > kMostRpm) {
+    return sysfs::nonsense(path, std::to_string(value) + " RPM is no speed of a fan");
+  }
+  return static_cast<double>(std::max(value, 0LL));
+}
+
+}  // namespace linux_machine

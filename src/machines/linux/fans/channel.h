@@ -1,0 +1,54 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "machines/linux/fans/chips.h"
+#include "machines/linux/sysfs/result.h"
+#include "machines/linux/sysfs/tree.h"
+
+namespace linux_machine {
+
+/// A processor or chassis fan that can be read: one channel of a hwmon device.
+struct FanChannel {
+  std::string folder;   ///< of the hwmon device, where it really is; its number changes
+  std::string device;   ///< the device that it belongs to: a path that stays the same
+  std::string chip;     ///< the device's name
+  int channel = 0;      ///< n of fann_input and pwmn
+  std::string label;    ///< empty if it has none
+  std::string refusal;  ///< why it cannot be forced, naming the attribute; empty if it can
+
+  bool controllable() const { return refusal.empty(); }
+  bool is_pump() const;  ///< by its label; a pump must never be stopped
+  const Chip& kind() const { return chip_named(chip); }
+
+  // Its attributes' paths.
+  std::string input() const { return fan("_input"); }
+  std::string target() const { return fan("_target"); }
+  std::string most() const { return fan("_max"); }
+  std::string least() const { return fan("_min"); }
+  std::string pwm() const { return folder + "/pwm" + std::to_string(channel); }
+  std::string enable() const;
+
+ private:
+  std::string fan(const char* attribute) const {
+    return folder + "/fan" + std::to_string(channel) + attribute;
+  }
+};
+
+/// As many fans as a controller has keys for.
+constexpr std::size_t kMostFans = 3;
+
+/// The machine's fans, kMostFans at most: first those that turn or that `has_curve` knows, then
+/// those at rest; each part by device and channel. Graphics cards' and power supplies' are not
+/// among them.
+std::vector<FanChannel> find_fans(sysfs::Tree& tree,
+                                  const std::function<bool(const FanChannel&)>& has_curve);
+
+/// What fanN_input says, RPM: 0 and -1 are a fan at rest, other values below 0 and above
+/// `kMostRpm` are nonsense.
+sysfs::Result<double> speed_said(const std::string& path, long long value);
+constexpr long long kMostRpm = 65'535;  ///< what the controller's keys can say
+
+}  // namespace linux_machine

@@ -1,0 +1,174 @@
+#include "machines/linux/fans/curve_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include "machines/linux/sysfs/parse.h"
+
+namespace linux_machine {
+namespace {
+
+using sysfs::Done;
+using sysfs::Result;
+
+constexpr std::string_view kFirstLine = "vorn fan curve 1";
+constexpr mode_t kFolderMode = 0755;
+constexpr mode_t kFileMode = 0644;
+
+/// Different texts stay different: '/' becomes '_', and what could be taken for one or is no part
+/// of a handsome file name becomes its code.
+std::string as_file_name(std::string_view text) {
+  std::string name;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (c == '/') {
+      name += '_';
+    } else if (std::isalnum(byte) != 0 || c == '.' || c == '-' || c == ':') {
+      name += c;
+    } else {
+      constexpr std::string_view kHex = "0123456789abcdef";
+      name += {'%', kHex[byte / 16], kHex[byte % 16]};
+    }
+  }
+  return name;
+}
+
+Result<Done> write_whole(int file, const std::string& path, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = ::write(file, text.data(), text.size());
+    if (written < 0 && errno != EINTR) {
+      return sysfs::failure("writing", path, errno);
+    }
+    text.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
+  }
+  // The name must not come to stand for a file whose content is still on its way.
+  return fsync(file) == 0 ? Result<Done>(Done{}) : sysfs::failure("writing", path, errno);
+}
+
+Result<Done> replace_file(const std::string& path, const std::string& text) {
+  const std::string fresh = path + ".new";
+  const int file = ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode);
+  if (file < 0) {
+    return sysfs::failure("writing", fresh, errno);
+  }
+  fchmod(file, kFileMode);  // whatever the umask: everyone may read how fast a fan turns
+  Result<Done> result = write_whole(file, fresh, text);
+  ::close(file);
+  if (result && std::rename(fresh.c_str(), path.c_str()) != 0) {
+    result = sysfs::failure("writing", path, errno);
+  }
+  if (!result) {
+    unlink(fresh.c_str());
+  }
+  return result;
+}
+
+std::optional<int> parse_small(std::string_view word) {
+  const std::optional<long long> value = sysfs::parse_integer(word);
+  return value && *value >= 0 && *value <= kMostRpm ? std::optional<int>(static_cast<int>(*value))
+                                                    : std::nullopt;
+}
+
+}  // namespace
+
+std::string curve_text(const FanChannel& fan, const Curve& curve) {
+  std::ostringstream text;
+  text << kFirstLine << "\ndevice " << fan.device << "\nchip " << fan.chip << "\nfan "
+       << fan.channel << "\nstops-and-starts " << (curve.can_stop() ? "yes" : "no")
+       << "\nstart-pwm " << curve.start_pwm() << "\n";
+  for (const CurvePoint& point : curve.points()) {
+    text << point.pwm << " " << std::lround(point.rpm) << "\n";
+  }
+  return text.str();
+}
+
+std::optional<Curve> parse_curve(std::string_view text, const FanChannel& fan, std::string& wrong) {
+  std::map<std::string, std::string> said;
+  std::vector<CurvePoint> points;
+  std::istringstream lines{std::string(text)};
+  std::string line;
+  if (!std::getline(lines, line) || line != kFirstLine) {
+    wrong = "it does not begin with \"" + std::string(kFirstLine) + "\"";
+    return std::nullopt;
+  }
+  for (int number = 2; std::getline(lines, line); ++number) {
+    const std::size_t blank = line.find(' ');
+    const std::string word = line.substr(0, blank);
+    const std::string rest = blank == std::string::npos ? "" : line.substr(blank + 1);
+    if (const std::optional<int> pwm = parse_small(word)) {
+      const std::optional<int> rpm = parse_small(rest);
+      if (!rpm) {
+        wrong = "line " + std::to_string(number) + " is no pwm and speed";
+        return std::nullopt;
+      }
+      points.push_back({*pwm, static_cast<double>(*rpm)});
+    } else if (word.empty() || rest.empty() || !said.emplace(word, rest).second) {
+      wrong = "line " + std::to_string(number) + " cannot be understood";
+      return std::nullopt;
+    }
+  }
+  if (said["device"] != fan.device || said["chip"] != fan.chip ||
+      said["fan"] != std::to_string(fan.channel)) {
+    wrong = "it is of another fan";
+    return std::nullopt;
+  }
+  const std::optional<int> start = parse_small(said["start-pwm"]);
+  const std::string& stops = said["stops-and-starts"];
+  if (!start || (stops != "yes" && stops != "no")) {
+    wrong = "it does not say how the fan stops and starts";
+    return std::nullopt;
+  }
+  std::optional<Curve> curve =
+      Curve::make(std::move(points),
+                  stops == "yes" ? Curve::Stop::stops_and_starts : Curve::Stop::unproven, *start);
+  if (!curve) {
+    wrong = "its points make no curve";
+  }
+  return curve;
+}
+
+std::string curve_path(const std::string& folder, const FanChannel& fan) {
+  return folder + "/" + as_file_name(fan.device) + "_" + as_file_name(fan.chip) + "_fan" +
+         std::to_string(fan.channel) + ".curve";
+}
+
+Result<std::optional<Curve>> load_curve(const std::string& folder, const FanChannel& fan) {
+  const std::string path = curve_path(folder, fan);
+  if (access(path.c_str(), F_OK) != 0 && (errno == ENOENT || errno == ENOTDIR)) {
+    return std::optional<Curve>();
+  }
+  std::ifstream file(path);
+  std::ostringstream text;
+  text << file.rdbuf();
+  std::string wrong = "it cannot be read";
+  std::optional<Curve> curve;
+  if (file) {
+    curve = parse_curve(text.str(), fan, wrong);
+  }
+  if (!curve) {
+    return sysfs::nonsense(path, wrong +
+                                     "; remove it, or measure the fan again with "
+                                     "\"vorn-keys --calibrate\"");
+  }
+  return curve;
+}
+
+Result<Done> save_curve(const std::string& folder, const FanChannel& fan, const Curve& curve) {
+  if (mkdir(folder.c_str(), kFolderMode) == 0) {
+    chmod(folder.c_str(), kFolderMode);  // whatever the umask
+  } else if (errno != EEXIST) {
+    return sysfs::failure("making", folder, errno);
+  }
+  return replace_file(curve_path(folder, fan), curve_text(fan, curve));
+}
+
+}  // namespace linux_machine

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <optional>
+
+#include "machines/linux/fans/curve.h"
+#include "machines/linux/fans/safety.h"
+#include "machines/linux/fans/settling.h"
+#include "machines/linux/fans/taken_channel.h"
+
+namespace linux_machine {
+
+/// A fan while it is forced: held as it was found until it is given a target, then brought to that
+/// and kept there. Times are the surroundings' clock. Thread: one at a time.
+class ForcedFan {
+ public:
+  ForcedFan(TakenChannel channel, std::int64_t now_ns);
+
+  /// Heads for a target through the chip, where the chip can; false if this has to be done by pwm.
+  bool drive_by_chip(double target_rpm, std::int64_t now_ns);
+
+  /// Heads for a target by pwm, through `curve`.
+  sysfs::Result<sysfs::Done> drive_by_pwm(double target_rpm, const Curve& curve,
+                                          std::int64_t now_ns);
+
+  /// One round: reads the speed, for correct() and for who watches.
+  FanReading read(std::int64_t now_ns);
+
+  /// Does what the time since the last command asks for: ends a kick, or corrects the pwm. A
+  /// failed one is done again in the next round.
+  sysfs::Result<sysfs::Done> correct(const sysfs::Result<double>& rpm, std::int64_t now_ns);
+
+  /// The speed at full pwm, RPM, after which the fan goes on as before.
+  sysfs::Result<double> measure_maximum(const Surroundings& surroundings, const MayGoOn& may_go_on);
+
+  TakenChannel& channel() { return channel_; }
+  const TakenChannel& channel() const { return channel_; }
+
+ private:
+  enum class Drive {
+    held,     ///< at the pwm that it was found with
+    by_chip,  ///< the chip holds the target
+    by_pwm,   ///< this program does
+    stopped,  ///< told to stand still
+  };
+  struct Kick {
+    std::int64_t until_ns;
+    int then_pwm;
+  };
+
+  bool at_rest();
+
+  TakenChannel channel_;
+  Drive drive_ = Drive::held;
+  bool found_turning_ = false;
+  double target_rpm_ = 0;
+  std::optional<Curve> curve_;  ///< while driven by pwm
+  std::optional<Kick> kick_;
+  std::int64_t told_at_ns_;       ///< when it was last told something else
+  std::int64_t corrected_at_ns_;  ///< when its pwm was last changed
+};
+
+/// The speed of a fan at full pwm, or what it has come to within 10 s. One that does not turn is a
+/// failure. Leaves the fan there.
+sysfs::Result<double> speed_at_full(const Surroundings& surroundings, TakenChannel& channel,
+                                    const MayGoOn& may_go_on);
+
+}  // namespace linux_machine

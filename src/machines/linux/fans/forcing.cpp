@@ -1,0 +1,178 @@
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "machines/linux/fans/daemons.h"
+#include "machines/linux/fans/fan_control.h"
+
+// The half of FanControl that takes fans and gives them back.
+//
+// Giving back goes through the ledger, which opens the attributes anew and therefore needs the
+// privilege. The watch may have to act while the program has given it up: it then puts the fan back
+// through the attributes that are open, and owes the ledger's line until the privilege is there.
+
+namespace linux_machine {
+
+using sysfs::Failure;
+using sysfs::Result;
+using sysfs::Trouble;
+
+Result<sysfs::Done> FanControl::may_force(const Fan& fan) {
+  if (!tripped_.empty()) {
+    return Failure{Trouble::refused, ECANCELED,
+                   "no fan is forced any more in this run: " + tripped_};
+  }
+  if (!fan.channel->controllable()) {
+    return Failure{Trouble::refused, EOPNOTSUPP, fan.channel->refusal};
+  }
+  if (surroundings_.effective_user() != 0) {
+    return Failure{Trouble::refused, EPERM,
+                   fan.channel->enable() + ": changing it needs the superuser"};
+  }
+  if (const std::optional<std::string> daemon = running_fan_daemon(surroundings_.proc)) {
+    return Failure{Trouble::refused, EBUSY, beside_daemon(*daemon)};
+  }
+  return thermometers_.open(surroundings_.sys);
+}
+
+Result<sysfs::Done> FanControl::force_all(std::uint16_t bits) {
+  std::vector<Fan*> wanted;
+  for (std::size_t i = 0; i < fans_.size(); ++i) {
+    if ((bits >> i & 1U) != 0) {
+      wanted.push_back(&fans_[i]);
+    }
+  }
+  for (const Fan* fan : wanted) {
+    if (Result<Done> may = may_force(*fan); !may) {
+      return may;
+    }
+  }
+  if (bits_now() == 0) {
+    safety_.begin_anew();
+  }
+  for (Fan* fan : wanted) {
+    if (Result<Done> done = force(*fan); !done) {
+      for (Fan* other : wanted) {
+        if (other->forced) {
+          give_back(*other);
+        }
+      }
+      return done;
+    }
+  }
+  begin_watching();
+  return Done{};
+}
+
+Result<sysfs::Done> FanControl::force(Fan& fan) {
+  if (!fan.no_curve.empty()) {
+    surroundings_.report(std::exchange(fan.no_curve, {}));
+  }
+  std::vector<std::string> noted;
+  Result<TakenChannel> taken = TakenChannel::take(surroundings_, ledger_, *fan.channel, noted);
+  if (!taken) {
+    give_back_lines(noted, fan.channel->enable());
+    return taken.failure();
+  }
+  fan.forced = std::make_unique<ForcedFan>(std::move(*taken), surroundings_.now_ns());
+  fan.applied.reset();
+  return fan.target ? apply_target(fan) : Done{};
+}
+
+Result<sysfs::Done> FanControl::apply_target(Fan& fan) {
+  const double target = *fan.target;
+  if (fan.applied == target) {
+    return Done{};
+  }
+  fan.applied.reset();
+  const bool below_curve = fan.curve && target < fan.curve->lowest_rpm();
+  if (!below_curve && fan.forced->drive_by_chip(target, surroundings_.now_ns())) {
+    fan.applied = target;
+    return Done{};
+  }
+  if (!fan.curve && !fan.most) {
+    Result<double> maximum = measured_maximum(fan);
+    if (!maximum) {
+      return maximum.failure();
+    }
+  }
+  const Curve curve = fan.curve ? *fan.curve : Curve::proportional(*fan.most);
+  Result<Done> driven = fan.forced->drive_by_pwm(target, curve, surroundings_.now_ns());
+  if (driven) {
+    fan.applied = target;
+  }
+  return driven;
+}
+
+Result<double> FanControl::measured_maximum(Fan& fan) {
+  Result<double> maximum =
+      fan.forced ? fan.forced->measure_maximum(surroundings_, [this] { return judge(); })
+                 : measure_unforced(fan);
+  if (maximum) {
+    fan.most = *maximum;
+  } else {
+    trip_if_alarmed();
+  }
+  return maximum;
+}
+
+Result<double> FanControl::measure_unforced(Fan& fan) {
+  Result<Done> may = may_force(fan);
+  if (may) {
+    may = pay_owed();
+  }
+  if (!may) {
+    return may.failure();
+  }
+  std::vector<std::string> noted;
+  Result<TakenChannel> taken = TakenChannel::take(surroundings_, ledger_, *fan.channel, noted);
+  Result<double> maximum = taken ? speed_at_full(surroundings_, *taken, [this] { return judge(); })
+                                 : Result<double>(taken.failure());
+  give_back_lines(noted, fan.channel->enable());
+  if (maximum && !owed_.empty()) {
+    const Result<Done> paid = pay_owed();
+    return paid ? maximum : paid.failure();
+  }
+  return maximum;
+}
+
+bool FanControl::shared(const std::string& line) const {
+  return std::any_of(fans_.begin(), fans_.end(), [&](const Fan& fan) {
+    if (!fan.forced) {
+      return false;
+    }
+    const std::vector<std::string>& lines = fan.forced->channel().lines();
+    return std::find(lines.begin(), lines.end(), line) != lines.end();
+  });
+}
+
+void FanControl::give_back_lines(const std::vector<std::string>& lines,
+                                 const std::string& attribute) {
+  for (const std::string& line : lines) {
+    if (!shared(line) && (surroundings_.effective_user() != 0 || !ledger_.give_back(line))) {
+      owed_.push_back({line, attribute});
+      rounds_owing_ = 0;
+    }
+  }
+}
+
+void FanControl::give_back(Fan& fan) {
+  const std::unique_ptr<ForcedFan> forced = std::move(fan.forced);
+  fan.applied.reset();
+  TakenChannel& channel = forced->channel();
+  if (surroundings_.effective_user() != 0 && !channel.put_back()) {
+    surroundings_.report(channel.enable() +
+                         " could not be put back; the fan is told to run at full speed instead");
+  }
+  give_back_lines(channel.lines(), channel.enable());
+}
+
+Result<sysfs::Done> FanControl::pay_owed() {
+  std::erase_if(owed_, [this](const Owed& owed) { return ledger_.give_back(owed.line); });
+  if (owed_.empty()) {
+    return Done{};
+  }
+  return Failure{Trouble::silent, EIO, owed_.front().attribute + " could not be put back"};
+}
+
+}  // namespace linux_machine

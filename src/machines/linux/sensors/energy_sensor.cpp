@@ -1,0 +1,135 @@
+#include "machines/linux/sensors/energy_sensor.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "machines/linux/sysfs/attribute.h"
+
+namespace linux_machine {
+namespace {
+
+using Outcome = EnergyMeter::Outcome;
+
+// Half of this is how far the time stamp of a reading can be off: a tenth of the shortest window
+// at both of its ends together.
+constexpr std::int64_t kSlowestReadNs = 5 * kNsPerMs;
+constexpr int kTries = 3;
+
+// More than the 50 ms steps of a second, after which a counter that does not move is given up.
+constexpr int kMostRounds = 30;
+
+class EnergySensor : public Sensor {
+ public:
+  EnergySensor(const Surroundings& surroundings, const std::vector<EnergyCounter>& counters)
+      : surroundings_(surroundings) {
+    for (const EnergyCounter& one : counters) {
+      counters_.push_back(
+          {sysfs::Attribute::open(surroundings.sys, one.attribute, sysfs::Mode::read),
+           EnergyMeter(one.limits)});
+    }
+    begin();
+  }
+
+  sysfs::Result<double> read() override {
+    std::size_t rejections = 0;
+    for (int round = 0; round < kMostRounds; ++round) {
+      clock_ns_ = wait_until_ready();
+      double sum_w = 0;
+      bool complete = true;
+      for (Counter& counter : counters_) {
+        const sysfs::Result<EnergyReading> reading = sample(counter);
+        if (!reading) {
+          return reading.failure();
+        }
+        const EnergyMeter::Taken taken = counter.meter.take(*reading);
+        sum_w += taken.power_w;
+        complete = complete && taken.outcome == Outcome::measured;
+        rejections += taken.outcome == Outcome::rejected ? 1 : 0;
+        // All counters may have begun anew at once, and each but once.
+        if (taken.outcome == Outcome::stuck || rejections > counters_.size()) {
+          return trouble_of(counter, taken.outcome);
+        }
+      }
+      if (complete) {
+        return sum_w;
+      }
+    }
+    return trouble_of(counters_.front(), Outcome::stuck);
+  }
+
+ private:
+  struct Counter {
+    sysfs::Result<sysfs::Attribute> attribute;
+    EnergyMeter meter;
+  };
+
+  /// The readings that the first window begins with. What fails here fails in read() again.
+  void begin() {
+    clock_ns_ = surroundings_.now_ns();
+    for (Counter& counter : counters_) {
+      if (const sysfs::Result<EnergyReading> reading = sample(counter)) {
+        counter.meter.take(*reading);
+      }
+    }
+  }
+
+  /// Returns the time.
+  std::int64_t wait_until_ready() {
+    std::int64_t ready_at = 0;
+    for (const Counter& counter : counters_) {
+      ready_at = std::max(ready_at, counter.meter.ready_at_ns());
+    }
+    std::int64_t now = surroundings_.now_ns();
+    while (now < ready_at) {
+      surroundings_.sleep_for(ready_at - now);
+      now = surroundings_.now_ns();
+    }
+    return now;
+  }
+
+  /// Reads a counter between clock_ns_ and what it becomes: the end of one reading is the
+  /// beginning of the next counter's.
+  sysfs::Result<EnergyReading> sample(Counter& counter) {
+    if (!counter.attribute) {
+      return counter.attribute.failure();
+    }
+    for (int tries = 0; tries < kTries; ++tries) {
+      const std::int64_t before = clock_ns_;
+      const sysfs::Result<long long> energy = counter.attribute->read_integer();
+      clock_ns_ = surroundings_.now_ns();
+      if (!energy) {
+        return energy.failure();
+      }
+      if (*energy < 0) {
+        return sysfs::nonsense(counter.attribute->path(), "an energy below zero");
+      }
+      if (clock_ns_ - before <= kSlowestReadNs) {
+        return EnergyReading{before + (clock_ns_ - before) / 2, *energy};
+      }
+    }
+    return silence(counter, "it takes more than 5 ms");
+  }
+
+  static sysfs::Failure silence(const Counter& counter, const char* why) {
+    return {sysfs::Trouble::silent, 0, "reading " + counter.attribute->path() + ": " + why};
+  }
+
+  static sysfs::Failure trouble_of(const Counter& counter, Outcome outcome) {
+    return outcome == Outcome::rejected
+               ? sysfs::nonsense(counter.attribute->path(), "no power can be so large")
+               : silence(counter, "the counter does not move");
+  }
+
+  const Surroundings& surroundings_;
+  std::vector<Counter> counters_;
+  std::int64_t clock_ns_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<Sensor> connect_energy(const Surroundings& surroundings,
+                                       const std::vector<EnergyCounter>& counters) {
+  return std::make_unique<EnergySensor>(surroundings, counters);
+}
+
+}  // namespace linux_machine

@@ -1,0 +1,171 @@
+#include "machines/linux/sensors/energy_sensor.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+#include "support/machine/memory_tree.h"
+#include "support/machine/test_surroundings.h"
+
+namespace linux_machine {
+namespace {
+
+using sysfs::Trouble;
+
+constexpr EnergyCounterLimits kLimits{262143328850, 1000};
+
+class EnergySensorTest : public testing::Test {
+ protected:
+  EnergySensorTest() {
+    for (const char* path : {"a", "b"}) {
+      tree_.put(path, "0", 0400);
+      tree_.on_read(path, [this](const std::string& offset) {
+        const std::int64_t since_ns = world_.now_ns - start_ns_;
+        const long long energy = static_cast<long long>(power_w_ * 1e-3 * double(since_ns));
+        return MemoryTree::Answer{std::to_string(std::stoll(offset) + energy), 0};
+      });
+    }
+  }
+  std::unique_ptr<Sensor> connect() { return connect_energy(world_.surroundings, counters_); }
+  std::int64_t ms_since_start() const { return (world_.now_ns - start_ns_) / kNsPerMs; }
+  void pass_ms(std::int64_t ms) { world_.now_ns += ms * kNsPerMs; }
+
+  MemoryTree tree_;
+  TestSurroundings world_{tree_};
+  const std::int64_t start_ns_ = world_.now_ns;
+  double power_w_ = 40;
+  std::vector<EnergyCounter> counters_{{"a", kLimits}, {"b", kLimits}};
+};
+
+TEST_F(EnergySensorTest, ValueIsTheSumOfTheCounters) {
+  const auto sensor = connect();
+  pass_ms(100);
+  EXPECT_DOUBLE_EQ(*sensor->read(), 80);
+}
+
+TEST_F(EnergySensorTest, TheFirstReadWaitsUntil50MsAfterTheConnection) {
+  const auto sensor = connect();
+  pass_ms(10);
+  EXPECT_DOUBLE_EQ(*sensor->read(), 80);
+  EXPECT_EQ(ms_since_start(), 50);
+}
+
+TEST_F(EnergySensorTest, LaterReadsDoNotWait) {
+  const auto sensor = connect();
+  pass_ms(200);
+  EXPECT_TRUE(sensor->read());
+  for (int i = 0; i < 100; ++i) {
+    pass_ms(1);
+    EXPECT_DOUBLE_EQ(*sensor->read(), 80);
+  }
+  EXPECT_EQ(ms_since_start(), 300);
+}
+
+TEST_F(EnergySensorTest, EveryConnectionHasWindowsOfItsOwn) {
+  counters_.resize(1);
+  const auto first = connect();
+  pass_ms(100);
+  EXPECT_TRUE(first->read());
+  const auto second = connect();
+  tree_.put("a", "9000000");  // 90 W more for 100 ms
+  pass_ms(100);
+  EXPECT_TRUE(second->read());
+  pass_ms(900);
+  EXPECT_DOUBLE_EQ(*first->read(), 49);
+  EXPECT_DOUBLE_EQ(*second->read(), 40);
+}
+
+TEST_F(EnergySensorTest, ARefusedCounterIsRefusedAtEveryRead) {
+  tree_.superuser = false;
+  const auto sensor = connect();
+  tree_.superuser = true;  // opened with the rights of that moment
+  for (int i = 0; i < 2; ++i) {
+    const auto power = sensor->read();
+    EXPECT_EQ(power.failure().trouble, Trouble::refused);
+    EXPECT_EQ(power.failure().message, "opening a: Permission denied");
+  }
+}
+
+TEST_F(EnergySensorTest, ACounterThatFailsIsSilentUntilItAnswers) {
+  tree_.fail("b", ENODATA);
+  const auto sensor = connect();
+  pass_ms(100);
+  EXPECT_EQ(sensor->read().failure().message, "reading b: No data available");
+  tree_.fail("b", 0);
+  EXPECT_DOUBLE_EQ(*sensor->read(), 80);
+}
+
+TEST_F(EnergySensorTest, ACounterThatNeverMovesIsSilentAfterASecond) {
+  power_w_ = 0;
+  const auto sensor = connect();
+  const auto power = sensor->read();
+  EXPECT_EQ(power.failure().trouble, Trouble::silent);
+  EXPECT_EQ(power.failure().message, "reading a: the counter does not move");
+  EXPECT_EQ(ms_since_start(), 1000);
+}
+
+TEST_F(EnergySensorTest, CountersThatBeganAnewAreMeasuredAnew) {
+  tree_.put("a", "200000000000");
+  tree_.put("b", "200000000000");
+  const auto sensor = connect();
+  pass_ms(1000);
+  EXPECT_DOUBLE_EQ(*sensor->read(), 80);
+  tree_.put("a", "0");
+  tree_.put("b", "0");
+  pass_ms(1000);
+  EXPECT_DOUBLE_EQ(*sensor->read(), 80);
+  EXPECT_EQ(ms_since_start(), 2050);
+}
+
+TEST_F(EnergySensorTest, APowerThatIsAlwaysTooLargeIsNonsense) {
+  power_w_ = 1500;
+  const auto sensor = connect();
+  const auto power = sensor->read();
+  EXPECT_EQ(power.failure().trouble, Trouble::nonsense);
+  EXPECT_EQ(power.failure().message, "reading a: no power can be so large");
+}
+
+TEST_F(EnergySensorTest, AnEnergyBelowZeroIsNonsense) {
+  tree_.put("a", "-100000000000");
+  EXPECT_EQ(connect()->read().failure().message, "reading a: an energy below zero");
+}
+
+TEST_F(EnergySensorTest, AReadThatWasInterruptedForLongIsRepeated) {
+  counters_.resize(1);
+  const auto sensor = connect();
+  pass_ms(100);
+  int slow = 2;
+  tree_.on_read("a", [&](const std::string&) {
+    const auto energy = std::to_string((world_.now_ns - start_ns_) / 1000 * 40);
+    if (slow > 0) {
+      --slow;
+      pass_ms(30);
+    }
+    return MemoryTree::Answer{energy, 0};
+  });
+  EXPECT_DOUBLE_EQ(*sensor->read(), 40);
+  EXPECT_EQ(ms_since_start(), 160);
+}
+
+TEST_F(EnergySensorTest, ACounterThatIsAlwaysSlowIsSilent) {
+  counters_.resize(1);
+  tree_.on_read("a", [&](const std::string&) {
+    pass_ms(6);
+    return MemoryTree::Answer{"1", 0};
+  });
+  EXPECT_EQ(connect()->read().failure().message, "reading a: it takes more than 5 ms");
+}
+
+TEST_F(EnergySensorTest, TheTimeOfAReadingIsTheMiddleOfTheRead) {
+  counters_.resize(1);
+  const auto sensor = connect();
+  pass_ms(100);
+  tree_.on_read("a", [&](const std::string&) {
+    pass_ms(4);
+    return MemoryTree::Answer{"1020000", 0};
+  });
+  EXPECT_DOUBLE_EQ(*sensor->read(), 10);
+}
+
+}  // namespace
+}  // namespace linux_machine

@@ -1,0 +1,14 @@
+#include "machines/linux/this_machine.h"
+
+std::vector<kx::Node> kx::compose_machine() {
+  return linux_machine::this_machine().compose();
+}
+
+namespace linux_machine {
+
+Machine& this_machine() {
+  static Machine& the_machine = *new Machine(this_surroundings());
+  return the_machine;
+}
+
+}  // namespace linux_machine

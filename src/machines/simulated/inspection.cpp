@@ -1,0 +1,50 @@
+#include "Inspection/inspection.h"
+
+#include "machines/linux_kernel.h"
+#include "machines/simulated/keys.h"
+
+namespace {
+
+constexpr int kControlPriority = 64;
+
+std::string name_of(std::uint32_t code) {
+  std::string name;
+  for (int shift = 24; shift >= 0; shift -= 8) {
+    name += static_cast<char>((code >> static_cast<unsigned>(shift)) & 0xFFU);
+  }
+  return name;
+}
+
+}  // namespace
+
+std::vector<inspection::Key> inspection::keys() {
+  std::vector<Key> keys;
+  for (const simulated::Key& key : simulated::all_keys()) {
+    keys.push_back({name_of(key.code), "simulated", false});
+  }
+  return keys;
+}
+
+std::vector<inspection::Finding> inspection::check() {
+  std::vector<Finding> findings;
+  findings.push_back({true, "keys, fans and P-states: simulated, nothing is needed for them", ""});
+  if (linux_kernel::may_have_fixed_priority(kControlPriority)) {
+    findings.push_back({true, "fixed priority: this user may have it", ""});
+  } else {
+    findings.push_back({true,
+                        "fixed priority: this user may not have it; vorn-sim runs with the "
+                        "ordinary one, and its load shares the processors",
+                        ""});
+  }
+  return findings;
+}
+
+bool inspection::calibrate(const Console& console) {
+  console.print("the simulated fans hold their speed without a curve: nothing to measure");
+  return true;
+}
+
+bool inspection::restore(const Console& console) {
+  console.print("a simulated machine ends with its run: nothing is left changed");
+  return true;
+}

@@ -1,0 +1,138 @@
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <sstream>
+
+#include "program/tree_machine.h"
+#include "program/vorn_program.h"
+
+// vorn-keys: what a machine has, and what is wrong with it.
+
+namespace {
+
+using program::As;
+using program::Command;
+using program::Outcome;
+
+Outcome run_keys(const char* path, std::vector<std::string> arguments, As as = As::kOrdinaryUser) {
+  Command command;
+  command.path = path;
+  command.called = "vorn-keys";
+  command.arguments = std::move(arguments);
+  command.as = as;
+  return program::run(command);
+}
+
+/// The columns of a listing's lines, the headings first.
+std::vector<std::vector<std::string>> columns(const std::string& text) {
+  std::vector<std::vector<std::string>> rows;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    std::vector<std::string> row;
+    std::istringstream cells(line);
+    for (std::string cell; std::getline(cells, cell, '\t');) {
+      row.push_back(cell);
+    }
+    rows.push_back(row);
+  }
+  return rows;
+}
+
+TEST(Keys, ListTheSimulatedMachineInColumns) {
+  const Outcome outcome = run_keys(VORN_KEYS_SIM_PROGRAM, {});
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_EQ(outcome.status, 0);
+  const auto rows = columns(outcome.out);
+  ASSERT_EQ(rows.size(), 20U);
+  EXPECT_EQ(rows[0], (std::vector<std::string>{"#key", "type", "size", "value", "unit", "source"}));
+  EXPECT_EQ(rows[1], (std::vector<std::string>{"PC0C", "fp88", "2", "12.7344", "W", "simulated"}));
+}
+
+TEST(Keys, FindNothingWrongWithTheSimulatedMachine) {
+  EXPECT_EQ(run_keys(VORN_KEYS_SIM_PROGRAM, {"--check"}).status, 0);
+  EXPECT_EQ(run_keys(VORN_KEYS_SIM_PROGRAM, {"--calibrate"}).status, 0);
+  EXPECT_EQ(run_keys(VORN_KEYS_SIM_PROGRAM, {"--restore"}).status, 0);
+}
+
+TEST(Keys, PrintTheirHelpAndVersion) {
+  const Outcome help = run_keys(VORN_KEYS_PROGRAM, {"--help"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_TRUE(help.out.starts_with("Usage: vorn-keys [--list | --check")) << help.out;
+  const Outcome version = run_keys(VORN_KEYS_PROGRAM, {"-v"});
+  EXPECT_EQ(version.status, 0);
+  EXPECT_TRUE(version.out.starts_with("Vorn ")) << version.out;
+}
+
+TEST(Keys, RefuseAWrongCommandLine) {
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"--unknown"}, {"--list", "--check"}, {"F0Tg"}}) {
+    const Outcome outcome = run_keys(VORN_KEYS_PROGRAM, arguments);
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_NE(outcome.err.find("Usage: vorn-keys"), std::string::npos);
+    EXPECT_EQ(outcome.out, "");
+  }
+}
+
+class KeysOnAMachine : public testing::Test {
+ protected:
+  void SetUp() override { SKIP_UNLESS_MAY_RUN(As::kRoot); }
+
+  Outcome run(std::vector<std::string> arguments, As as = As::kRoot) {
+    return program::run(machine_.keys(std::move(arguments), as), 120);
+  }
+
+  static constexpr int kPace = 20;
+  TreeMachine machine_{"two_socket_intel", kPace};
+};
+
+TEST_F(KeysOnAMachine, ShowTheSourceBehindEachKey) {
+  machine_.tree().keep_curves();
+  const Outcome outcome = run({"--list"});
+  const auto rows = columns(outcome.out);
+  std::map<std::string, std::vector<std::string>> keys;
+  for (const auto& row : rows) {
+    ASSERT_EQ(row.size(), 6U);
+    keys[row[0]] = row;
+  }
+  EXPECT_EQ(outcome.status, 0) << outcome.out;
+  EXPECT_EQ(keys.at("TC0D")[3], "55");
+  EXPECT_NEAR(std::stod(keys.at("PC0C")[3]), 2 * LiveTree::kPowerW, 1);
+  EXPECT_NE(keys.at("TC0D")[5].find("coretemp.0"), std::string::npos);
+  EXPECT_NE(keys.at("PC0C")[5].find("intel-rapl"), std::string::npos);
+  EXPECT_NE(keys.at("F0Ac")[5].find("nct6779 fan"), std::string::npos);
+  EXPECT_EQ(keys.at("FS! ")[3], "0");
+}
+
+TEST_F(KeysOnAMachine, MoveNoFanToListIt) {
+  const auto before = machine_.tree().snapshot();
+  const Outcome outcome = run({});
+  EXPECT_NE(outcome.out.find("F0Mx\tfpe2\t2\tnot measured\tRPM"), std::string::npos) << outcome.out;
+  EXPECT_EQ(machine_.tree().snapshot(), before);
+}
+
+TEST_F(KeysOnAMachine, SayWhatAnOrdinaryUserLacksAndTheRemedy) {
+  const Outcome outcome = run({"--check"}, As::kOrdinaryUser);
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_NE(outcome.out.find("lacks  fixed priority"), std::string::npos) << outcome.out;
+  EXPECT_NE(outcome.out.find("PC0C: only root may read the energy counters"), std::string::npos);
+  EXPECT_NE(outcome.out.find("cap_dac_read_search+ep"), std::string::npos);
+  EXPECT_NE(outcome.out.find("vorn-keys --calibrate"), std::string::npos);
+}
+
+TEST_F(KeysOnAMachine, MeasureTheFansAndKeepTheCurves) {
+  const auto before = machine_.tree().snapshot();
+  const Outcome outcome = run({"--calibrate"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_NE(outcome.out.find("vorn fan curve 1\n"), std::string::npos) << outcome.out;
+  EXPECT_NE(outcome.out.find("# kept in "), std::string::npos);
+  EXPECT_EQ(machine_.tree().snapshot(), before);
+  EXPECT_EQ(run({"--list"}).out.find("not measured"), std::string::npos);
+}
+
+TEST_F(KeysOnAMachine, RestoreSaysWhenThereIsNothingToDo) {
+  const Outcome outcome = run({"--restore"});
+  EXPECT_EQ(outcome.out, "nothing was left changed\n");
+  EXPECT_EQ(outcome.status, 0);
+}
+
+}  // namespace

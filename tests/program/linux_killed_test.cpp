@@ -1,0 +1,141 @@
+#include <dirent.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+#include <random>
+
+#include "program/tree_machine.h"
+#include "program/vorn_program.h"
+
+// A run that is killed has given nothing back. Its guardians do.
+
+namespace {
+
+using program::As;
+using program::Outcome;
+using program::Running;
+
+class LinuxKilled : public testing::Test {
+ protected:
+  void SetUp() override {
+    SKIP_UNLESS_MAY_RUN(As::kRoot);
+    machine_.tree().keep_curves();
+    before_ = machine_.tree().snapshot();
+  }
+
+  program::Command everything_at_once() const {
+    return machine_.vorn({"-c", "2", "-w", "bspin", "-f", "50", "-s", "1500", "-F", "3", "-p", "2",
+                          "-m", "-r", "20", "-k", "F0Ac"});
+  }
+
+  TreeMachine machine_{"two_socket_intel"};
+  std::map<std::string, std::string> before_;
+};
+
+TEST_F(LinuxKilled, IsGivenBackWithinASecondAndSaysSo) {
+  Running running(everything_at_once());
+  ASSERT_TRUE(running.wait_until_catching());
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+  ASSERT_NE(machine_.tree().left_to_give_back(), "");
+  running.send(SIGKILL);
+  EXPECT_TRUE(machine_.is_given_back_in_a_second());
+  EXPECT_EQ(machine_.tree().snapshot(), before_);
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  const std::string said = running.err();
+  EXPECT_NE(said.find("vorn: the run was killed; its fans are given back\n"), std::string::npos)
+      << said;
+  EXPECT_NE(said.find("vorn: the run was killed; its P-states are given back\n"), std::string::npos)
+      << said;
+}
+
+TEST_F(LinuxKilled, IsGivenBackAtWhateverMoment) {
+  std::mt19937 random(20261121);
+  for (int run = 0; run < 25; ++run) {
+    Running running(everything_at_once());
+    ASSERT_TRUE(running.wait_until_catching());
+    usleep(std::uniform_int_distribution<useconds_t>(0, run % 2 == 0 ? 100'000 : 900'000)(random));
+    running.send(SIGKILL);
+    ASSERT_EQ(running.wait().signal, SIGKILL);
+    ASSERT_TRUE(machine_.is_given_back_in_a_second()) << machine_.tree().left_to_give_back();
+    ASSERT_EQ(machine_.tree().snapshot(), before_) << "run " << run;
+  }
+}
+
+TEST_F(LinuxKilled, AnAbortIsGivenBackToo) {
+  Running running(everything_at_once());
+  ASSERT_TRUE(running.wait_until_catching());
+  std::this_thread::sleep_for(std::chrono::milliseconds(700));
+  running.send(SIGABRT);
+  EXPECT_EQ(running.wait().signal, SIGABRT);
+  EXPECT_TRUE(machine_.is_given_back_in_a_second());
+  EXPECT_EQ(machine_.tree().snapshot(), before_);
+}
+
+/// The guardians that live, by process number. One that has ended may stay in the list of processes
+/// until somebody asks for its end.
+std::vector<pid_t> living_guardians() {
+  std::vector<pid_t> found;
+  DIR* const proc = opendir("/proc");
+  while (const dirent* const entry = readdir(proc)) {
+    std::ifstream in(std::string("/proc/") + entry->d_name + "/stat");
+    std::string number;
+    std::string name;
+    char state = 0;
+    if (in >> number >> name >> state && name == "(vorn-guardian)" && state != 'Z') {
+      found.push_back(static_cast<pid_t>(std::stol(number)));
+    }
+  }
+  closedir(proc);
+  return found;
+}
+
+TEST_F(LinuxKilled, WhatBothWereKilledWithIsRepairedByHand) {
+  Running running(everything_at_once());
+  ASSERT_TRUE(running.wait_until_catching());
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+  const std::vector<pid_t> guardians = living_guardians();
+  EXPECT_EQ(guardians.size(), 2U);
+  for (const pid_t guardian : guardians) {
+    kill(guardian, SIGKILL);
+  }
+  running.send(SIGKILL);
+  running.wait();
+  EXPECT_NE(machine_.tree().snapshot(), before_);
+  const Outcome check = program::run(machine_.keys({"--check"}));
+  EXPECT_NE(check.out.find("sudo vorn-keys --restore"), std::string::npos) << check.out;
+  const Outcome restored = program::run(machine_.keys({"--restore"}));
+  EXPECT_EQ(restored.out, "P-states: given back\nfans: given back\n");
+  EXPECT_EQ(restored.status, 0);
+  EXPECT_EQ(machine_.tree().snapshot(), before_);
+}
+
+TEST_F(LinuxKilled, WhatBothWereKilledWithIsRepairedByTheNextRun) {
+  Running running(everything_at_once());
+  ASSERT_TRUE(running.wait_until_catching());
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+  for (const pid_t guardian : living_guardians()) {
+    kill(guardian, SIGKILL);
+  }
+  running.send(SIGKILL);
+  running.wait();
+  const Outcome next = program::run(machine_.vorn({"-c", "1", "-s", "1200", "-p", "4", "-t", "1"}));
+  EXPECT_EQ(next.err,
+            "vorn: an earlier run had left the fans changed: given back first\n"
+            "vorn: an earlier run had left the P-states changed: given back first\n"
+            "Power balancing restored\nFans restored\n");
+  EXPECT_EQ(machine_.tree().snapshot(), before_);
+}
+
+TEST_F(LinuxKilled, GuardiansEndWithTheirRun) {
+  const Outcome outcome =
+      program::run(machine_.vorn({"-c", "1", "-s", "1500", "-p", "2", "-t", "1"}));
+  EXPECT_EQ(outcome.status, 0);
+  for (int tries = 0; tries < 500 && !living_guardians().empty(); ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  EXPECT_TRUE(living_guardians().empty());
+}
+
+}  // namespace

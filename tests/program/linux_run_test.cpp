@@ -1,0 +1,157 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+
+#include "program/samples.h"
+#include "program/tree_machine.h"
+#include "program/vorn_program.h"
+
+// Runs of the program on a real machine's files, whose fans lag and whose clocks change later.
+
+namespace {
+
+using program::As;
+using program::Outcome;
+using program::Running;
+
+constexpr const char* kBothRestored = "Power balancing restored\nFans restored\n";
+constexpr const char* kMachine = "two_socket_intel";
+
+class LinuxRun : public testing::Test {
+ protected:
+  void SetUp() override {
+    SKIP_UNLESS_MAY_RUN(As::kRoot);
+    machine_.tree().keep_curves();
+    before_ = machine_.tree().snapshot();
+  }
+
+  Outcome run(std::vector<std::string> arguments, As as = As::kRoot) {
+    return program::run(machine_.vorn(std::move(arguments), as));
+  }
+
+  TreeMachine machine_{kMachine};
+  std::map<std::string, std::string> before_;
+};
+
+TEST_F(LinuxRun, SetsFansAndPStateAndGivesThemBack) {
+  const Outcome outcome = run({"-c", "1", "-s", "1500", "-p", "3", "-t", "1"});
+  EXPECT_EQ(outcome.err, kBothRestored);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(machine_.tree().snapshot(), before_);
+  EXPECT_EQ(machine_.tree().left_to_give_back(), "");
+}
+
+TEST_F(LinuxRun, HoldsTheProcessorsInTheirPStateWhileItRuns) {
+  Running running(machine_.vorn({"-c", "1", "-s", "0", "-p", "5", "-w", "bspin", "-f", "10"}));
+  ASSERT_TRUE(running.wait_until_catching());
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  const auto now = machine_.tree().snapshot();
+  EXPECT_EQ(now.at("devices/system/cpu/cpufreq/policy0/scaling_min_freq"), "3200000");
+  EXPECT_EQ(now.at("devices/system/cpu/cpufreq/policy0/scaling_max_freq"), "3200000");
+  running.send(SIGINT);
+  EXPECT_EQ(running.wait().err, "Power balancing restored\n");
+  EXPECT_EQ(machine_.tree().snapshot(), before_);
+}
+
+TEST_F(LinuxRun, DrivesTheFansToTheirSpeed) {
+  const Outcome outcome = run({"-c", "1", "-s", "1500", "-p", "0", "-m", "-r", "2", "-k", "F0Ac",
+                               "-k", "F1Ac", "-k", "F0Tg", "-t", "8"});
+  EXPECT_EQ(outcome.err, kBothRestored);
+  const Samples samples = parse_samples(outcome.out);
+  ASSERT_GT(samples.size(), 10U);
+  EXPECT_NEAR(samples.back()[1], 1500, 75);
+  EXPECT_NEAR(samples.back()[2], 1500, 75);
+  EXPECT_EQ(samples.back()[3], 1500);
+}
+
+TEST_F(LinuxRun, SwitchesTheFansInAWave) {
+  const Outcome outcome = run({"-c", "1", "-w", "bspin", "-f", "20", "-s", "1800", "-F", "0.2",
+                               "-m", "-r", "10", "-k", "F0Ac", "-a", "F0Tg", "-t", "7"});
+  EXPECT_EQ(outcome.err, kBothRestored);
+  const Samples samples = parse_samples(outcome.out);
+  double most = 0;
+  for (const auto& sample : samples) {
+    most = std::max(most, sample[1]);
+  }
+  EXPECT_GT(most, 1500);
+  EXPECT_LT(samples.at(samples.size() * 2 / 3)[1], most - 500) << "on its way to a stop";
+  EXPECT_EQ(machine_.tree().snapshot(), before_);
+}
+
+TEST_F(LinuxRun, SamplesWhatTheMachineMeasures) {
+  const Outcome outcome = run({"-c", "1", "-s", "0", "-m", "-r", "10", "-k", "TC0D", "-k", "TC1D",
+                               "-k", "TC0P", "-t", "1"});
+  const Samples samples = parse_samples(outcome.out);
+  ASSERT_FALSE(samples.empty());
+  EXPECT_EQ(samples.front()[1], 55);
+  EXPECT_EQ(samples.front()[2], 57);
+  EXPECT_EQ(samples.front()[3], 57);
+}
+
+TEST_F(LinuxRun, SamplesThePowerOfBothPackages) {
+  const Outcome outcome = run({"-c", "1", "-s", "0", "-m", "-r", "20", "-t", "1"});
+  const Samples samples = parse_samples(outcome.out);
+  ASSERT_GT(samples.size(), 5U);
+  for (const auto& sample : samples) {
+    EXPECT_NEAR(sample[1], 2 * LiveTree::kPowerW, 1);
+  }
+}
+
+TEST_F(LinuxRun, ReadsItsSensorsWithoutBeingRoot) {
+  const Outcome outcome =
+      run({"-c", "1", "-m", "-k", "TC0D", "-k", "F0Ac", "-t", "1"}, As::kUserWithFixedPriority);
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_EQ(parse_samples(outcome.out).front()[1], 55);
+}
+
+TEST_F(LinuxRun, NamesTheCounterThatOnlyRootMayRead) {
+  const Outcome outcome = run({"-c", "1", "-m", "-t", "1"}, As::kUserWithFixedPriority);
+  EXPECT_NE(outcome.err.find("energy_uj: Permission denied\n"), std::string::npos) << outcome.err;
+  EXPECT_NE(outcome.err.find("kKxReturnNotPermitted"), std::string::npos) << outcome.err;
+  EXPECT_EQ(outcome.status, 0) << "the load goes on without samples";
+}
+
+TEST_F(LinuxRun, RefusesAPStateThatThereIsNotAndChangesNothing) {
+  const Outcome outcome = run({"-s", "0", "-p", "99", "-t", "1"});
+  EXPECT_EQ(outcome.err,
+            "KxConnectMethodScalarIScalarO(): error kKxReturnBadArgument\n"
+            "Unable to set P-state 99\n");
+  EXPECT_EQ(outcome.status, 255);
+  EXPECT_EQ(machine_.tree().snapshot(), before_);
+}
+
+TEST_F(LinuxRun, LeavesTheFansToAnotherDaemon) {
+  std::filesystem::create_directories(machine_.folder() + "/proc/812");
+  std::ofstream(machine_.folder() + "/proc/812/comm") << "fancontrol\n";
+  const Outcome outcome = run({"-s", "1500", "-t", "1"});
+  EXPECT_NE(outcome.err.find("kKxReturnExclusiveAccess"), std::string::npos) << outcome.err;
+  EXPECT_NE(outcome.err.find("fancontrol"), std::string::npos) << outcome.err;
+  EXPECT_EQ(outcome.status, 255);
+  EXPECT_EQ(machine_.tree().snapshot(), before_);
+}
+
+TEST_F(LinuxRun, LeavesWhatWasSetWhenTheStartFails) {
+  const Outcome outcome = run({"-s", "1500", "-p", "99", "-t", "1"});
+  EXPECT_EQ(outcome.status, 255);
+  EXPECT_NE(machine_.tree().snapshot(), before_) << "the fans stay as they were set";
+  const Outcome restored = program::run(machine_.keys({"--restore"}));
+  EXPECT_EQ(restored.out, "fans: given back\n");
+  EXPECT_EQ(restored.status, 0);
+  EXPECT_EQ(machine_.tree().snapshot(), before_);
+}
+
+TEST_F(LinuxRun, RefusesASecondRunThePartsThatTheFirstOneHolds) {
+  Running first(machine_.vorn({"-c", "1", "-w", "bspin", "-f", "10", "-s", "1500", "-p", "3"}));
+  ASSERT_TRUE(first.wait_until_catching());
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  const Outcome second = run({"-c", "1", "-s", "900", "-t", "1"});
+  EXPECT_NE(second.err.find("another run holds the fans"), std::string::npos) << second.err;
+  EXPECT_EQ(second.status, 255);
+  first.send(SIGINT);
+  EXPECT_EQ(first.wait().status, 0);
+  EXPECT_EQ(machine_.tree().snapshot(), before_);
+}
+
+}  // namespace

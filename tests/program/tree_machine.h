@@ -1,0 +1,78 @@
+#pragma once
+
+#include <stdlib.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "support/machine/live_tree.h"
+#include "support/program.h"
+
+/// A machine of files in a folder of its own, and the programs on it.
+class TreeMachine {
+ public:
+  /// Time passes `pace` times as fast as on the wall for the machine's fans and meters, and for
+  /// the programs' waiting for them.
+  explicit TreeMachine(const std::string& name, int pace = 1)
+      : folder_(make_folder()), pace_(pace), tree_(built(name), pace) {}
+  ~TreeMachine() { std::filesystem::remove_all(folder_); }
+  TreeMachine(const TreeMachine&) = delete;
+  TreeMachine& operator=(const TreeMachine&) = delete;
+
+  program::Command vorn(std::vector<std::string> arguments,
+                        program::As as = program::As::kRoot) const {
+    return command(VORN_ON_TREE_PROGRAM, "vorn", std::move(arguments), as);
+  }
+  program::Command keys(std::vector<std::string> arguments,
+                        program::As as = program::As::kRoot) const {
+    return command(VORN_KEYS_ON_TREE_PROGRAM, "vorn-keys", std::move(arguments), as);
+  }
+
+  LiveTree& tree() { return tree_; }
+  const std::string& folder() const { return folder_; }
+
+  /// Whether nothing is left to be given back within a second; what a guardian promises.
+  bool is_given_back_in_a_second() const {
+    const auto start = std::chrono::steady_clock::now();
+    while (!tree_.left_to_give_back().empty()) {
+      if (std::chrono::steady_clock::now() - start > std::chrono::seconds(1)) {
+        return false;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+  }
+
+ private:
+  static std::string make_folder() {
+    std::string name = std::filesystem::temp_directory_path() / "vorn-tree-XXXXXX";
+    if (mkdtemp(name.data()) == nullptr || chmod(name.c_str(), 0755) != 0) {
+      throw std::runtime_error("no folder for the machine");
+    }
+    return name;
+  }
+  const std::string& built(const std::string& name) const {
+    LiveTree::build(name, folder_);
+    return folder_;
+  }
+  program::Command command(const char* path, const char* called, std::vector<std::string> arguments,
+                           program::As as) const {
+    program::Command command;
+    command.path = path;
+    command.called = called;
+    command.arguments = std::move(arguments);
+    command.as = as;
+    command.environment = {"VORN_TREE=" + folder_, "VORN_TREE_PACE=" + std::to_string(pace_)};
+    return command;
+  }
+
+  const std::string folder_;
+  const int pace_;
+  LiveTree tree_;
+};
