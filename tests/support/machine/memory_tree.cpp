@@ -157,7 +157,8 @@ void MemoryTree::close(int handle) {
 
 int MemoryTree::list(const char* folder, std::vector<std::string>& names) {
   const Lock lock(mutex_);
-  const std::string below = resolve(folder) + "/";
+  const std::string real = resolve(folder);
+  const std::string below = real.empty() ? "" : real + "/";
   std::set<std::string> found;
   const auto add = [&](const std::string& path) {
     if (path.starts_with(below)) {

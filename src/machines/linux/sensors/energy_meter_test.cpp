@@ -112,6 +112,13 @@ TEST_F(EnergyMeterTest, MeasuringStartsAnewAfterARejection) {
   expect_power(take(2050, 1'000'005), 20);
 }
 
+TEST_F(EnergyMeterTest, NoPowerFromBeforeARejectionIsRepeated) {
+  take(0, 200'000'000'000);
+  expect_power(take(1000, 200'010'000'000), 10);
+  EXPECT_EQ(take(2000, 5).outcome, Outcome::rejected);
+  EXPECT_EQ(take(2050, 5).outcome, Outcome::too_early);
+}
+
 TEST_F(EnergyMeterTest, APowerThatCannotBeIsRejected) {
   take(0, 0);
   EXPECT_EQ(take(100, 100'000'001).outcome, Outcome::rejected);

@@ -181,12 +181,12 @@ std::string critical_attribute(sysfs::Tree& tree, const std::string& attribute) 
   if (attribute.ends_with(kInput)) {
     return attribute.substr(0, attribute.size() - kInput.size()) + "_crit";
   }
-  const std::string zone = attribute.substr(0, attribute.rfind('/') + 1);
+  const std::string zone = attribute.substr(0, attribute.rfind('/'));
   for (const std::string& name : sysfs::list(tree, zone)) {
     if (const auto trip = sysfs::channel_of(name, "trip_point_", "_type")) {
-      const auto type = sysfs::read_text(tree, std::string(zone).append(name));
+      const auto type = sysfs::read_text(tree, std::string(zone).append("/").append(name));
       if (type && *type == "critical") {
-        return std::string(zone).append("trip_point_" + std::to_string(*trip) + "_temp");
+        return std::string(zone).append("/trip_point_" + std::to_string(*trip) + "_temp");
       }
     }
   }
