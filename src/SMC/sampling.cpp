@@ -8,9 +8,17 @@ SMC::SMC(const std::list<std::string>& keys) : connection(get_port()) {
   }
 }
 
+// The list's nodes are used again: a sampling thread allocates nothing after its first sample.
 void SMC::sample(std::list<float>& samples) {
-  samples.clear();
+  std::list<float> spare;
+  spare.swap(samples);
   for (const smc_key_data& key : sampled_keys) {
-    samples.push_back(get_float(key));
+    const float value = get_float(key);
+    if (spare.empty()) {
+      samples.push_back(value);
+    } else {
+      spare.front() = value;
+      samples.splice(samples.end(), spare, spare.begin());
+    }
   }
 }

@@ -32,6 +32,16 @@ const std::map<std::string, Modules> kMayInclude = {
     {"keys", {"Kx", "SMC", "Inspection", "vorn"}},
 };
 
+/// Within the Linux machine, by folder: the same rule once more.
+const std::map<std::string, Modules> kLinuxMayInclude = {
+    {"sysfs", {}},
+    {"giving_back", {"sysfs"}},
+    {"sensors", {"sysfs"}},
+    {"fans", {"sysfs", "giving_back"}},
+    {"cpufreq", {"sysfs", "giving_back"}},
+    {"checkup", {"sysfs", "giving_back", "sensors", "fans", "cpufreq"}},
+};
+
 bool is_test(const fs::path& file) {
   return file.stem().string().ends_with("_test") || file.stem().string().starts_with("fake_");
 }
@@ -69,6 +79,28 @@ TEST(Layers, NoModuleIncludesOneAboveIt) {
       for (const std::string& included : included_by(file)) {
         EXPECT_TRUE(included == module || allowed.contains(included))
             << file << " includes from " << included;
+      }
+    }
+  }
+  EXPECT_GT(files, 50) << "the walk found nothing to judge";
+}
+
+TEST(Layers, NoPartOfTheLinuxMachineIncludesOneAboveIt) {
+  static const std::regex kInclude("^#include \"machines/linux/([a-z_]+)/");
+  int files = 0;
+  for (const auto& [part, allowed] : kLinuxMayInclude) {
+    const fs::path folder = fs::path(VORN_SOURCES) / "machines" / "linux" / part;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+      if (is_test(entry.path())) {
+        continue;
+      }
+      ++files;
+      std::ifstream in(entry.path());
+      for (std::string line; std::getline(in, line);) {
+        if (std::smatch match; std::regex_search(line, match, kInclude)) {
+          EXPECT_TRUE(match[1] == part || allowed.contains(match[1]))
+              << entry.path() << ": " << line;
+        }
       }
     }
   }

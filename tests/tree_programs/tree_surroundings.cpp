@@ -45,6 +45,7 @@ std::string folder() {
 
 const Surroundings& this_surroundings() {
   static LiveTree& tree = *new LiveTree(folder(), pace());
+  [[maybe_unused]] static const bool ready = (tree.be_ready_for_forks(), true);
   static const Surroundings& surroundings = *new Surroundings{.sys = tree.sys(),
                                                               .proc = tree.proc(),
                                                               .curves_folder = tree.curves(),

@@ -12,11 +12,12 @@ constexpr std::uint32_t kSignBit = 0x8000;
 
 std::uint32_t ValueType::encode(double value) const {
   const double most = most_steps;
-  const double steps = std::round(value * steps_per_unit);
-  if (!has_sign || steps >= 0.0) {
-    return static_cast<std::uint32_t>(std::clamp(steps, 0.0, most));
+  const double exact = value * steps_per_unit;
+  if (!has_sign || exact > -0.5) {
+    return static_cast<std::uint32_t>(std::clamp(exact, 0.0, most) + 0.5);  // to the nearest
   }
   // The fraction is always added, so it counts up from the integer below.
+  const double steps = std::round(exact);
   const double below = std::floor(steps / steps_per_unit);
   const double fraction = steps - below * steps_per_unit;
   const double whole = std::min(-below * steps_per_unit, most + 1 - steps_per_unit);

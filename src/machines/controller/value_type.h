@@ -26,11 +26,11 @@ struct ValueType {
   double decode(std::uint32_t stored) const;
 };
 
-constexpr ValueType kUi8{four_characters("ui8 "), 1, 1, 0xFF};
-constexpr ValueType kUi16{four_characters("ui16"), 2, 1, 0xFFFF};
-constexpr ValueType kUi32{four_characters("ui32"), 4, 1, 0xFFFFFFFF};
-constexpr ValueType kFp88{four_characters("fp88"), 2, 256, 0xFFFF};
-constexpr ValueType kFpe2{four_characters("fpe2"), 2, 4, 0xFFFF};
-constexpr ValueType kSp78{four_characters("sp78"), 2, 256, 0x7FFF, true};
+inline constexpr ValueType kUi8{four_characters("ui8 "), 1, 1, 0xFF};
+inline constexpr ValueType kUi16{four_characters("ui16"), 2, 1, 0xFFFF};
+inline constexpr ValueType kUi32{four_characters("ui32"), 4, 1, 0xFFFFFFFF};
+inline constexpr ValueType kFp88{four_characters("fp88"), 2, 256, 0xFFFF};
+inline constexpr ValueType kFpe2{four_characters("fpe2"), 2, 4, 0xFFFF};
+inline constexpr ValueType kSp78{four_characters("sp78"), 2, 256, 0x7FFF, true};
 
 }  // namespace controller

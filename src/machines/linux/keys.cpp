@@ -15,20 +15,24 @@ std::string Key::name() const {
 }
 
 LinuxKeys::LinuxKeys(const Surroundings& surroundings, const std::vector<Key>& keys)
-    : surroundings_(surroundings), keys_(keys), connected_(keys.size()) {}
+    : surroundings_(surroundings), keys_(keys), connected_(keys.size()) {
+  for (const Key& key : keys) {
+    codes_.push_back(key.code);
+  }
+}
 
 // Described before it is read: a power key has its baseline from then on, and its first reading
 // need not wait for one.
 std::optional<std::size_t> LinuxKeys::find(std::uint32_t code) {
-  for (std::size_t key = 0; key < keys_.size(); ++key) {
-    if (keys_[key].code == code) {
-      if (keys_[key].connect && !connected_[key].sensor) {
-        connected_[key].sensor = keys_[key].connect();
-      }
-      return key;
-    }
+  const auto at = std::find(codes_.begin(), codes_.end(), code);
+  if (at == codes_.end()) {
+    return std::nullopt;
   }
-  return std::nullopt;
+  const auto key = static_cast<std::size_t>(at - codes_.begin());
+  if (!connected_[key].sensor && keys_[key].connect) {
+    connected_[key].sensor = keys_[key].connect();
+  }
+  return key;
 }
 
 kx_return_t LinuxKeys::read(std::size_t key, std::uint32_t& stored) {

@@ -56,6 +56,7 @@ class LinuxKeys final : public controller::Keys {
 
   const Surroundings& surroundings_;
   const std::vector<Key>& keys_;
+  std::vector<std::uint32_t> codes_;  ///< of keys_, close together: they are looked through often
   std::vector<Connected> connected_;
 };
 

@@ -232,8 +232,10 @@ TEST_F(SmcDriverTest, RefusesWritesOfAnotherSizeAndChangesNothing) {
 }
 
 TEST_F(SmcDriverTest, RefusesAnUnknownCommandWithTheResultByte) {
-  EXPECT_EQ(connection_.transact("FS! ", 0).result, static_cast<int>(controller::Result::unknown_command));
-  EXPECT_EQ(connection_.transact("FS! ", 7).result, static_cast<int>(controller::Result::unknown_command));
+  EXPECT_EQ(connection_.transact("FS! ", 0).result,
+            static_cast<int>(controller::Result::unknown_command));
+  EXPECT_EQ(connection_.transact("FS! ", 7).result,
+            static_cast<int>(controller::Result::unknown_command));
 }
 
 // What each thread writes it alone writes, so the last of it must stand; the thread sanitizer

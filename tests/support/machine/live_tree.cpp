@@ -1,9 +1,12 @@
 #include "support/machine/live_tree.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
 
 #include "machines/linux/fans/channel.h"
@@ -46,7 +49,23 @@ void write_file(const fs::path& path, const std::string& text) {
   std::ofstream(path) << text;
 }
 
+std::function<void()> hold_for_fork;
+std::function<void()> let_go_after_fork;
+
 }  // namespace
+
+void LiveTree::be_ready_for_forks() {
+  hold_for_fork = [this] {
+    energy_.lock();
+    moving_.lock();
+  };
+  let_go_after_fork = [this] {
+    moving_.unlock();
+    energy_.unlock();
+  };
+  const auto let_go = [] { let_go_after_fork(); };
+  pthread_atfork([] { hold_for_fork(); }, let_go, let_go);
+}
 
 void LiveTree::build(const std::string& machine, const std::string& folder) {
   fs::create_directories(folder + "/proc");

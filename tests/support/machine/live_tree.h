@@ -28,6 +28,10 @@ class LiveTree {
   /// What each package's meter counts, W.
   static constexpr double kPowerW = 60;
 
+  /// Lets this process fork while other threads use the tree: for the one tree of a program, which
+  /// must live as long as it.
+  void be_ready_for_forks();
+
   sysfs::Tree& sys() { return energy_; }
   sysfs::Tree& proc() { return proc_; }
   std::string curves() const { return folder_ + "/curves"; }

@@ -56,6 +56,10 @@ class MovingFans : public sysfs::Tree {
   int list(const char* folder, std::vector<std::string>& names) override;
   std::string real_path(const char* path) override;
 
+  // For a fork: who holds it then cannot let go of it in the child.
+  void lock() { mutex_.lock(); }
+  void unlock() { mutex_.unlock(); }
+
   /// Blocks a rotor, or frees it.
   void block(std::size_t fan, bool blocked);
 

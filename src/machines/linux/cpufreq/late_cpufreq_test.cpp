@@ -4,8 +4,8 @@
 
 #include <cerrno>
 
-#include "machines/linux/cpufreq/cpufreq_fixture.h"
 #include "machines/linux/sysfs/attribute.h"
+#include "support/machine/cpufreq_fixture.h"
 #include "support/machine/machine_file.h"
 
 namespace linux_machine {

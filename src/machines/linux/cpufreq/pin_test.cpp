@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "machines/linux/cpufreq/cpufreq_fixture.h"
+#include "support/machine/cpufreq_fixture.h"
 #include "support/machine/machine_file.h"
 
 namespace linux_machine {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "machines/linux/cpufreq/cpufreq_fixture.h"
+#include "support/machine/cpufreq_fixture.h"
 #include "support/machine/machine_file.h"
 
 namespace linux_machine {

@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <tuple>
 
-#include "machines/linux/cpufreq/cpufreq_fixture.h"
+#include "support/machine/cpufreq_fixture.h"
 
 namespace linux_machine {
 namespace {

@@ -4,21 +4,21 @@
 
 #include <cerrno>
 
-#include "machines/linux/fans/fan_bench.h"
+#include "support/machine/fan_fixture.h"
 
 namespace linux_machine {
 namespace {
 
 class CalibrationTest : public testing::Test {
  protected:
-  explicit CalibrationTest(std::vector<MovingFan> fans = FanBench::two_fans())
+  explicit CalibrationTest(std::vector<MovingFan> fans = FanFixture::two_fans())
       : bench_("nct6779", "5", std::move(fans)) {}
 
   sysfs::Result<Curve> measure() {
     bench_.new_run();
     const auto before = bench_.state();
     auto curve = measure_curve(bench_.surroundings.surroundings, *bench_.ledger,
-                               bench_.control->channels()[0], {{FanBench::kTemperature, 100}},
+                               bench_.control->channels()[0], {{FanFixture::kTemperature, 100}},
                                [this](double fraction, const std::string&) {
                                  EXPECT_GE(fraction, fraction_);
                                  EXPECT_LE(fraction, 1);
@@ -31,17 +31,17 @@ class CalibrationTest : public testing::Test {
     return curve;
   }
   void label(const std::string& text) {
-    bench_.memory.put(FanBench::attribute("fan1_label"), text, 0444);
+    bench_.memory.put(FanFixture::attribute("fan1_label"), text, 0444);
   }
   /// Sees every pwm that the chip is given.
   void see_pwm() {
-    bench_.memory.on_write(FanBench::attribute("pwm1"), [this](std::string& text) {
+    bench_.memory.on_write(FanFixture::attribute("pwm1"), [this](std::string& text) {
       least_pwm_ = std::min(least_pwm_, std::stoi(text));
       return 0;
     });
   }
 
-  FanBench bench_;
+  FanFixture bench_;
   double fraction_ = 0;
   int least_pwm_ = 255;
   std::function<void()> at_progress_;
@@ -51,7 +51,7 @@ TEST_F(CalibrationTest, FindsTheCurve) {
   const std::int64_t begin = bench_.surroundings.now_ns;
   const auto curve = measure();
   ASSERT_TRUE(curve) << curve.failure().message;
-  const MovingFan fan = FanBench::two_fans()[0];
+  const MovingFan fan = FanFixture::two_fans()[0];
   for (const int pwm : {255, 128, 64, 48, 32}) {
     EXPECT_NEAR(curve->rpm_at(pwm), fan.steady_rpm(pwm), 25) << pwm;
   }
@@ -89,13 +89,13 @@ TEST_F(CalibrationTest, APumpIsNeverBroughtNearAStop) {
 TEST_F(CalibrationTest, EndsNearTheCriticalTemperature) {
   at_progress_ = [this] {
     if (fraction_ > 0.2) {
-      bench_.memory.put(FanBench::kTemperature, "95000");
+      bench_.memory.put(FanFixture::kTemperature, "95000");
     }
   };
   const auto curve = measure();
   ASSERT_FALSE(curve);
   EXPECT_EQ(curve.failure().error, ECANCELED);
-  EXPECT_NE(curve.failure().message.find(FanBench::kTemperature), std::string::npos);
+  EXPECT_NE(curve.failure().message.find(FanFixture::kTemperature), std::string::npos);
 }
 
 TEST_F(CalibrationTest, AFanThatDoesNotTurnIsAnError) {
@@ -137,7 +137,7 @@ TEST(Calibration, AFanThatIgnoresItsPwmIsNotControllable) {
 class NeverStoppingFanTest : public CalibrationTest {
  protected:
   static std::vector<MovingFan> fans() {
-    std::vector<MovingFan> two = FanBench::two_fans();
+    std::vector<MovingFan> two = FanFixture::two_fans();
     two[0].stops_below = 0;
     two[0].floor_pwm = 40;
     return two;

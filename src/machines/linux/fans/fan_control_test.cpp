@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "machines/linux/fans/fan_bench.h"
+#include "support/machine/fan_fixture.h"
 
 namespace linux_machine {
 namespace {
@@ -18,7 +18,7 @@ bool within(double measured, double wanted) {
 }
 
 TEST(FanControl, FindsTheBoardsFansUnforced) {
-  FanBench bench;
+  FanFixture bench;
   bench.new_run();
   ASSERT_EQ(bench.control->channels().size(), 2U);
   EXPECT_EQ(bench.control->force_bits(), 0);
@@ -26,7 +26,7 @@ TEST(FanControl, FindsTheBoardsFansUnforced) {
 }
 
 TEST(FanControl, AForcedFanWithoutTargetKeepsItsPwm) {
-  FanBench bench;
+  FanFixture bench;
   bench.new_run();
   const double before = bench.speed(1);
   ASSERT_TRUE(bench.control->set_force_bits(1));
@@ -39,18 +39,18 @@ TEST(FanControl, AForcedFanWithoutTargetKeepsItsPwm) {
 }
 
 TEST(FanControl, AForcedFanDoesNotFallBackToAnOldPwmOfTheChip) {
-  std::vector<MovingFan> fans = FanBench::two_fans();
+  std::vector<MovingFan> fans = FanFixture::two_fans();
   fans[0].goes_on_in_manual = false;
-  FanBench bench("nct6779", "5", fans);
+  FanFixture bench("nct6779", "5", fans);
   bench.new_run();
-  ASSERT_EQ(bench.memory.text(FanBench::attribute("pwm1")), "100");
+  ASSERT_EQ(bench.memory.text(FanFixture::attribute("pwm1")), "100");
   ASSERT_TRUE(bench.control->set_force_bits(1));
   EXPECT_EQ(bench.shown("pwm1"), 110);
 }
 
 TEST(FanControl, ReachesATargetThroughItsCurve) {
   for (const double target : {700, 1000, 1500, 1900}) {
-    FanBench bench;
+    FanFixture bench;
     bench.save_true_curve(0, kProven);
     bench.new_run();
     ASSERT_TRUE(bench.control->set_force_bits(1));
@@ -62,7 +62,7 @@ TEST(FanControl, ReachesATargetThroughItsCurve) {
 
 TEST(FanControl, ReachesATargetWithoutACurve) {
   for (const double target : {1200, 1500, 1800}) {
-    FanBench bench;
+    FanFixture bench;
     bench.new_run();
     ASSERT_TRUE(bench.control->set_force_bits(1));
     ASSERT_TRUE(bench.control->set_target_rpm(0, target));
@@ -73,7 +73,7 @@ TEST(FanControl, ReachesATargetWithoutACurve) {
 }
 
 TEST(FanControl, AppliesATargetThatWasWrittenBeforeForcing) {
-  FanBench bench;
+  FanFixture bench;
   bench.save_true_curve(0, kProven);
   bench.new_run();
   ASSERT_TRUE(bench.control->set_target_rpm(0, 1500));
@@ -85,13 +85,13 @@ TEST(FanControl, AppliesATargetThatWasWrittenBeforeForcing) {
 }
 
 TEST(FanControl, BeforeATargetIsWrittenItIsTheSpeedThatTheFanHas) {
-  FanBench bench;
+  FanFixture bench;
   bench.new_run();
   EXPECT_NEAR(*bench.control->target_rpm(0), bench.speed(1), 1);
 }
 
 TEST(FanControl, StopsAndStartsAFanThatProvedIt) {
-  FanBench bench;
+  FanFixture bench;
   bench.save_true_curve(0, kProven);
   bench.new_run();
   ASSERT_TRUE(bench.control->set_force_bits(1));
@@ -109,7 +109,7 @@ TEST(FanControl, StopsAndStartsAFanThatProvedIt) {
 }
 
 TEST(FanControl, HoldsAFanThatDidNotProveItAtItsLowest) {
-  FanBench bench;
+  FanFixture bench;
   bench.save_true_curve(0, Curve::Stop::unproven);
   bench.new_run();
   ASSERT_TRUE(bench.control->set_force_bits(3));
@@ -123,7 +123,7 @@ TEST(FanControl, HoldsAFanThatDidNotProveItAtItsLowest) {
 }
 
 TEST(FanControl, FollowsAWaveOfStopAndMaximum) {
-  FanBench bench;
+  FanFixture bench;
   bench.save_true_curve(0, kProven);
   bench.new_run();
   ASSERT_TRUE(bench.control->set_force_bits(1));
@@ -140,7 +140,7 @@ TEST(FanControl, FollowsAWaveOfStopAndMaximum) {
 }
 
 TEST(FanControl, AFastWaveIsNoTrip) {
-  FanBench bench;
+  FanFixture bench;
   bench.save_true_curve(0, kProven);
   bench.new_run();
   ASSERT_TRUE(bench.control->set_force_bits(1));
@@ -153,7 +153,7 @@ TEST(FanControl, AFastWaveIsNoTrip) {
 
 TEST(FanControl, GivesBackExactlyWhatItFound) {
   for (const char* mode : {"5", "2", "1", "0"}) {
-    FanBench bench("nct6779", mode);
+    FanFixture bench("nct6779", mode);
     bench.new_run();
     const auto before = bench.state();
     ASSERT_TRUE(bench.control->set_force_bits(3)) << mode;
@@ -167,14 +167,14 @@ TEST(FanControl, GivesBackExactlyWhatItFound) {
 }
 
 TEST(FanControl, TwoFansOfOneSwitchAreGivenBackTogether) {
-  std::vector<MovingFan> fans = FanBench::two_fans();
+  std::vector<MovingFan> fans = FanFixture::two_fans();
   for (MovingFan& fan : fans) {
     fan.modes = {1, 2};
     fan.full_reads_as_zero = false;
   }
-  FanBench bench("dell_smm", "?", fans);
+  FanFixture bench("dell_smm", "?", fans);
   std::vector<std::string> switched;
-  bench.memory.on_write(FanBench::attribute("pwm1_enable"), [&](std::string& text) {
+  bench.memory.on_write(FanFixture::attribute("pwm1_enable"), [&](std::string& text) {
     switched.push_back(text);
     return 0;
   });
@@ -190,7 +190,7 @@ TEST(FanControl, TwoFansOfOneSwitchAreGivenBackTogether) {
 }
 
 TEST(FanControl, AChipThatRefusesTheModeLeavesTheFanAtFullSpeed) {
-  FanBench bench;
+  FanFixture bench;
   bench.new_run();
   ASSERT_TRUE(bench.control->set_force_bits(1));
   bench.moving.refuse_mode(0, 5, EINVAL);
@@ -207,11 +207,11 @@ TEST(FanControl, AChipThatRefusesTheModeLeavesTheFanAtFullSpeed) {
 }
 
 TEST(FanControl, LetsAChipHoldItsTarget) {
-  std::vector<MovingFan> fans = FanBench::two_fans();
+  std::vector<MovingFan> fans = FanFixture::two_fans();
   fans[0].target_mode = 3;
   fans[0].modes = {1, 2, 3};
   fans[0].full_reads_as_zero = false;
-  FanBench bench("f71805f", "2", fans);
+  FanFixture bench("f71805f", "2", fans);
   bench.new_run();
   const auto before = bench.state();
   ASSERT_TRUE(bench.control->set_force_bits(1));
@@ -228,11 +228,11 @@ TEST(FanControl, LetsAChipHoldItsTarget) {
 }
 
 TEST(FanControl, AChipThatDoesNotTakeItsTargetIsDrivenByPwm) {
-  std::vector<MovingFan> fans = FanBench::two_fans();
+  std::vector<MovingFan> fans = FanFixture::two_fans();
   fans[0].target_mode = 3;
   fans[0].modes = {1, 2, 3};
-  FanBench bench("f71805f", "2", fans);
-  bench.memory.on_write(FanBench::attribute("fan1_target"), [](std::string& text) {
+  FanFixture bench("f71805f", "2", fans);
+  bench.memory.on_write(FanFixture::attribute("fan1_target"), [](std::string& text) {
     text = "27000";
     return 0;
   });
@@ -245,10 +245,10 @@ TEST(FanControl, AChipThatDoesNotTakeItsTargetIsDrivenByPwm) {
 }
 
 TEST(FanControl, AChipThatIgnoresPwmInAutomaticModeIsMadeManualFirst) {
-  std::vector<MovingFan> fans = FanBench::two_fans();
+  std::vector<MovingFan> fans = FanFixture::two_fans();
   fans[0].in_automatic = MovingFan::InAutomatic::ignores_pwm;
   fans[0].modes = {0, 1, 2};
-  FanBench bench("thinkpad", "2", fans);
+  FanFixture bench("thinkpad", "2", fans);
   bench.new_run();
   ASSERT_TRUE(bench.control->set_force_bits(1));
   ASSERT_TRUE(bench.control->set_target_rpm(0, 1900));
@@ -257,7 +257,7 @@ TEST(FanControl, AChipThatIgnoresPwmInAutomaticModeIsMadeManualFirst) {
 }
 
 TEST(FanControl, MeasuresAMaximumOnceWhenItIsAskedFor) {
-  FanBench bench;
+  FanFixture bench;
   bench.new_run();
   const auto before = bench.state();
   EXPECT_TRUE(bench.control->has_maximum(0));
@@ -273,7 +273,7 @@ TEST(FanControl, MeasuresAMaximumOnceWhenItIsAskedFor) {
 }
 
 TEST(FanControl, AMeasuredMaximumLeavesAForcedFanAtItsPwm) {
-  FanBench bench;
+  FanFixture bench;
   bench.new_run();
   ASSERT_TRUE(bench.control->set_force_bits(1));
   EXPECT_TRUE(within(*bench.control->maximum_rpm(0), 2000));
@@ -282,10 +282,10 @@ TEST(FanControl, AMeasuredMaximumLeavesAForcedFanAtItsPwm) {
 }
 
 TEST(FanControl, TakesARealMaximumAndMinimumFromTheChip) {
-  std::vector<MovingFan> fans = FanBench::two_fans();
-  FanBench bench("gpio_fan", "1", fans);
-  bench.memory.put(FanBench::attribute("fan1_max"), "2100", 0444);
-  bench.memory.put(FanBench::attribute("fan1_min"), "300", 0444);
+  std::vector<MovingFan> fans = FanFixture::two_fans();
+  FanFixture bench("gpio_fan", "1", fans);
+  bench.memory.put(FanFixture::attribute("fan1_max"), "2100", 0444);
+  bench.memory.put(FanFixture::attribute("fan1_min"), "300", 0444);
   bench.new_run();
   EXPECT_DOUBLE_EQ(*bench.control->maximum_rpm(0), 2100);
   EXPECT_EQ(bench.control->minimum_rpm(0), 300);
@@ -293,9 +293,9 @@ TEST(FanControl, TakesARealMaximumAndMinimumFromTheChip) {
 }
 
 TEST(FanControl, AlarmLimitsAreNotTheFansRange) {
-  FanBench bench;
-  bench.memory.put(FanBench::attribute("fan1_max"), "27000");
-  bench.memory.put(FanBench::attribute("fan1_min"), "0");
+  FanFixture bench;
+  bench.memory.put(FanFixture::attribute("fan1_max"), "27000");
+  bench.memory.put(FanFixture::attribute("fan1_min"), "0");
   bench.save_true_curve(1, kProven);
   bench.new_run();
   EXPECT_TRUE(bench.control->maximum_is_measured_on_demand(0));
@@ -305,7 +305,7 @@ TEST(FanControl, AlarmLimitsAreNotTheFansRange) {
 }
 
 TEST(FanControl, OnlyTheSuperuserForces) {
-  FanBench bench;
+  FanFixture bench;
   bench.new_run();
   bench.surroundings.user = 1000;
   const auto before = bench.memory.snapshot();
@@ -316,7 +316,7 @@ TEST(FanControl, OnlyTheSuperuserForces) {
 }
 
 TEST(FanControl, AForcedFanIsCommandedWithoutPrivilege) {
-  FanBench bench;
+  FanFixture bench;
   bench.new_run();
   ASSERT_TRUE(bench.control->set_force_bits(1));
   bench.surroundings.user = 1000;
@@ -327,7 +327,7 @@ TEST(FanControl, AForcedFanIsCommandedWithoutPrivilege) {
 }
 
 TEST(FanControl, RefusesFansThatAreNotThereOrNotControllable) {
-  FanBench bench("hp", "2");
+  FanFixture bench("hp", "2");
   bench.new_run();
   EXPECT_EQ(bench.control->set_force_bits(4).failure().error, ENODEV);
   const auto refused = bench.control->set_force_bits(1);
@@ -338,13 +338,13 @@ TEST(FanControl, RefusesFansThatAreNotThereOrNotControllable) {
 }
 
 TEST(FanControl, RefusesSpeedsThatAreNone) {
-  FanBench bench;
+  FanFixture bench;
   bench.new_run();
   EXPECT_EQ(bench.control->set_target_rpm(0, -1).failure().error, EINVAL);
 }
 
 TEST(FanControl, ADamagedCurveIsToldOnceAndTheFanIsForcedWithoutIt) {
-  FanBench bench;
+  FanFixture bench;
   bench.save_true_curve(0, kProven);
   const std::string folder = bench.surroundings.surroundings.curves_folder;
   for (const auto& file : std::filesystem::directory_iterator(folder)) {
@@ -361,7 +361,7 @@ TEST(FanControl, ADamagedCurveIsToldOnceAndTheFanIsForcedWithoutIt) {
 }
 
 TEST(FanControl, ATwinOfARunIsRefused) {
-  FanBench bench;
+  FanFixture bench;
   bench.new_run();
   ASSERT_TRUE(bench.control->set_force_bits(1));
   Ledger other(bench.surroundings.surroundings, "fans");
@@ -370,15 +370,15 @@ TEST(FanControl, ATwinOfARunIsRefused) {
 }
 
 TEST(FanControl, AThreadOfItsOwnWatchesWhileAFanIsForced) {
-  FanBench bench;
+  FanFixture bench;
   Ledger ledger(bench.surroundings.surroundings, "fans");
-  FanControl control(bench.surroundings.surroundings, ledger, {{FanBench::kTemperature, 100}});
+  FanControl control(bench.surroundings.surroundings, ledger, {{FanFixture::kTemperature, 100}});
   for (int times = 0; times < 3; ++times) {
     ASSERT_TRUE(control.set_force_bits(1));
     ASSERT_TRUE(control.set_force_bits(0));
   }
   ASSERT_TRUE(control.set_force_bits(3));
-  bench.memory.put(FanBench::kTemperature, "97000");
+  bench.memory.put(FanFixture::kTemperature, "97000");
   while (control.force_bits() != 0) {
     std::this_thread::yield();  // ends with the test's own time-out if nobody watches
   }

@@ -4,12 +4,12 @@
 #include <functional>
 
 #include "machines/linux/fans/calibration.h"
-#include "machines/linux/fans/fan_bench.h"
+#include "support/machine/fan_fixture.h"
 
 namespace linux_machine {
 namespace {
 
-using Operation = std::function<sysfs::Result<sysfs::Done>(FanBench&)>;
+using Operation = std::function<sysfs::Result<sysfs::Done>(FanFixture&)>;
 
 struct Case {
   const char* name;
@@ -17,38 +17,38 @@ struct Case {
   Operation faulty;
 };
 
-sysfs::Result<sysfs::Done> nothing(FanBench&) {
+sysfs::Result<sysfs::Done> nothing(FanFixture&) {
   return sysfs::Done{};
 }
 
-sysfs::Result<sysfs::Done> force(FanBench& bench) {
+sysfs::Result<sysfs::Done> force(FanFixture& bench) {
   return bench.control->set_force_bits(3);
 }
 
 const Case kCases[] = {
     {"find the fans", nothing,
-     [](FanBench& bench) {
+     [](FanFixture& bench) {
        bench.new_run();
        return sysfs::Done{};
      }},
     {"force", nothing, force},
-    {"target", force, [](FanBench& bench) { return bench.control->set_target_rpm(1, 1200); }},
+    {"target", force, [](FanFixture& bench) { return bench.control->set_target_rpm(1, 1200); }},
     {"maximum", nothing,
-     [](FanBench& bench) {
+     [](FanFixture& bench) {
        const auto maximum = bench.control->maximum_rpm(0);
        return maximum ? sysfs::Result<sysfs::Done>(sysfs::Done{}) : maximum.failure();
      }},
     {"maximum of a forced fan", force,
-     [](FanBench& bench) {
+     [](FanFixture& bench) {
        const auto maximum = bench.control->maximum_rpm(0);
        return maximum ? sysfs::Result<sysfs::Done>(sysfs::Done{}) : maximum.failure();
      }},
     {"watch", force,
-     [](FanBench& bench) {
+     [](FanFixture& bench) {
        bench.pass(5);
        return sysfs::Done{};
      }},
-    {"give back", force, [](FanBench& bench) { return bench.control->set_force_bits(0); }},
+    {"give back", force, [](FanFixture& bench) { return bench.control->set_force_bits(0); }},
 };
 
 // Not ENODEV: a device that has gone is not put back.
@@ -56,7 +56,7 @@ constexpr int kErrors[] = {EIO, EBUSY, EINVAL, ENODATA, EACCES, ENXIO, EAGAIN};
 
 /// Runs a case with the n-th access failing. Returns whether there were so many accesses.
 bool run_with_fault(const Case& one, int n, int error, FaultyTree::For how_long) {
-  FanBench bench;
+  FanFixture bench;
   bench.new_run();
   const auto before = bench.state();
   EXPECT_TRUE(one.before(bench));
@@ -97,7 +97,7 @@ TEST(FanFaults, NothingCrashesAndEverythingIsPutBack) {
 
 TEST(FanFaults, AFailedForcingForcesNothing) {
   for (int n = 1;; ++n) {
-    FanBench bench;
+    FanFixture bench;
     bench.new_run();
     const auto before = bench.state();
     bench.faulty.fail(n, EIO, FaultyTree::For::once);
@@ -116,7 +116,7 @@ TEST(FanFaults, AFailedForcingForcesNothing) {
 TEST(FanFaults, ACalibrationPutsTheFanBack) {
   for (int n = 1; n < 40; ++n) {
     for (const auto how_long : {FaultyTree::For::once, FaultyTree::For::ever}) {
-      FanBench bench;
+      FanFixture bench;
       bench.new_run();
       const auto before = bench.state();
       bench.faulty.fail(n, EIO, how_long);

@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "machines/linux/fans/daemons.h"
-#include "machines/linux/fans/fan_bench.h"
+#include "support/machine/fan_fixture.h"
 
 namespace linux_machine {
 namespace {
@@ -36,16 +36,16 @@ class WatchingTest : public testing::Test {
     EXPECT_NE(again.failure().message.find(reason), std::string::npos);
   }
 
-  FanBench bench_;
+  FanFixture bench_;
   std::map<std::string, std::string> before_;
 };
 
 TEST_F(WatchingTest, GivesTheFansBackNearTheCriticalTemperature) {
   force();
-  bench_.memory.put(FanBench::kTemperature, "94900");
+  bench_.memory.put(FanFixture::kTemperature, "94900");
   bench_.pass(2);
   EXPECT_EQ(bench_.control->force_bits(), 3);
-  bench_.memory.put(FanBench::kTemperature, "95000");
+  bench_.memory.put(FanFixture::kTemperature, "95000");
   bench_.pass(0.5);
   expect_tripped("devices/cpu/temp1_input reads 95 degrees, and 100 degrees are critical");
 }
@@ -54,12 +54,12 @@ TEST_F(WatchingTest, GivesTheFansBackWhenOneStands) {
   force();
   bench_.moving.block(0, true);
   bench_.pass(8);
-  expect_tripped(FanBench::attribute("fan1_input") + " reads 0 RPM, and the fan should turn");
+  expect_tripped(FanFixture::attribute("fan1_input") + " reads 0 RPM, and the fan should turn");
 }
 
 TEST_F(WatchingTest, GivesTheFansBackAfterThreeFailedReads) {
   force();
-  bench_.memory.fail(FanBench::kTemperature, EIO);
+  bench_.memory.fail(FanFixture::kTemperature, EIO);
   bench_.pass(1);
   EXPECT_EQ(bench_.control->force_bits(), 3);
   bench_.pass(0.5);
@@ -68,9 +68,9 @@ TEST_F(WatchingTest, GivesTheFansBackAfterThreeFailedReads) {
 
 TEST_F(WatchingTest, ASpeedThatCannotBeReadCounts) {
   force();
-  bench_.memory.fail(FanBench::attribute("fan2_input"), ENODATA);
+  bench_.memory.fail(FanFixture::attribute("fan2_input"), ENODATA);
   bench_.pass(1.5);
-  expect_tripped("reading " + FanBench::attribute("fan2_input") +
+  expect_tripped("reading " + FanFixture::attribute("fan2_input") +
                  ": No data available, 3 times in a row");
 }
 
@@ -78,7 +78,7 @@ TEST_F(WatchingTest, ActsWithoutPrivilegeThroughWhatIsOpen) {
   force();
   bench_.surroundings.user = 1000;
   bench_.faulty.privileged = false;
-  bench_.memory.put(FanBench::kTemperature, "99000");
+  bench_.memory.put(FanFixture::kTemperature, "99000");
   bench_.pass(0.5);
   bench_.faulty.privileged = true;
   EXPECT_EQ(bench_.state(), before_);
@@ -91,14 +91,14 @@ TEST_F(WatchingTest, ActsWithoutPrivilegeThroughWhatIsOpen) {
 
 TEST_F(WatchingTest, TripsInTheMiddleOfAMeasurement) {
   ASSERT_TRUE(bench_.control->set_force_bits(3));
-  bench_.memory.put(FanBench::kTemperature, "99000");
+  bench_.memory.put(FanFixture::kTemperature, "99000");
   EXPECT_EQ(bench_.control->maximum_rpm(0).failure().error, ECANCELED);
   expect_tripped("devices/cpu/temp1_input reads 99 degrees, and 100 degrees are critical");
 }
 
 TEST_F(WatchingTest, TripsWhileATargetNeedsAMeasurement) {
   ASSERT_TRUE(bench_.control->set_force_bits(3));
-  bench_.memory.put(FanBench::kTemperature, "99000");
+  bench_.memory.put(FanFixture::kTemperature, "99000");
   EXPECT_EQ(bench_.control->set_target_rpm(0, 1000).failure().error, ECANCELED);
   expect_tripped("devices/cpu/temp1_input reads 99 degrees, and 100 degrees are critical");
 }
@@ -113,7 +113,7 @@ TEST_F(WatchingTest, AFanFoundAtRestMayStay) {
 
 TEST(Watching, AFanHasFourSecondsToStart) {
   for (const double blocked_s : {3.5, 5.0}) {
-    FanBench bench;
+    FanFixture bench;
     bench.save_true_curve(0, Curve::Stop::stops_and_starts);
     bench.new_run();
     ASSERT_TRUE(bench.control->set_force_bits(1));
@@ -130,14 +130,14 @@ TEST(Watching, AFanHasFourSecondsToStart) {
 
 TEST_F(WatchingTest, BringsAFanBackToItsTarget) {
   force();
-  ASSERT_TRUE(sysfs::write_text(bench_.moving, FanBench::attribute("pwm1"), "120"));
+  ASSERT_TRUE(sysfs::write_text(bench_.moving, FanFixture::attribute("pwm1"), "120"));
   bench_.pass(60);
   EXPECT_NEAR(bench_.speed(1), 1500, 50);
 }
 
 TEST(Daemons, AreFoundByTheNameOfTheirProcess) {
   for (const char* name : {"fancontrol", "fan2go", "thinkfan", "coolercontrold"}) {
-    FanBench bench;
+    FanFixture bench;
     const std::string proc = bench.surroundings.folder() + "/proc";
     for (const auto& [process, comm] :
          std::map<std::string, std::string>{{"1", "init"}, {"814", name}, {"self", "thinkfan"}}) {

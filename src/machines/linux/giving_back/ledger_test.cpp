@@ -151,7 +151,11 @@ class GuardianTest : public testing::Test {
     return status;
   }
 
-  std::string a() { return *sysfs::read_text(tree_, "a"); }
+  /// "" in the moment when it is being written.
+  std::string a() {
+    const sysfs::Result<std::string> text = sysfs::read_text(tree_, "a");
+    return text ? *text : "";
+  }
 
   bool a_becomes(const std::string& text) {
     for (int tries = 0; tries < 1000 && a() != text; ++tries) {

@@ -14,6 +14,10 @@ constexpr int kTries = 3;
 
 constexpr std::size_t kMostText = 4096;  // the kernel's own limit: one page an attribute
 
+Failure silence(const std::string& path) {
+  return {Trouble::silent, 0, "reading " + path + ": it is empty"};
+}
+
 bool asks_to_be_repeated(ssize_t result) {
   return result == -EINTR || result == -EAGAIN;
 }
@@ -62,7 +66,7 @@ Result<std::string> Attribute::read_text() {
   }
   const std::string_view whole = trimmed({text.data(), static_cast<std::size_t>(got)});
   if (whole.empty()) {
-    return Failure{Trouble::silent, 0, "reading " + path_ + ": it is empty"};
+    return silence(path_);
   }
   return std::string(whole);
 }
@@ -73,14 +77,13 @@ Result<long long> Attribute::read_integer() {
   if (got < 0) {
     return failure("reading", path_, static_cast<int>(-got));
   }
-  const std::string_view whole = trimmed({text.data(), static_cast<std::size_t>(got)});
-  if (whole.empty()) {
-    return Failure{Trouble::silent, 0, "reading " + path_ + ": it is empty"};
-  }
+  const std::string_view whole(text.data(), static_cast<std::size_t>(got));
   if (const auto value = parse_integer(whole)) {
     return *value;
   }
-  return nonsense(path_, "\"" + std::string(whole) + "\" is not a number");
+  return trimmed(whole).empty()
+             ? silence(path_)
+             : nonsense(path_, "\"" + std::string(trimmed(whole)) + "\" is not a number");
 }
 
 Result<Done> Attribute::write(std::string_view text) {

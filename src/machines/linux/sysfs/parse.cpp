@@ -9,21 +9,30 @@ namespace {
 
 constexpr std::string_view kBlanks{" \t\n\0", 4};
 
+constexpr bool is_blank(char character) {
+  return character == '\n' || character == ' ' || character == '\t' || character == '\0';
+}
+
 }  // namespace
 
 std::string_view trimmed(std::string_view text) {
-  const std::size_t last = text.find_last_not_of(kBlanks);
-  return last == std::string_view::npos ? std::string_view() : text.substr(0, last + 1);
+  while (!text.empty() && is_blank(text.back())) {
+    text.remove_suffix(1);
+  }
+  return text;
 }
 
 std::optional<long long> parse_integer(std::string_view text) {
-  const std::string_view digits = trimmed(text);
+  const char* const last = text.data() + text.size();
   long long value = 0;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-  if (error != std::errc() || end != digits.data() + digits.size()) {
+  auto [at, error] = std::from_chars(text.data(), last, value);
+  if (error != std::errc()) {
     return std::nullopt;
   }
-  return value;
+  while (at != last && is_blank(*at)) {
+    ++at;
+  }
+  return at == last ? std::optional<long long>(value) : std::nullopt;
 }
 
 std::vector<std::string_view> parse_words(std::string_view text) {

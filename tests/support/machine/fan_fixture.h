@@ -27,10 +27,10 @@ class PrivilegedTree : public FaultyTree {
 
 /// A board with two fans that move and a processor's temperature, and the clock to move them by.
 /// Faults are injected above all of it, as a driver sees them.
-class FanBench {
+class FanFixture {
  public:
-  explicit FanBench(const std::string& chip = "nct6779", const std::string& mode = "5",
-                    std::vector<MovingFan> fans = two_fans())
+  explicit FanFixture(const std::string& chip = "nct6779", const std::string& mode = "5",
+                      std::vector<MovingFan> fans = two_fans())
       : moving_fans_(std::move(fans)), memory(machine(chip, mode, moving_fans_)) {}
 
   static constexpr const char* kFolder = "devices/platform/board/hwmon/hwmon2";
