@@ -25,6 +25,10 @@ class MovingEnergy : public sysfs::Tree {
   }
   std::string real_path(const char* path) override { return below_.real_path(path); }
 
+  // For a fork: who holds it then cannot let go of it in the child.
+  void lock() { mutex_.lock(); }
+  void unlock() { mutex_.unlock(); }
+
  private:
   sysfs::Tree& below_;
   const double power_w_;
