@@ -44,9 +44,11 @@ TEST_F(LinuxKilled, IsGivenBackWithinASecondAndSaysSo) {
   EXPECT_EQ(machine_.tree().snapshot(), before_);
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
   const std::string said = running.err();
-  EXPECT_NE(said.find("vorn: the run was killed; its fans are given back\n"), std::string::npos)
+  EXPECT_NE(said.find("vorn: the run ended without giving back its fans: given back now\n"),
+            std::string::npos)
       << said;
-  EXPECT_NE(said.find("vorn: the run was killed; its P-states are given back\n"), std::string::npos)
+  EXPECT_NE(said.find("vorn: the run ended without giving back its P-states: given back now\n"),
+            std::string::npos)
       << said;
 }
 

@@ -92,12 +92,16 @@ void restore_all(const Surroundings& surroundings, const char* part, int state) 
   if (restore(surroundings.sys, {journal_room.data(), static_cast<std::size_t>(got)},
               {surroundings.sleep_for, report})) {
     [[maybe_unused]] const int emptied = ftruncate(state, 0);
-    say(LineText().add("the run was killed; its ").add(part).add(" are given back").view());
+    say(LineText()
+            .add("the run ended without giving back its ")
+            .add(part)
+            .add(": given back now")
+            .view());
   } else {
     say(LineText()
-            .add("the run was killed, and its ")
+            .add("the run ended without giving back its ")
             .add(part)
-            .add(" could not all be given back: run vorn-keys --restore")
+            .add(", and not all could be given back: run vorn-keys --restore")
             .view());
   }
 }
@@ -106,6 +110,9 @@ void restore_all(const Surroundings& surroundings, const char* part, int state) 
   sigset_t all;
   sigfillset(&all);
   sigprocmask(SIG_BLOCK, &all, nullptr);
+  if (geteuid() == 0) {  // of a set-user-id program: not for its user to kill
+    [[maybe_unused]] const int changed = setresuid(0, 0, 0);
+  }
   prctl(PR_SET_NAME, "vorn-guardian");
   [[maybe_unused]] const int moved = chdir("/");
   close_all_but(pipe, state);
