@@ -93,6 +93,26 @@ std::vector<pid_t> living_guardians() {
   return found;
 }
 
+// Its user may not put anything back by himself: the guardian kept the right to.
+TEST_F(LinuxKilled, IsGivenBackForTheUserOfASetUserIdProgram) {
+  if (program::kSanitized) {
+    GTEST_SKIP() << "the sanitizers' runtimes refuse to run set-user-id";
+  }
+  program::Command command = everything_at_once();
+  const std::string copy = machine_.folder() + "/vorn";
+  std::filesystem::copy_file(command.path, copy);
+  ASSERT_EQ(chmod(copy.c_str(), 04755), 0);
+  command.path = copy;
+  command.as = As::kOrdinaryUser;
+  Running running(command);
+  ASSERT_TRUE(running.wait_until_catching());
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+  EXPECT_NE(machine_.tree().snapshot(), before_);
+  running.send(SIGKILL);
+  EXPECT_TRUE(machine_.is_given_back_in_a_second());
+  EXPECT_EQ(machine_.tree().snapshot(), before_) << running.err();
+}
+
 TEST_F(LinuxKilled, WhatBothWereKilledWithIsRepairedByHand) {
   Running running(everything_at_once());
   ASSERT_TRUE(running.wait_until_catching());

@@ -3,7 +3,9 @@
 
 #include <csignal>
 #include <fstream>
+#include <random>
 
+#include "machines/linux/sysfs/attribute.h"
 #include "program/samples.h"
 #include "program/tree_machine.h"
 #include "program/vorn_program.h"
@@ -139,6 +141,42 @@ TEST_F(LinuxRun, LeavesWhatWasSetWhenTheStartFails) {
   const Outcome restored = program::run(machine_.keys({"--restore"}));
   EXPECT_EQ(restored.out, "fans: given back\n");
   EXPECT_EQ(restored.status, 0);
+  EXPECT_EQ(machine_.tree().snapshot(), before_);
+}
+
+TEST_F(LinuxRun, GivesEverythingBackAtWhateverMomentItIsInterrupted) {
+  std::mt19937 random(11);
+  for (int run = 0; run < 20; ++run) {
+    Running running(machine_.vorn({"-c", "2", "-w", "bspin", "-f", "50", "-s", "1500", "-F", "4",
+                                   "-p", "2", "-m", "-r", "20", "-k", "F0Ac"}));
+    ASSERT_TRUE(running.wait_until_catching());
+    usleep(std::uniform_int_distribution<useconds_t>(0, run % 2 == 0 ? 100'000 : 900'000)(random));
+    running.send(SIGINT);
+    const Outcome outcome = running.wait();
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    ASSERT_NE(outcome.err.find("Fans restored\n"), std::string::npos) << outcome.err;
+    ASSERT_EQ(machine_.tree().snapshot(), before_) << "run " << run;
+    ASSERT_EQ(machine_.tree().left_to_give_back(), "");
+  }
+}
+
+TEST_F(LinuxRun, GivesTheFansBackWhenAProcessorIsTooHot) {
+  Running running(machine_.vorn({"-c", "1", "-w", "bspin", "-f", "10", "-s", "900", "-p", "3"}));
+  ASSERT_TRUE(running.wait_until_catching());
+  std::this_thread::sleep_for(std::chrono::milliseconds(700));
+  EXPECT_NE(machine_.tree().snapshot(), before_);
+  ASSERT_TRUE(sysfs::write_text(machine_.tree().sys(),
+                                "devices/platform/coretemp.1/hwmon/hwmon2/temp1_input", "96000"));
+  for (int tries = 0; tries < 3000 && running.err().empty(); ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  EXPECT_NE(running.err().find("coretemp.1/hwmon/hwmon2/temp1_input"), std::string::npos)
+      << running.err();
+  const auto now = machine_.tree().snapshot();
+  const std::string mode = "devices/platform/nct6775.656/hwmon/hwmon3/pwm2_enable";
+  EXPECT_EQ(now.at(mode), before_.at(mode));
+  running.send(SIGINT);
+  EXPECT_EQ(running.wait().status, 0);
   EXPECT_EQ(machine_.tree().snapshot(), before_);
 }
 

@@ -61,7 +61,10 @@ Facts gather_facts(Machine& machine, const Surroundings& surroundings, const std
   facts.watched_temperature = !find_package_temperatures(surroundings.sys).empty();
   std::size_t number = 0;
   for (const FanChannel& channel : machine.fans().channels()) {
-    facts.fans.push_back(look_at_fan(channel, number++, surroundings.curves_folder));
+    facts.fans.push_back(look_at_fan(channel, number, surroundings.curves_folder));
+    facts.fans.back().has_maximum =
+        machine.fans().has_maximum(number) && !machine.fans().maximum_is_measured_on_demand(number);
+    ++number;
   }
   facts.fan_daemon = running_fan_daemon(surroundings.proc);
   look_at_pstates(facts, surroundings.sys);

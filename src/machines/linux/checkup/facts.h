@@ -21,7 +21,8 @@ struct Facts {
     std::string name;     ///< its target key, chip and channel
     std::string refusal;  ///< why it cannot be forced; empty if it can
     bool has_curve = false;
-    std::string damaged;  ///< what is wrong with its curve's file
+    bool has_maximum = false;  ///< known without moving it
+    std::string damaged;       ///< what is wrong with its curve's file
   };
 
   bool superuser = false;

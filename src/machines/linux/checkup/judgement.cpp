@@ -79,10 +79,10 @@ void judge_fan(const Facts::Fan& fan, Findings& findings) {
   } else if (!fan.damaged.empty()) {
     lacks(findings, fan.name + ": " + fan.damaged, "sudo vorn-keys --calibrate");
   } else if (!fan.has_curve) {
+    const std::string first = fan.has_maximum ? "" : "a run measures its maximum first, ";
     lacks(findings,
-          fan.name +
-              ": its curve is not measured; a run measures the maximum first, and does not "
-              "stop it",
+          fan.name + ": its curve is not measured; " + first +
+              "its speeds are found slowly, and it is never stopped",
           "sudo vorn-keys --calibrate");
   } else {
     well(findings, fan.name + ": can be forced, by a measured curve");

@@ -67,6 +67,9 @@ void find_in(sysfs::Tree& tree, const std::string& folder,
     if (const sysfs::Result<std::string> text = sysfs::read_text(tree, label)) {
       fan.label = *text;
     }
+    if (fan.cools_graphics()) {
+      continue;
+    }
     fan.refusal = why_not(tree, fan);
     const bool turns = rpm && *rpm > 0;
     found.push_back({std::move(fan), turns});
@@ -77,10 +80,19 @@ void find_in(sysfs::Tree& tree, const std::string& folder,
 }  // namespace
 
 bool FanChannel::is_pump() const {
+  return label_says({"pump", "aio"});
+}
+
+bool FanChannel::cools_graphics() const {
+  return label_says({"video", "gpu", "graphics", "vga"});
+}
+
+bool FanChannel::label_says(std::initializer_list<std::string_view> words) const {
   std::string lower = label;
   std::transform(lower.begin(), lower.end(), lower.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return lower.find("pump") != std::string::npos || lower.find("aio") != std::string::npos;
+  return std::any_of(words.begin(), words.end(),
+                     [&](std::string_view word) { return lower.find(word) != std::string::npos; });
 }
 
 std::string FanChannel::enable() const {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <functional>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "machines/linux/fans/chips.h"
@@ -20,7 +22,8 @@ struct FanChannel {
   std::string refusal;  ///< why it cannot be forced, naming the attribute; empty if it can
 
   bool controllable() const { return refusal.empty(); }
-  bool is_pump() const;  ///< by its label; a pump must never be stopped
+  bool is_pump() const;         ///< by its label; a pump must never be stopped
+  bool cools_graphics() const;  ///< by its label; none of ours
   const Chip& kind() const { return chip_named(chip); }
 
   // Its attributes' paths.
@@ -32,6 +35,7 @@ struct FanChannel {
   std::string enable() const;
 
  private:
+  bool label_says(std::initializer_list<std::string_view> words) const;
   std::string fan(const char* attribute) const {
     return folder + "/fan" + std::to_string(channel) + attribute;
   }
@@ -41,8 +45,8 @@ struct FanChannel {
 constexpr std::size_t kMostFans = 3;
 
 /// The machine's fans, kMostFans at most: first those that turn or that `has_curve` knows, then
-/// those at rest; each part by device and channel. Graphics cards' and power supplies' are not
-/// among them.
+/// those at rest; each part by device and channel. Graphics cards', power supplies' and a laptop's
+/// graphics fans are not among them.
 std::vector<FanChannel> find_fans(sysfs::Tree& tree,
                                   const std::function<bool(const FanChannel&)>& has_curve);
 

@@ -152,5 +152,16 @@ TEST(Chips, TargetsOfTheOrdinaryBoardChipsAreNotUsed) {
   EXPECT_EQ(chip_named("gpio_fan").target_mode, 1);
 }
 
+TEST_F(ChannelTest, AFanLabelledForGraphicsIsNoneOfOurs) {
+  Device(tree_, 0, "devices/x", "dell_smm")
+      .fan(1, 2400)
+      .with("fan1_label", "Processor Fan")
+      .fan(2, 2400)
+      .with("fan2_label", "Video Fan")
+      .fan(3, 2400)
+      .with("fan3_label", "GPU Fan");
+  EXPECT_EQ(names(), std::vector<std::string>{"devices/x 1"});
+}
+
 }  // namespace
 }  // namespace linux_machine
