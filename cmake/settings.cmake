@@ -14,6 +14,10 @@ target_include_directories(vorn_settings INTERFACE ${PROJECT_SOURCE_DIR}/src)
 find_package(Threads REQUIRED)
 target_link_libraries(vorn_settings INTERFACE Threads::Threads)
 
+# Tests run for seconds and are compiled for minutes.
+add_library(vorn_test_settings INTERFACE)
+target_compile_options(vorn_test_settings INTERFACE -O0 -g1)
+
 if(VORN_SANITIZE)
   target_compile_options(vorn_settings INTERFACE -fsanitize=${VORN_SANITIZE}
                          -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -26,7 +26,7 @@ function(vorn_unit_test name)
   endif()
   add_executable(${name} ${test_UNPARSED_ARGUMENTS})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(${name} PRIVATE vorn_core ${test_LIBRARIES} vorn_settings vorn_warnings
-                        GTest::gmock_main)
+  target_link_libraries(${name} PRIVATE vorn_core ${test_LIBRARIES} vorn_settings
+                        vorn_test_settings vorn_warnings GTest::gmock_main)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS unit TIMEOUT 120)
 endfunction()

@@ -38,7 +38,7 @@ Result<sysfs::Done> FanControl::may_force(const Fan& fan) {
 Result<sysfs::Done> FanControl::force_all(std::uint16_t bits) {
   std::vector<Fan*> wanted;
   for (std::size_t i = 0; i < fans_.size(); ++i) {
-    if ((bits >> i & 1U) != 0) {
+    if (((unsigned{bits} >> i) & 1U) != 0) {
       wanted.push_back(&fans_[i]);
     }
   }
