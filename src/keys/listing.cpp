@@ -1,6 +1,5 @@
 #include "keys/listing.h"
 
-#include <optional>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -81,7 +80,7 @@ bool list_keys(std::ostream& out) {
     } else {
       try {
         out << value_text(reader.read(code));
-      } catch (SMCException& failure) {
+      } catch (const SMCException& failure) {
         all = false;
         out << failure;
       }
