@@ -1,3 +1,4 @@
+#include <csignal>
 #include <iostream>
 #include <optional>
 
@@ -37,6 +38,11 @@ int check() {
   return all ? kWell : kNotWell;
 }
 
+int calibrate() {
+  std::signal(SIGTSTP, SIG_IGN);  // nobody would watch over a fan that is held meanwhile
+  return inspection::calibrate(keys::make_console()) ? kWell : kNotWell;
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
@@ -51,7 +57,7 @@ int main(int argc, char* argv[]) {
     case keys::Action::check:
       return check();
     case keys::Action::calibrate:
-      return inspection::calibrate(keys::make_console()) ? kWell : kNotWell;
+      return calibrate();
     case keys::Action::restore:
       return inspection::restore(keys::make_console()) ? kWell : kNotWell;
     case keys::Action::help:

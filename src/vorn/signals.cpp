@@ -79,6 +79,13 @@ void listen_for(int signo, const char* failure) {
   }
 }
 
+// Nobody would watch over the fans of a run that stands still.
+void stay_awake_over_fans() {
+  if (using_privileged_operations() && setting_fans()) {
+    signal(SIGTSTP, SIG_IGN);
+  }
+}
+
 void start_listener() {
   sem_init(&path_completed, 0, 0);
   start_throttle_guard(listened);  // without it, one run in twenty ends up to 50 ms later
@@ -101,6 +108,7 @@ void arm_timer() {
 void signals() {
   sigemptyset(&listened);
   listen_for_other_ends();
+  stay_awake_over_fans();
   listen_for(SIGINT, "Error registering SIGINT handler.");
   if (trial_time != 0) {
     listen_for(SIGALRM, "Error registering SIGALRM handler.");

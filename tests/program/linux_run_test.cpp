@@ -180,6 +180,40 @@ TEST_F(LinuxRun, GivesTheFansBackWhenAProcessorIsTooHot) {
   EXPECT_EQ(machine_.tree().snapshot(), before_);
 }
 
+TEST_F(LinuxRun, IsNotStoppedFromTheTerminalWhileItHoldsFans) {
+  Running running(machine_.vorn({"-c", "1", "-w", "bspin", "-f", "10", "-s", "1500", "-p", "3"}));
+  ASSERT_TRUE(running.wait_until_catching());
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  running.send(SIGTSTP);
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  running.send(SIGINT);
+  EXPECT_EQ(running.wait(5).status, 0) << "a stopped one would not have ended";
+}
+
+TEST_F(LinuxRun, WavesTheFansOfASetUserIdProgramToo) {
+  if (program::kSanitized) {
+    GTEST_SKIP() << "the sanitizers' runtimes refuse to run set-user-id";
+  }
+  program::Command command = machine_.vorn(
+      {"-c", "1", "-w", "bspin", "-f", "50", "-s", "1500", "-F", "4", "-p", "2", "-t", "2"},
+      As::kOrdinaryUser);
+  const std::string copy = machine_.folder() + "/vorn";
+  std::filesystem::copy_file(command.path, copy);
+  ASSERT_EQ(chmod(copy.c_str(), 04755), 0);
+  command.path = copy;
+  // The machine of files keeps its state by opening files anew, with the rights of that moment.
+  for (const auto& file :
+       std::filesystem::recursive_directory_iterator(machine_.folder() + "/sys")) {
+    if (file.is_regular_file() && !file.is_symlink()) {
+      std::filesystem::permissions(file, std::filesystem::perms::others_write,
+                                   std::filesystem::perm_options::add);
+    }
+  }
+  const Outcome outcome = program::run(command);
+  EXPECT_EQ(outcome.err, kBothRestored);
+  EXPECT_EQ(machine_.tree().snapshot(), before_);
+}
+
 TEST_F(LinuxRun, RefusesASecondRunThePartsThatTheFirstOneHolds) {
   Running first(machine_.vorn({"-c", "1", "-w", "bspin", "-f", "10", "-s", "1500", "-p", "3"}));
   ASSERT_TRUE(first.wait_until_catching());

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "machines/linux/giving_back/standard_error.h"
 #include "machines/linux/this_machine.h"
 #include "support/machine/live_tree.h"
 
@@ -31,11 +32,6 @@ void sleep_for(std::int64_t ns) {
   }
 }
 
-void report(const std::string& line) {
-  const std::string text = "vorn: " + line + "\n";
-  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
-}
-
 std::string folder() {
   const char* const named = std::getenv("VORN_TREE");
   return named == nullptr ? "/nonexistent" : named;
@@ -54,7 +50,7 @@ const Surroundings& this_surroundings() {
                                                               .now_ns = now_ns,
                                                               .sleep_for = sleep_for,
                                                               .effective_user = geteuid,
-                                                              .report = report};
+                                                              .report = say_on_standard_error};
   return surroundings;
 }
 

@@ -16,6 +16,18 @@ std::uint32_t fan_code(std::size_t fan, char first, char second) {
   return four_characters(name);
 }
 
+// A client can write a target up to here (the type could hold twice as much), so nothing higher is
+// shown as what a fan can be told; and it means all that the fan can do, on one that can do more.
+constexpr double kMostTargetRpm = 8191;
+
+Result<double> at_most_a_target(Result<double> rpm) {
+  return rpm ? Result<double>(std::min(*rpm, kMostTargetRpm)) : rpm;
+}
+
+double meant_by(double target_rpm) {
+  return target_rpm >= kMostTargetRpm ? double{kMostRpm} : target_rpm;
+}
+
 /// A fan's speed, one read a value.
 class Speed final : public Sensor {
  public:
@@ -63,13 +75,13 @@ void add_fan(std::vector<Key>& keys, const Surroundings& surroundings, FanContro
 
   if (fan.controllable()) {
     Key target = make_key(fan_code(n, 'T', 'g'), what + ": " + fan.pwm(),
-                          [&fans, n] { return fans.target_rpm(n); });
-    target.write = [&fans, n](double rpm) { return fans.set_target_rpm(n, rpm); };
+                          [&fans, n] { return at_most_a_target(fans.target_rpm(n)); });
+    target.write = [&fans, n](double rpm) { return fans.set_target_rpm(n, meant_by(rpm)); };
     keys.push_back(std::move(target));
   }
   if (fans.has_maximum(n)) {
     Key most = make_key(fan_code(n, 'M', 'x'), what + ": " + maximum_source(fans, n, fan),
-                        [&fans, n] { return fans.maximum_rpm(n); });
+                        [&fans, n] { return at_most_a_target(fans.maximum_rpm(n)); });
     most.moves_fan_when_read = fans.maximum_is_measured_on_demand(n);
     keys.push_back(std::move(most));
   }

@@ -14,9 +14,18 @@ std::string Key::name() const {
   return characters;
 }
 
-LinuxKeys::LinuxKeys(const Surroundings& surroundings, const std::vector<Key>& keys)
-    : surroundings_(surroundings), keys_(keys), connected_(keys.size()) {
-  for (const Key& key : keys) {
+bool Complaints::is_news(std::size_t key, const std::string& message) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  std::string& last = last_[key];
+  if (last == message) {
+    return false;
+  }
+  last = message;
+  return true;
+}
+
+LinuxKeys::LinuxKeys(const KeyStore& store) : store_(store), sensors_(store.keys.size()) {
+  for (const Key& key : store.keys) {
     codes_.push_back(key.code);
   }
 }
@@ -29,31 +38,32 @@ std::optional<std::size_t> LinuxKeys::find(std::uint32_t code) {
     return std::nullopt;
   }
   const auto key = static_cast<std::size_t>(at - codes_.begin());
-  if (!connected_[key].sensor && keys_[key].connect) {
-    connected_[key].sensor = keys_[key].connect();
+  if (!sensors_[key] && store_.keys[key].connect) {
+    sensors_[key] = store_.keys[key].connect();
   }
   return key;
 }
 
 kx_return_t LinuxKeys::read(std::size_t key, std::uint32_t& stored) {
-  Sensor* const sensor = connected_[key].sensor.get();
-  const sysfs::Result<double> value = sensor != nullptr ? sensor->read() : keys_[key].read();
+  Sensor* const sensor = sensors_[key].get();
+  const Key& one = store_.keys[key];
+  const sysfs::Result<double> value = sensor != nullptr ? sensor->read() : one.read();
   if (!value) {
     return failed(key, value.failure());
   }
-  stored = keys_[key].type.encode(*value);
+  stored = one.type.encode(*value);
   return kKxReturnSuccess;
 }
 
 kx_return_t LinuxKeys::write(std::size_t key, std::uint32_t stored) {
-  const sysfs::Result<sysfs::Done> written = keys_[key].write(keys_[key].type.decode(stored));
+  const Key& one = store_.keys[key];
+  const sysfs::Result<sysfs::Done> written = one.write(one.type.decode(stored));
   return written ? kKxReturnSuccess : failed(key, written.failure());
 }
 
 kx_return_t LinuxKeys::failed(std::size_t key, const sysfs::Failure& failure) {
-  if (connected_[key].told != failure.message) {
-    connected_[key].told = failure.message;
-    surroundings_.report(keys_[key].name() + ": " + failure.message);
+  if (store_.complaints.is_news(key, failure.message)) {
+    store_.surroundings.report(store_.keys[key].name() + ": " + failure.message);
   }
   return kx_result(failure);
 }

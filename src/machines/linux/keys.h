@@ -1,7 +1,9 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -32,32 +34,45 @@ struct Key {
 std::vector<Key> make_keys(std::vector<SensorKey> sensors, const Surroundings& surroundings,
                            FanControl& fans);
 
+/// What has been said to the user about each key: the same thing is said once in a run, however
+/// many connections meet it. Thread: any.
+class Complaints {
+ public:
+  /// Whether `message` is news about `key`.
+  bool is_news(std::size_t key, const std::string& message);
+
+ private:
+  std::mutex mutex_;
+  std::map<std::size_t, std::string> last_;
+};
+
+/// What all connections share. All of it outlives them.
+struct KeyStore {
+  const Surroundings& surroundings;
+  const std::vector<Key>& keys;
+  std::function<bool()> may_change;  ///< whether this process may write keys now
+  Complaints& complaints;
+};
+
 /// The keys as one connection sees them. Files are opened when a key is first described or read,
-/// with the rights of that moment. What goes wrong is reported to the user once for each key.
+/// with the rights of that moment. What goes wrong is reported to the user.
 class LinuxKeys final : public controller::Keys {
  public:
-  /// Both outlive it.
-  LinuxKeys(const Surroundings& surroundings, const std::vector<Key>& keys);
+  explicit LinuxKeys(const KeyStore& store);
 
   std::optional<std::size_t> find(std::uint32_t code) override;
-  const controller::ValueType& type(std::size_t key) override { return keys_[key].type; }
-  bool writable(std::size_t key) override { return keys_[key].write != nullptr; }
-  bool may_change() override { return surroundings_.effective_user() == 0; }
+  const controller::ValueType& type(std::size_t key) override { return store_.keys[key].type; }
+  bool writable(std::size_t key) override { return store_.keys[key].write != nullptr; }
+  bool may_change() override { return store_.may_change(); }
   kx_return_t read(std::size_t key, std::uint32_t& stored) override;
   kx_return_t write(std::size_t key, std::uint32_t stored) override;
 
  private:
-  /// What this connection has of a key.
-  struct Connected {
-    std::unique_ptr<Sensor> sensor;
-    std::string told;  ///< the last message about it
-  };
   kx_return_t failed(std::size_t key, const sysfs::Failure& failure);
 
-  const Surroundings& surroundings_;
-  const std::vector<Key>& keys_;
-  std::vector<std::uint32_t> codes_;  ///< of keys_, close together: they are looked through often
-  std::vector<Connected> connected_;
+  const KeyStore store_;
+  std::vector<std::uint32_t> codes_;  ///< of the keys, close together: they are looked through often
+  std::vector<std::unique_ptr<Sensor>> sensors_;  ///< by key; null: a register, or not used yet
 };
 
 }  // namespace linux_machine

@@ -31,8 +31,13 @@ Machine::Machine(const Surroundings& surroundings)
 std::vector<kx::Node> Machine::compose() {
   std::vector<kx::Node> nodes;
   if (!keys_.empty()) {
+    // A fan that was forced with the privilege is told its speeds without it: its files are open.
+    const auto may_change = [this] {
+      return surroundings_.effective_user() == 0 || fans_.force_bits() != 0;
+    };
+    const KeyStore store{surroundings_, keys_, may_change, complaints_};
     nodes.push_back({std::make_shared<controller::KeyService>(
-                         [this] { return std::make_unique<LinuxKeys>(surroundings_, keys_); }),
+                         [store] { return std::make_unique<LinuxKeys>(store); }),
                      {}});
   }
   if (has_pstates(surroundings_.sys)) {

@@ -35,6 +35,7 @@ class Machine {
   FanControl fans_;
   PStateControl pstates_;
   std::vector<Key> keys_;
+  Complaints complaints_;
 };
 
 /// The names of the parts, and of their state files.

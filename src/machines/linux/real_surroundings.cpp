@@ -3,6 +3,7 @@
 
 #include <cerrno>
 
+#include "machines/linux/giving_back/standard_error.h"
 #include "machines/linux/this_machine.h"
 
 namespace linux_machine {
@@ -20,12 +21,6 @@ void sleep_for(std::int64_t ns) {
   }
 }
 
-/// One write, so that lines of several threads and processes stay whole.
-void report(const std::string& line) {
-  const std::string text = "vorn: " + line + "\n";
-  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
-}
-
 }  // namespace
 
 const Surroundings& this_surroundings() {
@@ -39,7 +34,7 @@ const Surroundings& this_surroundings() {
                                                               .now_ns = now_ns,
                                                               .sleep_for = sleep_for,
                                                               .effective_user = geteuid,
-                                                              .report = report};
+                                                              .report = say_on_standard_error};
   return surroundings;
 }
 

@@ -7,10 +7,16 @@
 namespace linux_machine {
 namespace {
 
-/// `access(handle)` on the opened attribute: its result, or that of opening it.
+constexpr int kTries = 3;
+
+/// A journal is a file, and who could write it must not reach beyond the machine's attributes.
+bool leads_out(std::string_view path) {
+  return path.empty() || path.front() == '/' || path == ".." || path.starts_with("../") ||
+         path.ends_with("/..") || path.find("/../") != std::string_view::npos;
+}
+
 template <class Access>
-ssize_t with_open(sysfs::Tree& tree, const char* path, sysfs::Mode mode, Access access) {
-  constexpr int kTries = 3;
+ssize_t opened_once(sysfs::Tree& tree, const char* path, sysfs::Mode mode, Access access) {
   const int handle = tree.open(path, mode);
   if (handle < 0) {
     return handle;
@@ -23,7 +29,24 @@ ssize_t with_open(sysfs::Tree& tree, const char* path, sysfs::Mode mode, Access 
   return result;
 }
 
+/// `access(handle)` on the opened attribute: its result, or that of opening it.
+template <class Access>
+ssize_t with_open(sysfs::Tree& tree, const char* path, sysfs::Mode mode, Access access) {
+  if (leads_out(path)) {
+    return -EINVAL;
+  }
+  ssize_t result = -ENOENT;
+  for (int tries = 0; tries < kTries && result < 0 && is_gone(static_cast<int>(-result)); ++tries) {
+    result = opened_once(tree, path, mode, access);
+  }
+  return result;
+}
+
 }  // namespace
+
+bool is_gone(int error) {
+  return error == ENOENT || error == ENODEV;
+}
 
 DirectAnswer read_directly(sysfs::Tree& tree, const char* path, DirectBuffer& buffer) {
   const ssize_t got = with_open(tree, path, sysfs::Mode::read,

@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,6 +17,7 @@
 
 #include "machines/linux/giving_back/line_text.h"
 #include "machines/linux/giving_back/restore.h"
+#include "machines/linux/giving_back/standard_error.h"
 
 // The guardian is forked from a process with threads, so until its end it uses only what is safe
 // then: system calls, and memory that was there before. The pipe between the two carries no words
@@ -32,7 +35,7 @@ constexpr int kMostGuardians = 16;
 std::array<std::atomic<int>, kMostGuardians> pipes_in_use{};  // 0: none; else the descriptor + 1
 
 void stand_down(int pipe) {
-  [[maybe_unused]] const ssize_t told = write(pipe, &kLeave, 1);
+  send(pipe, &kLeave, 1, MSG_NOSIGNAL);  // a guardian that was killed needs no word
   close(pipe);
 }
 
@@ -61,11 +64,13 @@ bool take_off_the_list(int pipe) {
   });
 }
 
-void say(std::string_view text) {
-  LineText line;
-  line.add("vorn: ").add(text).add("\n");
-  [[maybe_unused]] const ssize_t written =
-      write(STDERR_FILENO, line.view().data(), line.view().size());
+/// The run it guards is the better choice. Needs a right that even root may lack.
+void be_spared_when_memory_is_short() {
+  const int file = open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
+  if (file >= 0) {
+    [[maybe_unused]] const ssize_t asked = write(file, "-1000", 5);
+    close(file);
+  }
 }
 
 /// Everything but standard error and these two, so that nobody waits for the end of a stream that
@@ -88,21 +93,21 @@ void restore_all(const Surroundings& surroundings, const char* part, int state) 
     return;
   }
   // Made of pointers that are there already: nothing is allocated for it.
-  const std::function<void(std::string_view)> report = say;
+  const std::function<void(std::string_view)> report = say_on_standard_error;
   if (restore(surroundings.sys, {journal_room.data(), static_cast<std::size_t>(got)},
               {surroundings.sleep_for, report})) {
     [[maybe_unused]] const int emptied = ftruncate(state, 0);
-    say(LineText()
-            .add("the run ended without giving back its ")
-            .add(part)
-            .add(": given back now")
-            .view());
+    say_on_standard_error(LineText()
+                              .add("the run ended without giving back its ")
+                              .add(part)
+                              .add(": given back now")
+                              .view());
   } else {
-    say(LineText()
-            .add("the run ended without giving back its ")
-            .add(part)
-            .add(", and not all could be given back: run vorn-keys --restore")
-            .view());
+    say_on_standard_error(LineText()
+                              .add("the run ended without giving back its ")
+                              .add(part)
+                              .add(", and not all could be given back: run vorn-keys --restore")
+                              .view());
   }
 }
 
@@ -110,11 +115,12 @@ void restore_all(const Surroundings& surroundings, const char* part, int state) 
   sigset_t all;
   sigfillset(&all);
   sigprocmask(SIG_BLOCK, &all, nullptr);
-  if (geteuid() == 0) {  // of a set-user-id program: not for its user to kill
-    [[maybe_unused]] const int changed = setresuid(0, 0, 0);
+  if (geteuid() == 0) {               // of a set-user-id program: not for its user to kill
+    syscall(SYS_setresuid, 0, 0, 0);  // the library's would ask threads that are not here
   }
   prctl(PR_SET_NAME, "vorn-guardian");
   [[maybe_unused]] const int moved = chdir("/");
+  be_spared_when_memory_is_short();
   close_all_but(pipe, state);
   char word = 0;
   ssize_t got = 0;
@@ -122,6 +128,13 @@ void restore_all(const Surroundings& surroundings, const char* part, int state) 
   }
   if (got != 1 || word != kLeave) {
     restore_all(surroundings, part, state);
+  } else if (pread(state, journal_room.data(), 1, 0) == 1) {
+    say_on_standard_error(LineText()
+                              .add("the ")
+                              .add(part)
+                              .add(" stay as the run set them; sudo vorn-keys --restore gives them "
+                                   "back")
+                              .view());
   }
   _exit(0);
 }
@@ -151,7 +164,7 @@ int start_process(const Surroundings& surroundings, const char* part, int pipe, 
 sysfs::Result<Guardian> Guardian::start(const Surroundings& surroundings, const std::string& part,
                                         const StateFile& state) {
   std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
     return sysfs::failure("starting the guardian of", part, errno);
   }
   const int error = start_process(surroundings, part.c_str(), ends[0], state.descriptor());

@@ -37,7 +37,7 @@ std::string fan_line(const FanState& state) {
       state.enable_unreadable ? std::string(kUnreadable) : number_or_none(state.enable);
   return "fan " + state.folder + " " + std::to_string(state.channel) + " " + state.chip +
          " target=" + number_or_none(state.target) + " pwm=" + number_or_none(state.pwm) +
-         " enable=" + enable;
+         " enable=" + enable + (state.zero_is_full_speed ? " zero=full" : " zero=off");
 }
 
 bool next_line(std::string_view& journal, std::string_view& line) {
@@ -68,7 +68,7 @@ bool parse_fan_line(std::string_view line, FanLine& fan) {
   fan.chip = take_word(line);
   return !fan.folder.empty() && !fan.channel.empty() && !fan.chip.empty() &&
          take_field(line, "target=", fan.target) && take_field(line, "pwm=", fan.pwm) &&
-         take_field(line, "enable=", fan.enable);
+         take_field(line, "enable=", fan.enable) && take_field(line, "zero=", fan.zero);
 }
 
 }  // namespace linux_machine

@@ -9,10 +9,10 @@
 /// `vorn-keys --restore` reads.
 ///
 ///   set <attribute> <value>
-///   fan <hwmon folder> <channel> <chip> target=<rpm|-> pwm=<n|-> enable=<n|-|?>
+///   fan <hwmon folder> <channel> <chip> target=<rpm|-> pwm=<n|-> enable=<n|-|?> zero=<full|off>
 ///
 /// In a fan's line "-" is an attribute that the channel lacks (or that was not touched), and "?" a
-/// mode that can be written and not read.
+/// mode that can be written and not read. "zero" is what mode 0 means to the chip.
 namespace linux_machine {
 
 /// The state of a fan channel before it was first changed.
@@ -24,6 +24,7 @@ struct FanState {
   std::optional<long long> pwm;
   std::optional<long long> enable;
   bool enable_unreadable = false;
+  bool zero_is_full_speed = false;
 };
 
 std::string set_line(std::string_view attribute, std::string_view value);
@@ -45,8 +46,10 @@ struct FanLine {
   std::string_view target;
   std::string_view pwm;
   std::string_view enable;
+  std::string_view zero;
 };
 
+constexpr std::string_view kZeroIsFull = "full";
 constexpr std::string_view kNotThere = "-";
 constexpr std::string_view kUnreadable = "?";
 

@@ -19,9 +19,11 @@ TEST(Journal, ALineIsReadAsItWasWritten) {
   state.chip = "nct6779";
   state.pwm = 153;
   state.enable = 5;
+  state.zero_is_full_speed = true;
   const std::string line = fan_line(state);
   EXPECT_EQ(line,
-            "fan devices/platform/nct6775.656/hwmon/hwmon3 2 nct6779 target=- pwm=153 enable=5");
+            "fan devices/platform/nct6775.656/hwmon/hwmon3 2 nct6779 target=- pwm=153 enable=5 "
+            "zero=full");
   FanLine fan;
   ASSERT_TRUE(parse_fan_line(line, fan));
   EXPECT_EQ(fan.folder, state.folder);
@@ -30,6 +32,7 @@ TEST(Journal, ALineIsReadAsItWasWritten) {
   EXPECT_EQ(fan.target, kNotThere);
   EXPECT_EQ(fan.pwm, "153");
   EXPECT_EQ(fan.enable, "5");
+  EXPECT_EQ(fan.zero, kZeroIsFull);
 }
 
 TEST(Journal, AModeThatCannotBeReadIsMarked) {
@@ -38,7 +41,7 @@ TEST(Journal, AModeThatCannotBeReadIsMarked) {
   state.chip = "dell_smm";
   state.channel = 1;
   state.enable_unreadable = true;
-  EXPECT_EQ(fan_line(state), "fan f 1 dell_smm target=- pwm=- enable=?");
+  EXPECT_EQ(fan_line(state), "fan f 1 dell_smm target=- pwm=- enable=? zero=off");
 }
 
 TEST(Journal, OtherLinesAreNone) {
@@ -46,7 +49,8 @@ TEST(Journal, OtherLinesAreNone) {
   std::string_view value;
   FanLine fan;
   for (const char* line : {"", "set", "set a", "set a ", "fan a 1", "settle a b",
-                           "fan f 1 chip pwm=1 target=1 enable=1", "fan f 1 chip target= pwm=1"}) {
+                           "fan f 1 chip pwm=1 target=1 enable=1 zero=off",
+                           "fan f 1 chip target=1 pwm=1 enable=1", "fan f 1 chip target= pwm=1"}) {
     EXPECT_FALSE(parse_set_line(line, attribute, value)) << line;
     EXPECT_FALSE(parse_fan_line(line, fan)) << line;
   }

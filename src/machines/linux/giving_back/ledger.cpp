@@ -22,6 +22,23 @@ std::string as_text(const std::vector<std::string>& lines) {
   return text;
 }
 
+/// Whether there was something to repair.
+Result<bool> repair_left(const Surroundings& surroundings, const StateFile& state) {
+  const Result<std::string> left = state.read();
+  if (!left) {
+    return left.failure();
+  }
+  if (left->find('\n') == std::string::npos) {
+    return false;  // nothing, or a line that was cut off before anything was changed
+  }
+  if (!repair(surroundings, state)) {
+    return sysfs::Failure{
+        sysfs::Trouble::silent, 0,
+        "what an earlier run left changed cannot be given back: see " + state.path()};
+  }
+  return true;
+}
+
 }  // namespace
 
 /// What is held while the part is this run's. The guardian is told before the lock is given up.
@@ -51,13 +68,11 @@ Result<Done> Ledger::begin() {
   if (!state) {
     return state.failure();
   }
-  const Result<std::string> left = state->read();
-  if (left && !left->empty()) {
-    if (!repair(surroundings_, *state)) {
-      return sysfs::Failure{sysfs::Trouble::silent, 0,
-                            "an earlier run left the " + part_ +
-                                " changed, and they cannot be given back: see " + state->path()};
-    }
+  const Result<bool> repaired = repair_left(surroundings_, *state);
+  if (!repaired) {
+    return repaired.failure();
+  }
+  if (*repaired) {
     surroundings_.report("an earlier run had left the " + part_ + " changed: given back first");
   }
   std::optional<Guardian> guardian;

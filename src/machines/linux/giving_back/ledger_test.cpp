@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <chrono>
 #include <csignal>
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <sstream>
@@ -38,7 +40,7 @@ class LedgerTest : public testing::Test {
   void leave_behind(const std::string& text) {
     Ledger maker(surroundings_.surroundings, "fans");
     ASSERT_TRUE(maker.begin());
-    maker.end();
+    maker.end();  // its file stays
     std::ofstream(surroundings_.folder() + "/state/fans") << text;
   }
 
@@ -116,6 +118,47 @@ TEST_F(LedgerTest, DoesNotBeginOverWhatCannotBeRepaired) {
   ASSERT_FALSE(refused);
   EXPECT_THAT(refused.failure().message, HasSubstr("state/fans"));
   EXPECT_EQ(file(), "set a 5\n");
+}
+
+TEST_F(LedgerTest, TakesNothingForOriginalWhenTheFileCannotBeRead) {
+  leave_behind("");
+  std::filesystem::remove(surroundings_.folder() + "/state/fans");
+  std::filesystem::create_directory(surroundings_.folder() + "/state/fans");
+  EXPECT_FALSE(ledger_.begin());
+}
+
+TEST_F(LedgerTest, ALineThatWasCutOffIsNothingToRepair) {
+  leave_behind("set a 5");
+  ASSERT_TRUE(ledger_.begin());
+  EXPECT_EQ(tree_.text("a"), "1");
+  EXPECT_THAT(surroundings_.reports(), IsEmpty());
+}
+
+TEST_F(LedgerTest, DoesNotTrustAFileThatOthersCanWrite) {
+  leave_behind("set a 5\n");
+  chmod((surroundings_.folder() + "/state/fans").c_str(), 0666);
+  const auto refused = ledger_.begin();
+  ASSERT_FALSE(refused);
+  EXPECT_THAT(refused.failure().message, HasSubstr("state/fans can be written by others"));
+  EXPECT_EQ(tree_.text("a"), "1");
+}
+
+TEST_F(LedgerTest, DoesNotTrustAFolderThatOthersCanWrite) {
+  leave_behind("set a 5\n");
+  chmod((surroundings_.folder() + "/state").c_str(), 0777);
+  ASSERT_FALSE(ledger_.begin());
+  EXPECT_EQ(tree_.text("a"), "1");
+}
+
+TEST_F(LedgerTest, MakesItsFolderForItselfWhateverTheUmask) {
+  const mode_t before = umask(0);
+  ASSERT_TRUE(ledger_.begin());
+  umask(before);
+  struct stat status {};
+  ASSERT_EQ(stat((surroundings_.folder() + "/state").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0755U);
+  ASSERT_EQ(stat((surroundings_.folder() + "/state/fans").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
 }
 
 TEST_F(LedgerTest, SaysWhichPartsHaveState) {

@@ -1,6 +1,5 @@
 #include "machines/linux/giving_back/restore.h"
 
-#include <cerrno>
 #include <cstring>
 
 #include "machines/linux/giving_back/direct_attribute.h"
@@ -8,6 +7,7 @@
 #include "machines/linux/giving_back/line_text.h"
 #include "machines/linux/giving_back/restore_fan.h"
 #include "machines/linux/surroundings.h"
+#include "machines/linux/sysfs/parse.h"
 
 // The kernel takes limits of frequency in any order and applies them later, from a work queue;
 // kernels before 5.3 applied them at once and refused a minimum above the maximum. Other attributes
@@ -27,7 +27,7 @@ enum class Settled { yes, no, gone };
 Settled settled(sysfs::Tree& tree, const char* path, std::string_view wanted) {
   DirectBuffer buffer;
   const DirectAnswer answer = read_directly(tree, path, buffer);
-  if (answer.error == ENOENT || answer.error == ENODEV) {
+  if (is_gone(answer.error)) {
     return Settled::gone;
   }
   return answer.error == 0 && answer.text == wanted ? Settled::yes : Settled::no;
@@ -51,6 +51,50 @@ void report_unsettled(sysfs::Tree& tree, std::string_view attribute, const char*
 
 enum class Round { first, middle, last };
 
+/// A maximum that the kernel has taken, and shows lower because something else (heat, firmware)
+/// holds the processor below it. It will show when that lets go: there is no more to put back.
+bool is_held_down(sysfs::Tree& tree, std::string_view attribute, const char* path,
+                  std::string_view wanted) {
+  if (!attribute.ends_with("/scaling_max_freq")) {
+    return false;
+  }
+  DirectBuffer buffer;
+  const DirectAnswer answer = read_directly(tree, path, buffer);
+  const auto shown = sysfs::parse_integer(answer.text);
+  const auto asked = sysfs::parse_integer(wanted);
+  return answer.error == 0 && shown && asked && *shown < *asked;
+}
+
+/// One line in one round. Returns whether nothing is left to do for it.
+bool write_line(sysfs::Tree& tree, std::string_view attribute, std::string_view value, Round round,
+                const RestoreTools& tools) {
+  LineText path;
+  path.add(attribute);
+  const Settled before = settled(tree, path.c_str(), value);
+  if (before == Settled::gone) {
+    if (round == Round::first) {
+      tools.report(LineText().add(attribute).add(" has gone").view());
+    }
+    return true;
+  }
+  if (round != Round::first && before == Settled::yes) {
+    return true;
+  }
+  const int error = write_directly(tree, path.c_str(), value);
+  if (round != Round::last) {
+    return false;  // to be confirmed by the next round
+  }
+  if (settled(tree, path.c_str(), value) == Settled::yes) {
+    return true;
+  }
+  if (error == 0 && is_held_down(tree, attribute, path.c_str(), value)) {
+    tools.report(LineText().add(attribute).add(" is given back, and held lower for now").view());
+    return true;
+  }
+  report_unsettled(tree, attribute, path.c_str(), value, error, tools);
+  return false;
+}
+
 /// One round over all "set" lines. Returns whether all are as they are to be.
 bool write_round(sysfs::Tree& tree, std::string_view journal, Round round,
                  const RestoreTools& tools) {
@@ -59,26 +103,8 @@ bool write_round(sysfs::Tree& tree, std::string_view journal, Round round,
   std::string_view attribute;
   std::string_view value;
   while (next_line(journal, line)) {
-    if (!parse_set_line(line, attribute, value)) {
-      continue;
-    }
-    LineText path;
-    path.add(attribute);
-    const Settled before = settled(tree, path.c_str(), value);
-    if (before == Settled::gone) {
-      if (round == Round::first) {
-        tools.report(LineText().add(attribute).add(" has gone").view());
-      }
-      continue;
-    }
-    int error = 0;
-    if (round == Round::first || before == Settled::no) {
-      error = write_directly(tree, path.c_str(), value);
-      all = false;  // to be confirmed by the next round
-    }
-    if (round == Round::last && before == Settled::no &&
-        settled(tree, path.c_str(), value) == Settled::no) {
-      report_unsettled(tree, attribute, path.c_str(), value, error, tools);
+    if (parse_set_line(line, attribute, value)) {
+      all = write_line(tree, attribute, value, round, tools) && all;
     }
   }
   return all;
@@ -101,11 +127,15 @@ bool restore_attributes(sysfs::Tree& tree, std::string_view journal, const Resto
 
 bool restore(sysfs::Tree& tree, std::string_view journal, const RestoreTools& tools) {
   bool all = restore_attributes(tree, journal, tools);
-  std::string_view line;
-  FanLine fan;
-  while (next_line(journal, line)) {
-    if (parse_fan_line(line, fan)) {
-      all = restore_fan(tree, fan, tools) && all;
+  // Where one switch makes all fans of a chip automatic, it comes when each has its pwm.
+  for (const bool switches : {false, true}) {
+    std::string_view rest = journal;
+    std::string_view line;
+    FanLine fan;
+    while (next_line(rest, line)) {
+      if (parse_fan_line(line, fan) && (fan.enable == kUnreadable) == switches) {
+        all = restore_fan(tree, fan, tools) && all;
+      }
     }
   }
   return all;

@@ -1,5 +1,6 @@
 #include "machines/linux/giving_back/restore_fan.h"
 
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
@@ -26,11 +27,11 @@ constexpr std::int64_t kBetweenTriesNs = 10 * kNsPerMs;
 
 /// The paths of one channel, without allocating.
 struct Paths {
-  explicit Paths(const FanLine& fan) {
-    name.add(fan.folder).add("/name");
-    pwm.add(fan.folder).add("/pwm").add(fan.channel);
+  Paths(std::string_view folder, std::string_view channel) {
+    name.add(folder).add("/name");
+    pwm.add(folder).add("/pwm").add(channel);
     enable.add(pwm.view()).add("_enable");
-    target.add(fan.folder).add("/fan").add(fan.channel).add("_target");
+    target.add(folder).add("/fan").add(channel).add("_target");
   }
   LineText name;
   LineText pwm;
@@ -44,13 +45,13 @@ bool reads(sysfs::Tree& tree, const LineText& path, std::string_view wanted) {
   return answer.error == 0 && answer.text == wanted;
 }
 
-/// A chip may show manual at full pwm as its full-speed mode, and the other way round.
+/// A chip whose mode 0 is full speed may show manual at full pwm as 0, and the other way round.
 bool same_mode(std::string_view shown, const FanLine& fan) {
   const auto full_or_manual = [](std::string_view mode) {
     return mode == kFullSpeedMode || mode == kManual;
   };
-  return shown == fan.enable ||
-         (fan.pwm == kFullPwm && full_or_manual(shown) && full_or_manual(fan.enable));
+  return shown == fan.enable || (fan.zero == kZeroIsFull && fan.pwm == kFullPwm &&
+                                 full_or_manual(shown) && full_or_manual(fan.enable));
 }
 
 bool mode_is_right(sysfs::Tree& tree, const Paths& paths, const FanLine& fan) {
@@ -111,24 +112,54 @@ bool put_at_full_speed(sysfs::Tree& tree, const Paths& paths, const FanLine& fan
       return true;
     }
   }
-  return fan.enable != kNotThere &&
+  return fan.enable != kNotThere && fan.zero == kZeroIsFull &&
          write_directly(tree, paths.enable.c_str(), kFullSpeedMode) == 0 &&
          reads(tree, paths.enable, kFullSpeedMode);
 }
 
-bool is_the_same_chip(sysfs::Tree& tree, const Paths& paths, const FanLine& fan) {
+enum class Chip { this_one, another, unknown };
+
+/// Whose channel `paths` is. A name that cannot be read now does not keep a fan from being put
+/// back.
+Chip chip_at(sysfs::Tree& tree, const Paths& paths, const FanLine& fan) {
   DirectBuffer buffer;
   const DirectAnswer answer = read_directly(tree, paths.name.c_str(), buffer);
-  // A name that cannot be read now does not keep a fan from being put back.
-  return answer.error == 0 ? answer.text == fan.chip
-                           : answer.error != ENOENT && answer.error != ENODEV;
+  if (is_gone(answer.error)) {
+    return Chip::another;
+  }
+  return answer.error != 0 || answer.text == fan.chip
+             ? (answer.error == 0 ? Chip::this_one : Chip::unknown)
+             : Chip::another;
+}
+
+/// A driver that was loaded anew has the same device with another number: ".../hwmon/hwmon5" in
+/// place of ".../hwmon/hwmon3". Sets `paths` to it; false if there is none.
+bool find_renumbered(sysfs::Tree& tree, const FanLine& fan, Paths& paths) {
+  constexpr std::string_view kDevices = "/hwmon/hwmon";
+  constexpr int kNumbers = 100;
+  const std::size_t at = fan.folder.rfind(kDevices);
+  if (at == std::string_view::npos) {
+    return false;
+  }
+  for (int number = 0; number < kNumbers; ++number) {
+    std::array<char, 4> digits;
+    const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+    LineText folder;
+    folder.add(fan.folder.substr(0, at + kDevices.size()));
+    folder.add({digits.data(), static_cast<std::size_t>(end - digits.data())});
+    paths = Paths(folder.view(), fan.channel);
+    if (chip_at(tree, paths, fan) == Chip::this_one) {
+      return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace
 
 bool restore_fan(sysfs::Tree& tree, const FanLine& fan, const RestoreTools& tools) {
-  const Paths paths(fan);
-  if (!is_the_same_chip(tree, paths, fan)) {
+  Paths paths(fan.folder, fan.channel);
+  if (chip_at(tree, paths, fan) == Chip::another && !find_renumbered(tree, fan, paths)) {
     tools.report(LineText().add(fan.folder).add(" has gone, or is no ").add(fan.chip).view());
     return true;
   }

@@ -27,7 +27,7 @@ constexpr const char* kTree =
     "0644 h/pwm2_enable = 1\n"
     "0644 h/fan2_target = 3000\n";
 
-constexpr const char* kFan = "fan h 2 nct6779 target=- pwm=153 enable=5\n";
+constexpr const char* kFan = "fan h 2 nct6779 target=- pwm=153 enable=5 zero=full\n";
 
 class RestoreTest : public testing::Test {
  protected:
@@ -127,26 +127,26 @@ TEST_F(RestoreTest, AFanThatIsAutomaticAlreadyIsPutBackAllTheSame) {
 }
 
 TEST_F(RestoreTest, AManualFanStaysManual) {
-  EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=100 enable=1\n"));
+  EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=100 enable=1 zero=full\n"));
   EXPECT_EQ(tree_.text("h/pwm2"), "100");
   EXPECT_EQ(tree_.text("h/pwm2_enable"), "1");
 }
 
 TEST_F(RestoreTest, AFanThatHadATargetGetsItBack) {
-  EXPECT_TRUE(restored("fan h 2 nct6779 target=1200 pwm=100 enable=3\n"));
+  EXPECT_TRUE(restored("fan h 2 nct6779 target=1200 pwm=100 enable=3 zero=full\n"));
   EXPECT_EQ(tree_.text("h/fan2_target"), "1200");
   EXPECT_EQ(tree_.text("h/pwm2_enable"), "3");
 }
 
 TEST_F(RestoreTest, AModeThatCannotBeReadIsSetToAutomatic) {
   tree_.put("h/pwm2_enable", "1", 0200);
-  EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=- enable=?\n"));
+  EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=- enable=? zero=full\n"));
   EXPECT_EQ(tree_.text("h/pwm2_enable"), "2");
 }
 
 TEST_F(RestoreTest, AChannelWithoutModeGetsItsPwm) {
   tree_.remove("h/pwm2_enable");
-  EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=90 enable=-\n"));
+  EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=90 enable=- zero=full\n"));
   EXPECT_EQ(tree_.text("h/pwm2"), "90");
 }
 
@@ -154,7 +154,7 @@ TEST_F(RestoreTest, ManualAtFullPwmMayReadAsFullSpeed) {
   tree_.on_read("h/pwm2_enable", [](const std::string& stored) {
     return MemoryTree::Answer{stored == "1" ? "0" : stored, 0};
   });
-  EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=255 enable=1\n"));
+  EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=255 enable=1 zero=full\n"));
 }
 
 TEST_F(RestoreTest, AModeThatTheChipRefusesPutsTheFanAtFullSpeed) {
@@ -190,6 +190,59 @@ TEST_F(RestoreTest, AnotherChipAtTheSamePlaceIsLeftAlone) {
   EXPECT_EQ(tree_.text("h/pwm2_enable"), "1");
 }
 
+TEST_F(RestoreTest, AnAttributeOutsideOfTheMachineIsNotWritten) {
+  tree_.put("etc/shadow", "root");
+  for (const char* path : {"../etc/shadow", "p/../../etc/shadow", "/etc/shadow", "p/.."}) {
+    EXPECT_FALSE(restored(std::string("set ") + path + " mine\n")) << path;
+  }
+  EXPECT_EQ(tree_.text("etc/shadow"), "root");
+}
+
+TEST_F(RestoreTest, AMaximumThatHeatHoldsDownIsGivenBack) {
+  tree_.on_write("p/scaling_max_freq", [](std::string& text) {
+    text = "700";
+    return 0;
+  });
+  EXPECT_TRUE(restored("set p/scaling_max_freq 800\n"));
+  EXPECT_THAT(reports_, ElementsAre("p/scaling_max_freq is given back, and held lower for now"));
+}
+
+TEST_F(RestoreTest, AFanIsFoundUnderTheNumberThatItsDriverHasNow) {
+  tree_.put("devices/nct/hwmon/hwmon5/name", "nct6779", 0444);
+  tree_.put("devices/nct/hwmon/hwmon5/pwm2", "255");
+  tree_.put("devices/nct/hwmon/hwmon5/pwm2_enable", "1");
+  EXPECT_TRUE(
+      restored("fan devices/nct/hwmon/hwmon3 2 nct6779 target=- pwm=153 enable=5 zero=full\n"));
+  EXPECT_EQ(tree_.text("devices/nct/hwmon/hwmon5/pwm2_enable"), "5");
+  EXPECT_THAT(reports_, IsEmpty());
+}
+
+TEST_F(RestoreTest, AChipWhoseModeZeroIsOffIsNotPutIntoIt) {
+  tree_.fail("h/pwm2", EIO);
+  tree_.on_write("h/pwm2_enable", [](std::string& text) { return text == "5" ? -EINVAL : 0; });
+  EXPECT_FALSE(restored("fan h 2 nct6779 target=- pwm=153 enable=5 zero=off\n"));
+  EXPECT_EQ(tree_.text("h/pwm2_enable"), "1");
+}
+
+TEST_F(RestoreTest, TheSwitchOfAllFansComesWhenEachHasItsPwm) {
+  std::vector<std::string> order;
+  tree_.on_write("h/pwm2", [&](std::string& text) {
+    order.push_back("pwm " + text);
+    return 0;
+  });
+  tree_.put("h/pwm1", "0");
+  tree_.put("h/pwm1_enable", "", 0200);
+  tree_.on_write("h/pwm1_enable", [&](std::string& text) {
+    order.push_back("mode " + text);
+    return 0;
+  });
+  tree_.remove("h/pwm2_enable");
+  EXPECT_TRUE(
+      restored("fan h 1 nct6779 target=- pwm=- enable=? zero=off\n"
+               "fan h 2 nct6779 target=- pwm=90 enable=- zero=off\n"));
+  EXPECT_THAT(order, ElementsAre("pwm 90", "mode 1", "mode 2"));
+}
+
 // Every access fails once: everything is put back all the same.
 TEST_F(RestoreTest, OneFaultAnywhereIsOvercome) {
   const std::string journal =
@@ -198,7 +251,7 @@ TEST_F(RestoreTest, OneFaultAnywhereIsOvercome) {
   ASSERT_TRUE(restored(counted, journal));
   const int accesses = counted.accesses();
   EXPECT_GT(accesses, 10);
-  for (const int error : {EIO, EBUSY, EINVAL, EACCES, ENODATA, EINTR, EAGAIN}) {
+  for (const int error : {EIO, EBUSY, EINVAL, EACCES, ENODATA, EINTR, EAGAIN, ENODEV, ENOENT}) {
     for (int access = 1; access <= accesses; ++access) {
       MemoryTree machine{std::string(kTree)};
       FaultyTree faulty(machine);

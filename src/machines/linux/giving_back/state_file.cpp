@@ -31,21 +31,52 @@ int lock_patiently(int descriptor, const Surroundings& surroundings) {
   }
 }
 
+Failure not_ours(const std::string& path) {
+  return {sysfs::Trouble::refused, EPERM,
+          path + " can be written by others: remove it, and see who made it"};
+}
+
+bool is_ours_alone(const struct stat& status) {
+  return status.st_uid == geteuid() && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+/// Makes the folder, whatever the caller's umask, and makes sure that it is ours.
+Result<Done> make_folder(const std::string& folder) {
+  std::error_code error;
+  std::filesystem::create_directories(std::filesystem::path(folder).parent_path(), error);
+  if (mkdir(folder.c_str(), 0755) == 0) {
+    chmod(folder.c_str(), 0755);
+  } else if (errno != EEXIST) {
+    return sysfs::failure("making", folder, errno);
+  }
+  struct stat status {};
+  if (lstat(folder.c_str(), &status) != 0) {
+    return sysfs::failure("making", folder, errno);
+  }
+  if (!S_ISDIR(status.st_mode) || !is_ours_alone(status)) {
+    return not_ours(folder);
+  }
+  return Done{};
+}
+
 }  // namespace
 
 Result<StateFile> StateFile::lock(const Surroundings& surroundings, const std::string& part) {
-  const std::string& folder = surroundings.state_folder;
-  std::error_code error;
-  std::filesystem::create_directories(folder, error);
-  if (error) {
-    return sysfs::failure("making", folder, error.value());
+  const Result<Done> folder = make_folder(surroundings.state_folder);
+  if (!folder) {
+    return folder.failure();
   }
-  std::string path = folder + "/" + part;
-  const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644);
+  std::string path = surroundings.state_folder + "/" + part;
+  const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
   if (descriptor < 0) {
     return sysfs::failure("opening", path, errno);
   }
   StateFile file(std::move(path), descriptor);
+  struct stat status {};
+  if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink != 1 ||
+      !is_ours_alone(status)) {
+    return not_ours(file.path());
+  }
   const int refused = lock_patiently(descriptor, surroundings);
   if (refused == EBUSY) {
     return Failure{

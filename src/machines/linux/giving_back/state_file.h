@@ -13,8 +13,9 @@ namespace linux_machine {
 /// file open. Empty: nothing is to be given back. Thread: one at a time.
 class StateFile {
  public:
-  /// Opens (and makes) <state folder>/<part> and locks it. Waits for two seconds for another
-  /// holder, who may be about to end; after that the failure's error is EBUSY.
+  /// Opens (and makes) <state folder>/<part> and locks it. Whoever can write the file decides what
+  /// is written to the machine, so file and folder must be this user's alone. Waits for two seconds
+  /// for another holder, who may be about to end; after that the failure's error is EBUSY.
   static sysfs::Result<StateFile> lock(const Surroundings& surroundings, const std::string& part);
 
   StateFile(StateFile&& other) noexcept;
