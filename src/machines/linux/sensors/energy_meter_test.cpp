@@ -96,11 +96,13 @@ TEST_F(EnergyMeterTest, TheCounterWrapsAtItsRangePlusOne) {
   expect_power(take(100, 3'000'000), 40);
 }
 
-TEST_F(EnergyMeterTest, AWindowThatCouldHoldTwoWrapsIsRejected) {
+TEST_F(EnergyMeterTest, ReadingsThatCouldBeTwoWrapsApartAreTooRare) {
   take(0, 0);
   // 262143 J last 262 s at 1000 W.
   expect_power(take(262'000, 262'000'000), 1);
-  EXPECT_EQ(take(262'000 + 262'144, 262'500'000).outcome, Outcome::rejected);
+  EXPECT_EQ(take(262'000 + 262'144, 262'500'000).outcome, Outcome::too_rare);
+  EXPECT_EQ(meter_.longest_window_ns(), 262'143'328'850);
+  expect_power(take(262'000 + 262'244, 262'500'000 + 1'000'000), 10);
 }
 
 TEST_F(EnergyMeterTest, MeasuringStartsAnewAfterARejection) {
@@ -160,6 +162,66 @@ TEST_F(EnergyMeterTest, ACounterThatNeverMovedIsAskedAgainForASecond) {
   EXPECT_EQ(take(999, 7).outcome, Outcome::too_early);
   EXPECT_EQ(take(1000, 7).outcome, Outcome::stuck);
   expect_power(take(2000, 2'000'007), 1);
+}
+
+/// A meter of a counter of 60 W that moves at every multiple of an interval only.
+class SlowCounterTest : public EnergyMeterTest {
+ protected:
+  EnergyMeter::Taken take_slow(std::int64_t at_ms) {
+    return take(at_ms, at_ms / interval_ms_ * interval_ms_ * 60'000);
+  }
+  /// After the first powers, which nothing is known for.
+  void expect_powers(std::int64_t period_ms, double least_w, double most_w) {
+    for (std::int64_t at = 0; at < 60'000; at += period_ms) {
+      const EnergyMeter::Taken taken = take_slow(at);
+      if (at > 1000) {
+        ASSERT_EQ(taken.outcome, Outcome::measured) << at;
+        ASSERT_GE(taken.power_w, least_w) << at;
+        ASSERT_LE(taken.power_w, most_w) << at;
+      }
+    }
+  }
+  std::int64_t interval_ms_ = 100;
+};
+
+TEST_F(SlowCounterTest, ReadFasterThanItMovesItShowsItsPowerWithinAnEighth) {
+  expect_powers(70, 52.5, 67.5);
+}
+
+TEST_F(SlowCounterTest, ReadVeryFastItShowsItsPower) {
+  expect_powers(1, 60 - 1e-9, 60 + 1e-9);
+}
+
+TEST_F(SlowCounterTest, ReadALittleFasterThanItMovesItShowsItsPowerWithinAnEighthToo) {
+  expect_powers(95, 52.5, 67.5);
+}
+
+TEST_F(SlowCounterTest, TheFirstPowerIsThatOfSeveralIntervals) {
+  take_slow(0);
+  EXPECT_EQ(take_slow(50).outcome, Outcome::too_early);
+  EXPECT_EQ(take_slow(100).outcome, Outcome::too_early);
+  EXPECT_EQ(meter_.ready_at_ns(), 400'000'000);
+  expect_power(take_slow(400), 60);
+}
+
+TEST_F(SlowCounterTest, AStandstillIsForgottenWhileTheCounterMovesAtEveryReading) {
+  take_at(0, 10);
+  take_at(100, 10);
+  take(200, 1'000'000);
+  std::int64_t at = 300;
+  for (; at <= 4000; at += 100) {
+    take_at(at, 10);
+  }
+  expect_power(take(at, 10'000 * (at - 100) + 3'000'000), 30);  // the last 100 ms alone
+}
+
+TEST_F(SlowCounterTest, AfterALongStandstillASlowReaderSoonGetsTheEnergyBetweenTwoReads) {
+  take_at(0, 10);
+  take_at(990, 10);
+  EXPECT_EQ(take(1990, 9'900'000).outcome, Outcome::stuck);
+  take_at(31'000, 10);
+  take_at(31'990, 10);
+  expect_power(take(32'980, 319'900'000 + 29'700'000), 30);
 }
 
 }  // namespace

@@ -15,8 +15,9 @@ using Outcome = EnergyMeter::Outcome;
 constexpr std::int64_t kSlowestReadNs = 5 * kNsPerMs;
 constexpr int kTries = 3;
 
-// More than the 50 ms steps of a second, after which a counter that does not move is given up.
-constexpr int kMostRounds = 30;
+// More than the 50 ms steps of two seconds: the longest that a counter can stand still, and as
+// much again for the first window of one as slow as that.
+constexpr int kMostRounds = 50;
 
 class EnergySensor : public Sensor {
  public:
@@ -44,13 +45,20 @@ class EnergySensor : public Sensor {
         const EnergyMeter::Taken taken = counter.meter.take(*reading);
         sum_w += taken.power_w;
         complete = complete && taken.outcome == Outcome::measured;
-        rejections += taken.outcome == Outcome::rejected ? 1 : 0;
+        if (begins_anew(taken.outcome)) {
+          ++rejections;
+          note(counter, taken.outcome);
+        }
         // All counters may have begun anew at once, and each but once.
         if (taken.outcome == Outcome::stuck || rejections > counters_.size()) {
           return trouble_of(counter, taken.outcome);
         }
       }
       if (complete) {
+        if (begun_anew_ != nullptr) {
+          tell_what_is_shown();
+        }
+        has_shown_ = true;
         return sum_w;
       }
     }
@@ -110,19 +118,55 @@ class EnergySensor : public Sensor {
     return silence(counter, "it takes more than 5 ms");
   }
 
+  static bool begins_anew(Outcome outcome) {
+    return outcome == Outcome::too_rare || outcome == Outcome::rejected;
+  }
+
+  /// Keeps for the user that the time since the read before was not measured. Of the first read
+  /// there is nothing to tell: it has none before it.
+  void note(const Counter& counter, Outcome why) {
+    bool& told = why == Outcome::too_rare ? told_of_rare_reads_ : told_of_jumps_;
+    if (has_shown_ && !told) {
+      told = true;
+      begun_anew_ = &counter;
+      why_ = why;
+    }
+  }
+
+  void tell_what_is_shown() {
+    const std::int64_t most_s = begun_anew_->meter.longest_window_ns() / kNsPerS;
+    const std::string why =
+        why_ == Outcome::too_rare
+            ? "read too rarely to tell its wraps (every " + std::to_string(most_s) + " s at most)"
+            : "the counter has jumped, as after a suspend";
+    surroundings_.report(begun_anew_->attribute->path() + ": " + why +
+                         "; the power shown is that of the last 50 ms");
+    begun_anew_ = nullptr;
+  }
+
   static sysfs::Failure silence(const Counter& counter, const char* why) {
     return {sysfs::Trouble::silent, 0, "reading " + counter.attribute->path() + ": " + why};
   }
 
   static sysfs::Failure trouble_of(const Counter& counter, Outcome outcome) {
-    return outcome == Outcome::rejected
-               ? sysfs::nonsense(counter.attribute->path(), "no power can be so large")
-               : silence(counter, "the counter does not move");
+    switch (outcome) {
+      case Outcome::rejected:
+        return sysfs::nonsense(counter.attribute->path(), "no power can be so large");
+      case Outcome::too_rare:
+        return sysfs::nonsense(counter.attribute->path(), "it wraps too fast to be measured");
+      default:
+        return silence(counter, "the counter does not move");
+    }
   }
 
   const Surroundings& surroundings_;
   std::vector<Counter> counters_;
   std::int64_t clock_ns_ = 0;
+  bool has_shown_ = false;  // a power
+  bool told_of_rare_reads_ = false;
+  bool told_of_jumps_ = false;
+  const Counter* begun_anew_ = nullptr;  // what the user is to be told of with the next power
+  Outcome why_ = Outcome::rejected;
 };
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <string>
+#include <vector>
 
 #include "support/machine/memory_tree.h"
 #include "support/machine/test_surroundings.h"
@@ -165,6 +167,96 @@ TEST_F(EnergySensorTest, TheTimeOfAReadingIsTheMiddleOfTheRead) {
     return MemoryTree::Answer{"1020000", 0};
   });
   EXPECT_DOUBLE_EQ(*sensor->read(), 10);
+}
+
+using Lines = std::vector<std::string>;
+
+const std::string kShown = "; the power shown is that of the last 50 ms";
+
+TEST_F(EnergySensorTest, ReadsThatAreTooRareAreToldOncePerConnection) {
+  counters_ = {{"a", {65'532'610'987, 1000}}, {"b", {65'532'610'987, 300}}};
+  const Lines told{"a: read too rarely to tell its wraps (every 65 s at most)" + kShown};
+  const auto sensor = connect();
+  pass_ms(65'000);
+  EXPECT_TRUE(sensor->read());
+  EXPECT_EQ(world_.reports(), Lines());
+  for (int i = 0; i < 3; ++i) {
+    pass_ms(66'000);
+    EXPECT_DOUBLE_EQ(*sensor->read(), 80);
+    EXPECT_EQ(world_.reports(), told);
+  }
+  EXPECT_EQ(ms_since_start(), 65'000 + 3 * 66'050);
+  const auto another = connect();
+  for (int i = 0; i < 2; ++i) {
+    pass_ms(66'000);
+    EXPECT_TRUE(another->read());
+  }
+  EXPECT_EQ(world_.reports(), (Lines{told[0], told[0]}));
+}
+
+TEST_F(EnergySensorTest, AKnownLimitOfThePowerAllowsRarerReads) {
+  counters_ = {{"a", {65'532'610'987, 100}}};
+  const auto sensor = connect();
+  pass_ms(100);
+  EXPECT_TRUE(sensor->read());
+  pass_ms(655'000);
+  EXPECT_DOUBLE_EQ(*sensor->read(), 40);
+  EXPECT_EQ(world_.reports(), Lines());
+  pass_ms(656'000);
+  EXPECT_DOUBLE_EQ(*sensor->read(), 40);
+  EXPECT_EQ(world_.reports(),
+            Lines{"a: read too rarely to tell its wraps (every 655 s at most)" + kShown});
+}
+
+TEST_F(EnergySensorTest, AConnectionThatIsFirstReadLateIsNotReadTooRarely) {
+  const auto sensor = connect();
+  pass_ms(300'000);
+  EXPECT_DOUBLE_EQ(*sensor->read(), 80);
+  EXPECT_EQ(ms_since_start(), 300'050);
+  EXPECT_EQ(world_.reports(), Lines());
+}
+
+TEST_F(EnergySensorTest, AJumpIsToldOncePerConnection) {
+  const auto sensor = connect();
+  for (const char* energy : {"200000000000", "0", "200000000000", "0"}) {
+    tree_.put("b", energy);
+    pass_ms(1000);
+    EXPECT_DOUBLE_EQ(*sensor->read(), 80);
+  }
+  EXPECT_EQ(world_.reports(), Lines{"b: the counter has jumped, as after a suspend" + kShown});
+}
+
+TEST_F(EnergySensorTest, NoPowerIsSaidToBeShownBeforeItIs) {
+  counters_.resize(1);
+  const auto sensor = connect();
+  pass_ms(100);
+  EXPECT_TRUE(sensor->read());
+  power_w_ = 1500;
+  tree_.put("a", "200000000000");
+  pass_ms(100);
+  EXPECT_FALSE(sensor->read());
+  EXPECT_EQ(world_.reports(), Lines());
+  power_w_ = 40;
+  tree_.put("a", "0");
+  pass_ms(100);
+  EXPECT_TRUE(sensor->read());
+  EXPECT_EQ(world_.reports().size(), 1U);
+}
+
+TEST_F(EnergySensorTest, ARangeThatLastsNoWindowIsNonsense) {
+  counters_ = {{"a", {1'000'000, 1000}}};
+  const auto power = connect()->read();
+  EXPECT_EQ(power.failure().trouble, Trouble::nonsense);
+  EXPECT_EQ(power.failure().message, "reading a: it wraps too fast to be measured");
+}
+
+TEST_F(EnergySensorTest, TheSlowestCounterThatIsNotDeadIsMeasured) {
+  counters_.resize(1);
+  tree_.on_read("a", [this](const std::string&) {
+    return MemoryTree::Answer{std::to_string(ms_since_start() / 900 * 36'000'000), 0};
+  });
+  EXPECT_DOUBLE_EQ(*connect()->read(), 40);
+  EXPECT_EQ(ms_since_start(), 1800);
 }
 
 }  // namespace

@@ -46,14 +46,14 @@ class PowerSensor : public Sensor {
  public:
   PowerSensor(sysfs::Tree& tree, const std::vector<HwmonPower>& powers) {
     for (const HwmonPower& one : powers) {
-      attributes_.push_back(sysfs::Attribute::open(tree, one.attribute, sysfs::Mode::read));
-      most_uw_ = static_cast<long long>(most_plausible_w(std::nullopt) * 1e6);
+      parts_.push_back({sysfs::Attribute::open(tree, one.attribute, sysfs::Mode::read),
+                        static_cast<long long>(most_plausible_w(one.limit_w) * 1e6)});
     }
   }
 
   sysfs::Result<double> read() override {
     long long sum_uw = 0;
-    for (sysfs::Result<sysfs::Attribute>& attribute : attributes_) {
+    for (auto& [attribute, most_uw] : parts_) {
       if (!attribute) {
         return attribute.failure();
       }
@@ -61,21 +61,25 @@ class PowerSensor : public Sensor {
       if (!power_uw) {
         return power_uw.failure();
       }
-      if (*power_uw < 0 || *power_uw > most_uw_) {
+      if (*power_uw < 0 || *power_uw > most_uw) {
         return sysfs::nonsense(attribute->path(),
                                std::to_string(*power_uw) + " microwatts cannot be");
       }
       sum_uw += *power_uw;
     }
     if (sum_uw == 0) {  // a processor that reads this needs power
-      return sysfs::nonsense(attributes_.front()->path(), "0 microwatts cannot be");
+      return sysfs::nonsense(parts_.front().attribute->path(), "0 microwatts cannot be");
     }
     return static_cast<double>(sum_uw) / 1e6;
   }
 
  private:
-  std::vector<sysfs::Result<sysfs::Attribute>> attributes_;
-  long long most_uw_ = 0;
+  struct Part {
+    sysfs::Result<sysfs::Attribute> attribute;
+    long long most_uw = 0;
+  };
+
+  std::vector<Part> parts_;
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "machines/linux/sensors/power.h"
 #include "support/machine/memory_tree.h"
@@ -50,6 +51,19 @@ TEST_F(HwmonPowerTest, OnePackageMeasuredByItsNodeIsAPowerWithAKnownLimit) {
   const auto keys = find_power_keys(world_.surroundings);
   EXPECT_EQ(keys.at(0).type.code, controller::kFp88.code);
   EXPECT_EQ(*value(), 45);
+}
+
+TEST_F(HwmonPowerTest, TheFinerTypeHoldsEveryPowerThatIsBelieved) {
+  chip("fam15h_power");
+  for (const auto& [limit, type] : {std::pair{"127500000", controller::kFp88.code},
+                                    std::pair{"127600000", controller::kFpe2.code}}) {
+    power(1, "", "250000000");
+    tree_.put(folder_ + "/power1_crit", limit);
+    EXPECT_EQ(find_power_keys(world_.surroundings).at(0).type.code, type) << limit;
+    EXPECT_EQ(*value(), 250);
+    power(1, "", "255300000");
+    EXPECT_EQ(value().failure().trouble, Trouble::nonsense) << limit;
+  }
 }
 
 TEST_F(HwmonPowerTest, RaplIsBetter) {

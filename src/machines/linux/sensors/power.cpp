@@ -1,6 +1,5 @@
 #include "machines/linux/sensors/power.h"
 
-#include <optional>
 #include <string>
 
 #include "machines/linux/sensors/hwmon_power.h"
@@ -15,16 +14,18 @@ constexpr double kMostFp88W = 255;
 /// What a key is summed up from.
 struct Parts {
   std::string source;
-  std::optional<double> limit_w = 0;  ///< none if any part's is unknown
+  double most_w = 0;  ///< no reading says more: the sum of the bounds that its sensor keeps to
 
-  void add(const std::string& description, std::optional<double> part_limit_w) {
+  void add(const std::string& description, double part_most_w) {
     source += (source.empty() ? "" : " + ") + description;
-    limit_w = limit_w && part_limit_w ? std::optional(*limit_w + *part_limit_w) : std::nullopt;
+    most_w += part_most_w;
   }
 
-  /// The finer type only if the power is known to fit.
+  /// The finer type only if every power that is believed fits. Limits themselves say too little:
+  /// peaks go beyond them. Parts that are believed 100 W whatever their limit (see
+  /// most_plausible_w) count as much here: a key never clips what its sensor measured.
   const controller::ValueType& type() const {
-    return limit_w && *limit_w <= kMostFp88W ? controller::kFp88 : controller::kFpe2;
+    return most_w <= kMostFp88W ? controller::kFp88 : controller::kFpe2;
   }
 };
 
@@ -40,7 +41,7 @@ bool add_zones_key(std::vector<SensorKey>& keys, const Surroundings& surrounding
   Parts parts;
   std::vector<EnergyCounter> counters;
   for (const RaplZone& zone : zones) {
-    parts.add(zone.description, zone.limit_w);
+    parts.add(zone.description, zone.counter.limits.most_w);
     counters.push_back(zone.counter);
   }
   if (!counters.empty()) {
@@ -53,7 +54,7 @@ bool add_socket_energy_key(std::vector<SensorKey>& keys, const Surroundings& sur
   Parts parts;
   std::vector<EnergyCounter> counters;
   for (const HwmonEnergy& one : find_socket_energies(surroundings.sys)) {
-    parts.add(one.description, std::nullopt);
+    parts.add(one.description, one.counter.limits.most_w);
     counters.push_back(one.counter);
   }
   if (!counters.empty()) {
@@ -69,7 +70,7 @@ void add_power_key(std::vector<SensorKey>& keys, sysfs::Tree& tree) {
   }
   Parts parts;
   for (const HwmonPower& one : powers) {
-    parts.add(one.description, one.limit_w);
+    parts.add(one.description, most_plausible_w(one.limit_w));
   }
   keys.push_back({"PC0C", parts.type(), parts.source,
                   [&tree, powers] { return connect_powers(tree, powers); }});
