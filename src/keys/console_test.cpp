@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -83,21 +84,34 @@ class Terminal {
 
   bool there() const { return there_; }
 
-  /// What has been written to it since the last call. Requires: something has.
-  std::string shown() const {
-    std::string text(4096, '\0');
-    const ssize_t got = read(master_, text.data(), text.size());
-    text.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
+  /// The next `size` characters that are written to it; fewer if they do not come.
+  std::string shown(std::size_t size) const {
+    std::string text;
+    pollfd written{master_, POLLIN, 0};
+    while (text.size() < size && poll(&written, 1, kPatienceMs) == 1) {
+      std::string part(size - text.size(), '\0');
+      const ssize_t got = read(master_, part.data(), part.size());
+      text.append(part, 0, got < 0 ? 0 : static_cast<std::size_t>(got));
+      if (got <= 0) {
+        break;
+      }
+    }
     return text;
   }
 
  private:
+  static constexpr int kPatienceMs = 2000;
+
   int master_;
   int before_;
   bool there_ = false;
 };
 
 const std::string kClear = "\r\033[K";
+
+void expect_shown(const Terminal& terminal, const std::string& text) {
+  EXPECT_EQ(terminal.shown(text.size()), text);
+}
 
 TEST(Console, OnATerminalDrawsABarInPlaceOfTheLast) {
   const Terminal terminal;
@@ -106,10 +120,9 @@ TEST(Console, OnATerminalDrawsABarInPlaceOfTheLast) {
   }
   const inspection::Console console = make_console();
   console.progress(0.25, "fan1");
-  EXPECT_EQ(terminal.shown(),
-            kClear + "[" + std::string(10, '#') + std::string(30, '.') + "] 25% fan1");
+  expect_shown(terminal, kClear + "[" + std::string(10, '#') + std::string(30, '.') + "] 25% fan1");
   console.progress(1.0, "done");
-  EXPECT_EQ(terminal.shown(), kClear + "[" + std::string(40, '#') + "] 100% done");
+  expect_shown(terminal, kClear + "[" + std::string(40, '#') + "] 100% done");
 }
 
 TEST(Console, OnATerminalClearsTheBarBeforeALine) {
@@ -119,11 +132,11 @@ TEST(Console, OnATerminalClearsTheBarBeforeALine) {
   }
   const inspection::Console console = make_console();
   console.complain("a complaint");
-  EXPECT_EQ(terminal.shown(), kClear + "a complaint\r\n");
+  expect_shown(terminal, kClear + "a complaint\r\n");
   testing::internal::CaptureStdout();
   console.print("a result");
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "a result\n");
-  EXPECT_EQ(terminal.shown(), kClear);
+  expect_shown(terminal, kClear);
 }
 
 }  // namespace

@@ -73,19 +73,20 @@ bool list_keys(std::ostream& out) {
   out << "#key\ttype\tsize\tvalue\tunit\tsource\n";
   for (const inspection::Key& key : inspection::keys()) {
     const smc_code code = SMC::key(key.name);
-    const smc_key_info info = reader.describe(code);
-    out << key.name << '\t' << SMC::name(info.dataType) << '\t' << info.dataSize << '\t';
-    if (key.moves_fan) {
-      out << "not measured";
-    } else {
-      try {
-        out << value_text(reader.read(code));
-      } catch (const SMCException& failure) {
-        all = false;
-        out << failure;
-      }
+    std::string type = "-";
+    std::uint32_t size = 0;
+    std::ostringstream value;
+    try {
+      const smc_key_info info = reader.describe(code);
+      type = SMC::name(info.dataType);
+      size = info.dataSize;
+      value << (key.moves_fan ? "not measured" : value_text(reader.read(code)));
+    } catch (const SMCException& failure) {
+      all = false;
+      value << failure;
     }
-    out << '\t' << unit_of(key.name) << '\t' << key.source << '\n';
+    out << key.name << '\t' << type << '\t' << size << '\t' << value.str() << '\t'
+        << unit_of(key.name) << '\t' << key.source << '\n';
   }
   return all;
 }

@@ -18,8 +18,7 @@ constexpr int kWrongCommandLine = 2;
 int list() {
   try {
     return keys::list_keys(std::cout) ? kWell : kNotWell;
-  } catch (const SMCException& none) {
-    SMCException failure = none;
+  } catch (const SMCException& failure) {
     std::cerr << failure << "\nNo controller was found on this machine; --check says what it lacks."
               << std::endl;
     return kNotWell;

@@ -14,7 +14,8 @@ std::uint32_t ValueType::encode(double value) const {
   const double most = most_steps;
   const double exact = value * steps_per_unit;
   if (!has_sign || exact > -0.5) {
-    return static_cast<std::uint32_t>(std::clamp(exact, 0.0, most) + 0.5);  // to the nearest
+    const auto halves = static_cast<std::uint64_t>(2 * std::clamp(exact, 0.0, most));
+    return static_cast<std::uint32_t>((halves + 1) / 2);  // to the nearest
   }
   // The fraction is always added, so it counts up from the integer below.
   const double steps = std::round(exact);

@@ -105,9 +105,10 @@ double MovingFans::wanted_rpm(std::size_t fan, double now_rpm) {
   }
   if (mode(fan) == one.target_mode && one.target_mode >= 0) {
     const std::string name = "fan" + std::to_string(one.channel) + "_target";
-    return std::clamp(static_cast<double>(number(attribute(fan, name), 0)), 0.0, one.most_rpm);
+    const auto target = static_cast<double>(number(attribute(fan, name), 0));
+    return std::clamp(target * one.target_factor, 0.0, one.most_rpm);
   }
-  const int given = std::max(pwm(fan), one.floor_pwm);
+  const int given = std::max(pwm(fan) / one.pwm_step * one.pwm_step, one.floor_pwm);
   const int least = now_rpm > 0 ? one.stops_below : one.starts_from;
   return given < least ? 0 : one.steady_rpm(given);
 }

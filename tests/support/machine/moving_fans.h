@@ -24,11 +24,13 @@ struct MovingFan {
   double most_rpm = 2000;
   int stops_below = 30;  ///< pwm
   int starts_from = 50;  ///< pwm
+  int pwm_step = 1;      ///< the chip rounds a pwm down to multiples of it
   int floor_pwm = 0;     ///< the firmware drives it with no less, whatever it is told
   std::set<int> modes = {0, 1, 2, 5};
   int target_mode = -1;            ///< of pwmN_enable, in which fanN_target holds
   bool goes_on_in_manual = true;   ///< else manual begins with the pwm that it had last
   int automatic_pwm = 110;         ///< what the chip sets by itself
+  double target_factor = 1;        ///< what it makes of fanN_target
   bool full_reads_as_zero = true;  ///< manual at pwm 255 shows as mode 0
   InAutomatic in_automatic = InAutomatic::refuses_pwm;
 

@@ -145,7 +145,8 @@ Result<bool> Calibration::comes_to(bool turning, std::int64_t patience_ns) {
       return go_on.failure();
     }
     const Result<double> rpm = channel_.speed_rpm();
-    if (!rpm && ++failed == kFailedReads) {
+    failed = rpm ? 0 : failed + 1;
+    if (failed == kFailedReads) {
       return rpm.failure();
     }
     if (rpm && (*rpm > 0) == turning) {
@@ -184,7 +185,10 @@ Result<int> Calibration::find_start() {
 }
 
 Result<Calibration::StopTest> Calibration::test_stop() {
-  progress_(kSweepShare, "whether it stops");
+  // What has no label might be a pump: who knows that it is one can still end this.
+  progress_(kSweepShare, fan_.label.empty()
+                             ? "whether it stops: without a label, it is stopped for a moment"
+                             : "whether it stops");
   Result<bool> stopped = stops();
   if (!stopped) {
     return stopped.failure();

@@ -19,7 +19,8 @@ class CalibrationTest : public testing::Test {
     const auto before = bench_.state();
     auto curve = measure_curve(bench_.surroundings.surroundings, *bench_.ledger,
                                bench_.control->channels()[0], {{FanFixture::kTemperature, 100}},
-                               [this](double fraction, const std::string&) {
+                               [this](double fraction, const std::string& text) {
+                                 texts_ += text + '\n';
                                  EXPECT_GE(fraction, fraction_);
                                  EXPECT_LE(fraction, 1);
                                  fraction_ = fraction;
@@ -44,6 +45,7 @@ class CalibrationTest : public testing::Test {
   FanFixture bench_;
   double fraction_ = 0;
   int least_pwm_ = 255;
+  std::string texts_;
   std::function<void()> at_progress_;
 };
 
@@ -109,6 +111,11 @@ TEST_F(CalibrationTest, AFanThatDoesNotTurnIsAnError) {
   EXPECT_NE(standing.failure().message.find("fan1_input"), std::string::npos);
 }
 
+TEST_F(CalibrationTest, SaysThatAFanWithoutALabelIsStopped) {
+  ASSERT_TRUE(measure());
+  EXPECT_NE(texts_.find("without a label, it is stopped for a moment"), std::string::npos);
+}
+
 TEST_F(CalibrationTest, NeedsTheSuperuser) {
   bench_.surroundings.user = 1000;
   EXPECT_EQ(measure().failure().error, EPERM);
@@ -150,6 +157,20 @@ TEST_F(NeverStoppingFanTest, IsFoundNotToStop) {
   ASSERT_TRUE(curve) << curve.failure().message;
   EXPECT_FALSE(curve->can_stop());
   EXPECT_EQ(curve->lowest_pwm(), 8);
+}
+
+TEST_F(NeverStoppingFanTest, OnlyFailedReadsInARowCount) {
+  bool stops = false;
+  bench_.memory.on_write(FanFixture::attribute("pwm1"), [&](std::string& text) {
+    stops = std::stoi(text) == 0;
+    return 0;
+  });
+  int reads = 0;
+  bench_.memory.on_read(FanFixture::attribute("fan1_input"), [&](const std::string& stored) {
+    return MemoryTree::Answer{stored, stops && ++reads % 3 != 0 ? -EIO : 0};
+  });
+  const auto curve = measure();
+  EXPECT_TRUE(curve) << curve.failure().message;
 }
 
 }  // namespace

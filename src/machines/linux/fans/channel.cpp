@@ -67,7 +67,7 @@ void find_in(sysfs::Tree& tree, const std::string& folder,
     if (const sysfs::Result<std::string> text = sysfs::read_text(tree, label)) {
       fan.label = *text;
     }
-    if (fan.cools_graphics()) {
+    if (fan.is_of_others()) {
       continue;
     }
     fan.refusal = why_not(tree, fan);
@@ -83,8 +83,8 @@ bool FanChannel::is_pump() const {
   return label_says({"pump", "aio"});
 }
 
-bool FanChannel::cools_graphics() const {
-  return label_says({"video", "gpu", "graphics", "vga"});
+bool FanChannel::is_of_others() const {
+  return label_says({"video", "gpu", "graphics", "vga", "flow"});
 }
 
 bool FanChannel::label_says(std::initializer_list<std::string_view> words) const {
@@ -109,8 +109,11 @@ std::vector<FanChannel> find_fans(sysfs::Tree& tree,
     }
   }
   std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) {
-    return std::forward_as_tuple(!a.comes_first, a.fan.device, a.fan.chip, a.fan.channel) <
-           std::forward_as_tuple(!b.comes_first, b.fan.device, b.fan.chip, b.fan.channel);
+    const auto rank = [](const Found& one) {
+      return std::make_tuple(!one.fan.controllable(), !one.comes_first, std::cref(one.fan.device),
+                             std::cref(one.fan.chip), one.fan.channel);
+    };
+    return rank(a) < rank(b);
   });
   std::vector<FanChannel> fans;
   for (Found& one : found) {

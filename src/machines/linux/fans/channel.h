@@ -22,8 +22,8 @@ struct FanChannel {
   std::string refusal;  ///< why it cannot be forced, naming the attribute; empty if it can
 
   bool controllable() const { return refusal.empty(); }
-  bool is_pump() const;         ///< by its label; a pump must never be stopped
-  bool cools_graphics() const;  ///< by its label; none of ours
+  bool is_pump() const;       ///< by its label; a pump must never be stopped
+  bool is_of_others() const;  ///< by its label: a graphics card's fan, or a meter of water flow
   const Chip& kind() const { return chip_named(chip); }
 
   // Its attributes' paths.
@@ -44,15 +44,18 @@ struct FanChannel {
 /// As many fans as a controller has keys for.
 constexpr std::size_t kMostFans = 3;
 
-/// The machine's fans, kMostFans at most: first those that turn or that `has_curve` knows, then
-/// those at rest; each part by device and channel. Graphics cards', power supplies' and a laptop's
-/// graphics fans are not among them.
+/// The machine's fans, kMostFans at most: first those that can be controlled, whatever device they
+/// belong to; among them first those that turn or that `has_curve` knows; then by device and
+/// channel. Graphics cards', power supplies' and a laptop's graphics fans are not among them, nor
+/// are meters of a water flow.
 std::vector<FanChannel> find_fans(sysfs::Tree& tree,
                                   const std::function<bool(const FanChannel&)>& has_curve);
 
 /// What fanN_input says, RPM: 0 and -1 are a fan at rest, other values below 0 and above
-/// `kMostRpm` are nonsense.
+/// kMostRpm are nonsense.
 sysfs::Result<double> speed_said(const std::string& path, long long value);
-constexpr long long kMostRpm = 65'535;  ///< what the controller's keys can say
+
+/// What the controller's keys can say: their type ends at 16383.75.
+constexpr long long kMostRpm = 16'383;
 
 }  // namespace linux_machine

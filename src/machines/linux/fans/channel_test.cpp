@@ -135,7 +135,8 @@ TEST_F(ChannelTest, MinusOneIsAFanAtRestAndOtherNegativesAreNonsense) {
   EXPECT_DOUBLE_EQ(*speed_said("f", 0), 0);
   EXPECT_DOUBLE_EQ(*speed_said("f", 1098), 1098);
   EXPECT_FALSE(speed_said("f", -2));
-  EXPECT_FALSE(speed_said("f", 65'536));
+  EXPECT_TRUE(speed_said("f", 16'383));
+  EXPECT_FALSE(speed_said("f", 16'384));  // the keys cannot say it
 }
 
 TEST(Chips, AMayShowManualAtFullPwmAsFullSpeed) {
@@ -160,6 +161,22 @@ TEST_F(ChannelTest, AFanLabelledForGraphicsIsNoneOfOurs) {
       .with("fan2_label", "Video Fan")
       .fan(3, 2400)
       .with("fan3_label", "GPU Fan");
+  EXPECT_EQ(names(), std::vector<std::string>{"devices/x 1"});
+}
+
+TEST_F(ChannelTest, FansThatCanBeControlledComeBeforeThoseThatCannot) {
+  Device(tree_, 0, "devices/a", "hp").fan(1, 900).fan(2, 900);
+  Device(tree_, 1, "devices/b", "it8728").fan(1, 0).fan(2, 700);
+  EXPECT_EQ(names(), (std::vector<std::string>{"devices/b 2", "devices/b 1", "devices/a 1"}));
+}
+
+TEST_F(ChannelTest, AMeterOfWaterFlowIsNoFan) {
+  Device(tree_, 0, "devices/x", "it8728")
+      .fan(1, 900)
+      .fan(2, 300)
+      .with("fan2_label", "Water Flow")
+      .fan(3, 300)
+      .with("fan3_label", "W_FLOW");
   EXPECT_EQ(names(), std::vector<std::string>{"devices/x 1"});
 }
 

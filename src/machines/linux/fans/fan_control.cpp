@@ -11,7 +11,6 @@
 namespace linux_machine {
 namespace {
 
-using sysfs::Failure;
 using sysfs::Result;
 using sysfs::Trouble;
 
@@ -91,15 +90,18 @@ Result<sysfs::Done> FanControl::set_force_bits(std::uint16_t bits) {
   if (bits == bits_now() && (owed_.empty() || !privileged)) {
     return Done{};
   }
+  const auto forced_anew = static_cast<std::uint16_t>(bits & ~bits_now());
+  if (forced_anew != 0 && tripped_) {
+    return canceled();
+  }
   if (!privileged) {
     return Failure{Trouble::refused, EPERM, "forcing fans needs the superuser"};
   }
-  if (bits >> fans_.size() != 0) {
+  if (unsigned{bits} >> fans_.size() != 0) {
     return Failure{Trouble::absent, ENODEV,
                    "this machine has " + std::to_string(fans_.size()) + " fans to force"};
   }
   Result<Done> paid = pay_owed();
-  const auto forced_anew = static_cast<std::uint16_t>(bits & ~bits_now());
   if (forced_anew != 0 && !paid) {
     return paid;  // what is not as it was must not be taken for the original
   }
@@ -121,12 +123,20 @@ Result<sysfs::Done> FanControl::set_force_bits(std::uint16_t bits) {
 
 Result<double> FanControl::target_rpm(std::size_t fan) {
   const Lock lock(mutex_);
-  if (fans_[fan].target) {
-    return *fans_[fan].target;
+  Fan& one = fans_[fan];
+  if (one.target) {
+    return *one.target;
   }
-  const std::string path = channels_[fan].input();
-  const Result<long long> value = sysfs::read_integer(surroundings_.sys, path);
-  return value ? speed_said(path, *value) : value.failure();
+  if (!one.input) {
+    Result<sysfs::Attribute> opened =
+        sysfs::Attribute::open(surroundings_.sys, one.channel->input(), sysfs::Mode::read);
+    if (!opened) {
+      return opened.failure();
+    }
+    one.input = std::move(*opened);
+  }
+  const Result<long long> value = one.input->read_integer();
+  return value ? speed_said(one.input->path(), *value) : value.failure();
 }
 
 Result<sysfs::Done> FanControl::set_target_rpm(std::size_t fan, double rpm) {

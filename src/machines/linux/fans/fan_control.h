@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -44,7 +45,7 @@ class FanControl {
   /// Forces the fans whose bits are set and gives back the others. A fan newly forced heads for
   /// the target written last, or keeps the speed that it has. Errors: EPERM without the effective
   /// user 0, ENODEV for a bit without a fan, EOPNOTSUPP for a fan that cannot be forced, EBUSY
-  /// beside another program that controls fans, ECANCELED after the watch gave the fans back, and
+  /// beside another program that controls fans, ECANCELED once tripped(), and
   /// those of the attributes. A failure while forcing forces no fan that was not forced.
   sysfs::Result<sysfs::Done> set_force_bits(std::uint16_t bits);
 
@@ -69,6 +70,10 @@ class FanControl {
   /// The chip's own or the curve's lowest steady speed.
   std::optional<double> minimum_rpm(std::size_t fan) const;
 
+  /// Whether the watch has given the fans back for good: nothing is forced any more in this run.
+  /// Thread: any, and it waits for nothing.
+  bool tripped() const { return tripped_; }
+
   /// One round of the watch: gives the fans back if need be, else corrects their speeds. To be
   /// called each kWatchPeriodNs while a bit is set.
   void watch();
@@ -78,12 +83,14 @@ class FanControl {
  private:
   struct Fan {
     const FanChannel* channel;
-    std::optional<double> least;    ///< the chip's own
-    std::optional<double> most;     ///< the chip's own, or measured in this run
-    std::optional<Curve> curve;     ///< measured before
-    std::string no_curve;           ///< what is wrong with its file, until it has been told
-    std::optional<double> target;   ///< written last
-    std::optional<double> applied;  ///< the target that the forced fan heads for
+    std::optional<double> least;            ///< the chip's own
+    std::optional<double> most;             ///< the chip's own, or measured in this run
+    std::optional<Curve> curve;             ///< measured before
+    std::string no_curve;                   ///< what is wrong with its file, until it has been told
+    std::optional<double> target;           ///< written last
+    std::optional<double> applied;          ///< the target that the forced fan heads for
+    std::optional<sysfs::Attribute> input;  ///< once its speed was asked for here
+    bool measurement_told = false;          ///< that its maximum is measured
     std::unique_ptr<ForcedFan> forced;
   };
   /// A line of the ledger that could not be given back yet.
@@ -93,6 +100,7 @@ class FanControl {
   };
 
   using Done = sysfs::Done;
+  using Failure = sysfs::Failure;
 
   // All of these want the mutex held.
   std::uint16_t bits_now() const;
@@ -102,12 +110,16 @@ class FanControl {
   sysfs::Result<Done> apply_target(Fan& fan);
   sysfs::Result<double> measured_maximum(Fan& fan);
   sysfs::Result<double> measure_unforced(Fan& fan);
-  void give_back(Fan& fan);
-  void give_back_lines(const std::vector<std::string>& lines, const std::string& attribute);
+  bool give_back(Fan& fan);
+  bool give_back(TakenChannel& channel);
+  bool give_back_lines(const std::vector<std::string>& lines, const std::string& attribute);
   bool shared(const std::string& line) const;
+  void tell_measurement(Fan& fan);
+  Failure canceled() const;
   sysfs::Result<Done> pay_owed();
   bool owes_now() const;
   sysfs::Result<Done> judge();
+  void correct(Fan& fan, const std::optional<double>& rpm);
   void trip_if_alarmed();
   void begin_watching();
   void watch_while_forced();
@@ -123,9 +135,11 @@ class FanControl {
   int rounds_owing_ = 0;  ///< of the watch, since something is owed
   Thermometers thermometers_;
   Safety safety_;
-  std::vector<sysfs::Result<double>> speeds_;  ///< of the last round, by fan
-  std::optional<std::string> alarm_;           ///< what judge() found amiss
-  std::string tripped_;  ///< why no fan is forced any more; empty if it may be
+  std::vector<std::optional<double>> speeds_;  ///< by fan, if read in the last round
+  std::optional<std::string> alarm_;           ///< what the last round found amiss
+  std::string trip_reason_;                    ///< once tripped
+  std::atomic<bool> tripped_{false};           ///< written with the mutex held
+  bool no_temperature_told_ = false;
   bool thread_runs_ = false;
   bool ends_ = false;
   std::condition_variable changed_;

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <set>
 
 #include "support/machine/fan_fixture.h"
 
@@ -154,6 +155,7 @@ TEST(FanControl, AFastWaveIsNoTrip) {
 TEST(FanControl, GivesBackExactlyWhatItFound) {
   for (const char* mode : {"5", "2", "1", "0"}) {
     FanFixture bench("nct6779", mode);
+    bench.save_true_curve(0, kProven);
     bench.new_run();
     const auto before = bench.state();
     ASSERT_TRUE(bench.control->set_force_bits(3)) << mode;
@@ -383,6 +385,116 @@ TEST(FanControl, AThreadOfItsOwnWatchesWhileAFanIsForced) {
     std::this_thread::yield();  // ends with the test's own time-out if nobody watches
   }
   EXPECT_EQ(bench.shown("pwm1_enable"), 5);
+}
+
+std::vector<MovingFan> holding_targets(double factor) {
+  std::vector<MovingFan> fans = FanFixture::two_fans();
+  fans[0].target_mode = 3;
+  fans[0].modes = {1, 2, 3};
+  fans[0].full_reads_as_zero = false;
+  fans[0].target_factor = factor;
+  return fans;
+}
+
+TEST(FanControl, AChipThatMissesItsTargetIsDrivenByPwmForTheRestOfTheRun) {
+  FanFixture bench("f71805f", "2", holding_targets(0.7));
+  bench.save_true_curve(0, kProven);
+  bench.new_run();
+  const auto before = bench.state();
+  ASSERT_TRUE(bench.control->set_force_bits(1));
+  ASSERT_TRUE(bench.control->set_target_rpm(0, 1500));
+  bench.pass(9.5);
+  EXPECT_EQ(bench.shown("pwm1_enable"), 3);
+  bench.pass(8);
+  EXPECT_EQ(bench.shown("pwm1_enable"), 1);
+  EXPECT_TRUE(within(bench.speed(1), 1500)) << bench.speed(1);
+  ASSERT_TRUE(bench.control->set_target_rpm(0, 1200));
+  EXPECT_EQ(bench.shown("pwm1_enable"), 1);
+  // Its own target is put back all the same, without privilege too.
+  bench.surroundings.user = 1000;
+  bench.faulty.privileged = false;
+  bench.memory.put(FanFixture::kTemperature, "99000");
+  bench.pass(0.5);
+  EXPECT_EQ(bench.state(), before);
+  EXPECT_EQ(bench.shown("fan1_target"), 1234);
+}
+
+TEST(FanControl, AChipThatIsNearItsTargetKeepsIt) {
+  for (const double target : {1500, 9000}) {  // the second is more than the fan can do
+    FanFixture bench("f71805f", "2", holding_targets(0.9));
+    bench.save_true_curve(0, kProven);
+    bench.new_run();
+    ASSERT_TRUE(bench.control->set_force_bits(1));
+    ASSERT_TRUE(bench.control->set_target_rpm(0, target));
+    bench.pass(30);
+    EXPECT_EQ(bench.shown("pwm1_enable"), 3) << target;
+  }
+}
+
+TEST(FanControl, SaysOnceBeforeItMeasuresAMaximum) {
+  FanFixture bench;
+  bench.new_run();
+  ASSERT_TRUE(bench.control->set_force_bits(1));
+  EXPECT_TRUE(bench.surroundings.reports().empty());
+  bench.faulty.fail(1, EIO, FaultyTree::For::ever);
+  EXPECT_FALSE(bench.control->maximum_rpm(0));
+  bench.faulty.heal();
+  const std::vector<std::string> said = {
+      "measuring the maximum of nct6779 fan1, up to 10 s; vorn-keys --calibrate avoids it"};
+  EXPECT_EQ(bench.surroundings.reports(), said);
+  EXPECT_TRUE(bench.control->maximum_rpm(0));
+  EXPECT_EQ(bench.surroundings.reports(), said);
+  EXPECT_TRUE(bench.control->maximum_rpm(1));
+  EXPECT_EQ(bench.surroundings.reports().size(), 2U);
+}
+
+TEST(FanControl, AMeasurementEndsAsSoonAsTheSpeedIsSteady) {
+  FanFixture bench;
+  bench.new_run();
+  const std::int64_t begin = bench.surroundings.now_ns;
+  EXPECT_TRUE(within(*bench.control->maximum_rpm(0), 2000));
+  EXPECT_LE(bench.surroundings.now_ns - begin, 6 * kNsPerS);
+}
+
+TEST(FanControl, ASpeedAsTargetIsOneReadOnceItIsOpen) {
+  FanFixture bench;
+  bench.new_run();
+  ASSERT_TRUE(bench.control->target_rpm(0));
+  bench.faulty.fail(0, 0, FaultyTree::For::once);
+  ASSERT_TRUE(bench.control->target_rpm(0));
+  EXPECT_EQ(bench.faulty.accesses(), 1);
+}
+
+TEST(FanControl, ForcingWithoutAnyTemperatureIsSaidOnce) {
+  FanFixture bench;
+  Ledger ledger(bench.surroundings.surroundings, "fans");
+  FanControl control(bench.surroundings.surroundings, ledger, {}, FanControl::Watching::by_caller);
+  for (int times = 0; times < 2; ++times) {
+    ASSERT_TRUE(control.set_force_bits(1));
+    ASSERT_TRUE(control.set_force_bits(0));
+  }
+  EXPECT_EQ(bench.surroundings.reports(),
+            std::vector<std::string>{
+                "fans are forced, and no temperature of the processor is watched: none was found"});
+}
+
+TEST(FanControl, AChipWithFewSpeedsIsNotDrivenToAndFroForEver) {
+  std::vector<MovingFan> fans = FanFixture::two_fans();
+  fans[0].pwm_step = 85;
+  for (const double target : {1100, 1500, 1600}) {  // it can do 786, 1418 and 2000
+    FanFixture bench("nct6779", "5", fans);
+    bench.save_true_curve(0, Curve::Stop::unproven);
+    bench.new_run();
+    ASSERT_TRUE(bench.control->set_force_bits(1));
+    ASSERT_TRUE(bench.control->set_target_rpm(0, target));
+    bench.pass(60);
+    std::set<long long> given;
+    for (int second = 0; second < 60; ++second) {
+      bench.pass(1);
+      given.insert(bench.shown("pwm1"));
+    }
+    EXPECT_EQ(given.size(), 1U) << target;
+  }
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 #include "machines/linux/fans/forced_fan.h"
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
-
-#include "machines/linux/fans/regulator.h"
 
 namespace linux_machine {
 namespace {
@@ -12,10 +12,23 @@ using sysfs::Result;
 
 constexpr std::int64_t kMaximumPatienceNs = 10 * kNsPerS;  // a key's reader waits for it
 
+constexpr std::int64_t kSlowReadNs = 2 * kNsPerS;  // reads that take 500 ms, and stall the machine
+
+constexpr int kMostLosses = 3;  // in a row: who takes the fan away does so for good
+
+// What a chip gets to bring a fan to the target that it holds, and how near that must be: its own
+// regulation is slower than ours, and counts in coarse steps.
+constexpr std::int64_t kChipPatienceNs = 10 * kNsPerS;
+constexpr double kChipMiss = 0.15;
+constexpr double kChipMissRpm = 150;
+
 }  // namespace
 
 ForcedFan::ForcedFan(TakenChannel channel, std::int64_t now_ns)
-    : channel_(std::move(channel)), told_at_ns_(now_ns), corrected_at_ns_(now_ns) {
+    : channel_(std::move(channel)),
+      told_to_turn_ns_(now_ns),
+      commanded_ns_(now_ns),
+      read_ns_(now_ns) {
   found_turning_ = !at_rest();
 }
 
@@ -24,14 +37,29 @@ bool ForcedFan::at_rest() {
   return rpm && *rpm <= 0;
 }
 
+bool ForcedFan::may_stand() const {
+  return drive_ == Drive::held ? !found_turning_ : drive_ == Drive::stopped;
+}
+
+/// A fan that turns does not stop when its speed changes: only one that might stand gets the time
+/// to start. Else a wave of targets would hide a blocked rotor.
+void ForcedFan::heads_for(double target_rpm, Drive drive, std::int64_t now_ns) {
+  const bool might_stand = may_stand();
+  drive_ = drive;
+  target_rpm_ = target_rpm;
+  kick_.reset();
+  regulator_.begin_anew();
+  commanded_ns_ = now_ns;
+  if (might_stand && !may_stand()) {
+    told_to_turn_ns_ = now_ns;
+  }
+}
+
 bool ForcedFan::drive_by_chip(double target_rpm, std::int64_t now_ns) {
   if (target_rpm <= 0 || !channel_.hold_target(target_rpm)) {
     return false;
   }
-  drive_ = Drive::by_chip;
-  target_rpm_ = target_rpm;
-  kick_.reset();
-  told_at_ns_ = now_ns;
+  heads_for(target_rpm, Drive::by_chip, now_ns);
   return true;
 }
 
@@ -42,25 +70,51 @@ Result<Done> ForcedFan::drive_by_pwm(double target_rpm, const Curve& curve, std:
   if (!written) {
     return written;
   }
-  drive_ = command.pwm == 0 ? Drive::stopped : Drive::by_pwm;
-  target_rpm_ = target_rpm;
+  heads_for(target_rpm, command.pwm == 0 ? Drive::stopped : Drive::by_pwm, now_ns);
   curve_ = curve;
-  kick_.reset();
   if (command.kick) {
     kick_ = Kick{now_ns + kKickNs, command.pwm};
   }
-  told_at_ns_ = now_ns;
-  corrected_at_ns_ = now_ns;
   return Done{};
 }
 
-FanReading ForcedFan::read(std::int64_t now_ns) {
-  const bool told_to_turn = drive_ == Drive::held ? found_turning_ : drive_ != Drive::stopped;
-  return {channel_.input(), channel_.speed_rpm(),
-          told_to_turn && now_ns - told_at_ns_ >= kStartGraceNs};
+bool ForcedFan::read_is_due(std::int64_t now_ns) const {
+  return !channel_.chip().one_switch || now_ns - read_ns_ >= kSlowReadNs;
 }
 
-Result<Done> ForcedFan::correct(const Result<double>& rpm, std::int64_t now_ns) {
+FanReading ForcedFan::read(std::int64_t now_ns) {
+  read_ns_ = now_ns;
+  return {channel_.input(), channel_.speed_rpm(),
+          !may_stand() && now_ns - told_to_turn_ns_ >= kStartGraceNs};
+}
+
+std::optional<std::string> ForcedFan::keep_mode(std::int64_t now_ns) {
+  if (channel_.is_in_its_mode()) {
+    times_lost_ = 0;
+    return std::nullopt;
+  }
+  const std::string reason = channel_.enable() + " does not stay in manual mode";
+  if (++times_lost_ == kMostLosses) {
+    return reason;
+  }
+  const Result<Done> entered = channel_.enter_again();
+  if (!entered) {
+    return reason + ": " + entered.failure().message;
+  }
+  regulator_.begin_anew();
+  commanded_ns_ = now_ns;
+  return std::nullopt;
+}
+
+bool ForcedFan::chip_misses_target(double rpm, double greatest_rpm, std::int64_t now_ns) const {
+  if (drive_ != Drive::by_chip || now_ns - commanded_ns_ < kChipPatienceNs) {
+    return false;
+  }
+  const double target = std::min(target_rpm_, greatest_rpm);
+  return std::abs(rpm - target) > std::max(kChipMissRpm, kChipMiss * target);
+}
+
+Result<Done> ForcedFan::correct(const std::optional<double>& rpm, std::int64_t now_ns) {
   if (drive_ != Drive::by_pwm) {
     return Done{};
   }
@@ -71,7 +125,7 @@ Result<Done> ForcedFan::correct(const Result<double>& rpm, std::int64_t now_ns) 
     }
     next = kick_->then_pwm;
   } else if (rpm) {
-    next = corrected_pwm(target_rpm_, *rpm, channel_.pwm(), *curve_, now_ns - corrected_at_ns_);
+    next = regulator_.next_pwm(target_rpm_, *rpm, channel_.pwm(), *curve_, now_ns - commanded_ns_);
   }
   if (!next) {
     return Done{};
@@ -79,7 +133,9 @@ Result<Done> ForcedFan::correct(const Result<double>& rpm, std::int64_t now_ns) 
   Result<Done> written = channel_.set_pwm(*next);
   if (written) {
     kick_.reset();
-    corrected_at_ns_ = now_ns;
+    commanded_ns_ = now_ns;
+  } else {
+    regulator_.begin_anew();
   }
   return written;
 }
@@ -92,7 +148,8 @@ Result<double> ForcedFan::measure_maximum(const Surroundings& surroundings,
   Result<double> maximum = speed_at_full(surroundings, channel_, may_go_on);
   const bool by_chip = held_target && channel_.hold_target(target_rpm_);
   const Result<Done> back = by_chip ? Result<Done>(Done{}) : channel_.set_pwm(pwm);
-  told_at_ns_ = corrected_at_ns_ = surroundings.now_ns();
+  regulator_.begin_anew();
+  commanded_ns_ = surroundings.now_ns();
   return back || !maximum ? maximum : back.failure();
 }
 

@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "machines/linux/fans/curve.h"
+#include "machines/linux/fans/regulator.h"
 #include "machines/linux/fans/safety.h"
 #include "machines/linux/fans/settling.h"
 #include "machines/linux/fans/taken_channel.h"
@@ -22,12 +23,24 @@ class ForcedFan {
   sysfs::Result<sysfs::Done> drive_by_pwm(double target_rpm, const Curve& curve,
                                           std::int64_t now_ns);
 
+  /// Whether read() is due in this round: a chip that stalls the machine when it is read is asked
+  /// each 2 s only.
+  bool read_is_due(std::int64_t now_ns) const;
+
   /// One round: reads the speed, for correct() and for who watches.
   FanReading read(std::int64_t now_ns);
 
-  /// Does what the time since the last command asks for: ends a kick, or corrects the pwm. A
-  /// failed one is done again in the next round.
-  sysfs::Result<sysfs::Done> correct(const sysfs::Result<double>& rpm, std::int64_t now_ns);
+  /// One round: puts the fan back into its mode if something (the firmware, a resume) took it out
+  /// of it. Returns why it cannot be kept there, naming the attribute; none if all is well.
+  std::optional<std::string> keep_mode(std::int64_t now_ns);
+
+  /// Does what the time since the last command asks for: ends a kick, or corrects the pwm if a
+  /// speed was read in this round. A failed one is done again in the next round.
+  sysfs::Result<sysfs::Done> correct(const std::optional<double>& rpm, std::int64_t now_ns);
+
+  /// Whether the chip has had its time, and is far from the target that it holds, as far as the
+  /// fan can follow: up to `greatest_rpm`.
+  bool chip_misses_target(double rpm, double greatest_rpm, std::int64_t now_ns) const;
 
   /// The speed at full pwm, RPM, after which the fan goes on as before.
   sysfs::Result<double> measure_maximum(const Surroundings& surroundings, const MayGoOn& may_go_on);
@@ -48,6 +61,8 @@ class ForcedFan {
   };
 
   bool at_rest();
+  bool may_stand() const;
+  void heads_for(double target_rpm, Drive drive, std::int64_t now_ns);
 
   TakenChannel channel_;
   Drive drive_ = Drive::held;
@@ -55,8 +70,11 @@ class ForcedFan {
   double target_rpm_ = 0;
   std::optional<Curve> curve_;  ///< while driven by pwm
   std::optional<Kick> kick_;
-  std::int64_t told_at_ns_;       ///< when it was last told something else
-  std::int64_t corrected_at_ns_;  ///< when its pwm was last changed
+  Regulator regulator_;           ///< while driven by pwm
+  int times_lost_ = 0;            ///< rounds in a row in which it was not in its mode
+  std::int64_t told_to_turn_ns_;  ///< since when it may not stand any more
+  std::int64_t commanded_ns_;     ///< when its pwm was last changed, or the chip's target
+  std::int64_t read_ns_;          ///< when its speed was last read for the watch
 };
 
 /// The speed of a fan at full pwm, or what it has come to within 10 s. One that does not turn is a

@@ -7,20 +7,23 @@
 
 // The half of FanControl that takes fans and gives them back.
 //
-// Giving back goes through the ledger, which opens the attributes anew and therefore needs the
-// privilege. The watch may have to act while the program has given it up: it then puts the fan back
-// through the attributes that are open, and owes the ledger's line until the privilege is there.
+// The watch may have to act while the program has given its privilege up, or gives it up in that
+// moment. So a fan is always put back through the attributes that are open, whoever the user is.
+// The ledger's line follows: paying it opens the attributes anew and therefore needs the privilege;
+// until that is there, it is owed.
 
 namespace linux_machine {
 
-using sysfs::Failure;
 using sysfs::Result;
 using sysfs::Trouble;
 
+sysfs::Failure FanControl::canceled() const {
+  return {Trouble::refused, ECANCELED, "no fan is forced any more in this run: " + trip_reason_};
+}
+
 Result<sysfs::Done> FanControl::may_force(const Fan& fan) {
-  if (!tripped_.empty()) {
-    return Failure{Trouble::refused, ECANCELED,
-                   "no fan is forced any more in this run: " + tripped_};
+  if (tripped_) {
+    return canceled();
   }
   if (!fan.channel->controllable()) {
     return Failure{Trouble::refused, EOPNOTSUPP, fan.channel->refusal};
@@ -59,6 +62,10 @@ Result<sysfs::Done> FanControl::force_all(std::uint16_t bits) {
       }
       return done;
     }
+  }
+  if (thermometers_.none() && !std::exchange(no_temperature_told_, true)) {
+    surroundings_.report(
+        "fans are forced, and no temperature of the processor is watched: none was found");
   }
   begin_watching();
   return Done{};
@@ -104,7 +111,18 @@ Result<sysfs::Done> FanControl::apply_target(Fan& fan) {
   return driven;
 }
 
+void FanControl::tell_measurement(Fan& fan) {
+  if (!std::exchange(fan.measurement_told, true)) {
+    surroundings_.report("measuring the maximum of " + fan.channel->chip + " fan" +
+                         std::to_string(fan.channel->channel) +
+                         ", up to 10 s; vorn-keys --calibrate avoids it");
+  }
+}
+
 Result<double> FanControl::measured_maximum(Fan& fan) {
+  if (fan.forced) {
+    tell_measurement(fan);
+  }
   Result<double> maximum =
       fan.forced ? fan.forced->measure_maximum(surroundings_, [this] { return judge(); })
                  : measure_unforced(fan);
@@ -124,11 +142,16 @@ Result<double> FanControl::measure_unforced(Fan& fan) {
   if (!may) {
     return may.failure();
   }
+  tell_measurement(fan);
   std::vector<std::string> noted;
   Result<TakenChannel> taken = TakenChannel::take(surroundings_, ledger_, *fan.channel, noted);
   Result<double> maximum = taken ? speed_at_full(surroundings_, *taken, [this] { return judge(); })
                                  : Result<double>(taken.failure());
-  give_back_lines(noted, fan.channel->enable());
+  if (taken) {
+    give_back(*taken);
+  } else {
+    give_back_lines(noted, fan.channel->enable());
+  }
   if (maximum && !owed_.empty()) {
     const Result<Done> paid = pay_owed();
     return paid ? maximum : paid.failure();
@@ -146,25 +169,35 @@ bool FanControl::shared(const std::string& line) const {
   });
 }
 
-void FanControl::give_back_lines(const std::vector<std::string>& lines,
+/// Returns whether all are paid.
+bool FanControl::give_back_lines(const std::vector<std::string>& lines,
                                  const std::string& attribute) {
+  bool paid = true;
   for (const std::string& line : lines) {
     if (!shared(line) && (surroundings_.effective_user() != 0 || !ledger_.give_back(line))) {
       owed_.push_back({line, attribute});
       rounds_owing_ = 0;
+      paid = false;
     }
   }
+  return paid;
 }
 
-void FanControl::give_back(Fan& fan) {
+/// Returns whether the fan is as it was, as far as its chip tells.
+bool FanControl::give_back(Fan& fan) {
   const std::unique_ptr<ForcedFan> forced = std::move(fan.forced);
   fan.applied.reset();
-  TakenChannel& channel = forced->channel();
-  if (surroundings_.effective_user() != 0 && !channel.put_back()) {
-    surroundings_.report(channel.enable() +
-                         " could not be put back; the fan is told to run at full speed instead");
-  }
-  give_back_lines(channel.lines(), channel.enable());
+  return give_back(forced->channel());
+}
+
+bool FanControl::give_back(TakenChannel& channel) {
+  const std::vector<std::string>& lines = channel.lines();
+  const bool needed = std::any_of(lines.begin(), lines.end(),
+                                  [this](const std::string& line) { return shared(line); });
+  const auto mode_switch = needed ? TakenChannel::Switch::leave : TakenChannel::Switch::put_back;
+  channel.put_back(mode_switch);
+  // A line that cannot be paid may have ended at full speed.
+  return give_back_lines(lines, channel.enable()) || channel.put_back(mode_switch);
 }
 
 Result<sysfs::Done> FanControl::pay_owed() {

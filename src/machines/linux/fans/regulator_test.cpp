@@ -60,5 +60,59 @@ TEST(Regulator, LearnsNothingFromAFanAtRestOrAtTheLowest) {
   EXPECT_EQ(corrected_pwm(0, 700, 50, curve(), kCorrectionNs), kNone);
 }
 
+/// How often a regulator changes the pwm of a chip that makes `speed` of it, in so many rounds.
+template <class Speed>
+int corrections(Regulator& regulator, double target_rpm, int& pwm, int rounds, Speed speed) {
+  int changes = 0;
+  for (int round = 0; round < rounds; ++round) {
+    const auto next = regulator.next_pwm(target_rpm, speed(pwm), pwm, curve(), kCorrectionNs);
+    changes += next ? 1 : 0;
+    pwm = next.value_or(pwm);
+  }
+  return changes;
+}
+
+TEST(Regulator, EndsWhereACorrectionChangedNothing) {
+  Regulator regulator;
+  int pwm = 150;
+  EXPECT_EQ(corrections(regulator, 1500, pwm, 100, [](int) { return 1200; }), 1);
+  regulator.begin_anew();
+  EXPECT_EQ(corrections(regulator, 1500, pwm, 100, [](int) { return 1200; }), 1);
+}
+
+TEST(Regulator, StaysAtTheNearerOfTwoSpeeds) {
+  Regulator regulator;
+  int pwm = 150;
+  const auto speed = [](int given) { return given <= 155 ? 1340 : 1680; };
+  EXPECT_EQ(corrections(regulator, 1500, pwm, 100, speed), 2);
+  EXPECT_EQ(speed(pwm), 1340);
+  regulator.begin_anew();
+  pwm = 162;
+  EXPECT_EQ(corrections(regulator, 1500, pwm, 100, speed), 3);  // the last takes one back
+  EXPECT_EQ(speed(pwm), 1340);
+}
+
+TEST(Regulator, DoesNotStayFarPastATarget) {
+  Regulator regulator;
+  int pwm = 150;
+  const auto speed = [](int given) { return given <= 155 ? 1400 : 2300; };
+  EXPECT_LE(corrections(regulator, 1500, pwm, 100, speed), 5);
+  EXPECT_EQ(speed(pwm), 1400);
+}
+
+TEST(Regulator, ThatGaveUpBeginsAnewWhenTheFanChangesByItself) {
+  Regulator regulator;
+  int pwm = 150;
+  corrections(regulator, 1500, pwm, 10, [](int) { return 1200; });
+  EXPECT_EQ(corrections(regulator, 1500, pwm, 1, [](int) { return 900; }), 1);
+}
+
+TEST(Regulator, GoesOnWhileTheSpeedFollows) {
+  Regulator regulator;
+  int pwm = 70;
+  EXPECT_GT(corrections(regulator, 2000, pwm, 100, [](int given) { return given * 12; }), 5);
+  EXPECT_NEAR(pwm * 12, 2000, 60);
+}
+
 }  // namespace
 }  // namespace linux_machine

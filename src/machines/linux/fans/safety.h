@@ -62,6 +62,9 @@ class Thermometers {
   /// Opens them; done again, nothing. A temperature that cannot be opened is a failure.
   sysfs::Result<sysfs::Done> open(sysfs::Tree& tree);
 
+  /// Whether there is none at all.
+  bool none() const { return watched_.empty(); }
+
   /// Requires: they are open.
   std::vector<TemperatureReading> read();
 

@@ -101,11 +101,12 @@ Result<TakenChannel> TakenChannel::take(const Surroundings& surroundings, Ledger
     return before.failure();
   }
   std::vector<std::string> lines;
+  const bool full = fan.kind().zero_is_full_speed;
   FanState state{fan.folder,  fan.channel,    fan.chip, before->target,
-                 before->pwm, before->enable, false};
+                 before->pwm, before->enable, false,    full};
   lines.push_back(fan_line(state));
   if (fan.kind().one_switch) {
-    FanState all{fan.folder, 1, fan.chip, {}, {}, {}, true};
+    FanState all{fan.folder, 1, fan.chip, {}, {}, {}, true, full};
     lines.push_back(fan_line(all));
   }
   Result<TakenChannel> taken = open(surroundings.sys, fan, *before, lines);
@@ -169,6 +170,9 @@ Result<Done> TakenChannel::set_pwm(int pwm) {
   }
   holds_target_ = false;
   Result<Done> written = pwm_attribute_.write(pwm);
+  if (!written && !is_in_its_mode() && enter(chip_->manual_mode)) {
+    written = pwm_attribute_.write(pwm);  // the firmware had taken the fan meanwhile
+  }
   if (written) {
     pwm_ = pwm;
   }
@@ -176,7 +180,7 @@ Result<Done> TakenChannel::set_pwm(int pwm) {
 }
 
 bool TakenChannel::hold_target(double rpm) {
-  if (!target_) {
+  if (!has_target()) {
     return false;
   }
   const bool taken = [&] {
@@ -188,20 +192,41 @@ bool TakenChannel::hold_target(double rpm) {
   }();
   if (taken && (holds_target_ || enter(*chip_->target_mode))) {
     holds_target_ = true;
+    held_rpm_ = std::llround(rpm);
     return true;
   }
   if (!holds_target_) {
     enter(chip_->manual_mode);  // if it fails, so does the pwm that comes instead of the target
   }
-  target_.reset();
+  give_up_target();
   return false;
 }
 
-bool TakenChannel::put_back() {
+bool TakenChannel::is_in_its_mode() {
+  if (!mode_) {
+    return true;
+  }
+  const Result<long long> shown = mode_->read_integer();
+  const int wanted = holds_target_ ? *chip_->target_mode : chip_->manual_mode;
+  return !shown || is_mode(*chip_, *shown, wanted);  // one that is not said is not known to differ
+}
+
+Result<Done> TakenChannel::enter_again() {
+  Result<Done> entered = enter(holds_target_ ? *chip_->target_mode : chip_->manual_mode);
+  if (!entered) {
+    return entered;
+  }
+  return holds_target_ ? target_->write(held_rpm_) : pwm_attribute_.write(pwm_);
+}
+
+bool TakenChannel::put_back(Switch mode_switch) {
   if (before_.target && target_) {
     target_->write(*before_.target);
   }
   const Result<Done> pwm = set_pwm(static_cast<int>(before_.pwm));
+  if (mode_switch == Switch::leave) {
+    return static_cast<bool>(pwm);
+  }
   const long long mode = before_.enable.value_or(kUnreadableAutomatic);
   Result<Done> entered = mode == chip_->manual_mode ? pwm : enter(static_cast<int>(mode));
   if (!entered) {

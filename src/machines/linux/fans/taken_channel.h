@@ -34,16 +34,30 @@ class TakenChannel {
   int pwm() const { return pwm_; }
 
   /// Whether the chip may be told a speed in RPM.
-  bool has_target() const { return target_.has_value(); }
+  bool has_target() const { return target_ && target_works_; }
   bool holds_target() const { return holds_target_; }
 
   /// Lets the chip hold a speed by itself. False if it does not take this one (it reads back too
   /// far off, or an access failed): has_target() is false from then on, the mode is manual.
   bool hold_target(double rpm);
 
-  /// As it was, through the attributes that are open: what is left to do without privilege. At
-  /// full speed if the mode is refused. Returns whether its mode reads as it was.
-  bool put_back();
+  /// The chip does not hold what it is told: has_target() is false from now on.
+  void give_up_target() { target_works_ = false; }
+
+  /// Whether the mode is still the one that it was put into; true where it cannot be read.
+  bool is_in_its_mode();
+
+  /// Puts it into its mode again, with what was commanded last.
+  sysfs::Result<sysfs::Done> enter_again();
+
+  /// What to do with the switch of the mode: leave one that other forced fans need as well.
+  enum class Switch { put_back, leave };
+
+  /// As it was, through the attributes that are open: that works without privilege too. At full
+  /// speed if the mode is refused. Returns whether its mode reads as it was.
+  bool put_back(Switch mode_switch);
+
+  const Chip& chip() const { return *chip_; }
 
   const std::string& input() const { return input_.path(); }
   const std::string& enable() const { return enable_.path(); }
@@ -73,7 +87,9 @@ class TakenChannel {
   std::optional<sysfs::Attribute> target_;  ///< if the chip holds targets
   std::optional<sysfs::Attribute> target_read_;
   int pwm_ = 0;
+  long long held_rpm_ = 0;  ///< while it holds a target
   bool holds_target_ = false;
+  bool target_works_ = true;
 };
 
 }  // namespace linux_machine

@@ -16,7 +16,6 @@ constexpr int kRoundsOwing = 4;
 
 }  // namespace
 
-using sysfs::Failure;
 using sysfs::Result;
 using sysfs::Trouble;
 
@@ -29,16 +28,30 @@ void FanControl::watch() {
   if (bits_now() == 0) {
     return;
   }
-  if (!judge()) {
-    trip_if_alarmed();
-    return;
-  }
-  for (std::size_t i = 0; i < fans_.size(); ++i) {
+  judge();
+  for (std::size_t i = 0; i < fans_.size() && !alarm_; ++i) {
     if (fans_[i].forced) {
-      // One that fails is done again in the next round; a fan that stands meanwhile is seen.
-      fans_[i].forced->correct(speeds_[i], surroundings_.now_ns());
+      alarm_ = fans_[i].forced->keep_mode(surroundings_.now_ns());
     }
   }
+  trip_if_alarmed();
+  for (std::size_t i = 0; i < fans_.size(); ++i) {
+    if (fans_[i].forced) {
+      correct(fans_[i], speeds_[i]);
+    }
+  }
+}
+
+/// A command that fails is given again in the next round; a fan that stands meanwhile is seen.
+void FanControl::correct(Fan& fan, const std::optional<double>& rpm) {
+  const double greatest = fan.curve ? fan.curve->greatest_rpm() : fan.most.value_or(kMostRpm);
+  if (rpm && fan.forced->chip_misses_target(*rpm, greatest, surroundings_.now_ns())) {
+    fan.forced->channel().give_up_target();
+    fan.applied.reset();
+    apply_target(fan);
+    return;
+  }
+  fan.forced->correct(rpm, surroundings_.now_ns());
 }
 
 /// Reads everything that is watched. Only finds out: it is asked in the middle of a measurement
@@ -46,13 +59,13 @@ void FanControl::watch() {
 Result<sysfs::Done> FanControl::judge() {
   const std::vector<TemperatureReading> temperatures = thermometers_.read();
   std::vector<FanReading> readings;
-  speeds_.clear();
-  for (Fan& fan : fans_) {
-    if (fan.forced) {
-      readings.push_back(fan.forced->read(surroundings_.now_ns()));
-      speeds_.push_back(readings.back().rpm);
-    } else {
-      speeds_.emplace_back(0.0);
+  speeds_.assign(fans_.size(), std::nullopt);
+  for (std::size_t i = 0; i < fans_.size(); ++i) {
+    const std::int64_t now_ns = surroundings_.now_ns();
+    if (fans_[i].forced && fans_[i].forced->read_is_due(now_ns)) {
+      readings.push_back(fans_[i].forced->read(now_ns));
+      const Result<double>& rpm = readings.back().rpm;
+      speeds_[i] = rpm ? std::optional<double>(*rpm) : std::nullopt;
     }
   }
   alarm_ = safety_.judge(temperatures, readings);
@@ -60,17 +73,22 @@ Result<sysfs::Done> FanControl::judge() {
 }
 
 void FanControl::trip_if_alarmed() {
-  if (!alarm_ || !tripped_.empty()) {
+  if (!alarm_ || tripped_) {
     return;
   }
-  tripped_ = *alarm_;
-  const bool forced = bits_now() != 0;
+  trip_reason_ = *alarm_;
+  tripped_ = true;
+  std::string said = bits_now() != 0 ? "the fans are given back" : "no fan is forced";
+  std::string lost;
   for (Fan& fan : fans_) {
-    if (fan.forced) {
-      give_back(fan);
+    if (fan.forced && !give_back(fan)) {
+      lost += (lost.empty() ? "" : ", ") + fan.channel->enable();
     }
   }
-  surroundings_.report((forced ? "the fans are given back: " : "no fan is forced: ") + tripped_);
+  if (!lost.empty()) {
+    said = "no fan is forced any more, but this could not be put back: " + lost;
+  }
+  surroundings_.report(said + ": " + trip_reason_);
 }
 
 bool FanControl::owes_now() const {

@@ -28,12 +28,19 @@ class WatchingTest : public testing::Test {
     EXPECT_EQ(bench_.control->force_bits(), 0);
     EXPECT_EQ(bench_.state(), before_);
     bench_.pass(10);
-    ASSERT_EQ(bench_.surroundings.reports().size(), 1U);
-    EXPECT_EQ(bench_.surroundings.reports()[0], "the fans are given back: " + reason);
+    EXPECT_EQ(reports(), std::vector<std::string>{"the fans are given back: " + reason});
+    EXPECT_TRUE(bench_.control->tripped());
     const auto again = bench_.control->set_force_bits(1);
     ASSERT_FALSE(again);
     EXPECT_EQ(again.failure().error, ECANCELED);
     EXPECT_NE(again.failure().message.find(reason), std::string::npos);
+  }
+
+  /// But for those of measurements.
+  std::vector<std::string> reports() {
+    std::vector<std::string> all = bench_.surroundings.reports();
+    std::erase_if(all, [](const std::string& one) { return one.starts_with("measuring "); });
+    return all;
   }
 
   FanFixture bench_;
@@ -82,7 +89,7 @@ TEST_F(WatchingTest, ActsWithoutPrivilegeThroughWhatIsOpen) {
   bench_.pass(0.5);
   bench_.faulty.privileged = true;
   EXPECT_EQ(bench_.state(), before_);
-  EXPECT_EQ(bench_.surroundings.reports().size(), 1U);
+  EXPECT_EQ(reports().size(), 1U);
   // With the privilege back, nothing is owed to the ledger any more.
   bench_.surroundings.user = 0;
   EXPECT_TRUE(bench_.control->set_force_bits(0));
@@ -101,6 +108,151 @@ TEST_F(WatchingTest, TripsWhileATargetNeedsAMeasurement) {
   bench_.memory.put(FanFixture::kTemperature, "99000");
   EXPECT_EQ(bench_.control->set_target_rpm(0, 1000).failure().error, ECANCELED);
   expect_tripped("devices/cpu/temp1_input reads 99 degrees, and 100 degrees are critical");
+}
+
+TEST_F(WatchingTest, PutsTheFansBackIfThePrivilegeGoesBetweenLookingAndActing) {
+  force();
+  bench_.faulty.privileged = false;  // and the user is still said to be the superuser
+  bench_.memory.put(FanFixture::kTemperature, "99000");
+  bench_.pass(0.5);
+  bench_.faulty.privileged = true;
+  EXPECT_EQ(bench_.control->force_bits(), 0);
+  EXPECT_EQ(bench_.state(), before_);
+  EXPECT_TRUE(bench_.surroundings.reported("the fans are given back: "));
+}
+
+TEST_F(WatchingTest, AFanThatIsGivenBackStaysSoThoughTheLedgerCannotBePaid) {
+  force();
+  int modes = 0;
+  bench_.memory.on_write(FanFixture::attribute("pwm1_enable"), [&](std::string& text) {
+    const bool original = text.starts_with("5");
+    return original && ++modes > 1 && modes <= 5 ? -EIO : 0;
+  });
+  bench_.memory.put(FanFixture::kTemperature, "99000");
+  bench_.pass(0.5);
+  EXPECT_GT(modes, 5);
+  EXPECT_EQ(bench_.state(), before_);
+  EXPECT_TRUE(bench_.surroundings.reported("the fans are given back: "));
+}
+
+TEST_F(WatchingTest, DoesNotSayThatAFanIsGivenBackThatIsNot) {
+  force();
+  bench_.surroundings.user = 1000;
+  bench_.faulty.privileged = false;
+  bench_.moving.refuse_mode(0, 5, EINVAL);
+  bench_.memory.put(FanFixture::kTemperature, "99000");
+  bench_.pass(0.5);
+  EXPECT_EQ(bench_.shown("pwm1"), 255);
+  EXPECT_EQ(bench_.shown("pwm2_enable"), 5);
+  EXPECT_FALSE(bench_.surroundings.reported("given back"));
+  EXPECT_TRUE(bench_.surroundings.reported(FanFixture::attribute("pwm1_enable") + ": devices/cpu"));
+}
+
+TEST_F(WatchingTest, ARefusalAfterATripDoesNotBlameThePrivilege) {
+  force();
+  EXPECT_FALSE(bench_.control->tripped());
+  bench_.memory.put(FanFixture::kTemperature, "99000");
+  bench_.pass(0.5);
+  bench_.surroundings.user = 1000;
+  EXPECT_TRUE(bench_.control->tripped());
+  EXPECT_EQ(bench_.control->set_force_bits(1).failure().error, ECANCELED);
+  EXPECT_EQ(bench_.control->maximum_rpm(1).failure().error, ECANCELED);
+  EXPECT_TRUE(bench_.control->set_force_bits(0));
+}
+
+TEST_F(WatchingTest, AWaveDoesNotHideABlockedRotor) {
+  force();
+  bench_.moving.block(0, true);
+  for (int half = 0; half < 6; ++half) {
+    bench_.control->set_target_rpm(0, half % 2 == 0 ? 900 : 1500);
+    bench_.pass(2);
+  }
+  expect_tripped(FanFixture::attribute("fan1_input") + " reads 0 RPM, and the fan should turn");
+}
+
+TEST_F(WatchingTest, AFanThatFallsBackToAutomaticIsTakenAgain) {
+  force();
+  const long long commanded = bench_.shown("pwm1");
+  for (int times = 0; times < 4; ++times) {
+    ASSERT_TRUE(sysfs::write_text(bench_.moving, FanFixture::attribute("pwm1_enable"), "5"));
+    bench_.pass(0.5);
+    EXPECT_EQ(bench_.shown("pwm1_enable"), 1);
+    EXPECT_EQ(bench_.shown("pwm1"), commanded);
+    bench_.pass(0.5);
+  }
+  EXPECT_EQ(bench_.control->force_bits(), 3);
+  ASSERT_TRUE(bench_.control->set_force_bits(0));
+  EXPECT_EQ(bench_.state(), before_);
+}
+
+TEST_F(WatchingTest, AFanThatIsTakenAwayThreeTimesInARowIsLetGo) {
+  force();
+  for (int times = 0; times < 3; ++times) {
+    EXPECT_EQ(bench_.control->force_bits(), 3) << times;
+    ASSERT_TRUE(sysfs::write_text(bench_.moving, FanFixture::attribute("pwm1_enable"), "5"));
+    bench_.pass(0.5);
+  }
+  expect_tripped(FanFixture::attribute("pwm1_enable") + " does not stay in manual mode");
+}
+
+TEST_F(WatchingTest, AFanThatCannotBeTakenAgainIsLetGo) {
+  force();
+  ASSERT_TRUE(sysfs::write_text(bench_.moving, FanFixture::attribute("pwm1_enable"), "5"));
+  bench_.moving.refuse_mode(0, 1, EINVAL);
+  bench_.pass(0.5);
+  EXPECT_TRUE(bench_.control->tripped());
+  EXPECT_TRUE(bench_.surroundings.reported("pwm1_enable does not stay in manual mode: writing "));
+}
+
+TEST_F(WatchingTest, ATargetReachesAFanThatHasFallenBackMeanwhile) {
+  force();
+  ASSERT_TRUE(sysfs::write_text(bench_.moving, FanFixture::attribute("pwm1_enable"), "5"));
+  EXPECT_TRUE(bench_.control->set_target_rpm(0, 1900));
+  bench_.pass(30);
+  EXPECT_NEAR(bench_.speed(1), 1900, 57);
+}
+
+TEST(Watching, AChipThatHoldsTargetsIsPutBackToDoingSo) {
+  std::vector<MovingFan> fans = FanFixture::two_fans();
+  fans[0].target_mode = 3;
+  fans[0].modes = {1, 2, 3};
+  FanFixture bench("f71805f", "2", fans);
+  bench.new_run();
+  ASSERT_TRUE(bench.control->set_force_bits(1));
+  ASSERT_TRUE(bench.control->set_target_rpm(0, 1500));
+  bench.memory.put(FanFixture::attribute("fan1_target"), "700");
+  ASSERT_TRUE(sysfs::write_text(bench.moving, FanFixture::attribute("pwm1_enable"), "2"));
+  bench.pass(0.5);
+  EXPECT_EQ(bench.shown("pwm1_enable"), 3);
+  EXPECT_EQ(bench.shown("fan1_target"), 1500);
+}
+
+/// Of a chip with one fan, in 10 s of watching.
+int accesses_in_ten_seconds(const std::string& chip, const std::string& mode) {
+  std::vector<MovingFan> fans = {FanFixture::two_fans()[0]};
+  fans[0].full_reads_as_zero = false;
+  FanFixture bench(chip, mode, fans);
+  bench.new_run();
+  EXPECT_TRUE(bench.control->set_force_bits(1));
+  bench.faulty.fail(0, 0, FaultyTree::For::once);
+  bench.pass(10);
+  EXPECT_EQ(bench.control->force_bits(), 1);
+  return bench.faulty.accesses();
+}
+
+TEST(Watching, AChipThatStallsTheMachineIsReadEachTwoSeconds) {
+  EXPECT_EQ(accesses_in_ten_seconds("nct6779", "5"), 20 + 20 + 20);  // temperature, speed, mode
+  EXPECT_EQ(accesses_in_ten_seconds("dell_smm", "?"), 20 + 5);
+}
+
+TEST(Watching, ASlowlyReadFanThatStandsIsStillSeen) {
+  FanFixture bench("dell_smm", "?", {FanFixture::two_fans()[0]});
+  bench.new_run();
+  ASSERT_TRUE(bench.control->set_force_bits(1));
+  bench.moving.block(0, true);
+  bench.pass(12);
+  EXPECT_TRUE(bench.control->tripped());
+  EXPECT_TRUE(bench.surroundings.reported("reads 0 RPM"));
 }
 
 TEST_F(WatchingTest, AFanFoundAtRestMayStay) {

@@ -29,7 +29,7 @@ namespace {
 constexpr char kLeave = 'L';
 
 // More than a journal can be: 70 bytes for each of 6 attributes of 1024 policies.
-std::array<char, 512 * 1024> journal_room;
+std::array<char, std::size_t{512} * 1024> journal_room;
 
 constexpr int kMostGuardians = 16;
 std::array<std::atomic<int>, kMostGuardians> pipes_in_use{};  // 0: none; else the descriptor + 1

@@ -92,7 +92,7 @@ Result<Done> Ledger::note(const std::string& line) {
   if (std::find(lines_.begin(), lines_.end(), line) != lines_.end()) {
     return Done{};
   }
-  const Result<Done> written = holding_->state().append(line + "\n");
+  Result<Done> written = holding_->state().append(line + "\n");
   if (written) {
     lines_.push_back(line);
   }

@@ -1,0 +1,227 @@
+#include "machines/linux/checkup/work.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+
+#include "machines/linux/giving_back/journal.h"
+#include "machines/linux/giving_back/repair.h"
+#include "support/machine/fan_fixture.h"
+
+namespace linux_machine {
+namespace {
+
+/// What is shown to the user, kept.
+class KeptConsole {
+ public:
+  inspection::Console console() {
+    return {.progress =
+                [this](double fraction, const std::string& what) {
+                  fractions.push_back(fraction);
+                  steps.push_back(what);
+                },
+            .print = [this](const std::string& line) { printed += line + "\n"; },
+            .complain = [this](const std::string& line) { complaints += line + "\n"; }};
+  }
+
+  std::vector<double> fractions;
+  std::vector<std::string> steps;
+  std::string printed;
+  std::string complaints;
+};
+
+#define EXPECT_HAS(text, part) EXPECT_NE((text).find(part), std::string::npos) << (text)
+
+class Calibrate : public testing::Test {
+ protected:
+  bool calibrate() {
+    Machine machine(surroundings());
+    return linux_machine::calibrate(machine, surroundings(), kept.console());
+  }
+  Surroundings& surroundings() { return bench.surroundings.surroundings; }
+  std::size_t curves_kept() {
+    const std::string& folder = surroundings().curves_folder;
+    return std::filesystem::exists(folder) ? static_cast<std::size_t>(std::distance(
+                                                 std::filesystem::directory_iterator(folder), {}))
+                                           : 0;
+  }
+
+  FanFixture bench;
+  KeptConsole kept;
+};
+
+TEST_F(Calibrate, MeasuresKeepsAndPrintsEveryFan) {
+  EXPECT_TRUE(calibrate());
+  EXPECT_EQ(kept.complaints, "");
+  for (const char* fan : {"fan 1", "fan 2"}) {
+    EXPECT_HAS(kept.printed, std::string("chip nct6779\n") + fan + "\nstops-and-starts yes\n");
+  }
+  EXPECT_HAS(kept.printed, "\n255 19");  // 2000, but for what the fan still gains
+  EXPECT_HAS(kept.printed, "\n255 14");  // 1500
+  EXPECT_HAS(kept.printed, "# kept in " + surroundings().curves_folder + "/");
+  EXPECT_EQ(curves_kept(), 2U);
+}
+
+TEST_F(Calibrate, IsKnownToTheNextRun) {
+  ASSERT_TRUE(calibrate());
+  Machine next(surroundings());
+  EXPECT_NEAR(*next.fans().maximum_rpm(1), 1500, 15);
+  EXPECT_FALSE(next.fans().maximum_is_measured_on_demand(1));
+}
+
+TEST_F(Calibrate, LeavesTheFansAsTheyWereAndOtherRunsFree) {
+  const auto before = bench.state();
+  Machine machine(surroundings());
+  ASSERT_TRUE(linux_machine::calibrate(machine, surroundings(), kept.console()));
+  EXPECT_EQ(bench.state(), before);
+  EXPECT_TRUE(StateFile::lock(surroundings(), kFansPart)) << "while the machine is still there";
+  EXPECT_TRUE(parts_with_state(surroundings()).empty());
+}
+
+TEST_F(Calibrate, ShowsItsProgressFanByFan) {
+  ASSERT_TRUE(calibrate());
+  const auto second = std::find_if(kept.steps.begin(), kept.steps.end(), [](const auto& step) {
+    return step.starts_with("nct6779 fan2: ");
+  });
+  ASSERT_NE(second, kept.steps.end());
+  EXPECT_TRUE(std::all_of(kept.steps.begin(), second,
+                          [](const auto& step) { return step.starts_with("nct6779 fan1: "); }));
+  const auto middle = kept.fractions.begin() + (second - kept.steps.begin());
+  for (const auto& [from, to] :
+       {std::pair(kept.fractions.begin(), middle), std::pair(middle, kept.fractions.end())}) {
+    EXPECT_EQ(*from, 0);
+    EXPECT_TRUE(std::is_sorted(from, to));
+    EXPECT_EQ(*std::prev(to), 1);
+  }
+}
+
+TEST_F(Calibrate, MeasuresTheOthersWhenOneFanFails) {
+  Machine machine(surroundings());
+  const auto before = bench.state();
+  bench.moving.block(0, true);
+  EXPECT_FALSE(linux_machine::calibrate(machine, surroundings(), kept.console()));
+  EXPECT_TRUE(kept.complaints.starts_with("nct6779 fan1: reading ")) << kept.complaints;
+  EXPECT_HAS(kept.complaints, "the fan does not turn at full speed");
+  EXPECT_HAS(kept.printed, "fan 2\n");
+  EXPECT_EQ(curves_kept(), 1U);
+  EXPECT_EQ(bench.state(), before);
+}
+
+TEST_F(Calibrate, IsRefusedToOrdinaryUsers) {
+  bench.surroundings.user = 1000;
+  EXPECT_FALSE(calibrate());
+  EXPECT_HAS(kept.complaints, "needs the superuser");
+  EXPECT_EQ(curves_kept(), 0U);
+}
+
+TEST_F(Calibrate, IsRefusedBesideAFanDaemon) {
+  bench.surroundings.proc.put("5/comm", "fan2go\n");
+  EXPECT_FALSE(calibrate());
+  EXPECT_HAS(kept.complaints, "systemctl stop fan2go");
+}
+
+TEST_F(Calibrate, ComplainsOfACurveThatCannotBeKept) {
+  surroundings().curves_folder = bench.surroundings.folder() + "/a file/curves";
+  std::ofstream(bench.surroundings.folder() + "/a file") << "in the way\n";
+  EXPECT_FALSE(calibrate());
+  EXPECT_HAS(kept.complaints, "/a file/curves: Not a directory");
+  EXPECT_HAS(kept.printed, "\n255 19") << "\nwhat was measured is not lost";
+}
+
+/// A machine on which nothing moves.
+bool calibrate_on(const std::string& text, KeptConsole& kept) {
+  MemoryTree tree(text);
+  const TestSurroundings world(tree);
+  Machine machine(world.surroundings);
+  return linux_machine::calibrate(machine, world.surroundings, kept.console());
+}
+
+TEST(CalibrateWithout, AnythingToMeasureIsWell) {
+  KeptConsole kept;
+  EXPECT_TRUE(calibrate_on("", kept));
+  EXPECT_EQ(kept.printed, "# no fan of this machine can be forced: nothing to measure\n");
+}
+
+TEST(CalibrateWithout, AFanThatCanBeForcedSaysWhy) {
+  KeptConsole kept;
+  EXPECT_TRUE(
+      calibrate_on("link class/hwmon/hwmon0 -> ../../devices/x\n"
+                   "0444 devices/x/name = nct6779\n0444 devices/x/fan1_input = 900\n",
+                   kept));
+  EXPECT_TRUE(kept.printed.starts_with("# nct6779 fan1 cannot be forced: devices/x/fan1_input: "))
+      << kept.printed;
+  EXPECT_HAS(kept.printed, "# no fan of this machine can be forced: nothing to measure\n");
+  EXPECT_EQ(kept.complaints, "");
+}
+
+class Restore : public testing::Test {
+ protected:
+  /// As a run that was killed leaves it.
+  void leave(const std::string& part, const std::string& journal) {
+    const auto state = StateFile::lock(world.surroundings, part);
+    ASSERT_TRUE(state);
+    ASSERT_TRUE(state->append(journal));
+  }
+  bool restore() { return restore_parts(world.surroundings, kept.console()); }
+
+  MemoryTree tree{"0644 devices/a = 5\n0644 devices/b = 5\n"};
+  TestSurroundings world{tree};
+  KeptConsole kept;
+};
+
+TEST_F(Restore, SaysWhenThereIsNothingToDo) {
+  EXPECT_TRUE(restore());
+  EXPECT_EQ(kept.printed, "nothing was left changed\n");
+  EXPECT_EQ(tree.writes(), 0);
+}
+
+TEST_F(Restore, GivesBackEveryPart) {
+  leave("fans", set_line("devices/a", "1") + "\n");
+  leave("P-states", set_line("devices/b", "2") + "\n");
+  EXPECT_TRUE(restore());
+  EXPECT_EQ(tree.text("devices/a"), "1");
+  EXPECT_EQ(tree.text("devices/b"), "2");
+  EXPECT_EQ(kept.printed, "P-states: given back\nfans: given back\n");
+  EXPECT_EQ(kept.complaints, "");
+  EXPECT_TRUE(parts_with_state(world.surroundings).empty());
+}
+
+TEST_F(Restore, IsDoneOnce) {
+  leave("fans", set_line("devices/a", "1") + "\n");
+  ASSERT_TRUE(restore());
+  tree.put("devices/a", "9");
+  EXPECT_TRUE(restore());
+  EXPECT_EQ(tree.text("devices/a"), "9");
+}
+
+TEST_F(Restore, KeepsWhatCouldNotBeGivenBackAndDoesTheRest) {
+  leave("P-states", set_line("devices/a", "1") + "\n");
+  leave("fans", set_line("devices/b", "2") + "\n");
+  tree.fail("devices/a", EIO);
+  EXPECT_FALSE(restore());
+  EXPECT_TRUE(kept.complaints.starts_with("P-states: could not all be given back; "))
+      << kept.complaints;
+  EXPECT_HAS(kept.complaints, world.surroundings.state_folder + "/P-states keeps what is left");
+  EXPECT_TRUE(world.reported("devices/a could not be put back to 1"));
+  EXPECT_EQ(tree.text("devices/b"), "2");
+  EXPECT_EQ(parts_with_state(world.surroundings), std::vector<std::string>{"P-states"});
+
+  tree.fail("devices/a", 0);
+  EXPECT_TRUE(restore());
+  EXPECT_EQ(tree.text("devices/a"), "1");
+}
+
+TEST_F(Restore, LeavesAloneWhatARunHolds) {
+  leave("fans", set_line("devices/a", "1") + "\n");
+  const auto run = StateFile::lock(world.surroundings, "fans");
+  ASSERT_TRUE(run);
+  EXPECT_FALSE(restore());
+  EXPECT_HAS(kept.complaints, "another run holds the fans");
+  EXPECT_EQ(tree.text("devices/a"), "5");
+}
+
+}  // namespace
+}  // namespace linux_machine

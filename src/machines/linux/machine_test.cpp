@@ -1,0 +1,197 @@
+#include "machines/linux/machine.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <set>
+
+#include "support/machine/fan_fixture.h"
+#include "support/machine/machine_file.h"
+#include "support/machine/memory_tree.h"
+#include "support/machine/test_surroundings.h"
+
+namespace linux_machine {
+namespace {
+
+using Names = std::vector<std::string>;
+
+Names names(const std::vector<Key>& keys) {
+  Names all;
+  all.reserve(keys.size());
+  for (const Key& key : keys) {
+    all.push_back(key.name());
+  }
+  return all;
+}
+
+Names operator+(Names all, const Names& more) {
+  all.insert(all.end(), more.begin(), more.end());
+  return all;
+}
+
+/// The keys of so many fans that can all be forced, and whose lowest speed is not known.
+Names forcible(int fans) {
+  Names all{"FS! "};
+  for (int fan = 0; fan < fans; ++fan) {
+    for (const char* what : {"Ac", "Tg", "Mx"}) {
+      all.push_back("F" + std::to_string(fan) + what);
+    }
+  }
+  return all;
+}
+
+/// What every machine of tests/machines has; the sensors' types and values are those of
+/// sensors_test.
+const std::map<std::string, Names> kKeys = {
+    {"acpitz_only", {"TC0D", "TC0P"}},
+    {"amd_energy_server", Names{"PC0C", "TC0D", "TC0P"} + forcible(3)},
+    {"amd_laptop_guided", Names{"PC0C", "TC0D", "TC0P", "TA0P"} + forcible(1)},
+    {"amd_pstate_passive", Names{"PC0C", "TC0D", "TC0P"} + forcible(2)},
+    {"arm_board", {"TC0D", "TC0P", "F0Ac"}},  // the kernel controls the fan
+    {"arm_server", Names{"PC0C", "TC0D", "TC0P"} + forcible(3)},
+    {"dell_laptop", Names{"PC0C", "PD0C", "TC0D", "TC0P", "TA0P"} + forcible(1)},
+    {"desktop_amd", Names{"PC0C", "TC0D", "TC0P"} + forcible(3)},  // of four fans
+    {"hybrid_intel", {"PC0C", "PS0C", "TC0D", "TC0P", "F0Ac"}},    // no manual control
+    {"laptop_intel_hwp", {"PC0C", "PS0C", "TC0D", "TC0P"}},
+    {"multi_die_intel", {"PC0C", "PD0C", "TC0D", "TC1D", "TC2D", "TC0P"}},
+    {"old_laptop", Names{"TC0D", "TC0P"} + forcible(1)},
+    {"server_amd_epyc", {"PC0C", "TC0D", "TC1D", "TC0P"}},
+    {"trouble_everywhere", Names{"PC0C", "PD0C", "PS0C", "TC0D", "TC0P", "TA0P"} + forcible(1)},
+    {"two_socket_intel", Names{"PC0C", "PD0C", "TC0D", "TC1D", "TC0P"} + forcible(3)},
+    {"virtual_machine", {}},
+    {"zenpower_desktop", Names{"PC0C", "TC0D", "TC0P"} + forcible(3)},
+};
+
+class MachineTest : public testing::TestWithParam<std::string> {
+ protected:
+  MemoryTree tree{read_machine(GetParam())};
+  TestSurroundings world{tree};
+};
+
+TEST_P(MachineTest, HasTheKeysThatItHasSourcesFor) {
+  ASSERT_TRUE(kKeys.contains(GetParam()));
+  EXPECT_EQ(names(Machine(world.surroundings).keys()), kKeys.at(GetParam()));
+}
+
+TEST_P(MachineTest, HasTheSameKeysForAnOrdinaryUser) {
+  tree.superuser = false;
+  world.user = 1000;
+  EXPECT_EQ(names(Machine(world.surroundings).keys()), kKeys.at(GetParam()));
+}
+
+TEST_P(MachineTest, SaysWhatStandsBehindEachKey) {
+  const Machine machine(world.surroundings);
+  for (const Key& key : machine.keys()) {
+    const bool attribute = key.source.find("class/") != std::string::npos ||
+                           key.source.find("devices/") != std::string::npos;
+    const bool measured = key.source.find("vorn-keys --calibrate") != std::string::npos;
+    EXPECT_TRUE(attribute || measured || key.name() == "FS! ") << key.name() << ": " << key.source;
+  }
+}
+
+TEST_P(MachineTest, HasADriverForWhatIsThere) {
+  std::vector<Names> classes;
+  Machine machine(world.surroundings);
+  for (const kx::Node& node : machine.compose()) {
+    classes.push_back(node.driver->classes());
+    EXPECT_TRUE(node.children.empty());
+  }
+  std::vector<Names> expected;
+  if (!kKeys.at(GetParam()).empty()) {
+    expected.push_back({"VeltoSMC"});
+  }
+  const bool without_cpufreq =
+      std::set<std::string>{"acpitz_only", "virtual_machine"}.contains(GetParam());
+  if (!without_cpufreq) {
+    expected.push_back({"LinuxPlatformPlugin", "KxPlatformPlugin"});
+  }
+  EXPECT_EQ(classes, expected);
+}
+
+TEST_P(MachineTest, IsOnlyLookedAt) {
+  const auto before = tree.snapshot();
+  {
+    Machine machine(world.surroundings);
+    machine.compose();
+  }
+  EXPECT_EQ(tree.writes(), 0);
+  EXPECT_EQ(tree.snapshot(), before);
+  EXPECT_EQ(tree.open_handles(), 0);
+  EXPECT_TRUE(std::filesystem::is_empty(world.folder()));
+  EXPECT_TRUE(world.reports().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Machines, MachineTest, testing::ValuesIn(all_machines()),
+                         [](const auto& one) { return one.param; });
+
+TEST(MachineWithNothing, HasNoDrivers) {
+  MemoryTree nothing;
+  const TestSurroundings world(nothing);
+  Machine machine(world.surroundings);
+  EXPECT_TRUE(machine.keys().empty());
+  EXPECT_TRUE(machine.temperatures().empty());
+  EXPECT_TRUE(machine.compose().empty());
+}
+
+TEST(MachineTemperatures, AreThoseOfThePackagesWithTheirLimits) {
+  MemoryTree tree(read_machine("two_socket_intel"));
+  const TestSurroundings world(tree);
+  const Machine machine(world.surroundings);
+  ASSERT_EQ(machine.temperatures().size(), 2U);
+  for (const WatchedTemperature& one : machine.temperatures()) {
+    EXPECT_NE(one.attribute.find("coretemp"), std::string::npos) << one.attribute;
+    EXPECT_EQ(one.critical_c, 100);
+  }
+}
+
+/// A machine with two fans that move, and one connection to its controller.
+class MachineWithFans : public testing::Test {
+ protected:
+  MachineWithFans() {
+    driver_ = machine.compose().front().driver;
+    EXPECT_EQ(driver_->open(kSMCConnectionType, client_), kKxReturnSuccess);
+    EXPECT_EQ(client_->scalar_method(kSMCSelectorOpen, {}, {}), kKxReturnSuccess);
+  }
+
+  kx_return_t write(const char (&name)[5], unsigned value) {
+    SMCParamStruct record{};
+    record.key = controller::four_characters(name);
+    record.command = kSMCCommandWrite;
+    record.info.dataSize = 2;
+    record.bytes[0] = static_cast<std::uint8_t>(value >> 8U);
+    record.bytes[1] = static_cast<std::uint8_t>(value);
+    std::size_t size = 0;
+    return client_->structure_method(kSMCSelectorTransaction, std::as_bytes(std::span(&record, 1)),
+                                     std::as_writable_bytes(std::span(&record, 1)), size);
+  }
+
+  FanFixture bench;
+  Machine machine{bench.surroundings.surroundings};
+
+ private:
+  std::shared_ptr<kx::Driver> driver_;
+  std::unique_ptr<kx::UserClient> client_;
+};
+
+TEST_F(MachineWithFans, IsWrittenBySuperusers) {
+  EXPECT_EQ(write("F0Tg", 1200 * 4), kKxReturnSuccess);
+  bench.surroundings.user = 1000;
+  EXPECT_EQ(write("F0Tg", 1300 * 4), kKxReturnNotPermitted);
+  EXPECT_EQ(*machine.fans().target_rpm(0), 1200);
+}
+
+// As a run does that has given the privilege up behind its first forcing.
+TEST_F(MachineWithFans, TellsForcedFansTheirSpeedsWithoutThePrivilege) {
+  bench.save_true_curve(0, Curve::Stop::unproven);
+  ASSERT_EQ(write("FS! ", 1), kKxReturnSuccess);
+  bench.surroundings.user = 1000;
+  bench.faulty.privileged = false;
+  EXPECT_EQ(write("F0Tg", 1200 * 4), kKxReturnSuccess);
+  EXPECT_EQ(*machine.fans().target_rpm(0), 1200);
+  EXPECT_EQ(write("FS! ", 3), kKxReturnNotPermitted) << "and forces no other";
+  EXPECT_EQ(machine.fans().force_bits(), 1);
+}
+
+}  // namespace
+}  // namespace linux_machine

@@ -1,0 +1,26 @@
+#include "support/fake_inspection.h"
+
+fake_inspection::State& fake_inspection::state() {
+  static State the_state;
+  return the_state;
+}
+
+void fake_inspection::reset() {
+  state() = {};
+}
+
+std::vector<inspection::Key> inspection::keys() {
+  return fake_inspection::state().keys;
+}
+
+std::vector<inspection::Finding> inspection::check() {
+  return fake_inspection::state().findings;
+}
+
+bool inspection::calibrate(const Console& /*console*/) {
+  return fake_inspection::state().well;
+}
+
+bool inspection::restore(const Console& /*console*/) {
+  return fake_inspection::state().well;
+}
