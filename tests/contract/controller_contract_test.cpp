@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <set>
 
@@ -60,6 +61,26 @@ class ControllerContract : public testing::TestWithParam<std::string> {
     SMCParamStruct reply;
     result_ = call(request, reply);
     return reply;
+  }
+
+  /// The value as it is stored; the call must succeed.
+  int read(const std::string& name) {
+    const SMCParamStruct reply = transact(name, kSMCCommandRead);
+    EXPECT_EQ(result_, kKxReturnSuccess) << name;
+    return reply.bytes[0] * 256 + reply.bytes[1];
+  }
+
+  /// The result byte; the call must succeed.
+  int write(const std::string& name, int stored) {
+    SMCParamStruct request{};
+    request.key = SMC::key(name);
+    request.command = kSMCCommandWrite;
+    request.info.dataSize = 2;
+    request.bytes[0] = static_cast<unsigned char>(stored / 256);
+    request.bytes[1] = static_cast<unsigned char>(stored % 256);
+    SMCParamStruct reply;
+    EXPECT_EQ(call(request, reply), kKxReturnSuccess) << name;
+    return reply.result;
   }
 
   /// The names that this machine has a key for.
@@ -176,6 +197,31 @@ TEST_P(ControllerContract, ReadsZeroForceBitsBeforeAnythingIsForced) {
     EXPECT_EQ(result_, kKxReturnSuccess);
     EXPECT_EQ(reply.bytes[0], 0);
     EXPECT_EQ(reply.bytes[1], 0);
+  }
+}
+
+TEST_P(ControllerContract, ForcesAFanToATargetAndGivesItBack) {
+  if (GetParam() == "trouble_everywhere") {
+    GTEST_SKIP() << "forces nothing while its thermometers are silent";
+  }
+  const std::vector<std::string> there = names();
+  for (std::uint16_t fan = 0; fan < 3; ++fan) {
+    const std::string number = "F" + std::to_string(fan);
+    const std::string target = number + "Tg";
+    const bool controllable = std::find(there.begin(), there.end(), target) != there.end();
+    if (!controllable || read(number + "Ac") == 0) {
+      continue;  // at rest: a header without a fan
+    }
+    const auto bit = static_cast<std::uint16_t>(1U << fan);
+    EXPECT_EQ(write("FS! ", bit), kSuccess);
+    EXPECT_EQ(read("FS! "), bit);
+    EXPECT_EQ(write(target, 1000 * 4), kSuccess) << "in quarters";
+    EXPECT_EQ(read(target), 1000 * 4);
+    EXPECT_EQ(read("FS! "), bit) << "a target changes no bit";
+    EXPECT_EQ(write("FS! ", 0), kSuccess);
+    EXPECT_EQ(read("FS! "), 0);
+    EXPECT_EQ(read(target), 1000 * 4) << "the target is left as it is";
+    EXPECT_EQ(write("FS! ", 0), kSuccess) << "again, with nothing forced";
   }
 }
 
