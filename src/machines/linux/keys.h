@@ -71,7 +71,8 @@ class LinuxKeys final : public controller::Keys {
   kx_return_t failed(std::size_t key, const sysfs::Failure& failure);
 
   const KeyStore store_;
-  std::vector<std::uint32_t> codes_;  ///< of the keys, close together: they are looked through often
+  std::vector<std::uint32_t>
+      codes_;  ///< of the keys, close together: they are looked through often
   std::vector<std::unique_ptr<Sensor>> sensors_;  ///< by key; null: a register, or not used yet
 };
 
