@@ -10,6 +10,9 @@ need_packages cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev c
 runtime=$(apt-cache search --names-only '^libclang-rt-dev$' 2>/dev/null | cut -d' ' -f1)
 [ -z "$runtime" ] || need_packages "$runtime"
 
+# Tests of how fast, or how slowly, something goes: a sanitizer says nothing new about it.
+SLOW='Latency|DrivesTheFansToTheirSpeed|SwitchesTheFansInAWave'
+
 begin() { printf '\n== %s (%s s)\n' "$1" "$SECONDS" >&2; }
 
 begin 'format'
@@ -23,23 +26,25 @@ cmake --preset tsan >build/headers.log
 cmake --build --preset tsan --target all_verify_interface_header_sets >>build/headers.log ||
   { cat build/headers.log && exit 1; }
 
-# Of the soak, whose shapes differ little to a sanitizer, each fourth one.
+# Of the soak, whose shapes differ little to a sanitizer, each eighth one.
 begin 'g++, address and undefined-behaviour sanitizers: every test'
 build asan
 ctest --preset asan -L unit -j "$(nproc)"
-ctest --preset asan -L program -E Latency
-ctest --preset asan -L soak -I 1,,4
+ctest --preset asan -L program -E "$SLOW"
+ctest --preset asan -L soak -I 1,,8
 
-begin 'clang, thread sanitizer: every test'
-build tsan
+begin 'clang, thread sanitizer: every test that starts a thread'
+build tsan Kx_test driver_test workload_test spin_loop_test blocking_spin_loop_test \
+  simulated_machine_test simulated_stages_test giving_back_test linux_fans_test \
+  linux_drivers_test contract_test program_test soak_test
 ctest --preset tsan -L unit -j "$(nproc)"
-ctest --preset tsan -L program -E Latency
-ctest --preset tsan -L soak -I 3,,4
+ctest --preset tsan -L program -E "$SLOW"
+ctest --preset tsan -L soak -I 5,,8
 
-begin 'fuzzing, a minute'
+begin 'fuzzing, half a minute'
 build fuzz
 mkdir -p build/fuzz/corpus
-build/fuzz/fuzz/smc_fuzz -max_total_time=60 -print_final_stats=1 build/fuzz/corpus 2>&1 | tail -n 12
+build/fuzz/fuzz/smc_fuzz -max_total_time=30 -print_final_stats=1 build/fuzz/corpus 2>&1 | tail -n 12
 
 begin 'clang-tidy'
 build tidy
