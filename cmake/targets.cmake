@@ -28,5 +28,11 @@ function(vorn_unit_test name)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE vorn_core ${test_LIBRARIES} vorn_settings
                         vorn_test_settings vorn_warnings GTest::gmock_main)
+  if(VORN_SANITIZE)
+    # Starting an instrumented program takes longer than most of its tests: one start for all.
+    add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+    set_tests_properties(${name} PROPERTIES LABELS unit TIMEOUT 600)
+    return()
+  endif()
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS unit TIMEOUT 120)
 endfunction()
