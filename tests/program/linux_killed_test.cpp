@@ -60,8 +60,10 @@ TEST_F(LinuxKilled, IsGivenBackAtWhateverMoment) {
     usleep(std::uniform_int_distribution<useconds_t>(0, run % 2 == 0 ? 100'000 : 900'000)(random));
     running.send(SIGKILL);
     ASSERT_EQ(running.wait().signal, SIGKILL);
-    ASSERT_TRUE(machine_.is_given_back_in_a_second()) << machine_.tree().left_to_give_back();
-    ASSERT_EQ(machine_.tree().snapshot(), before_) << "run " << run;
+    ASSERT_TRUE(machine_.is_given_back_in_a_second())
+        << "run " << run << "\n"
+        << machine_.tree().left_to_give_back() << running.err();
+    ASSERT_EQ(machine_.tree().snapshot(), before_) << "run " << run << "\n" << running.err();
   }
 }
 

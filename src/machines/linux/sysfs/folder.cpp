@@ -22,8 +22,7 @@ int Folder::open(const char* path, Mode mode) {
   std::memcpy(full.data(), root_.data(), root_.size());
   full[root_.size()] = '/';
   std::memcpy(full.data() + root_.size() + 1, path, length + 1);
-  // As a shell redirects: attributes do not care, files of a machine in a folder do.
-  const int flags = mode == Mode::read ? O_RDONLY : O_WRONLY | O_TRUNC;
+  const int flags = mode == Mode::read ? O_RDONLY : O_WRONLY;
   const int handle = ::open(full.data(), flags | O_CLOEXEC);
   return handle < 0 ? -errno : handle;
 }
