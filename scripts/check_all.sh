@@ -33,10 +33,8 @@ ctest --preset asan -L unit -j "$(nproc)"
 ctest --preset asan -L program -E "$SLOW"
 ctest --preset asan -L soak -I 1,,8
 
-begin 'clang, thread sanitizer: every test that starts a thread'
-build tsan Kx_test driver_test workload_test spin_loop_test blocking_spin_loop_test \
-  simulated_machine_test simulated_stages_test giving_back_test linux_fans_test \
-  linux_drivers_test contract_test program_test soak_test
+begin 'clang, thread sanitizer: every test'
+build tsan
 ctest --preset tsan -L unit -j "$(nproc)"
 ctest --preset tsan -L program -E "$SLOW"
 ctest --preset tsan -L soak -I 5,,8

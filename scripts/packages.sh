@@ -21,15 +21,13 @@ need_packages() {
       >/dev/null
 }
 
-# build PRESET [TARGET...]: configures and builds, everything unless targets are named, quietly
-# unless it fails.
+# build PRESET: configures and builds, quietly unless it fails.
 build() {
   local preset=$1
   local log="build/$preset.log"
-  shift
   mkdir -p build
   echo "building: $preset" >&2
-  if ! { cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}; } >"$log" 2>&1; then
+  if ! { cmake --preset "$preset" && cmake --build --preset "$preset"; } >"$log" 2>&1; then
     cat "$log" >&2
     return 1
   fi
