@@ -63,7 +63,7 @@ int main(int argc, char* argv[]) {
       std::cout << keys::usage(argv[0]);
       return kWell;
     case keys::Action::version:
-      std::cout << longversion << std::endl;
+      std::cout << version << std::endl;
       return kWell;
   }
   return kWrongCommandLine;
