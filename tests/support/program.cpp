@@ -122,9 +122,7 @@ void become(const Command& command) {
     argv.push_back(argument.data());
   }
   argv.push_back(nullptr);
-  // Else every run ends a second late, and one that was watched over by a thread, which has ended
-  // and belongs to a machine that lives as long as the process, ends with a complaint.
-  std::string quick_end = "TSAN_OPTIONS=atexit_sleep_ms=0:report_thread_leaks=0";
+  std::string quick_end = "TSAN_OPTIONS=atexit_sleep_ms=0";  // else every run ends a second late
   std::vector<std::string> variables = command.environment;
   std::vector<char*> environment;
   if (kSanitized) {

@@ -85,6 +85,12 @@ std::uint16_t FanControl::force_bits() const {
 }
 
 Result<sysfs::Done> FanControl::set_force_bits(std::uint16_t bits) {
+  Result<Done> changed = change_force_bits(bits);
+  join_ended_watch();
+  return changed;
+}
+
+Result<sysfs::Done> FanControl::change_force_bits(std::uint16_t bits) {
   const Lock lock(mutex_);
   const bool privileged = surroundings_.effective_user() == 0;
   if (bits == bits_now() && (owed_.empty() || !privileged)) {

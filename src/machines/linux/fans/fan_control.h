@@ -102,6 +102,9 @@ class FanControl {
   using Done = sysfs::Done;
   using Failure = sysfs::Failure;
 
+  sysfs::Result<Done> change_force_bits(std::uint16_t bits);
+  void join_ended_watch();
+
   // All of these want the mutex held.
   std::uint16_t bits_now() const;
   sysfs::Result<Done> may_force(const Fan& fan);
@@ -122,6 +125,7 @@ class FanControl {
   void correct(Fan& fan, const std::optional<double>& rpm);
   void trip_if_alarmed();
   void begin_watching();
+  bool has_to_watch() const;
   void watch_while_forced();
 
   const Surroundings& surroundings_;

@@ -106,19 +106,38 @@ void FanControl::begin_watching() {
   thread_ = std::thread([this] { watch_while_forced(); });
 }
 
+bool FanControl::has_to_watch() const {
+  return bits_now() != 0 || owes_now();
+}
+
 void FanControl::watch_while_forced() {
   std::unique_lock<std::mutex> lock(mutex_);
-  const auto has_work = [this] { return bits_now() != 0 || owes_now(); };
-  while (!ends_ && has_work()) {
+  while (!ends_ && has_to_watch()) {
     changed_.wait_for(lock, std::chrono::nanoseconds(kWatchPeriodNs),
-                      [&] { return ends_ || !has_work(); });
-    if (!ends_ && has_work()) {
+                      [&] { return ends_ || !has_to_watch(); });
+    if (!ends_ && has_to_watch()) {
       lock.unlock();
       watch();
       lock.lock();
     }
   }
   thread_runs_ = false;
+  changed_.notify_all();
+}
+
+/// No thread is left behind when the last fan is given back, unless one is forced meanwhile.
+void FanControl::join_ended_watch() {
+  std::thread ended;
+  {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [this] { return !thread_runs_ || has_to_watch(); });
+    if (!thread_runs_) {
+      ended = std::move(thread_);
+    }
+  }
+  if (ended.joinable()) {
+    ended.join();
+  }
 }
 
 }  // namespace linux_machine
