@@ -30,6 +30,9 @@ const std::map<std::string, Modules> kMayInclude = {
     {"machines", {"Assertion", "Host", "Kx", "SMC", "Inspection"}},
     {"Inspection", {}},
     {"keys", {"Kx", "SMC", "Inspection", "vorn"}},
+    {"engine",
+     {"Assertion", "Host", "Kx", "SMC", "PlatformPlugin", "Workload", "SpinLoop",
+      "BlockingSpinLoop", "WorkloadRegistry", "vorn", "Inspection"}},
 };
 
 /// Within the Linux machine, by folder: the same rule once more.
