@@ -2,36 +2,20 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <thread>
 
-namespace {
-
-std::atomic<int> commits{0};
-std::atomic<bool> held{false};
-std::atomic<int> waiting{0};
-
-}  // namespace
-
-// In place of the C library's: counts, and takes as long as a test wants.
-extern "C" void sync() noexcept {
-  ++waiting;
-  while (held) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  ++commits;
-}
+#include "support/held_sync.h"
 
 namespace {
+
+using held_sync::commits;
+using held_sync::held;
+using held_sync::waiting;
 
 class DiskCommitTest : public testing::Test {
  protected:
-  DiskCommitTest() {
-    commits = 0;
-    held = false;
-    waiting = 0;
-  }
+  DiskCommitTest() { held_sync::reset(); }
 
   static bool reaches(int count) {
     for (int tries = 0; tries < 10000 && commits < count; ++tries) {

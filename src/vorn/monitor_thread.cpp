@@ -37,9 +37,8 @@ void wait_for_the_grid(double start, double period) {
   }
 }
 
-void sample_into(std::ostream& out) {
+void sample_into(std::ostream& out, DiskCommit& commit) {
   SMC smc(keys);
-  DiskCommit commit;  // a machine that goes down under its load keeps the lines up to then
   std::list<float> sample;
   const double start = now();
   const double period = 1.0 / monitor_rate;
@@ -70,8 +69,11 @@ void* monitor_thread_function(void* /*arg*/) {
   if (to_file) {
     file.open(output, std::ios::out | std::ios::trunc);
   }
+  // A machine that goes down under its load keeps the lines up to then. Outlives the sampling: its
+  // end waits for the disk, and a failure is said before that.
+  DiskCommit commit;
   try {
-    sample_into(to_file ? file : std::cout);
+    sample_into(to_file ? file : std::cout, commit);
   } catch (SMCException& failure) {
     std::cerr << failure << std::endl;
   }

@@ -1,5 +1,6 @@
 #include "vorn/monitor_thread.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -9,6 +10,7 @@
 #include <sstream>
 #include <thread>
 
+#include "support/held_sync.h"
 #include "support/machine_fixture.h"
 #include "support/slow_controller.h"
 #include "vorn/run_sleep.h"
@@ -139,6 +141,34 @@ TEST_F(MonitorThread, AFailedReadingEndsItAndKeepsTheLinesBefore) {
             "KxConnectMethodStructureIStructureO(): error kKxReturnIOError\n");
   EXPECT_EQ(lines().size(), 1U);
   EXPECT_FALSE(params.terminate);
+}
+
+/// Whether something is printed on the captured standard error within ten seconds.
+bool something_is_said() {
+  for (int tries = 0; tries < 10000; ++tries) {
+    struct stat captured {};
+    if (fstat(STDERR_FILENO, &captured) == 0 && captured.st_size > 0) {
+      return true;
+    }
+    std::this_thread::sleep_for(milliseconds(1));
+  }
+  return false;
+}
+
+// A commit takes as long as the disk does: seconds, or for ever if the disk has gone.
+TEST_F(MonitorThread, SaysAFailureWithoutWaitingForTheDisk) {
+  held_sync::reset();
+  held_sync::held = true;
+  monitor_rate = 50;
+  const std::size_t second_line = 2 + 2;
+  controller->answer(second_line, {kKxReturnIOError, {}, {}, {}});
+  EXPECT_EQ(printed_by([] {
+              EXPECT_EQ(monitor_thread.start(monitor_thread_function, 63), 0);
+              EXPECT_TRUE(something_is_said());
+              held_sync::held = false;
+              end();
+            }),
+            "KxConnectMethodStructureIStructureO(): error kKxReturnIOError\n");
 }
 
 TEST_F(MonitorThread, WithoutAServiceEndsAndSaysSo) {
