@@ -1,16 +1,21 @@
 # How a folder of src/ adds itself to the build: its sources go into the one library that every
 # program and test links, its tests into a test program of its own.
 
-# vorn_sources(header-or-source ...): adds this folder's files to vorn_core. Headers are compiled
-# by themselves once, so that each is self-contained.
+# vorn_sources(header-or-source ...): adds this folder's files to vorn_core.
 function(vorn_sources)
+  vorn_sources_of(vorn_core ${ARGN})
+endfunction()
+
+# vorn_sources_of(library header-or-source ...): adds this folder's files to the library. Headers
+# are compiled by themselves once, so that each is self-contained.
+function(vorn_sources_of library)
   set(headers ${ARGN})
   list(FILTER headers INCLUDE REGEX "\\.h$")
   set(sources ${ARGN})
   list(FILTER sources INCLUDE REGEX "\\.cpp$")
   list(TRANSFORM headers PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
   list(TRANSFORM sources PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
-  target_sources(vorn_core PRIVATE ${sources}
+  target_sources(${library} PRIVATE ${sources}
                  PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${headers})
 endfunction()
 

@@ -4,8 +4,8 @@ set -eu
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
 
-need_packages cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev clang clang-tidy \
-  clang-format llvm man-db
+need_packages cmake ninja-build g++ libhwy-dev libgtest-dev libgmock-dev libbenchmark-dev clang \
+  clang-tidy clang-format llvm man-db
 # Where clang's sanitizer and fuzzer runtimes are a package of their own.
 runtime=$(apt-cache search --names-only '^libclang-rt-dev$' 2>/dev/null | cut -d' ' -f1)
 [ -z "$runtime" ] || need_packages "$runtime"

@@ -30,6 +30,7 @@ const std::map<std::string, Modules> kMayInclude = {
     {"machines", {"Assertion", "Host", "Kx", "SMC", "Inspection"}},
     {"Inspection", {}},
     {"keys", {"Kx", "SMC", "Inspection", "vorn"}},
+    // Above the driver: the driver knows nothing of it.
     {"engine",
      {"Assertion", "Host", "Kx", "SMC", "PlatformPlugin", "Workload", "SpinLoop",
       "BlockingSpinLoop", "WorkloadRegistry", "vorn", "Inspection"}},
@@ -86,6 +87,21 @@ TEST(Layers, NoModuleIncludesOneAboveIt) {
     }
   }
   EXPECT_GT(files, 50) << "the walk found nothing to judge";
+}
+
+TEST(Layers, OnlyTheLoadsOfTheEngineIncludeTheVectorLibrary) {
+  int files = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(VORN_SOURCES)) {
+    std::ifstream in(entry.path());
+    for (std::string line; std::getline(in, line);) {
+      if (line.starts_with("#include <hwy/")) {
+        ++files;
+        EXPECT_EQ(entry.path().parent_path(), fs::path(VORN_SOURCES) / "engine" / "loads")
+            << entry.path();
+      }
+    }
+  }
+  EXPECT_GT(files, 0) << "the walk found nothing to judge";
 }
 
 TEST(Layers, NoPartOfTheLinuxMachineIncludesOneAboveIt) {
