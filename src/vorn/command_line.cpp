@@ -4,11 +4,14 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <iterator>
+#include <vector>
 
 #include "Assertion/assertion.h"
 #include "Workload/WorkloadFactory.h"
 #include "vorn/module.h"
 #include "vorn/numbers.h"
+#include "vorn/option_extension.h"
 #include "vorn/settings.h"
 #include "vorn/version.h"
 
@@ -38,7 +41,6 @@ constexpr option kLongOptions[] = {
     {"workload", required_argument, nullptr, 'w'},
     {"sinusoid", required_argument, nullptr, 'z'},
     {"triangle", required_argument, nullptr, 'e'},
-    {nullptr, 0, nullptr, 0},
 };
 
 // The two tabs of the --invert line are meant.
@@ -163,6 +165,21 @@ bool apply_option(int letter, const char* program_name) {
   }
 }
 
+/// vorn alone.
+class NoExtension : public OptionExtension {
+ public:
+  std::vector<option> long_options() const override { return {}; }
+  Reading read(int /*code*/, const char* /*argument*/) override { return Reading::kNotMine; }
+};
+
+std::vector<option> all_long_options(const OptionExtension& extension) {
+  std::vector<option> all(std::begin(kLongOptions), std::end(kLongOptions));
+  const std::vector<option> more = extension.long_options();
+  all.insert(all.end(), more.begin(), more.end());
+  all.push_back({nullptr, 0, nullptr, 0});
+  return all;
+}
+
 void fill_empty_lists() {
   if (keys.empty()) {
     keys.emplace_back("PC0C");
@@ -189,11 +206,21 @@ bool know_every_workload() {
 }  // namespace
 
 int parse_options(int argc, char* argv[]) {
+  NoExtension vorn_alone;
+  return parse_options(argc, argv, vorn_alone);
+}
+
+int parse_options(int argc, char* argv[], OptionExtension& extension) {
   assertion(!factories.empty(), "!factories.empty()", kDriverModule);
   assertion(workloads.empty(), "workloads.empty()", kDriverModule);
+  const std::vector<option> options = all_long_options(extension);
   for (int letter;
-       (letter = getopt_long(argc, argv, kShortOptions, kLongOptions, nullptr)) != -1;) {
-    if (!apply_option(letter, argv[0])) {
+       (letter = getopt_long(argc, argv, kShortOptions, options.data(), nullptr)) != -1;) {
+    const auto reading = extension.read(letter, optarg);
+    const bool valid = reading == OptionExtension::Reading::kNotMine
+                           ? apply_option(letter, argv[0])
+                           : reading == OptionExtension::Reading::kTaken;
+    if (!valid) {
       return -1;
     }
   }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "support/settings_fixture.h"
+#include "vorn/option_extension.h"
 #include "vorn/settings.h"
 
 namespace {
@@ -221,6 +222,59 @@ TEST_F(CommandLine, UsageListsTheWorkloadsByName) {
       text.ends_with("\t\"bspin\"\tblocking spin loop\n"
                      "\t\"spin\"\tminimal spin loop (default)\n"))
       << text;
+}
+
+/// Takes one option of its own, reads vorn's run time in its own way, and refuses "no".
+class Extension : public OptionExtension {
+ public:
+  std::vector<option> long_options() const override {
+    return {{"more", required_argument, nullptr, kMore}};
+  }
+  Reading read(int code, const char* argument) override {
+    if (code != kMore && code != 't') {
+      return Reading::kNotMine;
+    }
+    (code == kMore ? more : time) = argument;
+    return std::string(argument) == "no" ? Reading::kRefused : Reading::kTaken;
+  }
+
+  static constexpr int kMore = 1000;
+  std::string more;
+  std::string time;
+};
+
+class ExtendedCommandLine : public SettingsFixture {
+ protected:
+  int parse(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "engine");
+    std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
+    for (std::string& argument : arguments) {
+      argv.push_back(argument.data());
+    }
+    argv.push_back(nullptr);
+    return parse_options(static_cast<int>(arguments.size()), argv.data(), extension_);
+  }
+
+  Extension extension_;
+};
+
+TEST_F(ExtendedCommandLine, TakesItsOptionsBesideThoseOfVorn) {
+  EXPECT_EQ(parse({"-c", "3", "--more", "a", "--noisy"}), 0);
+  EXPECT_EQ(extension_.more, "a");
+  EXPECT_TRUE(noisy);
+  EXPECT_EQ(cores, 3U);
+}
+
+TEST_F(ExtendedCommandLine, MayReadAnOptionOfVornInItsOwnWay) {
+  EXPECT_EQ(parse({"--time", "1.5h"}), 0);
+  EXPECT_EQ(extension_.time, "1.5h");
+  EXPECT_FALSE(using_timer());
+}
+
+TEST_F(ExtendedCommandLine, EndsAtWhatItRefuses) {
+  EXPECT_EQ(parse({"--more", "no", "-c", "3"}), -1);
+  EXPECT_EQ(cores, kNotGiven);
 }
 
 }  // namespace

@@ -15,6 +15,7 @@ std::list<std::string>& keys = *new std::list<std::string>;
 std::list<std::string>& fans = *new std::list<std::string>;
 std::uint32_t rpm = default_rpm(uid.privileged());
 std::int32_t trial_time = 0;
+std::int64_t additional_time_us = 0;
 std::int32_t pstate = default_pstate(uid.privileged());
 std::vector<std::string>& workloads = *new std::vector<std::string>;
 double sinusoid = 0.0;
@@ -43,6 +44,10 @@ bool using_monitor_thread() {
 
 bool using_inverted_pwm() {
   return invert;
+}
+
+bool using_timer() {
+  return trial_time != 0 || additional_time_us != 0;
 }
 
 bool using_privileged_operations() {

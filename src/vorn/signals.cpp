@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdint>
 #include <string>
 
 #include "vorn/settings.h"
@@ -96,8 +97,10 @@ void start_listener() {
 }
 
 void arm_timer() {
+  constexpr std::int64_t kMicroseconds = 1000000;  // in a second
   itimerval once{};
-  once.it_value.tv_sec = trial_time;
+  once.it_value.tv_sec = trial_time + additional_time_us / kMicroseconds;
+  once.it_value.tv_usec = additional_time_us % kMicroseconds;
   if (setitimer(ITIMER_REAL, &once, nullptr) != 0) {
     throw std::string("Error setting timer.");
   }
@@ -110,11 +113,11 @@ void signals() {
   listen_for_other_ends();
   stay_awake_over_fans();
   listen_for(SIGINT, "Error registering SIGINT handler.");
-  if (trial_time != 0) {
+  if (using_timer()) {
     listen_for(SIGALRM, "Error registering SIGALRM handler.");
   }
   start_listener();
-  if (trial_time != 0) {
+  if (using_timer()) {
     arm_timer();
   }
 }

@@ -73,6 +73,19 @@ TEST_F(SignalsDeathTest, ATimeArmsTheTimerOnce) {
   });
 }
 
+TEST_F(SignalsDeathTest, AnAdditionalTimeIsPartOfTheTimer) {
+  EXPECT_IN_CHILD([] {
+    trial_time = 1000;
+    additional_time_us = 2500000;
+    signals();
+    itimerval left{};
+    getitimer(ITIMER_REAL, &left);
+    const double seconds = static_cast<double>(left.it_value.tv_sec) +
+                           1e-6 * static_cast<double>(left.it_value.tv_usec);
+    return seconds > 1000.5 && seconds <= 1002.5;
+  });
+}
+
 TEST_F(SignalsDeathTest, StoppedWithoutASignalReturnsAtOnce) {
   EXPECT_IN_CHILD([] {
     signals();

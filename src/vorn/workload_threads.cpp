@@ -12,6 +12,27 @@
 #include "Workload/WorkloadFactory.h"
 #include "vorn/module.h"
 #include "vorn/settings.h"
+#include "vorn/workload_placement.h"
+
+namespace {
+
+/// A workload thread's record with its number.
+struct NumberedThread : workload_thread {
+  unsigned number = 0;
+};
+
+void init_numbered_thread(NumberedThread& thread, unsigned t) {
+  init_workload_thread(&thread, t);
+  thread.number = t;
+}
+
+void* numbered_thread(void* arg) {
+  auto* thread = static_cast<NumberedThread*>(arg);
+  workload_placement->begin(thread->number, thread->core);
+  return workload_thread(static_cast<struct workload_thread*>(thread));
+}
+
+}  // namespace
 
 int ncpus() {
   return host::processor_count();
@@ -27,10 +48,8 @@ int workload_thread_priority() {
   return using_timing_thread() || using_monitor_thread() ? 31 : 63;
 }
 
-// The bound is the number of processors, not the last one's: threads beyond are all named one past
-// it, so that the summary tells them from those that have a processor of their own.
 unsigned thread_to_core(unsigned t) {
-  return binding != kNotGiven ? binding : std::min(t, static_cast<unsigned>(ncpus()));
+  return workload_placement->core(t);
 }
 
 unsigned thread_to_workload(unsigned t) {
@@ -60,9 +79,9 @@ int spawn_workloads() {
   const int threads = num_workload_threads();
   Workload::init();
   if (threads == 1) {
-    struct workload_thread record {};
-    init_workload_thread(&record, 0);
-    workload_thread(&record);
+    NumberedThread record;
+    init_numbered_thread(record, 0);
+    numbered_thread(&record);
     return 0;
   }
 
@@ -73,13 +92,13 @@ int spawn_workloads() {
             1285);
   // Grown thread by thread: a count that no machine can start must fail there, not here.
   std::vector<pthread_t> tid;
-  std::vector<struct workload_thread*> wt;
+  std::vector<NumberedThread*> wt;
   for (unsigned t = 0; t < static_cast<unsigned>(threads); ++t) {
-    wt.push_back(new struct workload_thread);
+    wt.push_back(new NumberedThread);
     assertion(wt[t] != nullptr, "wt[t] = new struct workload_thread", kDriverModule, 1289);
-    init_workload_thread(wt[t], t);
+    init_numbered_thread(*wt[t], t);
     tid.emplace_back();
-    if (pthread_create(&tid[t], &attr, workload_thread, wt[t]) != 0) {
+    if (pthread_create(&tid[t], &attr, numbered_thread, wt[t]) != 0) {
       return -1;  // the threads already started run on, with their records
     }
   }

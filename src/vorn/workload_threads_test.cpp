@@ -2,6 +2,8 @@
 
 #include <atomic>
 #include <cerrno>
+#include <mutex>
+#include <set>
 #include <thread>
 
 #include "Workload/Workload.h"
@@ -10,6 +12,7 @@
 #include "support/no_room_for_threads.h"
 #include "support/settings_fixture.h"
 #include "vorn/settings.h"
+#include "vorn/workload_placement.h"
 
 namespace {
 
@@ -176,6 +179,50 @@ TEST_F(WorkloadThreadsDeathTest, NeedARegisteredWorkload) {
   struct workload_thread record {};
   EXPECT_DEATH(workload_thread(&record),
                "\\(wf != factories.end\\(\\)\\), function workload_thread.*line 1142\\.");
+}
+
+/// Gives thread `t` processor 7 - t, and notes which threads began where.
+class NotingPlacement : public WorkloadPlacement {
+ public:
+  using Begun = std::set<std::pair<unsigned, std::uint32_t>>;
+
+  unsigned core(unsigned t) const override { return 7 - t; }
+  void begin(unsigned t, std::uint32_t core) override {
+    const std::lock_guard lock(mutex_);
+    begun_.insert({t, core});
+    on_.insert(std::this_thread::get_id());
+  }
+
+  const Begun& begun() const { return begun_; }
+  std::size_t threads() const { return on_.size(); }
+
+ private:
+  std::mutex mutex_;
+  Begun begun_;
+  std::set<std::thread::id> on_;
+};
+
+class PlacedWorkloadThreads : public WorkloadThreads {
+ protected:
+  PlacedWorkloadThreads() { workload_placement = &placement_; }
+  ~PlacedWorkloadThreads() override { workload_placement = former_; }
+
+  WorkloadPlacement* former_ = workload_placement;
+  NotingPlacement placement_;
+};
+
+TEST_F(PlacedWorkloadThreads, BeginOneByOneOnTheProcessorThatTheyAreGiven) {
+  cores = 3;
+  ASSERT_EQ(spawn_workloads(), 0);
+  EXPECT_EQ(placement_.begun(), (NotingPlacement::Begun{{0, 7}, {1, 6}, {2, 5}}));
+  EXPECT_EQ(placement_.threads(), 3U);
+}
+
+TEST_F(PlacedWorkloadThreads, ASingleOneBeginsOnTheCallingThread) {
+  cores = 1;
+  ASSERT_EQ(spawn_workloads(), 0);
+  EXPECT_EQ(placement_.begun(), (NotingPlacement::Begun{{0, 7}}));
+  EXPECT_EQ(noting_.last_core, 7U);
 }
 
 }  // namespace

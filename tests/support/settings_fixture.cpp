@@ -22,6 +22,7 @@ void reset_settings() {
   fans.clear();
   rpm = default_rpm(false);
   trial_time = 0;
+  additional_time_us = 0;
   pstate = default_pstate(false);
   workloads.clear();
   sinusoid = 0.0;
