@@ -17,4 +17,5 @@ class BlockingSpinLoopFactory : public WorkloadFactory {
   Workload* make(unsigned core, unsigned priority) override;
   std::string name() override;
   std::string description() override;
+  bool follows_waveform() const override { return true; }
 };

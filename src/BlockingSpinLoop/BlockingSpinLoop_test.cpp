@@ -60,4 +60,8 @@ TEST(BlockingSpinLoopFactory, IsCalledBspin) {
   EXPECT_EQ(factory.description(), "blocking spin loop");
 }
 
+TEST(BlockingSpinLoopFactory, SaysThatItFollowsTheWaveform) {
+  EXPECT_TRUE(BlockingSpinLoopFactory().follows_waveform());
+}
+
 }  // namespace

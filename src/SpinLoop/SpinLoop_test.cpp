@@ -34,4 +34,8 @@ TEST(SpinLoopFactory, IsCalledSpin) {
   EXPECT_EQ(factory.description(), "minimal spin loop");
 }
 
+TEST(SpinLoopFactory, SaysThatItIgnoresTheWaveform) {
+  EXPECT_FALSE(SpinLoopFactory().follows_waveform());
+}
+
 }  // namespace

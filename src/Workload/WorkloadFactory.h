@@ -18,4 +18,7 @@ class WorkloadFactory {
   virtual std::string name() = 0;
   /// One line for the help text.
   virtual std::string description() = 0;
+  /// Whether the workload pauses while the waveform is off. One that does not is under load all
+  /// the time, whatever the waveform.
+  virtual bool follows_waveform() const { return false; }
 };
