@@ -1,7 +1,8 @@
 #include "vorn/monitor_thread.h"
 
+#include <array>
 #include <cerrno>
-#include <fstream>
+#include <cstdio>
 #include <iostream>
 #include <list>
 #include <string>
@@ -12,6 +13,7 @@
 #include "vorn/disk_commit.h"
 #include "vorn/module.h"
 #include "vorn/run_sleep.h"
+#include "vorn/sample_file.h"
 #include "vorn/settings.h"
 
 ServiceThread monitor_thread;
@@ -20,12 +22,22 @@ namespace {
 
 constexpr std::uint32_t kHeadStart = 500000;  // microseconds before the load may start
 
-void write_line(std::ostream& out, double elapsed, const std::list<float>& sample) {
-  out << elapsed;
+void append_number(std::string& line, double value) {
+  constexpr std::size_t kLongest = 32;
+  std::array<char, kLongest> digits{};
+  const int length = std::snprintf(digits.data(), digits.size(), "%g", value);
+  line.append(digits.data(), static_cast<std::size_t>(length));
+}
+
+/// Makes `line` the sample's line. Allocates nothing once a line as long has been made.
+void format_line(std::string& line, double elapsed, const std::list<float>& sample) {
+  line.clear();
+  append_number(line, elapsed);
   for (const float value : sample) {
-    out << "\t" << value;
+    line += '\t';
+    append_number(line, double{value});
   }
-  out << std::endl;
+  line += '\n';
 }
 
 /// Waits for the next point of the grid of whole periods since `start`. Counted from when the wait
@@ -37,14 +49,16 @@ void wait_for_the_grid(double start, double period) {
   }
 }
 
-void sample_into(std::ostream& out, DiskCommit& commit) {
+void sample_into(SampleFile& file, DiskCommit& commit) {
   SMC smc(keys);
   std::list<float> sample;
+  std::string line;
   const double start = now();
   const double period = 1.0 / monitor_rate;
   while (!params.terminate) {
     smc.sample(sample);
-    write_line(out, now() - start, sample);
+    format_line(line, now() - start, sample);
+    file.write_line(line);
     commit.line_written();
     wait_for_the_grid(start, period);
   }
@@ -63,17 +77,12 @@ int spawn_monitor() {
 
 void* monitor_thread_function(void* /*arg*/) {
   assertion(!keys.empty(), "!keys.empty()", kDriverModule);
-  // A file that cannot be opened is not noticed: what is written to it is lost.
-  std::ofstream file;
-  const bool to_file = output != "-";
-  if (to_file) {
-    file.open(output, std::ios::out | std::ios::trunc);
-  }
+  SampleFile file(output);
   // A machine that goes down under its load keeps the lines up to then. Outlives the sampling: its
   // end waits for the disk, and a failure is said before that.
   DiskCommit commit;
   try {
-    sample_into(to_file ? file : std::cout, commit);
+    sample_into(file, commit);
   } catch (SMCException& failure) {
     std::cerr << failure << std::endl;
   }
