@@ -19,4 +19,8 @@ class BurstObserver {
   /// The thread has seen the on edge. Its first burst after it begins at `first_burst_begin_ns`,
   /// on `processor` (as the kernel numbers them; -1 if unknown).
   virtual void entered(std::int64_t first_burst_begin_ns, int processor) noexcept = 0;
+
+  /// The thread was on, and did not run from `from_ns` to `until_ns`: the kernel kept the processor
+  /// for others. Told by loads that look at the clock between bursts, for gaps of 1 ms and more.
+  virtual void held_up(std::int64_t /*from_ns*/, std::int64_t /*until_ns*/) noexcept {}
 };
