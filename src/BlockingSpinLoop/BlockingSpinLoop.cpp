@@ -1,7 +1,7 @@
 #include "BlockingSpinLoop/BlockingSpinLoop.h"
 
 #include "Assertion/assertion.h"
-#include "Workload/workload_params.h"
+#include "Workload/gate.h"
 
 namespace {
 
@@ -23,12 +23,7 @@ void BlockingSpinLoop::run(workload_params* params) {
   assertion(params != nullptr, "params", "src/BlockingSpinLoop", 21);
   while (!params->terminate) {
     spin_a_burst();
-    pthread_mutex_lock(&params->mutex);
-    // The end of the run makes `active` true, so nobody needs to look at `terminate` in here.
-    while (!params->active) {
-      pthread_cond_wait(&params->cond, &params->mutex);
-    }
-    pthread_mutex_unlock(&params->mutex);
+    wait_until_active(params);
   }
 }
 

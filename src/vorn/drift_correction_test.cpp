@@ -2,23 +2,34 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace {
 
-double time_now = 0.0;
+ClockPair clocks{0.0, 0.0};
 
-double test_clock() {
-  return time_now;
+ClockPair test_clocks() {
+  return clocks;
 }
 
-/// Plays `periods` of a square wave of `half` microseconds whose every sleep takes `overrun` times
-/// what was asked for. Returns the factor after each period.
-std::vector<double> play(double half, double overrun, int intervals, int periods) {
-  time_now = 100.0;
-  DriftCorrection drift(2.0 * half / 1e6, test_clock);
+void pass(double seconds, double faster = 1.0) {
+  clocks.monotonic += seconds;
+  clocks.wall += seconds * faster;
+}
+
+class DriftCorrectionTest : public testing::Test {
+ protected:
+  DriftCorrectionTest() { clocks = {.wall = 1e6, .monotonic = 100.0}; }
+};
+
+/// Plays `periods` of a square wave of `half` seconds under a wall clock that runs `faster` than
+/// the monotonic one. Returns the factor after each period.
+std::vector<double> play(double half, double faster, int intervals, int periods) {
+  DriftCorrection drift(2.0 * half, test_clocks);
   std::vector<double> scales;
   for (int period = 0; period < periods; ++period) {
     for (int i = 0; i < intervals; ++i) {
-      time_now += drift.corrected(static_cast<std::uint32_t>(half)) * overrun / 1e6;
+      pass(drift.corrected(half), faster);
       drift.interval_ended();
     }
     scales.push_back(drift.scale());
@@ -26,55 +37,83 @@ std::vector<double> play(double half, double overrun, int intervals, int periods
   return scales;
 }
 
-TEST(DriftCorrection, LeavesSleepsAloneUntilTheFirstTenSecondsHavePassed) {
-  time_now = 0.0;
-  DriftCorrection drift(1.0, test_clock);
+TEST_F(DriftCorrectionTest, LeavesIntervalsAloneUntilTheFirstTenSecondsHavePassed) {
+  DriftCorrection drift(1.0, test_clocks);
   for (int interval = 0; interval < 19; ++interval) {
-    time_now += 0.6;
+    pass(0.5, 1.0008);
     drift.interval_ended();
-    EXPECT_EQ(drift.corrected(500000), 500000U);
+    EXPECT_EQ(drift.corrected(500000), 500000);
   }
-  time_now += 0.6;
+  pass(0.5, 1.0008);
   drift.interval_ended();
-  EXPECT_DOUBLE_EQ(drift.scale(), 1.2);
-  EXPECT_EQ(drift.corrected(500000), 416666U);
+  EXPECT_NEAR(drift.scale(), 1.0008, 1e-9);
+  EXPECT_NEAR(drift.corrected(500000), 500000 / 1.0008, 1e-3);
 }
 
-TEST(DriftCorrection, ReplacesTheFactorSoASteadyOverrunAlternates) {
-  const std::vector<double> scales = play(500000, 1.25, 20, 4);
-  EXPECT_NEAR(scales[0], 1.25, 1e-9);
-  EXPECT_NEAR(scales[1], 1.0, 1e-5);
-  EXPECT_NEAR(scales[2], 1.25, 1e-5);
-  EXPECT_NEAR(scales[3], 1.0, 1e-5);
+TEST_F(DriftCorrectionTest, ReplacesTheFactorSoASteadyDriftAlternates) {
+  const std::vector<double> scales = play(0.5, 1.0005, 20, 4);
+  EXPECT_NEAR(scales[0], 1.0005, 1e-9);
+  EXPECT_NEAR(scales[1], 1.0, 1e-9);
+  EXPECT_NEAR(scales[2], 1.0005, 1e-9);
+  EXPECT_NEAR(scales[3], 1.0, 1e-9);
 }
 
-TEST(DriftCorrection, ASlotOfTwentySecondsOrMoreIsAPeriodOfItsOwn) {
-  time_now = 0.0;
-  DriftCorrection drift(20.0, test_clock);
-  time_now = 11.0;
+TEST_F(DriftCorrectionTest, LateWakeUpsAndStopsAreNotADrift) {
+  DriftCorrection drift(1.0, test_clocks);
+  for (int interval = 0; interval < 20; ++interval) {
+    pass(interval == 7 ? 30.0 : 0.6);
+    drift.interval_ended();
+  }
+  EXPECT_NEAR(drift.scale(), 1.0, 1e-9);
+}
+
+TEST_F(DriftCorrectionTest, ASlotOfTwentySecondsOrMoreIsAPeriodOfItsOwn) {
+  DriftCorrection drift(20.0, test_clocks);
+  pass(10.0, 1.0004);
   drift.interval_ended();
   EXPECT_EQ(drift.scale(), 1.0);
-  time_now = 22.0;
+  pass(10.0, 1.0004);
   drift.interval_ended();
-  EXPECT_DOUBLE_EQ(drift.scale(), 1.1);
+  EXPECT_NEAR(drift.scale(), 1.0004, 1e-9);
 }
 
-TEST(DriftCorrection, CountsIntervalsOfNoLengthToo) {
-  time_now = 0.0;
-  DriftCorrection drift(10.0, test_clock);
+TEST_F(DriftCorrectionTest, CountsIntervalsOfNoLengthToo) {
+  DriftCorrection drift(10.0, test_clocks);
   drift.interval_ended();
-  time_now = 12.0;
+  pass(10.0, 1.0004);
   drift.interval_ended();
-  EXPECT_DOUBLE_EQ(drift.scale(), 1.2);
+  EXPECT_NEAR(drift.scale(), 1.0004, 1e-9);
 }
 
-TEST(DriftCorrection, AClockSetBackMakesNoSleepNegative) {
-  time_now = 100.0;
-  DriftCorrection drift(20.0, test_clock);
-  time_now = 0.0;
+TEST_F(DriftCorrectionTest, AStepOfTheWallClockEitherWayIsNotADrift) {
+  for (const double step : {-1e6, -0.1, 0.1, 1e6}) {
+    DriftCorrection drift(10.0, test_clocks);
+    pass(10.0);
+    clocks.wall += step;
+    drift.interval_ended();
+    drift.interval_ended();
+    EXPECT_EQ(drift.scale(), 1.0) << step;
+  }
+}
+
+TEST_F(DriftCorrectionTest, APeriodOfNoLengthIsNotADrift) {
+  DriftCorrection drift(10.0, test_clocks);
   drift.interval_ended();
   drift.interval_ended();
-  EXPECT_EQ(drift.corrected(500000), 0U);
+  EXPECT_EQ(drift.scale(), 1.0);
+}
+
+TEST_F(DriftCorrectionTest, AStepUnderACorrectionEndsTheCorrection) {
+  DriftCorrection drift(20.0, test_clocks);
+  pass(20.0, 1.0005);
+  drift.interval_ended();
+  drift.interval_ended();
+  ASSERT_NEAR(drift.scale(), 1.0005, 1e-9);
+  pass(20.0);
+  clocks.wall -= 3600.0;
+  drift.interval_ended();
+  drift.interval_ended();
+  EXPECT_EQ(drift.scale(), 1.0);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <ctime>
 
+#include "vorn/clock.h"
 #include "vorn/settings.h"
 
 namespace {
@@ -13,23 +14,23 @@ namespace {
 pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
 pthread_cond_t ended = PTHREAD_COND_INITIALIZER;
 
-timespec after(std::uint32_t microseconds) {
-  constexpr long kNanosecondsPerSecond = 1000000000L;
-  timespec t{};
-  clock_gettime(CLOCK_MONOTONIC, &t);
-  t.tv_sec += static_cast<time_t>(microseconds / 1000000U);
-  t.tv_nsec += static_cast<long>(microseconds % 1000000U) * 1000L;
-  if (t.tv_nsec >= kNanosecondsPerSecond) {
-    t.tv_nsec -= kNanosecondsPerSecond;
-    ++t.tv_sec;
-  }
-  return t;
+timespec as_timespec(std::int64_t ns) {
+  constexpr std::int64_t kNanosecondsPerSecond = 1000000000;
+  return {.tv_sec = ns / kNanosecondsPerSecond, .tv_nsec = ns % kNanosecondsPerSecond};
+}
+
+std::int64_t after(std::uint32_t microseconds) {
+  return monotonic_ns() + std::int64_t{microseconds} * 1000;
 }
 
 }  // namespace
 
 int run_sleep(std::uint32_t microseconds) {
-  const timespec deadline = after(microseconds);
+  return run_sleep_until(after(microseconds));
+}
+
+int run_sleep_until(std::int64_t deadline_ns) {
+  const timespec deadline = as_timespec(deadline_ns);
   pthread_mutex_lock(&mutex);
   int result = 0;
   while (!params.terminate && result == 0) {
@@ -44,7 +45,7 @@ int run_sleep(std::uint32_t microseconds) {
 }
 
 int undisturbed_sleep(std::uint32_t microseconds) {
-  const timespec deadline = after(microseconds);
+  const timespec deadline = as_timespec(after(microseconds));
   while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == EINTR) {
     if (params.terminate) {
       errno = EINTR;

@@ -8,6 +8,9 @@
 /// Thread: any.
 int run_sleep(std::uint32_t microseconds);
 
+/// The same until an instant of CLOCK_MONOTONIC in nanoseconds; at once if it has passed.
+int run_sleep_until(std::int64_t deadline_ns);
+
 /// The same for who is not woken at the end of the run: lasts its time even then, unless something
 /// else (a change of the user id) happens to interrupt it. Thread: any.
 int undisturbed_sleep(std::uint32_t microseconds);

@@ -1,6 +1,7 @@
 #include "vorn/settings.h"
 
 #include "vorn/privilege.h"
+#include "vorn/waveform.h"
 
 bool noisy = false;
 bool monitor = false;
@@ -31,7 +32,7 @@ constinit workload_params params = {
 };
 
 bool using_timing_thread() {
-  return frequency > 0.0;
+  return frequency > 0.0 || waveform.source != nullptr;
 }
 
 bool using_fan_thread() {

@@ -54,9 +54,7 @@ bool is_ignored(int signo) {
 // Whoever reads the samples or the messages has gone. The write goes on to fail quietly, and the
 // run ends like any other: what it changed must be given back.
 void lost_reader(int /*signo*/) {
-  if (!params.terminate) {
-    kill(getpid(), SIGINT);
-  }
+  end_run();
 }
 
 void listen_for_other_ends() {
@@ -119,6 +117,12 @@ void signals() {
   start_listener();
   if (using_timer()) {
     arm_timer();
+  }
+}
+
+void end_run() {
+  if (!params.terminate) {
+    kill(getpid(), SIGINT);
   }
 }
 

@@ -9,6 +9,10 @@
 /// Requires: no other thread exists; those started later leave these signals to the listener.
 void signals();
 
+/// Ends the run in order, as SIGINT does; nothing if it is ending already. Returns at once.
+/// Thread: any.
+void end_run();
+
 /// Ends the listening. If the run has ended, returns when the shutdown path has been completed: the
 /// end is seen by the threads before the path is through, or even begun.
 void stop_listening();

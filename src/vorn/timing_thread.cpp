@@ -1,48 +1,41 @@
 #include "vorn/timing_thread.h"
 
 #include <cerrno>
-#include <vector>
+#include <optional>
 
 #include "Assertion/assertion.h"
 #include "vorn/clock.h"
-#include "vorn/drift_correction.h"
+#include "vorn/edge_observer.h"
+#include "vorn/edge_plan.h"
+#include "vorn/interval_source.h"
 #include "vorn/module.h"
 #include "vorn/run_sleep.h"
 #include "vorn/settings.h"
-#include "vorn/toggle_schedule.h"
+#include "vorn/signals.h"
+#include "vorn/toggle_source.h"
+#include "vorn/waveform.h"
 
 ServiceThread timing_thread;
 
 namespace {
 
-/// Sleeps one interval. Returns whether the run goes on.
-bool sleep_through(std::uint32_t microseconds) {
-  if (run_sleep(microseconds) != 0) {
+bool starting_state = true;  // written by spawn_timing() before the thread exists
+
+/// Sleeps until a planned instant. Returns whether the run goes on.
+bool sleep_until(std::int64_t planned_ns) {
+  if (run_sleep_until(planned_ns) != 0) {
     assertion(errno == EINTR, "errno == EINTR", kDriverModule, 1051, "timing_thread_function");
     assertion(params.terminate, "params.terminate", kDriverModule, 1052, "timing_thread_function");
   }
   return !params.terminate;
 }
 
-// The workloads take the lock every few hundred nanoseconds. Asleep for it, this thread would find
-// it taken again when it wakes, several times over. So it tries for a while first; not for long,
-// since the workload that has the lock may be the one that this thread keeps from running.
-void lock_soon() {
-  constexpr int kTries = 2000;  // some tens of microseconds
-  for (int tries = 0; tries < kTries; ++tries) {
-    if (pthread_mutex_trylock(&params.mutex) == 0) {
-      return;
-    }
-  }
-  pthread_mutex_lock(&params.mutex);
-}
-
 // Looks at `terminate` once more under the lock: the shutdown path, which makes `active` true and
 // wakes everybody, may have come in between, and must have the last word.
-void switch_and_wake() {
-  lock_soon();
+void switch_to(bool active) {
+  pthread_mutex_lock(&params.mutex);
   if (!params.terminate) {
-    params.active = !params.active;
+    params.active = active;
     pthread_cond_broadcast(&params.cond);
   }
   pthread_mutex_unlock(&params.mutex);
@@ -54,36 +47,68 @@ void switch_in_passing() {
   params.active = !params.active;
 }
 
-void play(const std::vector<unsigned>& schedule, DriftCorrection& drift) {
-  for (const unsigned interval : schedule) {
-    if (params.terminate) {  // millions of intervals of no length may follow
-      return;
+void tell_observer(std::int64_t planned_ns) {
+  if (waveform.observer != nullptr) {
+    waveform.observer->switched(planned_ns, monotonic_ns(), params.active);
+  }
+}
+
+/// Waits for the instant at which the waveform begins, if it has one. Returns the instant, or
+/// nothing if the run ends first.
+std::optional<std::int64_t> begin() {
+  const std::int64_t start_ns = waveform.start_ns.value_or(monotonic_ns());
+  if (waveform.start_ns) {
+    if (!sleep_until(start_ns)) {
+      return std::nullopt;
     }
-    if (interval != 0) {
-      if (!sleep_through(drift.corrected(interval))) {
-        return;
-      }
-      switch_and_wake();
+    if (starting_state) {
+      switch_to(true);
+    }
+  }
+  tell_observer(start_ns);
+  return start_ns;
+}
+
+/// Plays the intervals of `source`. Returns whether it came to their end: the run may end first.
+bool play(IntervalSource& source, std::int64_t begin_ns) {
+  EdgePlan plan(begin_ns);
+  std::optional<std::int64_t> interval = source.next_ns();
+  while (interval && !params.terminate) {  // millions of intervals of no length may follow
+    if (*interval != 0 && !sleep_until(plan.next(*interval, monotonic_ns()))) {
+      return false;
+    }
+    const std::optional<std::int64_t> next = source.next_ns();
+    if (!next) {
+      break;
+    }
+    if (*interval != 0) {
+      switch_to(!params.active);
     } else {
       switch_in_passing();
     }
-    drift.interval_ended();
+    tell_observer(plan.planned_ns());
+    interval = next;
   }
+  return !params.terminate;
 }
 
 }  // namespace
 
 int spawn_timing() {
   assertion(using_timing_thread(), "using_timing_thread()", kDriverModule);
+  starting_state = params.active;
+  if (waveform.start_ns) {
+    params.active = false;  // here, so that no workload that starts after this sees it on
+  }
   return timing_thread.start(timing_thread_function, timing_thread_priority());
 }
 
 void* timing_thread_function(void* /*arg*/) {
-  std::vector<unsigned> schedule;
-  const double slot = toggle_times(schedule);
-  DriftCorrection drift(slot, now);
-  while (!params.terminate) {
-    play(schedule, drift);
+  std::optional<ToggleSource> toggles;
+  IntervalSource& source = waveform.source != nullptr ? *waveform.source : toggles.emplace();
+  const std::optional<std::int64_t> begin_ns = begin();
+  if (begin_ns && play(source, *begin_ns)) {
+    end_run();
   }
   return nullptr;
 }

@@ -1,15 +1,24 @@
 #include "vorn/timing_thread.h"
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <functional>
 #include <limits>
+#include <optional>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "support/settings_fixture.h"
+#include "vorn/clock.h"
+#include "vorn/edge_observer.h"
+#include "vorn/interval_source.h"
 #include "vorn/run_sleep.h"
 #include "vorn/settings.h"
+#include "vorn/waveform.h"
 
 namespace {
 
@@ -108,6 +117,120 @@ TEST_F(TimingThread, SleepsOnWhenTheUserIdChanges) {
   }
   std::this_thread::sleep_for(milliseconds(20));
   EXPECT_TRUE(params.active);
+}
+
+/// Plays what it is given, then nothing.
+class ScriptedSource : public IntervalSource {
+ public:
+  explicit ScriptedSource(std::vector<std::int64_t> intervals) : intervals_(std::move(intervals)) {}
+  std::optional<std::int64_t> next_ns() override {
+    return next_ < intervals_.size() ? std::optional(intervals_[next_++]) : std::nullopt;
+  }
+
+ private:
+  std::vector<std::int64_t> intervals_;
+  std::size_t next_ = 0;
+};
+
+struct Edge {
+  std::int64_t planned_ns;
+  std::int64_t switched_ns;
+  bool active;
+};
+
+class EdgeList : public EdgeObserver {
+ public:
+  EdgeList() { edges_.reserve(100); }
+  void switched(std::int64_t planned_ns, std::int64_t switched_ns, bool active) noexcept override {
+    edges_.push_back({planned_ns, switched_ns, active});
+  }
+  const std::vector<Edge>& edges() const { return edges_; }
+
+ private:
+  std::vector<Edge> edges_;
+};
+
+constexpr std::int64_t kMillisecond = 1000000;
+
+class SourcePlayed : public TimingThread {
+ protected:
+  /// Plays `intervals` to their end. Returns the edges.
+  std::vector<Edge> play(std::vector<std::int64_t> intervals) {
+    ScriptedSource source(std::move(intervals));
+    EdgeList list;
+    waveform.source = &source;
+    waveform.observer = &list;
+    sigset_t interrupt;  // by which the thread ends the run
+    sigemptyset(&interrupt);
+    sigaddset(&interrupt, SIGINT);
+    sigset_t before;
+    pthread_sigmask(SIG_BLOCK, &interrupt, &before);
+    start();
+    int signo = 0;
+    sigwait(&interrupt, &signo);
+    left_active_ = params.active;
+    end();
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return list.edges();
+  }
+
+  bool left_active_ = false;
+};
+
+TEST_F(SourcePlayed, EndsTheRunWithItsLastInterval) {
+  const std::vector<Edge> edges = play({3 * kMillisecond, 2 * kMillisecond});
+  ASSERT_EQ(edges.size(), 2U);  // the beginning, and the end of the first interval
+  EXPECT_TRUE(edges[0].active);
+  EXPECT_FALSE(edges[1].active);
+  EXPECT_FALSE(left_active_);
+}
+
+TEST_F(SourcePlayed, WithoutIntervalsEndsTheRunAtOnce) {
+  EXPECT_EQ(play({}).size(), 1U);
+}
+
+TEST_F(SourcePlayed, SwitchesNoEdgeBeforeItsTime) {
+  for (const Edge& edge : play(std::vector<std::int64_t>(50, kMillisecond))) {
+    EXPECT_GE(edge.switched_ns, edge.planned_ns);
+  }
+}
+
+TEST_F(SourcePlayed, SwitchesInPassingWhereAnIntervalHasNoLength) {
+  const std::vector<Edge> edges = play({0, 5 * kMillisecond, 0, kMillisecond});
+  ASSERT_EQ(edges.size(), 4U);
+  EXPECT_FALSE(edges[1].active);
+  EXPECT_EQ(edges[1].planned_ns, edges[0].planned_ns);
+  EXPECT_TRUE(edges[2].active);
+  EXPECT_FALSE(edges[3].active);
+  EXPECT_EQ(edges[3].planned_ns, edges[2].planned_ns);
+}
+
+TEST_F(SourcePlayed, IsOffUntilTheInstantAtWhichItBegins) {
+  const std::int64_t begin = monotonic_ns() + 30 * kMillisecond;
+  waveform.start_ns = begin;
+  const std::vector<Edge> edges = play({2 * kMillisecond, kMillisecond});
+  ASSERT_EQ(edges.size(), 2U);
+  EXPECT_EQ(edges[0].planned_ns, begin);
+  EXPECT_GE(edges[0].switched_ns, begin);
+  EXPECT_TRUE(edges[0].active);
+}
+
+TEST_F(SourcePlayed, BeginsOffAtItsInstantIfInverted) {
+  params.active = false;
+  waveform.start_ns = monotonic_ns() + 5 * kMillisecond;
+  const std::vector<Edge> edges = play({kMillisecond, kMillisecond});
+  ASSERT_EQ(edges.size(), 2U);
+  EXPECT_FALSE(edges[0].active);
+  EXPECT_TRUE(edges[1].active);
+}
+
+TEST_F(SourcePlayed, IsOffFromBeforeTheThreadRuns) {
+  ScriptedSource source({kMillisecond});
+  waveform.source = &source;
+  waveform.start_ns = monotonic_ns() + 3600000 * kMillisecond;
+  start();
+  EXPECT_FALSE(params.active);
+  end();
 }
 
 using TimingThreadDeathTest = TimingThread;

@@ -5,6 +5,7 @@
 #include "WorkloadRegistry/registry.h"
 #include "support/fake_host.h"
 #include "vorn/settings.h"
+#include "vorn/waveform.h"
 
 namespace {
 
@@ -27,6 +28,7 @@ void reset_settings() {
   workloads.clear();
   sinusoid = 0.0;
   triangle = 0.0;
+  waveform = {};
   params.active = true;
   params.terminate = false;
   optind = 0;  // getopt_long() starts anew

@@ -1,0 +1,3 @@
+#include "vorn/waveform.h"
+
+constinit Waveform waveform;
