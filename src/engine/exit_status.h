@@ -1,0 +1,38 @@
+#pragma once
+
+#include <atomic>
+
+namespace engine {
+
+/// How the program ends, for the script that started it. Those below 20 are decided before
+/// anything is started or changed.
+enum class ExitStatus : int {
+  kEnded = 0,             ///< as asked: run time, end of the waveform, or a signal
+  kFileRefused = 10,      ///< a sample file or record that cannot be written
+  kKeyUnknown = 11,       ///< a key that the machine does not have, or cannot read
+  kRightMissing = 12,     ///< fans or a P-state asked for without the right
+  kWaveformIgnored = 13,  ///< a waveform or an agreed start over a load that ignores it
+  kTooLate = 14,          ///< an agreed start in the past, or before the run can be ready
+  kLimitReached = 20,     ///< a key passed its limit, or could not be read any more
+  kSamplingFailed = 21,   ///< sampling ended, or lines were lost
+  kWrongResult = 22,      ///< a load computed a wrong result
+  kStartMissed = 23,      ///< the waveform did not begin at the agreed start
+  kRecordFailed = 24,     ///< the record could not be written to its end
+  kNotStarted = 255,      ///< wrong command line, or a start that failed, as vorn
+};
+
+/// What went wrong in a run: of several, the gravest is the program's status. A wrong result is
+/// said before a limit, a limit before an agreed start that was missed, and that before samples
+/// and record that are not whole. Thread: any.
+class Verdict {
+ public:
+  /// `status` is one of a run, 20 to 24, or kEnded, which changes nothing.
+  void add(ExitStatus status);
+
+  ExitStatus status() const;
+
+ private:
+  std::atomic<int> gravity_{0};
+};
+
+}  // namespace engine
