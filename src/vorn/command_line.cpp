@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <iterator>
+#include <limits>
 #include <vector>
 
 #include "Assertion/assertion.h"
@@ -80,25 +81,30 @@ bool read_positive(double& setting) {
   return setting > 0.0;
 }
 
-template <typename Setting>
-std::optional<Int32Argument> read_int32(Setting& setting) {
-  const auto argument = parse_int32(optarg);
-  if (argument) {
-    setting = static_cast<Setting>(argument->value);
+constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+
+bool read_int32(std::int32_t& setting, std::int64_t least) {
+  const auto value = parse_whole(optarg);
+  if (!value) {
+    return false;
   }
-  return argument;
+  setting = to_int32(*value);
+  return *value >= least;
 }
 
-template <typename Setting>
-bool read_int32_from(std::int32_t least, Setting& setting) {
-  const auto argument = read_int32(setting);
-  return argument && argument->value >= least;
+bool read_bits32(std::uint32_t& setting, std::int64_t least, std::int64_t most = kMost) {
+  const auto value = parse_whole(optarg);
+  if (!value) {
+    return false;
+  }
+  setting = to_bits32(*value);
+  return *value >= least && *value <= most;
 }
 
-// A number of threads that 32 bits do not hold is no number of threads.
+// The number of threads is used as a signed number of 32 bits.
 bool read_count(std::uint32_t& setting) {
-  const auto argument = read_int32(setting);
-  return argument && argument->value > 0 && !argument->saturated;
+  return read_bits32(setting, 1, std::numeric_limits<std::int32_t>::max());
 }
 
 [[noreturn]] void print_usage_and_exit(const char* program_name) {
@@ -136,7 +142,7 @@ bool apply_option(int letter, const char* program_name) {
     case 'c':
       return read_count(cores);
     case 'b':
-      return read_int32_from(0, binding);
+      return read_bits32(binding, 0);
     case 'f':
       return read_positive(frequency);
     case 'F':
@@ -148,11 +154,11 @@ bool apply_option(int letter, const char* program_name) {
       fans.emplace_back(optarg);
       return true;
     case 's':  // any number: -1 is each fan's maximum, 0 leaves the fans alone
-      return read_int32(rpm).has_value();
+      return read_bits32(rpm, kLeast);
     case 't':
-      return read_int32_from(1, trial_time);
+      return read_int32(trial_time, 1);
     case 'p':
-      return read_int32_from(0, pstate);
+      return read_int32(pstate, 0);
     case 'w':
       workloads.emplace_back(optarg);
       return true;

@@ -114,11 +114,26 @@ TEST_F(CommandLine, AnRpmOfZeroLeavesTheFansAloneEvenInAPrivilegedRun) {
   EXPECT_FALSE(setting_fans());
 }
 
-TEST_F(CommandLine, NumbersSaturateAtThirtyTwoBits) {
-  EXPECT_EQ(parse({"-s", "0xFFFFFFFF", "-t", "0x80000000", "-b", "99999999999"}), 0);
-  EXPECT_EQ(rpm, 0x7FFFFFFFU);
+TEST_F(CommandLine, UnsignedSettingsKeepTheThirtyTwoBitsThatWereWritten) {
+  EXPECT_EQ(parse({"-s", "3000000000", "-b", "0x80000001"}), 0);
+  EXPECT_EQ(rpm, 3000000000U);
+  EXPECT_EQ(binding, 0x80000001U);
+}
+
+TEST_F(CommandLine, AnRpmOfAllOnesIsEachFansMaximum) {
+  EXPECT_EQ(parse({"-s", "0xFFFFFFFF"}), 0);
+  EXPECT_EQ(rpm, kMaximumSpeed);
+}
+
+TEST_F(CommandLine, AnRpmThatThirtyTwoBitsDoNotHoldIsEachFansMaximum) {
+  EXPECT_EQ(parse({"-s", "99999999999"}), 0);
+  EXPECT_EQ(rpm, kMaximumSpeed);
+}
+
+TEST_F(CommandLine, SignedSettingsSaturateAtThirtyTwoBits) {
+  EXPECT_EQ(parse({"-t", "0x80000000", "-p", "99999999999"}), 0);
   EXPECT_EQ(trial_time, 0x7FFFFFFF);
-  EXPECT_EQ(binding, 0x7FFFFFFFU);
+  EXPECT_EQ(pstate, 0x7FFFFFFF);
 }
 
 TEST_F(CommandLine, ACountThatThirtyTwoBitsDoNotHoldIsNoCount) {

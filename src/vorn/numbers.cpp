@@ -1,31 +1,40 @@
 #include "vorn/numbers.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <limits>
+
+namespace {
+
+using Signed = std::numeric_limits<std::int32_t>;
+using Unsigned = std::numeric_limits<std::uint32_t>;
+
+}  // namespace
 
 std::uint32_t to_uint32(double value) {
   constexpr double kTooLarge = 4294967296.0;
   if (!(value > 0.0)) {  // NaN too
     return 0;
   }
-  return value < kTooLarge ? static_cast<std::uint32_t>(value)
-                           : std::numeric_limits<std::uint32_t>::max();
+  return value < kTooLarge ? static_cast<std::uint32_t>(value) : Unsigned::max();
 }
 
-std::optional<Int32Argument> parse_int32(const char* text) {
+std::int32_t to_int32(std::int64_t value) {
+  return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, Signed::min(), Signed::max()));
+}
+
+std::uint32_t to_bits32(std::int64_t value) {
+  return static_cast<std::uint32_t>(
+      std::clamp<std::int64_t>(value, Signed::min(), Unsigned::max()));
+}
+
+std::optional<std::int64_t> parse_whole(const char* text) {
   char* end = nullptr;
-  const long value = std::strtol(text, &end, 0);
+  const long long value = std::strtoll(text, &end, 0);
   if (*text == '\0' || *end != '\0') {
     return std::nullopt;
   }
-  using Limits = std::numeric_limits<std::int32_t>;
-  if (value > Limits::max()) {
-    return Int32Argument{Limits::max(), true};
-  }
-  if (value < Limits::min()) {
-    return Int32Argument{Limits::min(), true};
-  }
-  return Int32Argument{static_cast<std::int32_t>(value), false};
+  return value;
 }
 
 std::optional<double> parse_double(const char* text) {

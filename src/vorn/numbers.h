@@ -10,15 +10,16 @@
 /// large gives 4294967295.
 std::uint32_t to_uint32(double value);
 
-/// A whole number from the command line, 32 bits wide: what does not fit saturates.
-struct Int32Argument {
-  std::int32_t value;
-  bool saturated;  ///< the text named a number that 32 bits do not hold
-};
+/// `value` as a signed 32-bit integer: what does not fit saturates.
+std::int32_t to_int32(std::int64_t value);
 
-/// Reads all of `text` as strtol() with base 0 does ("0x10" and "010" too). Nothing if `text` is
-/// empty or has anything behind the number.
-std::optional<Int32Argument> parse_int32(const char* text);
+/// The 32 bits of `value`, which may have been written with or without a sign: -1 and 4294967295
+/// are the same. What neither form holds saturates at its own end.
+std::uint32_t to_bits32(std::int64_t value);
+
+/// Reads all of `text` as strtoll() with base 0 does ("0x10" and "010" too), saturating as it does.
+/// Nothing if `text` is empty or has anything behind the number.
+std::optional<std::int64_t> parse_whole(const char* text);
 
 /// Reads all of `text` as strtod() does. Nothing if `text` is empty or has anything behind.
 std::optional<double> parse_double(const char* text);

@@ -25,28 +25,42 @@ TEST(ToUint32, TakesNotANumberAsZero) {
   EXPECT_EQ(to_uint32(Double::quiet_NaN()), 0U);
 }
 
-TEST(ParseInt32, TakesEveryBaseOfStrtol) {
-  EXPECT_EQ(parse_int32("16")->value, 16);
-  EXPECT_EQ(parse_int32("0x10")->value, 16);
-  EXPECT_EQ(parse_int32("010")->value, 8);
-  EXPECT_EQ(parse_int32("-2")->value, -2);
+TEST(ParseWhole, TakesEveryBaseOfStrtol) {
+  EXPECT_EQ(parse_whole("16"), 16);
+  EXPECT_EQ(parse_whole("0x10"), 16);
+  EXPECT_EQ(parse_whole("010"), 8);
+  EXPECT_EQ(parse_whole("-2"), -2);
 }
 
-TEST(ParseInt32, RejectsAnEmptyTextAndAnythingBehindTheNumber) {
-  EXPECT_FALSE(parse_int32(""));
-  EXPECT_FALSE(parse_int32("4x"));
-  EXPECT_FALSE(parse_int32("x"));
-  EXPECT_FALSE(parse_int32("4 "));
+TEST(ParseWhole, RejectsAnEmptyTextAndAnythingBehindTheNumber) {
+  EXPECT_FALSE(parse_whole(""));
+  EXPECT_FALSE(parse_whole("4x"));
+  EXPECT_FALSE(parse_whole("x"));
+  EXPECT_FALSE(parse_whole("4 "));
 }
 
-TEST(ParseInt32, SaturatesAtThirtyTwoBits) {
-  EXPECT_EQ(parse_int32("2147483647")->value, 2147483647);
-  EXPECT_FALSE(parse_int32("2147483647")->saturated);
-  EXPECT_EQ(parse_int32("0x80000000")->value, 2147483647);
-  EXPECT_TRUE(parse_int32("0x80000000")->saturated);
-  EXPECT_EQ(parse_int32("-2147483649")->value, std::numeric_limits<std::int32_t>::min());
-  EXPECT_TRUE(parse_int32("-2147483649")->saturated);
-  EXPECT_EQ(parse_int32("99999999999999999999999")->value, 2147483647);
+TEST(ParseWhole, SaturatesLikeStrtol) {
+  EXPECT_EQ(parse_whole("99999999999999999999999"), std::numeric_limits<std::int64_t>::max());
+  EXPECT_EQ(parse_whole("-99999999999999999999999"), std::numeric_limits<std::int64_t>::min());
+}
+
+TEST(ToInt32, SaturatesAtBothEnds) {
+  EXPECT_EQ(to_int32(2147483647), 2147483647);
+  EXPECT_EQ(to_int32(0x80000000), 2147483647);
+  EXPECT_EQ(to_int32(-2147483649), std::numeric_limits<std::int32_t>::min());
+}
+
+TEST(ToBits32, KeepsTheBitsOfAnythingThatThirtyTwoOfThemHold) {
+  EXPECT_EQ(to_bits32(0), 0U);
+  EXPECT_EQ(to_bits32(3000000000), 3000000000U);
+  EXPECT_EQ(to_bits32(0xFFFFFFFF), 0xFFFFFFFFU);
+  EXPECT_EQ(to_bits32(-1), 0xFFFFFFFFU);
+  EXPECT_EQ(to_bits32(-2147483648), 0x80000000U);
+}
+
+TEST(ToBits32, SaturatesBeyond) {
+  EXPECT_EQ(to_bits32(0x100000000), 0xFFFFFFFFU);
+  EXPECT_EQ(to_bits32(-2147483649), 0x80000000U);
 }
 
 TEST(ParseDouble, TakesAllThatStrtodTakes) {
