@@ -1,7 +1,5 @@
 #include "vorn/workload_placement.h"
 
-#include <algorithm>
-
 #include "vorn/settings.h"
 #include "vorn/workload_threads.h"
 
@@ -10,7 +8,7 @@ WorkloadPlacement* workload_placement = new WorkloadPlacement;
 // The bound is the number of processors, not the last one's: threads beyond are all named one past
 // it, so that the summary tells them from those that have a processor of their own.
 unsigned WorkloadPlacement::core(unsigned t) const {
-  return binding != kNotGiven ? binding : std::min(t, static_cast<unsigned>(ncpus()));
+  return binding != kNotGiven ? binding : min(t, static_cast<unsigned>(ncpus()));
 }
 
 void WorkloadPlacement::begin(unsigned /*t*/, std::uint32_t /*core*/) {}

@@ -2,7 +2,6 @@
 
 #include <pthread.h>
 
-#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -48,13 +47,17 @@ int workload_thread_priority() {
   return using_timing_thread() || using_monitor_thread() ? 31 : 63;
 }
 
+unsigned min(unsigned a, unsigned b) {
+  return a >= b ? b : a;
+}
+
 unsigned thread_to_core(unsigned t) {
   return workload_placement->core(t);
 }
 
 unsigned thread_to_workload(unsigned t) {
   assertion(!workloads.empty(), "!workloads.empty()", kDriverModule, 529);
-  return std::min(t, static_cast<unsigned>(workloads.size() - 1));
+  return min(t, static_cast<unsigned>(workloads.size() - 1));
 }
 
 void init_workload_thread(struct workload_thread* wt, unsigned t) {

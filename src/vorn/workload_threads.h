@@ -17,6 +17,9 @@ int num_workload_threads();
 /// 31 beside a timing or monitor thread, which must be able to interrupt the load; else 63.
 int workload_thread_priority();
 
+/// The smaller one.
+unsigned min(unsigned a, unsigned b);
+
 /// The processor named for workload thread `t`. A label: no thread is placed with it.
 unsigned thread_to_core(unsigned t);
 

@@ -67,6 +67,13 @@ TEST_F(WorkloadThreads, RunBelowTheTimingAndMonitorThreads) {
   EXPECT_EQ(workload_thread_priority(), 31);
 }
 
+TEST_F(WorkloadThreads, TheSmallerOneIsTakenWithoutASign) {
+  EXPECT_EQ(min(2, 3), 2U);
+  EXPECT_EQ(min(3, 2), 2U);
+  EXPECT_EQ(min(4, 4), 4U);
+  EXPECT_EQ(min(5, 0xFFFFFFFF), 5U) << "a count of -1 bounds nothing";
+}
+
 TEST_F(WorkloadThreads, BeyondTheLastProcessorAreNamedOnePastIt) {
   EXPECT_EQ(thread_to_core(0), 0U);
   EXPECT_EQ(thread_to_core(1), 1U);
