@@ -18,11 +18,11 @@ std::uint32_t ValueType::encode(double value) const {
     return static_cast<std::uint32_t>((halves + 1) / 2);  // to the nearest
   }
   // The fraction is always added, so it counts up from the integer below.
-  const double steps = std::round(exact);
+  const double least = steps_per_unit - 1 - most;  // the greatest integer part, negative
+  const double steps = std::round(std::max(exact, least));
   const double below = std::floor(steps / steps_per_unit);
   const double fraction = steps - below * steps_per_unit;
-  const double whole = std::min(-below * steps_per_unit, most + 1 - steps_per_unit);
-  return kSignBit | (static_cast<std::uint32_t>(whole) + static_cast<std::uint32_t>(fraction));
+  return kSignBit | static_cast<std::uint32_t>(fraction - below * steps_per_unit);
 }
 
 double ValueType::decode(std::uint32_t stored) const {

@@ -36,7 +36,9 @@ TEST(ValueType, WhatItCannotHoldIsHeldAtTheEnd) {
   EXPECT_EQ(kFp88.encode(300.0), 0xFFFFU);
   EXPECT_EQ(kFp88.encode(-1.0), 0U);
   EXPECT_EQ(kSp78.encode(1000.0), 0x7FFFU);
-  EXPECT_EQ(kSp78.encode(-1000.0), 0xFF00U);
+  for (const double value : {-127.0, -127.25, -127.5, -127.99, -128.0, -1000.0}) {
+    EXPECT_EQ(kSp78.encode(value), 0xFF00U) << value;
+  }
   EXPECT_EQ(kUi8.encode(256.0), 0xFFU);
 }
 
