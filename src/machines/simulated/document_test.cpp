@@ -66,7 +66,7 @@ void expect_settled_row(const std::string& load_name, double load,
   if (forced_part) {
     force_all(model, *forced_part);
   }
-  model.advance(1'500'000'000'000, load);
+  model.advance(3'000'000'000'000, load);  // twenty time constants of the slowest
   const std::string fans = !forced_part ? "automatic" : *forced_part == 0 ? "stopped" : "maximum";
   expect_row_begins({load_name, fans, fixed(model.power_w(), 2), fixed(model.die_c(), 2),
                      fixed(model.sink_c(), 2), fixed(model.fans().speed_rpm(0), 0),
@@ -82,6 +82,31 @@ TEST(Document, SteadyStatesAreThoseOfTheModel) {
   expect_settled_row("full", 1, 1);
   expect_settled_row("full", 1, 0);
   expect_settled_row("full, P-state 7", 1, std::nullopt, 7);
+}
+
+void expect_said(const std::string& text) {
+  EXPECT_NE(document().find(text), std::string::npos) << text;
+}
+
+/// The time constant, in s, with which the sink comes to its steady state under full load.
+double sink_time_constant(double part_of_most) {
+  constexpr std::int64_t kApartNs = 100'000'000'000;
+  Model model;
+  force_all(model, part_of_most);
+  model.advance(8 * kApartNs, 1);  // to where the leakage is nearly that of the end
+  const double first = model.sink_c();
+  model.advance(kApartNs, 1);
+  const double second = model.sink_c();
+  model.advance(kApartNs, 1);
+  return static_cast<double>(kApartNs) / 1e9 /
+         std::log((second - first) / (model.sink_c() - second));
+}
+
+TEST(Document, TimeConstantsAreThoseOfTheModelWithAndWithoutLeakage) {
+  const double capacity = kSinkJPerK + kDieJPerK;
+  expect_said(fixed(capacity / kStillAirWPerK, 0) + " s with every fan stopped (G = 1.5 W/K)");
+  expect_said("in " + fixed(sink_time_constant(0), 0) + " s, not in " +
+              fixed(capacity / kStillAirWPerK, 0) + " s");
 }
 
 TEST(Document, PStatesAreThoseOfTheModel) {
