@@ -2,7 +2,9 @@
 # the compiler is asked to object to.
 
 option(VORN_WERROR "Treat warnings as errors" OFF)
-option(VORN_TESTS "Build the tests" ON)
+option(BUILD_TESTING "Build the tests" ON)
+include(CMakeDependentOption)
+cmake_dependent_option(VORN_TESTS "Build the tests" ON BUILD_TESTING OFF)
 option(VORN_BENCH "Build the benchmarks" OFF)
 option(VORN_FUZZ "Build the fuzz targets (clang only)" OFF)
 option(VORN_TIDY "Run clang-tidy on every source" OFF)

@@ -1,6 +1,9 @@
 # How a folder of src/ adds itself to the build: its sources go into the one library that every
 # program and test links, its tests into a test program of its own.
 
+# Where each test program writes what became of its tests, for `./check` to count.
+set(VORN_TEST_RESULTS ${PROJECT_BINARY_DIR}/results)
+
 # vorn_sources(header-or-source ...): adds this folder's files to vorn_core.
 function(vorn_sources)
   vorn_sources_of(vorn_core ${ARGN})
@@ -33,11 +36,16 @@ function(vorn_unit_test name)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE vorn_core ${test_LIBRARIES} vorn_settings
                         vorn_test_settings vorn_warnings GTest::gmock_main)
-  if(VORN_SANITIZE)
-    # Starting an instrumented program takes longer than most of its tests: one start for all.
-    add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
-    set_tests_properties(${name} PROPERTIES LABELS unit TIMEOUT 600)
-    return()
-  endif()
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS unit TIMEOUT 120)
+  # One process for all of them: starting a program takes longer than most of its tests.
+  add_test(NAME ${name} COMMAND ${name} --gtest_brief=1
+                                --gtest_output=xml:${VORN_TEST_RESULTS}/${name}.xml)
+  set_tests_properties(${name} PROPERTIES LABELS unit TIMEOUT 600)
+endfunction()
+
+# vorn_process_test(name label ...): each test of a program of tests that start programs, as a test
+# of its own. They load every processor, so no two run at once.
+function(vorn_process_test name label)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES
+                       XML_OUTPUT_DIR ${VORN_TEST_RESULTS}
+                       PROPERTIES LABELS ${label} TIMEOUT 600 RESOURCE_LOCK processors)
 endfunction()
