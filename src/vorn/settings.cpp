@@ -17,6 +17,7 @@ std::list<std::string>& fans = *new std::list<std::string>;
 std::uint32_t rpm = default_rpm(uid.privileged());
 std::int32_t trial_time = 0;
 std::int64_t additional_time_us = 0;
+bool threads_beside = false;
 std::int32_t pstate = default_pstate(uid.privileged());
 std::vector<std::string>& workloads = *new std::vector<std::string>;
 double sinusoid = 0.0;

@@ -33,6 +33,9 @@ extern std::uint32_t rpm;             ///< fan speed; 0: leave the fans alone
 extern std::int32_t trial_time;       ///< run length, s; 0: until interrupted
 /// Added to `trial_time`, in us: what whole seconds do not hold. Not an option of vorn's.
 extern std::int64_t additional_time_us;
+/// Whether the program has threads of its own that must be able to interrupt the load. Not an
+/// option of vorn's.
+extern bool threads_beside;
 extern std::int32_t pstate;                  ///< P-state to force; -1: leave it alone
 extern std::vector<std::string>& workloads;  ///< workload names; the last serves all others
 extern double sinusoid;                      ///< envelope, Hz; 0: none

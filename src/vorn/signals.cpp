@@ -24,7 +24,8 @@ namespace {
 sigset_t listened;  // written by signals() before the listener starts
 pthread_t listener;
 sem_t path_completed;
-bool listening = false;            // main thread only
+bool listening = false;  // main thread only
+std::atomic<int> ended_by{0};
 std::atomic<bool> closing{false};  // relaxed suffices: the signal that follows it is the order
 
 // From here on a second thought may kill: a shutdown can hang on what it gives back.
@@ -40,7 +41,10 @@ void* listen(void* /*arg*/) {
   while (sigwait(&listened, &signo) == 0 && !closing.load(std::memory_order_relaxed)) {
     let_quit_through();
     sigdelset(&listened, SIGQUIT);
-    sig_int_alrm(signo == SIGALRM ? SIGALRM : SIGINT);
+    const int ending = signo == SIGALRM ? SIGALRM : SIGINT;
+    int none = 0;
+    ended_by.compare_exchange_strong(none, ending);  // the first counts
+    sig_int_alrm(ending);
     sem_post(&path_completed);
   }
   return nullptr;
@@ -139,4 +143,8 @@ void stop_listening() {
   pthread_join(listener, nullptr);
   listening = false;
   let_quit_through();
+}
+
+int ending_signal() {
+  return ended_by;
 }

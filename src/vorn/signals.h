@@ -16,3 +16,7 @@ void end_run();
 /// Ends the listening. If the run has ended, returns when the shutdown path has been completed: the
 /// end is seen by the threads before the path is through, or even begun.
 void stop_listening();
+
+/// Which signal has ended the run: SIGALRM if it is the timer's, SIGINT for every other reason, 0
+/// if none has. Thread: any.
+int ending_signal();

@@ -86,6 +86,24 @@ TEST_F(SignalsDeathTest, AnAdditionalTimeIsPartOfTheTimer) {
   });
 }
 
+TEST_F(SignalsDeathTest, TheEndIsTheTimersOrNot) {
+  EXPECT_IN_CHILD([] {
+    signals();
+    const bool none = ending_signal() == 0;
+    end_run();
+    eventually_ended();
+    stop_listening();
+    return none && ending_signal() == SIGINT;
+  });
+  EXPECT_IN_CHILD([] {
+    additional_time_us = 1000;
+    signals();
+    eventually_ended();
+    stop_listening();
+    return ending_signal() == SIGALRM;
+  });
+}
+
 TEST_F(SignalsDeathTest, StoppedWithoutASignalReturnsAtOnce) {
   EXPECT_IN_CHILD([] {
     signals();

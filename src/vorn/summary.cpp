@@ -5,6 +5,7 @@
 #include "vorn/settings.h"
 #include "vorn/toggle_schedule.h"
 #include "vorn/version.h"
+#include "vorn/waveform.h"
 #include "vorn/workload_threads.h"
 
 namespace {
@@ -52,13 +53,17 @@ void summarize_monitor_thread() {
 // Without "inverted" and an envelope, two blanks stand before "at".
 void summarize_timing_thread() {
   std::cerr << "\ttiming thread running " << (using_inverted_pwm() ? "inverted " : "");
-  if (using_pwm_triangle()) {
+  if (waveform.description != nullptr) {
+    std::cerr << waveform.description;
+  } else if (using_pwm_triangle()) {
     std::cerr << triangle << "Hz triangle";
   } else if (using_pwm_sinusoid()) {
     std::cerr << sinusoid << "Hz sinusoid";
   }
-  std::cerr << " at " << Rate{frequency} << " (priority " << timing_thread_priority() << ")"
-            << std::endl;
+  if (frequency > 0.0) {  // a waveform of another program's may have none
+    std::cerr << " at " << Rate{frequency};
+  }
+  std::cerr << " (priority " << timing_thread_priority() << ")" << std::endl;
 }
 
 void summarize_fan_thread() {

@@ -4,8 +4,10 @@
 
 #include "support/fake_host.h"
 #include "support/settings_fixture.h"
+#include "vorn/interval_source.h"
 #include "vorn/settings.h"
 #include "vorn/version.h"
+#include "vorn/waveform.h"
 
 namespace {
 
@@ -106,6 +108,21 @@ TEST_F(Summary, ABindingNamesOneProcessorForAll) {
                         ", running on a 2-core system\n"
                         "\tworkload thread on core 3 running \"spin\" (priority 63)\n"
                         "\tworkload thread on core 3 running \"spin\" (priority 63)\n");
+}
+
+TEST_F(Summary, AWaveformOfAnotherProgramIsNamedByItsDescription) {
+  frequency = 20.0;
+  waveform.description = "duty 0.3";
+  EXPECT_EQ(text(), around("\ttiming thread running duty 0.3 at 20Hz (priority 63)\n", 31));
+}
+
+TEST_F(Summary, AWaveformWithoutAFrequencyNamesNone) {
+  class NoIntervals : public IntervalSource {
+    std::optional<std::int64_t> next_ns() override { return std::nullopt; }
+  } source;
+  waveform.source = &source;
+  waveform.description = "edges of a file";
+  EXPECT_EQ(text(), around("\ttiming thread running edges of a file (priority 63)\n", 31));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "vorn/timing_thread.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <optional>
 
@@ -53,19 +54,37 @@ void tell_observer(std::int64_t planned_ns) {
   }
 }
 
-/// Waits for the instant at which the waveform begins, if it has one. Returns the instant, or
-/// nothing if the run ends first.
+/// Waits for the instant at which the waveform begins. Returns it, or nothing if the run ends
+/// first.
+std::optional<std::int64_t> wait_for(WaveformStart& start) {
+  constexpr std::int64_t kNear = 20000000;    // ns; time enough to sleep exactly
+  constexpr std::int64_t kLook = 1000000000;  // ns between two looks at where the instant is
+  for (;;) {
+    const std::int64_t start_ns = start.instant_ns();
+    const std::int64_t now_ns = monotonic_ns();
+    const bool near = start_ns - now_ns <= kNear;
+    if (!sleep_until(near ? start_ns : std::min(start_ns - kNear, now_ns + kLook))) {
+      return std::nullopt;
+    }
+    if (near) {
+      return start_ns;
+    }
+  }
+}
+
+/// Begins the waveform. Returns when it was to begin, or nothing if the run ends before that.
 std::optional<std::int64_t> begin() {
-  const std::int64_t start_ns = waveform.start_ns.value_or(monotonic_ns());
-  if (waveform.start_ns) {
-    if (!sleep_until(start_ns)) {
+  std::optional<std::int64_t> start_ns = monotonic_ns();
+  if (waveform.start != nullptr) {
+    start_ns = wait_for(*waveform.start);
+    if (!start_ns) {
       return std::nullopt;
     }
     if (starting_state) {
       switch_to(true);
     }
   }
-  tell_observer(start_ns);
+  tell_observer(*start_ns);
   return start_ns;
 }
 
@@ -97,7 +116,7 @@ bool play(IntervalSource& source, std::int64_t begin_ns) {
 int spawn_timing() {
   assertion(using_timing_thread(), "using_timing_thread()", kDriverModule);
   starting_state = params.active;
-  if (waveform.start_ns) {
+  if (waveform.start != nullptr) {
     params.active = false;  // here, so that no workload that starts after this sees it on
   }
   return timing_thread.start(timing_thread_function, timing_thread_priority());

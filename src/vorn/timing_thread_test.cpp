@@ -35,6 +35,15 @@ bool eventually(const std::function<bool()>& condition) {
   return false;
 }
 
+class FixedStart : public WaveformStart {
+ public:
+  explicit FixedStart(std::int64_t ns) : ns_(ns) {}
+  std::int64_t instant_ns() override { return ns_; }
+
+ private:
+  std::int64_t ns_;
+};
+
 class TimingThread : public SettingsFixture {
  protected:
   ~TimingThread() override { end(); }
@@ -207,7 +216,8 @@ TEST_F(SourcePlayed, SwitchesInPassingWhereAnIntervalHasNoLength) {
 
 TEST_F(SourcePlayed, IsOffUntilTheInstantAtWhichItBegins) {
   const std::int64_t begin = monotonic_ns() + 30 * kMillisecond;
-  waveform.start_ns = begin;
+  FixedStart start(begin);
+  waveform.start = &start;
   const std::vector<Edge> edges = play({2 * kMillisecond, kMillisecond});
   ASSERT_EQ(edges.size(), 2U);
   EXPECT_EQ(edges[0].planned_ns, begin);
@@ -217,7 +227,8 @@ TEST_F(SourcePlayed, IsOffUntilTheInstantAtWhichItBegins) {
 
 TEST_F(SourcePlayed, BeginsOffAtItsInstantIfInverted) {
   params.active = false;
-  waveform.start_ns = monotonic_ns() + 5 * kMillisecond;
+  FixedStart start(monotonic_ns() + 5 * kMillisecond);
+  waveform.start = &start;
   const std::vector<Edge> edges = play({kMillisecond, kMillisecond});
   ASSERT_EQ(edges.size(), 2U);
   EXPECT_FALSE(edges[0].active);
@@ -227,7 +238,8 @@ TEST_F(SourcePlayed, BeginsOffAtItsInstantIfInverted) {
 TEST_F(SourcePlayed, IsOffFromBeforeTheThreadRuns) {
   ScriptedSource source({kMillisecond});
   waveform.source = &source;
-  waveform.start_ns = monotonic_ns() + 3600000 * kMillisecond;
+  FixedStart in_an_hour(monotonic_ns() + 3600000 * kMillisecond);
+  waveform.start = &in_an_hour;
   start();
   EXPECT_FALSE(params.active);
   end();
@@ -239,6 +251,31 @@ TEST_F(TimingThreadDeathTest, NeedsAFrequency) {
   EXPECT_DEATH(spawn_timing(),
                "Assertion failed: \\(using_timing_thread\\(\\)\\), function spawn_timing, "
                "file src/vorn\\.");
+}
+
+/// An instant an hour away, until it has been asked for once; then a soon one.
+class MovingStart : public WaveformStart {
+ public:
+  std::int64_t instant_ns() override {
+    if (++asked_ == 1) {
+      return begin_ns_ + 3600000 * kMillisecond;
+    }
+    return soon_ns();
+  }
+  std::int64_t soon_ns() const { return begin_ns_ + 1100 * kMillisecond; }
+
+ private:
+  std::int64_t begin_ns_ = monotonic_ns();
+  int asked_ = 0;
+};
+
+TEST_F(SourcePlayed, BeginsAtAnInstantThatWasMovedWhileItWasAwaited) {
+  MovingStart start;
+  waveform.start = &start;
+  const std::vector<Edge> edges = play({2 * kMillisecond, kMillisecond});
+  ASSERT_EQ(edges.size(), 2U);
+  EXPECT_EQ(edges[0].planned_ns, start.soon_ns());
+  EXPECT_GE(edges[0].switched_ns, start.soon_ns());
 }
 
 }  // namespace

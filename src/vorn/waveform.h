@@ -1,18 +1,33 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 
 class EdgeObserver;
 class IntervalSource;
 
-/// What the timing thread plays, from when, and who is told. By default it is the power waveform of
-/// the settings, from the start of the thread.
-struct Waveform {
-  IntervalSource* source = nullptr;      ///< not owned; null: the toggle schedule, for ever
-  EdgeObserver* observer = nullptr;      ///< not owned; null: nobody
-  std::optional<std::int64_t> start_ns;  ///< of CLOCK_MONOTONIC; the waveform is off until then
+/// The instant at which the waveform begins.
+class WaveformStart {
+ public:
+  WaveformStart() = default;
+  WaveformStart(const WaveformStart&) = delete;
+  WaveformStart& operator=(const WaveformStart&) = delete;
+  virtual ~WaveformStart() = default;
+
+  /// The instant in ns of CLOCK_MONOTONIC, as things stand. Asked for again and again while it is
+  /// awaited, and last some milliseconds before: an instant of the wall clock moves when that is
+  /// set. Thread: the timing thread.
+  virtual std::int64_t instant_ns() = 0;
 };
 
-/// Set before spawn_timing(), then only read. A source makes using_timing_thread() true.
+/// What the timing thread plays, from when, and who is told. By default it is the power waveform of
+/// the settings, from the start of the thread. Nothing here is owned.
+struct Waveform {
+  IntervalSource* source = nullptr;   ///< null: the toggle schedule, for ever
+  EdgeObserver* observer = nullptr;   ///< null: nobody
+  WaveformStart* start = nullptr;     ///< the waveform is off until then; null: at once
+  const char* description = nullptr;  ///< for the summary; null: what the settings say
+};
+
+/// Set before the summary and spawn_timing(), then only read. A source makes using_timing_thread()
+/// true.
 extern Waveform waveform;

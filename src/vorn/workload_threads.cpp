@@ -44,7 +44,7 @@ int num_workload_threads() {
 }
 
 int workload_thread_priority() {
-  return using_timing_thread() || using_monitor_thread() ? 31 : 63;
+  return using_timing_thread() || using_monitor_thread() || threads_beside ? 31 : 63;
 }
 
 unsigned min(unsigned a, unsigned b) {

@@ -65,6 +65,9 @@ TEST_F(WorkloadThreads, RunBelowTheTimingAndMonitorThreads) {
   frequency = 0.0;
   monitor = true;
   EXPECT_EQ(workload_thread_priority(), 31);
+  monitor = false;
+  threads_beside = true;
+  EXPECT_EQ(workload_thread_priority(), 31);
 }
 
 TEST_F(WorkloadThreads, TheSmallerOneIsTakenWithoutASign) {

@@ -24,6 +24,7 @@ void reset_settings() {
   rpm = default_rpm(false);
   trial_time = 0;
   additional_time_us = 0;
+  threads_beside = false;
   pstate = default_pstate(false);
   workloads.clear();
   sinusoid = 0.0;
