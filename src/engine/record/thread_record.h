@@ -10,12 +10,7 @@
 
 #include "engine/burst_observer.h"
 #include "engine/record/ring.h"
-
-/// What a load has done since it began.
-struct Work {
-  std::uint64_t operations = 0;
-  std::uint64_t bytes = 0;
-};
+#include "engine/work.h"
 
 /// What happened at one edge, as a workload thread saw it.
 struct BurstEvent {
