@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cmath>
 #include <iostream>
-#include <string>
 
 #include "Assertion/assertion.h"
 #include "vorn/fans.h"
@@ -49,8 +48,7 @@ void* fan_thread_function(void* /*arg*/) {
     if (set_fans_in_run(fans, value) == 0) {
       stopped = !stopped;
     } else {
-      // In one write, among what others print.
-      std::cerr << "Unable to set fans to " + std::to_string(value) + "RPM\n";
+      std::cerr << "Unable to set fans to " << value << "RPM" << std::endl;
     }
   }
   return nullptr;

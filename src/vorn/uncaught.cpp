@@ -5,9 +5,9 @@
 #include <atomic>
 #include <cstdlib>
 #include <exception>
+#include <iostream>
 
 #include "Workload/Workload.h"
-#include "vorn/thread_notes.h"
 
 namespace {
 
@@ -17,7 +17,10 @@ void explain() {
   try {
     throw;
   } catch (const WorkloadThreadException&) {
-    say({note_on_refused_priority()});
+    std::cerr << "vorn: this user has no right to a fixed priority; grant it with \"setcap "
+                 "cap_sys_nice+ep\" on the program, with \"ulimit -r 64\", or to a container with "
+                 "\"--cap-add sys_nice\""
+              << std::endl;
   } catch (...) {  // the runtime names it
   }
 }
