@@ -10,7 +10,12 @@
 
 #include "engine/burst_observer.h"
 #include "engine/record/ring.h"
-#include "engine/work.h"
+
+/// What a load has done since it began.
+struct Work {
+  std::uint64_t operations = 0;
+  std::uint64_t bytes = 0;
+};
 
 /// What happened at one edge, as a workload thread saw it.
 struct BurstEvent {
