@@ -12,6 +12,7 @@
 #include "engine/record/thread_record.h"
 
 class EdgeObserver;
+struct RecordParts;
 
 /// The record cannot be made. what() names the path and the reason.
 class RecordError : public std::runtime_error {
@@ -37,9 +38,10 @@ struct RecordPlan {
 struct RecordLosses {
   std::uint64_t events = 0;  ///< there was no room in a buffer
   std::uint64_t lines = 0;   ///< the file did not take them
-  std::string reason;        ///< why the file did not; empty if it took all
+  bool complete = true;      ///< the last line was reached; without it, more may be lost
+  std::string reason;        ///< why the file did not take lines; empty if it took all
 
-  bool none() const { return events == 0 && lines == 0; }
+  bool none() const { return events == 0 && lines == 0 && complete; }
 };
 
 /// The file that says what a run was asked for and what happened: docs/record.md has its lines.
@@ -64,8 +66,8 @@ class Record {
   ThreadRecord& thread(unsigned index);
 
   /// The waveform is to begin at an agreed instant: `wall_ns` since 1970, which is `planned_ns` of
-  /// the monotonic clock as things stand. The record says how well the first edge met it.
-  /// Thread: any, before the first edge.
+  /// the monotonic clock as things stand. The record says how well the first edge met it. May be
+  /// repeated when the clocks have moved, until the first edge. Thread: one.
   void start_agreed(std::int64_t wall_ns, std::int64_t planned_ns) noexcept;
 
   /// A sample was taken `elapsed_s` after the sampling began: notes each thread's processor time
@@ -88,6 +90,7 @@ class Record {
   RecordLosses finish(std::string_view reason, int status);
 
  private:
-  struct Parts;
-  std::shared_ptr<Parts> parts_;  ///< shared with the writer, which a stuck file may hold for ever
+  bool finished_ = false;
+  std::shared_ptr<RecordParts>
+      parts_;  ///< shared with the writer, which a stuck file may hold for ever
 };

@@ -1,37 +1,28 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <ctime>
 
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "engine/burst_observer.h"
+#include "engine/record/processor_use.h"
 #include "engine/record/ring.h"
+#include "engine/work.h"
 
-/// What a load has done since it began.
-struct Work {
-  std::uint64_t operations = 0;
-  std::uint64_t bytes = 0;
-};
-
-/// What happened at one edge, as a workload thread saw it.
+/// What a workload thread saw: how it followed an edge, or a gap.
 struct BurstEvent {
   enum class Kind : std::int32_t { left, entered, held_up };
   std::int64_t at_ns;     ///< end of the last burst, begin of the first, or begin of the gap
   std::int64_t until_ns;  ///< end of the gap; the others have none
   std::int32_t processor;
   Kind kind;
-};
-
-/// What a thread has used of its processors since it began, as the kernel counts it.
-struct ProcessorUse {
-  std::int64_t time_ns = 0;     ///< on a processor
-  std::int64_t waited_ns = 0;   ///< runnable, and not on a processor
-  std::uint64_t voluntary = 0;  ///< switches
-  std::uint64_t involuntary = 0;
 };
 
 /// The part of the record that one workload thread writes: its bursts. And what others read of it:
@@ -67,8 +58,8 @@ class ThreadRecord final : public BurstObserver {
   int policy() const noexcept { return policy_; }
   int priority() const noexcept { return priority_; }
 
-  /// Its processor time in ns. Requires: it has begun.
-  std::int64_t processor_time_ns() const noexcept;
+  /// Its processor time in ns; nothing in the moment in which it ends. Requires: it has begun.
+  std::optional<std::int64_t> processor_time_ns() const noexcept;
 
   /// What it has done. Requires: it has begun.
   Work work() const { return work_ ? work_() : Work{}; }

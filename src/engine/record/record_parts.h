@@ -1,0 +1,66 @@
+#pragma once
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/record/edge_log.h"
+#include "engine/record/record.h"
+#include "engine/record/record_file.h"
+#include "engine/record/ring.h"
+#include "engine/record/thread_record.h"
+#include "engine/record/word_queue.h"
+
+/// A sample was taken, or what one thread had used and done by then.
+struct SampleEvent {
+  static constexpr std::int32_t kTheSample = -1;
+
+  std::int32_t thread;  ///< or kTheSample
+  std::int64_t at_ns;
+  double elapsed_s;                ///< of the sample
+  std::int64_t processor_time_ns;  ///< of the thread; -1 if it is not known
+  Work work;                       ///< of the thread
+};
+
+/// Something that happens once, and can be waited for. Who sees it sees what was written before.
+class Signal {
+ public:
+  Signal();
+  Signal(const Signal&) = delete;
+  Signal& operator=(const Signal&) = delete;
+  ~Signal();
+
+  /// From then on it is set, for good. Thread: any.
+  void set() noexcept;
+
+  /// Waits until it is set, for `ms` at most. Returns whether it is. Thread: any.
+  bool wait(int ms) noexcept;
+
+ private:
+  std::atomic<bool> set_{false};
+  const int file_;  ///< a counter of the kernel's, to sleep by
+};
+
+/// What a record and its writer share.
+struct RecordParts {
+  explicit RecordParts(RecordPlan the_plan);
+
+  const RecordPlan plan;
+  RecordFile file;
+  EdgeLog edges;
+  std::vector<std::unique_ptr<ThreadRecord>> threads;
+  Ring<SampleEvent> samples;
+  WordQueue words;
+
+  // The end: written before `ending` is set, read after it has been seen.
+  std::string reason;
+  int status = 0;
+  Signal ending;
+
+  Signal written;                                ///< set by the writer behind its last line
+  std::atomic<std::uint64_t> events_dropped{0};  ///< known to the writer, from all buffers
+};
