@@ -42,6 +42,16 @@ kx_object_t find_service() {
 
 }  // namespace
 
+bool PlatformPlugin::exists() {
+  try {
+    const kx_object_t service = find_service();
+    KxObjectRelease(service);
+    return service != 0;
+  } catch (const PlatformPluginException&) {
+    return true;
+  }
+}
+
 PlatformPlugin::PlatformPlugin() : connection(setup_connection()) {}
 
 // NOLINTNEXTLINE(bugprone-exception-escape): as declared

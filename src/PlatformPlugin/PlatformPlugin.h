@@ -18,6 +18,9 @@ class PlatformPlugin {
   PlatformPlugin(const PlatformPlugin&) = delete;
   PlatformPlugin& operator=(const PlatformPlugin&) = delete;
 
+  /// Whether the machine has a power plugin. True as well if that cannot be told.
+  static bool exists();
+
   /// Closes the connection while the object lives on: if the driver refuses, this throws and the
   /// connection is still open.
   void close();

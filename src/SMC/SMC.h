@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <list>
 #include <string>
 
@@ -26,6 +27,9 @@ class SMC {
 
   SMC(const SMC&) = delete;
   SMC& operator=(const SMC&) = delete;
+
+  /// Whether the machine has a controller. True as well if that cannot be told.
+  static bool exists();
 
   // Names, types and encodings: no connection takes part.
 
@@ -84,6 +88,8 @@ class SMC {
 
   /// Reads a key's data bytes into `out`. The reply's result byte is not looked at.
   void read(const smc_key_data& key, SMCParamStruct& out);
+  /// Bytes of a key; 0 if the controller has no such key.
+  std::uint32_t get_key_size(const smc_code& key);
   /// What the controller says of a key. Throws unless that is a key of two bytes.
   smc_key_info get_key_infodata(const smc_code& key);
   /// The first two bytes of a key, of whatever type.
@@ -116,6 +122,7 @@ class SMC {
   void sample(std::list<float>& samples);
 
  private:
+  smc_key_info ask_key_info(const smc_code& key);
   smc_key_data resolve(const std::string& name);
   void send_write(SMCParamStruct& request);
 

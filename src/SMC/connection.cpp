@@ -13,7 +13,8 @@ void throw_unless_success(const char* call, kx_return_t result) {
   }
 }
 
-/// The first service of the controller's class, as a reference that the caller owns.
+/// The first service of the controller's class, as a reference that the caller owns; 0 if there is
+/// none.
 kx_object_t find_service() {
   kx_port_t master = 0;
   throw_unless_success("KxMasterPort()", KxMasterPort(0, &master));
@@ -26,13 +27,20 @@ kx_object_t find_service() {
                        KxServiceGetMatchingServices(master, matching, &iterator));
   const kx_object_t service = KxIteratorNext(iterator);
   KxObjectRelease(iterator);
-  if (service == 0) {
-    throw SMCException("KxIteratorNext() returned NULL", 0);
-  }
   return service;
 }
 
 }  // namespace
+
+bool SMC::exists() {
+  try {
+    const kx_object_t service = find_service();
+    KxObjectRelease(service);
+    return service != 0;
+  } catch (const SMCException&) {
+    return true;
+  }
+}
 
 SMC::SMC() : connection(get_port()) {}
 
@@ -51,6 +59,9 @@ SMC::~SMC() noexcept(false) {
 
 unsigned int SMC::get_port() {
   const kx_object_t service = find_service();
+  if (service == 0) {
+    throw SMCException("KxIteratorNext() returned NULL", 0);
+  }
   kx_object_t connection = 0;
   const kx_return_t opened = KxServiceOpen(service, KxTaskSelf(), kSMCConnectionType, &connection);
   KxObjectRelease(service);

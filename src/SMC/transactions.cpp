@@ -20,17 +20,26 @@ void SMC::read(const smc_key_data& key, SMCParamStruct& out) {
   call(kSMCSelectorTransaction, &request, &out);
 }
 
-smc_key_info SMC::get_key_infodata(const smc_code& key) {
+// The result byte is not looked at: the controller reports size 0 for a key that it lacks.
+smc_key_info SMC::ask_key_info(const smc_code& key) {
   SMCParamStruct request = make_request({key, {}}, kSMCCommandKeyInfo);
   SMCParamStruct reply{};
   call(kSMCSelectorTransaction, &request, &reply);
-  // The result byte is not looked at: the controller reports size 0 for a key that it lacks.
-  if (reply.info.dataSize != kExpectedSize) {
+  return reply.info;
+}
+
+std::uint32_t SMC::get_key_size(const smc_code& key) {
+  return ask_key_info(key).dataSize;
+}
+
+smc_key_info SMC::get_key_infodata(const smc_code& key) {
+  const smc_key_info info = ask_key_info(key);
+  if (info.dataSize != kExpectedSize) {
     throw SMCException("Expected data size " + std::to_string(kExpectedSize) + " for SMC key \"" +
-                           name(key) + "\", instead got " + std::to_string(reply.info.dataSize),
+                           name(key) + "\", instead got " + std::to_string(info.dataSize),
                        0);
   }
-  return reply.info;
+  return info;
 }
 
 unsigned short SMC::get_short(const smc_key_data& key) {
