@@ -11,14 +11,18 @@
 #include "Assertion/assertion.h"
 #include "Workload/WorkloadFactory.h"
 #include "vorn/module.h"
+#include "vorn/notes.h"
 #include "vorn/numbers.h"
 #include "vorn/option_extension.h"
+#include "vorn/request_notes.h"
 #include "vorn/settings.h"
 #include "vorn/version.h"
 
 namespace {
 
 constexpr const char* kDefaultWorkload = "spin";
+
+constexpr int kLastLetter = 255;  // above it are the long options of other programs
 
 constexpr const char* kShortOptions = "hvnmir:o:c:b:f:F:k:a:s:t:p:w:z:e:";
 
@@ -186,6 +190,15 @@ std::vector<option> all_long_options(const OptionExtension& extension) {
   return all;
 }
 
+/// Names the option whose value was not taken; getopt_long() itself has named all others.
+void note_value(int letter) {
+  for (const option& known : kLongOptions) {
+    if (known.val == letter) {
+      say({note_on_value(static_cast<char>(letter), known.name, optarg)});
+    }
+  }
+}
+
 void fill_empty_lists() {
   if (keys.empty()) {
     keys.emplace_back("PC0C");
@@ -223,14 +236,20 @@ int parse_options(int argc, char* argv[], OptionExtension& extension) {
   for (int letter;
        (letter = getopt_long(argc, argv, kShortOptions, options.data(), nullptr)) != -1;) {
     const auto reading = extension.read(letter, optarg);
-    const bool valid = reading == OptionExtension::Reading::kNotMine
-                           ? apply_option(letter, argv[0])
-                           : reading == OptionExtension::Reading::kTaken;
-    if (!valid) {
+    const bool mine = reading == OptionExtension::Reading::kNotMine;
+    if (mine && !apply_option(letter, argv[0])) {
+      note_value(letter);
       return -1;
+    }
+    if (!mine && reading != OptionExtension::Reading::kTaken) {
+      return -1;
+    }
+    if (letter <= kLastLetter) {
+      given_options += static_cast<char>(letter);
     }
   }
   if (optind != argc) {
+    say({note_on_word(argv[optind])});
     return -1;
   }
   fill_empty_lists();

@@ -2,9 +2,9 @@
 
 class OptionExtension;
 
-/// Reads the command line into the run settings. Returns 0, or -1 if it is not valid; only an
-/// unknown workload and what getopt_long() objects to get a message on standard error. `-h` and
-/// `-v` end the process with status 0 where they are met.
+/// Reads the command line into the run settings. Returns 0, or -1 if it is not valid: what
+/// it does not take is named on standard error. `-h` and `-v` end the process with status 0 where
+/// they are met.
 /// Requires: `factories` is filled, and this is the first call.
 int parse_options(int argc, char* argv[]);
 

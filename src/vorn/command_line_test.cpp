@@ -1,10 +1,13 @@
 #include "vorn/command_line.h"
 
+#include <getopt.h>
+
 #include <list>
 #include <string>
 #include <vector>
 
 #include "support/settings_fixture.h"
+#include "vorn/notes.h"
 #include "vorn/option_extension.h"
 #include "vorn/settings.h"
 
@@ -173,9 +176,14 @@ TEST_F(CommandLine, InvertLeavesTheWaveformOff) {
 class Rejected : public CommandLine,
                  public testing::WithParamInterface<std::vector<std::string>> {};
 
-TEST_P(Rejected, IsRejectedWithoutAMessage) {
+TEST_P(Rejected, IsNamedInANote) {
   EXPECT_EQ(parse(GetParam()), -1);
-  EXPECT_EQ(printed_, "");
+  const std::string& option = GetParam().front();
+  const std::string& value = GetParam().back();
+  EXPECT_TRUE(printed_.starts_with(std::string(program_name()) + ": note: " + option + " (--"))
+      << printed_;
+  EXPECT_NE(printed_.find(" does not take \"" + value + "\"; it takes a "), std::string::npos)
+      << printed_;
 }
 
 using Arguments = std::vector<std::string>;
@@ -187,8 +195,22 @@ INSTANTIATE_TEST_SUITE_P(
                     Arguments{"-f", "0"}, Arguments{"-f", "nan"}, Arguments{"-f", ""},
                     Arguments{"-F", "-1"}, Arguments{"-r", "-1"}, Arguments{"-r", "1Hz"},
                     Arguments{"-b", "-1"}, Arguments{"-p", "-3"}, Arguments{"-s", "fast"},
-                    Arguments{"-s", ""}, Arguments{"-z", "0"}, Arguments{"-e", "0"},
-                    Arguments{"-n", "more"}, Arguments{"more", "-n"}));
+                    Arguments{"-s", ""}, Arguments{"-z", "0"}, Arguments{"-e", "0"}));
+
+TEST_F(CommandLine, AWordThatIsNoOptionIsNamed) {
+  for (const Arguments& arguments : {Arguments{"-n", "more"}, Arguments{"more", "-n"}}) {
+    EXPECT_EQ(parse(arguments), -1);
+    EXPECT_EQ(printed_, std::string(program_name()) +
+                            ": note: \"more\" belongs to no option; each option begins with \"-\" "
+                            "or \"--\"\n");
+    optind = 0;
+  }
+}
+
+TEST_F(CommandLine, KnowsWhichOptionsWereGiven) {
+  EXPECT_EQ(parse({"-m", "--key", "TC0D", "-r", "5"}), 0);
+  EXPECT_EQ(given_options, "mkr");
+}
 
 TEST_F(CommandLine, AnUnknownOptionIsRejectedInTheWordsOfGetopt) {
   EXPECT_EQ(parse({"-x"}), -1);

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cmath>
 #include <iostream>
+#include <string>
 
 #include "Assertion/assertion.h"
 #include "vorn/fans.h"
@@ -48,7 +49,8 @@ void* fan_thread_function(void* /*arg*/) {
     if (set_fans_in_run(fans, value) == 0) {
       stopped = !stopped;
     } else {
-      std::cerr << "Unable to set fans to " << value << "RPM" << std::endl;
+      // In one write, among what others print.
+      std::cerr << "Unable to set fans to " + std::to_string(value) + "RPM\n";
     }
   }
   return nullptr;

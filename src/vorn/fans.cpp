@@ -25,7 +25,7 @@ int alone(const std::function<void(SMC&)>& work) {
     failure = thrown;
   }
   if (failure) {
-    std::cerr << *failure << std::endl;
+    std::cerr << failure->description() + '\n';  // in one write, among what others print
     return -1;
   }
   return 0;

@@ -2,7 +2,9 @@
 
 #include "WorkloadRegistry/registry.h"
 #include "vorn/command_line.h"
+#include "vorn/notes.h"
 #include "vorn/privilege.h"
+#include "vorn/request_notes.h"
 #include "vorn/run.h"
 #include "vorn/settings.h"
 #include "vorn/summary.h"
@@ -26,5 +28,6 @@ int main(int argc, char* argv[]) {
   if (noisy) {
     summarize();
   }
+  say(notes_on_request(request_of_settings()));
   return run();
 }

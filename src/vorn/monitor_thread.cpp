@@ -1,19 +1,25 @@
 #include "vorn/monitor_thread.h"
 
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <iostream>
 #include <list>
+#include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "Assertion/assertion.h"
 #include "SMC/SMC.h"
 #include "vorn/clock.h"
 #include "vorn/disk_commit.h"
+#include "vorn/machine_notes.h"
 #include "vorn/module.h"
+#include "vorn/notes.h"
 #include "vorn/run_sleep.h"
 #include "vorn/sample_file.h"
+#include "vorn/sample_text.h"
+#include "vorn/sampling_grid.h"
+#include "vorn/sampling_notes.h"
 #include "vorn/settings.h"
 
 ServiceThread monitor_thread;
@@ -22,23 +28,10 @@ namespace {
 
 constexpr std::uint32_t kHeadStart = 500000;  // microseconds before the load may start
 
-void append_number(std::string& line, double value) {
-  constexpr std::size_t kLongest = 32;
-  std::array<char, kLongest> digits{};
-  const int length = std::snprintf(digits.data(), digits.size(), "%g", value);
-  line.append(digits.data(), static_cast<std::size_t>(length));
-}
+// Never destroyed: a failed start ends main() while the thread runs.
+std::unique_ptr<SampleFile>& given_file = *new std::unique_ptr<SampleFile>;
 
-/// Makes `line` the sample's line. Allocates nothing once a line as long has been made.
-void format_line(std::string& line, double elapsed, const std::list<float>& sample) {
-  line.clear();
-  append_number(line, elapsed);
-  for (const float value : sample) {
-    line += '\t';
-    append_number(line, double{value});
-  }
-  line += '\n';
-}
+SamplingReport report;  // the monitor thread's; whoever joins it may read
 
 /// Waits for the next point of the grid of whole periods since `start`. Counted from when the wait
 /// begins, so that a write that blocks does not move the next reading off the grid.
@@ -49,22 +42,60 @@ void wait_for_the_grid(double start, double period) {
   }
 }
 
-void sample_into(SampleFile& file, DiskCommit& commit) {
+/// Writes a line, and notes the first one that is not taken.
+void write_line(SampleFile& file, std::string_view line) {
+  if (!file.write_line(line) && file.lost() == 1 && file.open_error() == 0) {
+    say({note_on_first_loss(file)});
+  }
+}
+
+/// Samples until the run ends. Returns how well that kept to the grid.
+SamplingGrid sample_into(SampleFile& file, DiskCommit& commit) {
   SMC smc(keys);
   std::list<float> sample;
   std::string line;
   const double start = now();
   const double period = 1.0 / monitor_rate;
+  SamplingGrid grid(period);
   while (!params.terminate) {
     smc.sample(sample);
-    format_line(line, now() - start, sample);
-    file.write_line(line);
+    const double elapsed = now() - start;
+    format_sample(line, elapsed, sample);
+    write_line(file, line);
+    grid.taken(elapsed);
     commit.line_written();
     wait_for_the_grid(start, period);
+  }
+  grid.ended(now() - start);
+  return grid;
+}
+
+/// Samples until the run ends or that fails, which it then says.
+void sample_and_say(SampleFile& file) {
+  // A machine that goes down under its load keeps the lines up to then. Outlives the sampling: its
+  // end waits for the disk, and a failure is said before that.
+  DiskCommit commit;
+  try {
+    const SamplingGrid grid = sample_into(file, commit);
+    report.late = grid.late();
+    report.left_out = grid.left_out();
+    say(notes_on_grid(grid));
+  } catch (SMCException& failure) {
+    report.failed = true;
+    std::cerr << failure.description() + '\n';  // in one write, among what others print
+    say(notes_on_sampling(ask_machine(keys, KeyUse::sampling)));
   }
 }
 
 }  // namespace
+
+void use_sample_file(std::unique_ptr<SampleFile> file) {
+  given_file = std::move(file);
+}
+
+const SamplingReport& sampling_report() {
+  return report;
+}
 
 int spawn_monitor() {
   assertion(using_monitor_thread(), "using_monitor_thread()", kDriverModule);
@@ -77,14 +108,15 @@ int spawn_monitor() {
 
 void* monitor_thread_function(void* /*arg*/) {
   assertion(!keys.empty(), "!keys.empty()", kDriverModule);
-  SampleFile file(output);
-  // A machine that goes down under its load keeps the lines up to then. Outlives the sampling: its
-  // end waits for the disk, and a failure is said before that.
-  DiskCommit commit;
-  try {
-    sample_into(file, commit);
-  } catch (SMCException& failure) {
-    std::cerr << failure << std::endl;
-  }
+  report = {};
+  const std::unique_ptr<SampleFile> file =
+      given_file ? std::move(given_file) : std::make_unique<SampleFile>(output);
+  say(notes_on_opening(*file));
+  sample_and_say(*file);
+  const bool kept = file->close();
+  say(notes_on_lost_lines(*file, kept));
+  report.file_error = file->error();
+  report.written = file->written();
+  report.lost = file->lost();
   return nullptr;
 }

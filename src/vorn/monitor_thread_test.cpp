@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
@@ -13,12 +15,18 @@
 #include "support/held_sync.h"
 #include "support/machine_fixture.h"
 #include "support/slow_controller.h"
+#include "vorn/notes.h"
 #include "vorn/run_sleep.h"
+#include "vorn/sample_file.h"
 #include "vorn/settings.h"
 
 namespace {
 
 using std::chrono::milliseconds;
+
+std::string note(const std::string& text) {
+  return std::string(program_name()) + ": note: " + text + "\n";
+}
 
 class MonitorThread : public MachineFixture {
  protected:
@@ -121,7 +129,8 @@ TEST_F(MonitorThread, IsCutShortInItsSleepWithoutAFurtherSample) {
 TEST_F(MonitorThread, AKeyThatCannotBeResolvedEndsItBeforeAnyLine) {
   keys = {"PC0C", "XXXX"};
   EXPECT_EQ(printed_by([] { monitor_thread_function(nullptr); }),
-            "Expected data size 2 for SMC key \"XXXX\", instead got 0\n");
+            "Expected data size 2 for SMC key \"XXXX\", instead got 0\n" +
+                note("this machine has no key \"XXXX\"; vorn-keys lists those that it has"));
   EXPECT_TRUE(std::filesystem::exists(file_));
   EXPECT_EQ(text(), "");
   EXPECT_FALSE(params.terminate);
@@ -129,7 +138,9 @@ TEST_F(MonitorThread, AKeyThatCannotBeResolvedEndsItBeforeAnyLine) {
 
 TEST_F(MonitorThread, AMalformedKeyEndsItBeforeAnyLine) {
   keys = {"PC0"};
-  EXPECT_EQ(printed_by([] { monitor_thread_function(nullptr); }), "Malformed SMC key \"PC0\"\n");
+  EXPECT_EQ(printed_by([] { monitor_thread_function(nullptr); }),
+            "Malformed SMC key \"PC0\"\n" +
+                note("\"PC0\" is no key: a key has four characters; vorn-keys lists them"));
   EXPECT_EQ(text(), "");
 }
 
@@ -174,19 +185,84 @@ TEST_F(MonitorThread, SaysAFailureWithoutWaitingForTheDisk) {
 TEST_F(MonitorThread, WithoutAServiceEndsAndSaysSo) {
   kx::install_machine({});
   EXPECT_EQ(printed_by([] { monitor_thread_function(nullptr); }),
-            "KxIteratorNext() returned NULL\n");
+            "KxIteratorNext() returned NULL\n" +
+                note("this machine shows no controller, that is no sensor and no fan; vorn-keys "
+                     "--check says what there is; leave -m out, or use vorn-sim, which has a "
+                     "simulated one"));
 }
 
-// Kept as it is: what is written to such a file is lost without a word.
-TEST_F(MonitorThread, AFileThatCannotBeOpenedIsNotNoticed) {
+/// The two notes of a run whose sample file takes nothing: at once, and with the count at the end.
+void expect_loss_noted(const std::string& printed, const std::string& at_once,
+                       const std::string& reason) {
+  const std::string end =
+      " lines of samples were lost: " + reason + "; sample again into another file (-o)\n";
+  ASSERT_TRUE(printed.starts_with(at_once)) << printed;
+  const std::string rest = printed.substr(at_once.size());
+  EXPECT_TRUE(rest.ends_with(end)) << rest;
+  EXPECT_EQ(std::count(rest.begin(), rest.end(), '\n'), 1) << rest;
+}
+
+TEST_F(MonitorThread, GoesOnWithoutAFileThatCannotBeOpenedAndSaysSo) {
   output = "/nonexistent/folder/file";
-  monitor_rate = 100;
-  EXPECT_EQ(printed_by([] {
-              EXPECT_EQ(monitor_thread.start(monitor_thread_function, 63), 0);
-              std::this_thread::sleep_for(milliseconds(50));
-              end();
-            }),
-            "");
+  monitor_rate = 0.001;
+  const std::string printed = printed_by([] {
+    EXPECT_EQ(monitor_thread.start(monitor_thread_function, 63), 0);
+    run_sleep(50000);
+    end();
+  });
+  expect_loss_noted(
+      printed,
+      note("the samples are lost, their file cannot be opened: \"/nonexistent/folder/file\": No "
+           "such file or directory; name with -o a file that this user may write, in a folder that "
+           "exists"),
+      "\"/nonexistent/folder/file\": No such file or directory");
+  EXPECT_FALSE(sampling_report().failed);
+  EXPECT_EQ(sampling_report().lost, 1U);
+  EXPECT_EQ(sampling_report().file_error, ENOENT);
+}
+
+TEST_F(MonitorThread, SaysOnceThatAFileIsFullAndCountsItsLossesAtTheEnd) {
+  output = "/dev/full";
+  monitor_rate = 1000;
+  const std::string printed = printed_by([] {
+    EXPECT_EQ(monitor_thread.start(monitor_thread_function, 63), 0);
+    run_sleep(50000);
+    end();
+  });
+  EXPECT_GT(sampling_report().lost, 1U);
+  // Samples of a thousandth of a second may also be late on a busy machine.
+  std::string about_the_file;
+  std::istringstream in(printed);
+  for (std::string line; std::getline(in, line);) {
+    about_the_file += line.find(" were late ") == std::string::npos ? line + "\n" : "";
+  }
+  expect_loss_noted(
+      about_the_file,
+      note("samples are lost, they cannot be written: \"/dev/full\": No space left on "
+           "device; lines are taken again when that is over"),
+      "\"/dev/full\": No space left on device");
+}
+
+TEST_F(MonitorThread, WritesToAFileThatItIsHanded) {
+  output = "/nonexistent/folder/file";
+  auto file = std::make_unique<SampleFile>(file_);
+  file->write_line("#time\n");
+  use_sample_file(std::move(file));
+  monitor_rate = 50;
+  EXPECT_EQ(first_lines(3)[0], "#time");
+  EXPECT_EQ(sampling_report().lost, 0U);
+  EXPECT_EQ(sampling_report().written, lines().size());
+}
+
+// The second sample takes three periods of a tenth of a second.
+TEST_F(MonitorThread, CountsTheSamplesThatASlowReadingLeftOut) {
+  const int second_sample = 4;  // after two key infos and two reads
+  kx::install_machine(
+      {{std::make_shared<SlowController>(controller, second_sample, milliseconds(300)), {}}});
+  monitor_rate = 10;
+  const std::string printed = printed_by([this] { first_lines(3); });
+  EXPECT_GE(sampling_report().left_out, 2U);
+  EXPECT_NE(printed.find(" left out, the longest gap was 0."), std::string::npos) << printed;
 }
 
 TEST_F(MonitorThread, WritesToStandardOutputIfToldADash) {

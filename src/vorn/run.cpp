@@ -4,10 +4,13 @@
 
 #include "vorn/control_priority.h"
 #include "vorn/fan_thread.h"
+#include "vorn/machine_notes.h"
 #include "vorn/monitor_thread.h"
+#include "vorn/notes.h"
 #include "vorn/privileged_setup.h"
 #include "vorn/settings.h"
 #include "vorn/signals.h"
+#include "vorn/thread_notes.h"
 #include "vorn/timing_thread.h"
 #include "vorn/workload_threads.h"
 
@@ -23,6 +26,24 @@ int failed() {
 int failed(const char* message) {
   std::cerr << message << std::endl;
   return failed();
+}
+
+int failed(const char* message, const ServiceThread& thread) {
+  std::cerr << message << std::endl;
+  say({note_on_refused_thread(thread.start_error())});
+  return failed();
+}
+
+/// What the machine lacks of what it was set to. Its privilege is still raised, as ever after such
+/// a failure; it is only asked.
+Notes notes_on_failed_setup() {
+  const MachineFacts machine = ask_machine(fans, KeyUse::fans);
+  if (setting_fans()) {
+    if (Notes notes = notes_on_fans(machine); !notes.empty()) {
+      return notes;
+    }
+  }
+  return setting_pstate() ? notes_on_pstate(machine) : Notes{};
 }
 
 /// Waits for the threads that outlive the workloads. The fan thread may take half a period; the
@@ -41,19 +62,20 @@ int run(const StartBeside& start_beside) {
   take_control_priority();
   signals();
   if (using_privileged_operations() && setup_privileged() < 0) {
+    say(notes_on_failed_setup());
     return failed();
   }
   if (start_beside && start_beside() < 0) {
     return failed();
   }
   if (using_fan_thread() && spawn_fan() < 0) {
-    return failed("Problem detected while spawning fan thread");
+    return failed("Problem detected while spawning fan thread", fan_thread);
   }
   if (using_monitor_thread() && spawn_monitor() < 0) {
-    return failed("Problem detected while spawning monitor thread");
+    return failed("Problem detected while spawning monitor thread", monitor_thread);
   }
   if (using_timing_thread() && spawn_timing() < 0) {
-    return failed("Unable to spawn timing thread");
+    return failed("Unable to spawn timing thread", timing_thread);
   }
   if (spawn_workloads() < 0) {
     return failed("Unable to spawn workload(s)");

@@ -57,15 +57,17 @@ int ServiceThread::start(void* (*body)(void*), int priority, const char* spawner
   const pthread_attr_t attr = joinable(spawner);
 
   pthread_mutex_lock(&mutex_);
-  started_ = pthread_create(&handle_, &attr, begin, &start) == 0;
+  start_error_ = pthread_create(&handle_, &attr, begin, &start);
+  started_ = start_error_ == 0;
   if (started_) {
     wait(start.answered);
   }
-  const bool runs = started_ && start.result == 0;
-  if (started_ && !runs) {
+  if (started_ && start.result != 0) {
     pthread_join(handle_, nullptr);
     started_ = false;
+    start_error_ = start.result;
   }
+  const bool runs = started_;
   pthread_mutex_unlock(&mutex_);
   return runs ? 0 : -1;
 }

@@ -14,6 +14,9 @@ class ServiceThread {
   /// may not have that priority; `body` is then not run. Failed assertions name `spawner`.
   int start(void* (*body)(void*), int priority, const char* spawner = __builtin_FUNCTION());
 
+  /// The errno value that says why the last start() failed, or 0. Thread: the one that starts.
+  int start_error() const { return start_error_; }
+
   /// Returns when the thread has ended; at once if it was never started. Not by itself.
   void join();
 
@@ -25,5 +28,6 @@ class ServiceThread {
 
   pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
   bool started_ = false;
+  int start_error_ = 0;
   pthread_t handle_{};
 };

@@ -40,6 +40,7 @@ TEST_F(ServiceThreadTest, DoesNotRunItsBodyIfThePriorityIsRefused) {
   bodies_run = 0;
   fake_host::state().priority_result = EPERM;
   EXPECT_EQ(thread.start(count_and_end, 63), -1);
+  EXPECT_EQ(thread.start_error(), EPERM);
   thread.join();
   EXPECT_EQ(bodies_run, 0);
 }

@@ -19,6 +19,7 @@ std::int32_t trial_time = 0;
 std::int64_t additional_time_us = 0;
 bool threads_beside = false;
 std::int32_t pstate = default_pstate(uid.privileged());
+std::string& given_options = *new std::string;
 std::vector<std::string>& workloads = *new std::vector<std::string>;
 double sinusoid = 0.0;
 double triangle = 0.0;

@@ -37,6 +37,7 @@ extern std::int64_t additional_time_us;
 /// option of vorn's.
 extern bool threads_beside;
 extern std::int32_t pstate;                  ///< P-state to force; -1: leave it alone
+extern std::string& given_options;           ///< letters of the options on the command line
 extern std::vector<std::string>& workloads;  ///< workload names; the last serves all others
 extern double sinusoid;                      ///< envelope, Hz; 0: none
 extern double triangle;                      ///< envelope, Hz; 0: none

@@ -67,6 +67,7 @@ void listen_for_other_ends() {
       sigaddset(&listened, signo);
     }
   }
+  signal(SIGXFSZ, SIG_IGN);  // a limit of file sizes is to the samples what a full disk is
   if (!is_ignored(SIGPIPE)) {
     signal(SIGPIPE, lost_reader);
   }

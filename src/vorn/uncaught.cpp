@@ -5,9 +5,9 @@
 #include <atomic>
 #include <cstdlib>
 #include <exception>
-#include <iostream>
 
 #include "Workload/Workload.h"
+#include "vorn/thread_notes.h"
 
 namespace {
 
@@ -17,10 +17,7 @@ void explain() {
   try {
     throw;
   } catch (const WorkloadThreadException&) {
-    std::cerr << "vorn: this user has no right to a fixed priority; grant it with \"setcap "
-                 "cap_sys_nice+ep\" on the program, with \"ulimit -r 64\", or to a container with "
-                 "\"--cap-add sys_nice\""
-              << std::endl;
+    say({note_on_refused_priority()});
   } catch (...) {  // the runtime names it
   }
 }

@@ -78,14 +78,17 @@ TEST(CommandLine, AnInvalidOptionBeforeVersionEndsWithStatus255) {
 TEST(CommandLine, AnInvalidValueEndsWithTheHelpAndStatus255) {
   for (const char* value : {"0", "-2", "4x", "", "0x80000000"}) {
     const Outcome outcome = run({"-c", value});
-    EXPECT_EQ(outcome.err, kHelp) << value;
+    EXPECT_EQ(outcome.err, std::string("vorn: note: -c (--cores) does not take \"") + value +
+                               "\"; it takes a whole number from 1 to 2147483647\n" + kHelp);
     EXPECT_EQ(outcome.status, 255) << value;
   }
 }
 
 TEST(CommandLine, AWordThatIsNoOptionEndsWithTheHelpAndStatus255) {
   const Outcome outcome = run({"-t", "1", "now"});
-  EXPECT_EQ(outcome.err, kHelp);
+  EXPECT_EQ(outcome.err, std::string("vorn: note: \"now\" belongs to no option; each option begins "
+                                     "with \"-\" or \"--\"\n") +
+                             kHelp);
   EXPECT_EQ(outcome.status, 255);
 }
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
+#include <regex>
 #include <thread>
 
 #include "program/samples.h"
@@ -90,7 +91,9 @@ TEST_F(SimulatedFans, ANameThatIsNoFansFailsTheRun) {
   const Outcome outcome = run({"-s", "3000", "-a", "F3Tg", "-t", "5"});
   EXPECT_EQ(outcome.err,
             "Unrecognized SMC fan key \"F3Tg\"\n"
-            "Unable to set fans to 3000RPM\n");
+            "Unable to set fans to 3000RPM\n"
+            "vorn-sim: note: this machine has no fan \"F3Tg\"; vorn-keys-sim lists its fans (F0Tg, "
+            "...); name them with -a, or leave all alone with -s 0\n");
   EXPECT_EQ(outcome.status, 255);
 }
 
@@ -141,7 +144,14 @@ TEST_F(SimulatedFans, AreGivenBackWhenNobodyReadsTheSamples) {
   close(ends[1]);
   close(ends[0]);
   const Outcome outcome = running.wait();
-  EXPECT_EQ(outcome.err, kBothRestored);
+  const std::string err = program::without_lateness(outcome.err);
+  EXPECT_TRUE(std::regex_match(
+      err, std::regex("vorn-sim: note: samples are lost, they cannot be written: standard output: "
+                      "Broken pipe; lines are taken again when that is over\n"
+                      "vorn-sim: note: \\d+ of \\d+ lines of samples were lost: standard output: "
+                      "Broken pipe; sample again into another file \\(-o\\)\n"
+                      "Power balancing restored\nFans restored\n")))
+      << err;
   EXPECT_EQ(outcome.status, 0);
 }
 
@@ -151,7 +161,7 @@ TEST_F(SimulatedFans, AWaveOfAnOrdinaryUserFailsAtEachStep) {
   const std::string once =
       "KxConnectMethodStructureIStructureO(): error kKxReturnNotPermitted\n"
       "Unable to set fans to 0RPM\n";
-  EXPECT_TRUE(outcome.err.starts_with(once + once)) << outcome.err;
+  EXPECT_NE(outcome.err.find(once + once), std::string::npos) << outcome.err;
   EXPECT_EQ(outcome.status, 0);
 }
 
@@ -176,7 +186,12 @@ TEST_F(SimulatedFans, AreGivenBackAlthoughNobodyTakesTheSamples) {
 
 TEST_F(SimulatedFans, AreNotTheOrdinaryUsersToSet) {
   const Outcome outcome = program::run(vorn_sim({"-c", "1", "-s", "3000", "-p", "2", "-t", "1"}));
-  EXPECT_EQ(outcome.err, "");
+  EXPECT_EQ(
+      outcome.err,
+      "vorn-sim: note: -s not as root: the fans stay as they are; run it with sudo, or leave "
+      "them out\n"
+      "vorn-sim: note: -p not as root: the P-state stays as it is; run it with sudo, or leave "
+      "it out\n");
   EXPECT_EQ(outcome.status, 0);
 }
 
@@ -188,7 +203,8 @@ TEST_F(SimulatedFans, AndFixedPrioritiesAreTheSetUserIdProgramsToTake) {
   const std::string copy = folder.file("vorn-sim");
   std::filesystem::copy_file(VORN_SIM_PROGRAM, copy);
   ASSERT_EQ(chmod(copy.c_str(), 04755), 0);
-  Command command = vorn_sim({"-c", "2", "-f", "10", "-s", "2000", "-t", "1"}, As::kOrdinaryUser);
+  Command command =
+      vorn_sim({"-c", "2", "-w", "bspin", "-f", "10", "-s", "2000", "-t", "1"}, As::kOrdinaryUser);
   command.path = copy;
   const Outcome outcome = program::run(command);
   EXPECT_EQ(outcome.err, kBothRestored) << "no notice of priorities that were refused";

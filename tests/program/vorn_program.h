@@ -16,6 +16,18 @@ inline program::Command vorn(std::vector<std::string> arguments,
   return command;
 }
 
+/// The note that every program prints whose user may not have a fixed priority.
+constexpr const char* kPriorityNote =
+    "vorn: note: this user has no right to a fixed priority; give it to the program (sudo setcap "
+    "cap_sys_nice+ep \"$(command -v vorn)\"), to the user from the next login on (a line \"USER - "
+    "rtprio 64\" in /etc/security/limits.d/vorn.conf), or to a container (--cap-add sys_nice)\n";
+
+/// What follows a program's name if its waveform has no effect on the default load.
+constexpr const char* kIgnoredNote =
+    ": note: a waveform over \"spin\", which ignores it: its threads are busy all the time; use "
+    "one "
+    "that follows it: -w bspin\n";
+
 /// The same on the simulated machine.
 inline program::Command vorn_sim(std::vector<std::string> arguments,
                                  program::As as = program::As::kUserWithFixedPriority) {

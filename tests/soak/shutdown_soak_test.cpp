@@ -88,7 +88,7 @@ void soak(const program::Command& command, const std::string& printed,
           << what;
     }
     if (outcome.status == 0) {
-      ASSERT_TRUE(std::regex_match(outcome.err, expected)) << what;
+      ASSERT_TRUE(std::regex_match(program::without_lateness(outcome.err), expected)) << what;
       ++ended_by_handler;
     }
   }
@@ -104,7 +104,8 @@ TEST_P(ShutdownSoak, EndsAtAnyMoment) {
   const auto& [workload, threads, waveform] = GetParam();
   std::vector<std::string> arguments = {"-w", workload, "-c", threads, "-t", "1000"};
   arguments.insert(arguments.end(), waveform.options.begin(), waveform.options.end());
-  soak(vorn(arguments), "");
+  const bool ignored = std::string(workload) == "spin" && !waveform.options.empty();
+  soak(vorn(arguments), ignored ? "vorn: note: a waveform over \"spin\"[^\n]*\n" : "");
 }
 
 std::string name(const testing::TestParamInfo<Shape>& info) {

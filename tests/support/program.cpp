@@ -16,6 +16,7 @@
 #include <csignal>
 #include <cstddef>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -232,6 +233,11 @@ Outcome Running::wait(double limit_seconds) {
   outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   outcome.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
   return outcome;
+}
+
+std::string without_lateness(const std::string& err) {
+  static const std::regex kLateness("[^\n]*: note: of [0-9]+ samples [^\n]*\n");
+  return std::regex_replace(err, kLateness, "");
 }
 
 Outcome run(const Command& command, double limit_seconds) {

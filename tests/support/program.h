@@ -95,6 +95,10 @@ class Running {
   Clock::time_point started_;
 };
 
+/// What a run printed, but for the note that samples were late or left out, as they may be on a
+/// busy machine.
+std::string without_lateness(const std::string& err);
+
 /// Runs `command` to its end.
 Outcome run(const Command& command, double limit = 30.0);
 

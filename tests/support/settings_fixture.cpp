@@ -26,6 +26,7 @@ void reset_settings() {
   additional_time_us = 0;
   threads_beside = false;
   pstate = default_pstate(false);
+  given_options.clear();
   workloads.clear();
   sinusoid = 0.0;
   triangle = 0.0;

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <list>
+#include <string>
+#include <vector>
+
+#include "vorn/notes.h"
+
+/// What a machine has of what a run asked for.
+
+/// How a key stands with the controller.
+enum class KeyState {
+  usable,      ///< two bytes, as every key that this program reads or writes
+  malformed,   ///< not the name of a key: not four characters
+  unknown,     ///< the controller has no such key
+  other_size,  ///< it has, of another size
+};
+
+/// What the keys were to be used for.
+enum class KeyUse {
+  sampling,
+  fans,  ///< as the names of fans to set
+};
+
+struct AskedKey {
+  std::string name;
+  KeyState state = KeyState::usable;
+};
+
+/// What asking the machine brought.
+struct MachineFacts {
+  bool controller = true;
+  bool power_plugin = true;
+  std::vector<AskedKey> keys;  ///< those that were asked for
+};
+
+/// Asks the machine for these keys, and whether it has a controller and a power plugin. Changes
+/// nothing on it. What cannot be told counts as well. Thread: any.
+MachineFacts ask_machine(const std::list<std::string>& keys, KeyUse use);
+
+/// Why the keys cannot be sampled.
+Notes notes_on_sampling(const MachineFacts& machine);
+
+/// Why these fans cannot be set.
+Notes notes_on_fans(const MachineFacts& machine);
+
+/// Why no P-state can be forced.
+Notes notes_on_pstate(const MachineFacts& machine);
