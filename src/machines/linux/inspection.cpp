@@ -21,7 +21,7 @@ std::vector<inspection::Key> inspection::keys() {
 std::vector<inspection::Finding> inspection::check() {
   std::error_code error;
   const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
-  return judge(gather_facts(this_machine(), this_surroundings(), self.parent_path() / "vorn"));
+  return judge(gather_facts(this_machine(), this_surroundings(), self.parent_path() / ""));
 }
 
 bool inspection::calibrate(const Console& console) {

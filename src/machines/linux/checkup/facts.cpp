@@ -46,12 +46,14 @@ void look_at_pstates(Facts& facts, sysfs::Tree& sys) {
 
 }  // namespace
 
-Facts gather_facts(Machine& machine, const Surroundings& surroundings, const std::string& vorn) {
+Facts gather_facts(Machine& machine, const Surroundings& surroundings,
+                   const std::string& programs) {
   Facts facts;
+  facts.programs = programs;
   facts.superuser = surroundings.effective_user() == 0;
   facts.fixed_priority = linux_kernel::may_have_fixed_priority(kControlPriority);
   facts.fixed_runtime_us = linux_kernel::fixed_priority_runtime_us();
-  facts.vorn_capabilities = file_capabilities(vorn);
+  facts.vorn_capabilities = file_capabilities(programs + "vorn");
   facts.keys = machine.keys().size();
   for (const Key& key : machine.keys()) {
     if (key.connect && key.name().starts_with("P")) {

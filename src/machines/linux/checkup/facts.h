@@ -25,6 +25,8 @@ struct Facts {
     std::string damaged;       ///< what is wrong with its curve's file
   };
 
+  std::string programs;  ///< their folder, with its slash; empty: the shell finds them
+
   bool superuser = false;
   bool fixed_priority = false;                 ///< this user may have 64
   std::optional<long> fixed_runtime_us;        ///< sched_rt_runtime_us
@@ -43,8 +45,8 @@ struct Facts {
   std::vector<std::string> left_behind;  ///< state files with something in them
 };
 
-/// Looks at the machine, and changes nothing. `vorn` is the path of the program whose file
-/// capabilities count.
-Facts gather_facts(Machine& machine, const Surroundings& surroundings, const std::string& vorn);
+/// Looks at the machine, and changes nothing. `programs` is the folder, with its slash, of the vorn
+/// whose file capabilities count, and of the programs that remedies name.
+Facts gather_facts(Machine& machine, const Surroundings& surroundings, const std::string& programs);
 
 }  // namespace linux_machine

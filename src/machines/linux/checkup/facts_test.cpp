@@ -20,7 +20,7 @@ class FactsOf {
  public:
   explicit FactsOf(const std::string& text) : tree(text) {}
 
-  Facts gather() { return gather_facts(machine(), world.surroundings, "/nonexistent/vorn"); }
+  Facts gather() { return gather_facts(machine(), world.surroundings, "/nonexistent/"); }
   Machine& machine() {
     if (!machine_) {
       machine_ = std::make_unique<Machine>(world.surroundings);

@@ -15,6 +15,15 @@ void lacks(Findings& findings, std::string text, std::string remedy) {
   findings.push_back({false, std::move(text), std::move(remedy)});
 }
 
+/// A program of this project as a shell takes it, installed or not.
+std::string program(const Facts& facts, const char* name) {
+  const std::string path = facts.programs + name;
+  const bool plain = path.find_first_not_of(
+                         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._+-") ==
+                     std::string::npos;
+  return plain ? path : '"' + path + '"';
+}
+
 bool granted(const Facts& facts, const char* capability) {
   return std::find(facts.vorn_capabilities.begin(), facts.vorn_capabilities.end(), capability) !=
          facts.vorn_capabilities.end();
@@ -27,8 +36,10 @@ void judge_priority(const Facts& facts, Findings& findings) {
     well(findings, "fixed priority: granted to vorn by its file's capability");
   } else {
     lacks(findings, "fixed priority: this user may not have it; no run starts",
-          "sudo setcap cap_sys_nice+ep \"$(command -v vorn)\", or ulimit -r 64; in a container, "
-          "--cap-add sys_nice; beside a cgroup, a cpu.rt_runtime_us above 0");
+          "sudo setcap cap_sys_nice+ep " + program(facts, "vorn") +
+              "; or, for this user from the next login on, a line \"USER - rtprio 64\" in "
+              "/etc/security/limits.d/vorn.conf; in a container, --cap-add sys_nice; beside a "
+              "cgroup, a cpu.rt_runtime_us above 0");
   }
   if (!facts.fixed_runtime_us) {
     well(findings, "sched_rt_runtime_us: this kernel has no such limit");
@@ -48,10 +59,13 @@ void judge_keys(const Facts& facts, Findings& findings) {
   if (facts.keys == 0) {
     lacks(findings, "keys: the kernel shows no sensor and no fan; samples fail",
           "load the drivers of this machine's chips (sensors-detect of lm-sensors finds them); "
-          "virtual machines have none: use vorn-sim");
+          "virtual machines have none: use " +
+              program(facts, "vorn-sim"));
     return;
   }
-  well(findings, "keys: " + std::to_string(facts.keys) + " (vorn-keys lists them)");
+  well(findings, "keys: " + std::to_string(facts.keys) + " (" + program(facts, "vorn-keys") +
+                     " lists them): powers (PC0C: the processor's), temperatures (TC0D) and fan "
+                     "speeds (F0Ac)");
   if (facts.power.empty()) {
     lacks(
         findings, "power: the kernel shows no power meter of the processor",
@@ -64,7 +78,7 @@ void judge_keys(const Facts& facts, Findings& findings) {
       well(findings, key.name + ": granted to vorn by its file's capability");
     } else if (key.refused) {
       lacks(findings, key.name + ": only root may read the energy counters",
-            "sudo setcap cap_sys_nice,cap_dac_read_search+ep \"$(command -v vorn)\"");
+            "sudo setcap cap_sys_nice,cap_dac_read_search+ep " + program(facts, "vorn"));
     } else {
       lacks(findings, key.name + ": its source does not answer as it should",
             "see the message above, and the driver's in the kernel's log (dmesg)");
@@ -72,18 +86,19 @@ void judge_keys(const Facts& facts, Findings& findings) {
   }
 }
 
-void judge_fan(const Facts::Fan& fan, Findings& findings) {
+void judge_fan(const Facts& facts, const Facts::Fan& fan, Findings& findings) {
   if (!fan.refusal.empty()) {
     lacks(findings, fan.name + " cannot be forced: " + fan.refusal,
           "leave it out with -a, or all fans with -s 0");
   } else if (!fan.damaged.empty()) {
-    lacks(findings, fan.name + ": " + fan.damaged, "sudo vorn-keys --calibrate");
+    lacks(findings, fan.name + ": " + fan.damaged,
+          "sudo " + program(facts, "vorn-keys") + " --calibrate");
   } else if (!fan.has_curve) {
     const std::string first = fan.has_maximum ? "" : "a run measures its maximum first, ";
     lacks(findings,
           fan.name + ": its curve is not measured; " + first +
               "its speeds are found slowly, and it is never stopped",
-          "sudo vorn-keys --calibrate");
+          "sudo " + program(facts, "vorn-keys") + " --calibrate");
   } else {
     well(findings, fan.name + ": can be forced, by a measured curve");
   }
@@ -96,7 +111,7 @@ void judge_fans(const Facts& facts, Findings& findings) {
     return;
   }
   for (const Facts::Fan& fan : facts.fans) {
-    judge_fan(fan, findings);
+    judge_fan(facts, fan, findings);
   }
   if (facts.fans.size() == 1) {
     lacks(findings, "fans: there is one, and a run as root sets two unless told otherwise",
@@ -128,11 +143,12 @@ void judge_rights(const Facts& facts, Findings& findings) {
   if (facts.superuser) {
     well(findings, "root: fans and P-states may be set");
   } else {
-    lacks(findings, "not root: -s, -a and -p change nothing", "sudo vorn, where they are wanted");
+    lacks(findings, "not root: -s, -a and -p change nothing",
+          "sudo " + program(facts, "vorn") + ", where they are wanted");
   }
   for (const std::string& part : facts.left_behind) {
     lacks(findings, part + ": changed by a run that is under way, or that did not give them back",
-          "wait for its end; if there is none: sudo vorn-keys --restore");
+          "wait for its end; if there is none: sudo " + program(facts, "vorn-keys") + " --restore");
   }
 }
 

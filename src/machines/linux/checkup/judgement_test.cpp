@@ -82,7 +82,16 @@ TEST(Judgement, MissesFixedPriorityThatNobodyGrants) {
   const std::string lack = only_lack(facts);
   EXPECT_TRUE(lack.starts_with("fixed priority: this user may not have it")) << lack;
   EXPECT_HAS(lack, "setcap cap_sys_nice+ep");
-  EXPECT_HAS(lack, "ulimit -r 64");
+  EXPECT_HAS(lack, "\"USER - rtprio 64\" in /etc/security/limits.d/");
+}
+
+TEST(Judgement, NamesProgramsThatNeedNotBeInstalled) {
+  Facts facts = all_well();
+  facts.fixed_priority = false;
+  facts.programs = "/home/ann/vorn/build/release/";
+  EXPECT_HAS(only_lack(facts), "setcap cap_sys_nice+ep /home/ann/vorn/build/release/vorn;");
+  facts.programs = "/home/ann/my builds/";
+  EXPECT_HAS(only_lack(facts), "setcap cap_sys_nice+ep \"/home/ann/my builds/vorn\";");
 }
 
 TEST(Judgement, FindsFixedPriorityGrantedByTheFile) {
@@ -131,7 +140,9 @@ TEST(Judgement, SaysNoMoreOfKeysThanThatThereAreNone) {
 }
 
 TEST(Judgement, CountsTheKeys) {
-  EXPECT_TRUE(says(all_well(), "keys: 12 (vorn-keys lists them)"));
+  EXPECT_TRUE(says(all_well(),
+                   "keys: 12 (vorn-keys lists them): powers (PC0C: the processor's), temperatures "
+                   "(TC0D) and fan speeds (F0Ac)"));
 }
 
 TEST(Judgement, MissesAPowerMeter) {
