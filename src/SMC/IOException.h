@@ -13,6 +13,9 @@ class IOException {
   /// The context, and unless the code is 0, ": error " and the code's name or hexadecimal digits.
   std::string description() const;
 
+  /// The platform's return code; 0 if there was no call.
+  int code() const { return code_; }
+
  private:
   std::string context_;
   int code_;

@@ -96,6 +96,13 @@ Notes notes_on_sampling(const MachineFacts& machine) {
   return notes;
 }
 
+Note note_on_refused_reading() {
+  return {NoteKind::reading_refused,
+          "no more samples: this user may not read one of the keys; give the right to the program "
+          "(sudo setcap cap_sys_nice,cap_dac_read_search+ep " +
+              program_file() + "); " + keys_program() + " --check names the key"};
+}
+
 Notes notes_on_fans(const MachineFacts& machine) {
   if (!machine.controller) {
     return {no_controller("leave the fans alone with -s 0, run it not as root, or use " +

@@ -41,6 +41,9 @@ MachineFacts ask_machine(const std::list<std::string>& keys, KeyUse use);
 /// Why the keys cannot be sampled.
 Notes notes_on_sampling(const MachineFacts& machine);
 
+/// A reading failed because this user may not read the key.
+Note note_on_refused_reading();
+
 /// Why these fans cannot be set.
 Notes notes_on_fans(const MachineFacts& machine);
 

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "Assertion/assertion.h"
+#include "Kx/Kx.h"
 #include "SMC/SMC.h"
 #include "vorn/clock.h"
 #include "vorn/disk_commit.h"
@@ -83,7 +84,9 @@ void sample_and_say(SampleFile& file) {
   } catch (SMCException& failure) {
     report.failed = true;
     std::cerr << failure.description() + '\n';  // in one write, among what others print
-    say(notes_on_sampling(ask_machine(keys, KeyUse::sampling)));
+    say(failure.code() == kKxReturnNotPermitted
+            ? Notes{note_on_refused_reading()}
+            : notes_on_sampling(ask_machine(keys, KeyUse::sampling)));
   }
 }
 

@@ -182,6 +182,17 @@ TEST_F(MonitorThread, SaysAFailureWithoutWaitingForTheDisk) {
             "KxConnectMethodStructureIStructureO(): error kKxReturnIOError\n");
 }
 
+TEST_F(MonitorThread, AReadingThatIsRefusedEndsItAndNamesTheRight) {
+  const std::size_t first_line = 2;  // after two key infos
+  controller->answer(first_line, {kKxReturnNotPermitted, {}, {}, {}});
+  const std::string printed = printed_by([] { monitor_thread_function(nullptr); });
+  EXPECT_NE(printed.find(": note: no more samples: this user may not read one of the keys; "),
+            std::string::npos)
+      << printed;
+  EXPECT_NE(printed.find("cap_dac_read_search"), std::string::npos) << printed;
+  EXPECT_TRUE(sampling_report().failed);
+}
+
 TEST_F(MonitorThread, WithoutAServiceEndsAndSaysSo) {
   kx::install_machine({});
   EXPECT_EQ(printed_by([] { monitor_thread_function(nullptr); }),

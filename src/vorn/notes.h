@@ -26,6 +26,7 @@ enum class NoteKind {
   no_controller,             ///< on this machine
   no_power_plugin,           ///< on this machine
   key_unknown,               ///< to this machine, or no key's name
+  reading_refused,           ///< a key that this user may not read
   key_not_sampled,           ///< there, but not two bytes wide
   file_not_opened,           ///< the sample file
   file_not_written,          ///< the sample file, for the first time
