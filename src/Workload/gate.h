@@ -1,9 +1,19 @@
 #pragma once
 
+#include <cstdint>
+
 #include "Workload/workload_params.h"
 
 /// Where a blocking workload waits for the waveform. To be called between bursts: costs one read
-/// while the waveform is on, and sleeps while it is off, until a broadcast finds it on again. The
-/// end of the run makes `active` true, so the caller looks at `terminate` when this returns.
+/// while the waveform is on, and sleeps while it is off. The end of the run makes `active` true, so
+/// the caller looks at `terminate` when this returns.
 /// Requires: the caller does not hold `params->mutex`. Thread: any.
 void wait_until_active(workload_params* params);
+
+/// Says when the waveform will be on again, in ns of CLOCK_MONOTONIC. Those who wait from now on
+/// sleep until then by themselves, and need no broadcast if `active` is true by then.
+/// Thread: the one that switches `params->active`, before it makes it false.
+void announce_on(workload_params* params, std::int64_t on_ns);
+
+/// Makes `active` true and lets everybody go who waits, whatever was announced. Thread: any.
+void release_waiters(workload_params* params);

@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
+#include <fstream>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -92,6 +97,112 @@ TEST(Gate, TakesNoLockInAnOnPhase) {
   pthread_mutex_lock(&crowd.params().mutex);  // who took it would never pass again
   EXPECT_TRUE(crowd.has_passed(4000));
   pthread_mutex_unlock(&crowd.params().mutex);
+}
+
+std::int64_t monotonic_ns() {
+  return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
+}
+
+/// A thread that waits at the gate once, while the waveform is off.
+class Waiter {
+ public:
+  Waiter() {
+    pthread_mutex_init(&params_.mutex, nullptr);
+    pthread_cond_init(&params_.cond, nullptr);
+  }
+  Waiter(const Waiter&) = delete;
+  Waiter& operator=(const Waiter&) = delete;
+  ~Waiter() {
+    thread_.join();
+    pthread_cond_destroy(&params_.cond);
+    pthread_mutex_destroy(&params_.mutex);
+  }
+
+  void wait_at_the_gate() {
+    thread_ = std::thread([this] {
+      task_ = static_cast<pid_t>(syscall(SYS_gettid));
+      wait_until_active(&params_);
+      passed_ns_ = monotonic_ns();
+    });
+    while (!sleeps()) {
+      std::this_thread::yield();
+    }
+  }
+
+  /// Makes the waveform on as anybody may who knows nothing of announcements.
+  void broadcast() {
+    pthread_mutex_lock(&params_.mutex);
+    params_.active = true;
+    pthread_cond_broadcast(&params_.cond);
+    pthread_mutex_unlock(&params_.mutex);
+  }
+
+  /// When it passed. 0 if it does not within ten seconds; it is let go then.
+  std::int64_t passed_ns() {
+    for (int tries = 0; tries < 10000 && passed_ns_ == 0; ++tries) {
+      std::this_thread::sleep_for(milliseconds(1));
+    }
+    const std::int64_t passed = passed_ns_;
+    release_waiters(&params_);
+    return passed;
+  }
+
+  workload_params& params() { return params_; }
+
+ private:
+  bool sleeps() const {
+    const pid_t task = task_;
+    if (task == 0) {
+      return false;
+    }
+    std::ifstream stat("/proc/self/task/" + std::to_string(task) + "/stat");
+    std::string line;
+    std::getline(stat, line);
+    const std::size_t name_end = line.rfind(") ");
+    return name_end != std::string::npos && line[name_end + 2] == 'S';
+  }
+
+  workload_params params_{false, {}, {}, false};
+  std::atomic<pid_t> task_{0};
+  std::atomic<std::int64_t> passed_ns_{0};
+  std::thread thread_;
+};
+
+constexpr std::int64_t kMillisecond = 1000000;
+constexpr std::int64_t kHour = 3600000 * kMillisecond;
+
+TEST(Gate, AnAnnouncedWaiterPassesAtTheInstantWithoutABroadcast) {
+  Waiter waiter;
+  const std::int64_t instant = monotonic_ns() + 300 * kMillisecond;
+  announce_on(&waiter.params(), instant);
+  waiter.wait_at_the_gate();
+  waiter.params().active = true;
+  EXPECT_GE(waiter.passed_ns(), instant);
+}
+
+TEST(Gate, AReleaseDoesNotWaitForTheInstant) {
+  Waiter waiter;
+  announce_on(&waiter.params(), monotonic_ns() + kHour);
+  waiter.wait_at_the_gate();
+  release_waiters(&waiter.params());
+  EXPECT_NE(waiter.passed_ns(), 0);
+}
+
+TEST(Gate, AfterTheInstantABroadcastIsWaitedForAsleep) {
+  Waiter waiter;
+  announce_on(&waiter.params(), monotonic_ns() - kMillisecond);
+  waiter.wait_at_the_gate();
+  waiter.broadcast();
+  EXPECT_NE(waiter.passed_ns(), 0);
+}
+
+TEST(Gate, AnAnnouncementIsForItsOwnBlockAlone) {
+  workload_params other{false, PTHREAD_MUTEX_INITIALIZER, PTHREAD_COND_INITIALIZER, false};
+  announce_on(&other, monotonic_ns() + kHour);
+  Waiter waiter;
+  waiter.wait_at_the_gate();
+  waiter.broadcast();
+  EXPECT_NE(waiter.passed_ns(), 0);
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
 #include "vorn/shutdown.h"
 
-#include <pthread.h>
-
 #include <atomic>
 #include <csignal>
 
 #include "Assertion/assertion.h"
+#include "Workload/gate.h"
 #include "vorn/module.h"
 #include "vorn/monitor_thread.h"
 #include "vorn/privileged_setup.h"
@@ -19,14 +18,6 @@ namespace {
 // back even so.
 constexpr int kPatience = 1;  // seconds
 
-// The waiters leave their wait only when they find `active` true.
-void release_waiters() {
-  pthread_mutex_lock(&params.mutex);
-  params.active = true;
-  pthread_cond_broadcast(&params.cond);
-  pthread_mutex_unlock(&params.mutex);
-}
-
 }  // namespace
 
 void sig_int_alrm(int signo) {
@@ -37,12 +28,12 @@ void sig_int_alrm(int signo) {
     return;
   }
   params.terminate = true;
-  release_waiters();
+  release_waiters(&params);
   end_run_sleeps();
   timing_thread.join();
   // Once more, now that nobody switches the waveform: its last interval may have been one of no
   // length, which asks nobody before it switches.
-  release_waiters();
+  release_waiters(&params);
   monitor_thread.join_within(kPatience);
   if (using_privileged_operations()) {
     teardown_privileged();

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "Assertion/assertion.h"
+#include "Workload/gate.h"
 #include "vorn/clock.h"
 #include "vorn/edge_observer.h"
 #include "vorn/edge_plan.h"
@@ -21,6 +22,16 @@ ServiceThread timing_thread;
 namespace {
 
 bool starting_state = true;  // written by spawn_timing() before the thread exists
+
+// Those who wait for the waveform sleep until it is on by timers of their own. To wake, switch and
+// sleep again takes this thread up to 50 us on a virtual processor, in which it would stand in the
+// way of the one that waits on the same processor: so it switches that much earlier, and is asleep
+// again when they wake. Before the end of a short interval not as early as that, or those who are
+// on their way to their wait would find the waveform on again.
+std::int64_t lead(std::int64_t interval_ns) {
+  constexpr std::int64_t kLead = 60'000;
+  return std::min(kLead, interval_ns / 8);
+}
 
 /// Sleeps until a planned instant. Returns whether the run goes on.
 bool sleep_until(std::int64_t planned_ns) {
@@ -44,13 +55,13 @@ void switch_to(bool active) {
 
 // An interval of no length is over at once: no sleep, no lock, and nobody is woken for it. The
 // waiters see it at their next test.
-void switch_in_passing() {
-  params.active = !params.active;
+void switch_in_passing(bool active) {
+  params.active = active;
 }
 
 void tell_observer(std::int64_t planned_ns) {
   if (waveform.observer != nullptr) {
-    waveform.observer->switched(planned_ns, monotonic_ns(), params.active);
+    waveform.observer->switched(planned_ns, std::max(planned_ns, monotonic_ns()), params.active);
   }
 }
 
@@ -93,17 +104,25 @@ bool play(IntervalSource& source, std::int64_t begin_ns) {
   EdgePlan plan(begin_ns);
   std::optional<std::int64_t> interval = source.next_ns();
   while (interval && !params.terminate) {  // millions of intervals of no length may follow
-    if (*interval != 0 && !sleep_until(plan.next(*interval, monotonic_ns()))) {
-      return false;
+    const bool on = !params.active;
+    if (*interval != 0) {
+      const std::int64_t planned_ns = plan.next(*interval, monotonic_ns());
+      if (!sleep_until(on ? planned_ns - lead(*interval) : planned_ns)) {
+        return false;
+      }
     }
     const std::optional<std::int64_t> next = source.next_ns();
     if (!next) {
       break;
     }
+    if (!on) {
+      EdgePlan after = plan;
+      announce_on(&params, after.next(*next, monotonic_ns()));
+    }
     if (*interval != 0) {
-      switch_to(!params.active);
+      switch_to(on);
     } else {
-      switch_in_passing();
+      switch_in_passing(on);
     }
     tell_observer(plan.planned_ns());
     interval = next;
