@@ -35,4 +35,7 @@ class Verdict {
   std::atomic<int> gravity_{0};
 };
 
+/// The verdict on the one run of the program.
+inline constinit Verdict verdict;
+
 }  // namespace engine

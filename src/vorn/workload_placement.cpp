@@ -12,3 +12,7 @@ unsigned WorkloadPlacement::core(unsigned t) const {
 }
 
 void WorkloadPlacement::begin(unsigned /*t*/, std::uint32_t /*core*/) {}
+
+void WorkloadPlacement::made() {}
+
+void WorkloadPlacement::ended() {}

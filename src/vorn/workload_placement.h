@@ -17,6 +17,12 @@ class WorkloadPlacement {
   /// Workload thread `t` begins; `core` is its processor. The default does nothing: the processor
   /// is a label. Thread: the workload thread, before it makes its workload.
   virtual void begin(unsigned t, std::uint32_t core);
+
+  /// The thread's workload is made and runs next. Thread: the workload thread.
+  virtual void made();
+
+  /// The thread's workload has run and is gone. Thread: the workload thread.
+  virtual void ended();
 };
 
 /// Never null. Written before the summary and any thread, then only read; not owned.

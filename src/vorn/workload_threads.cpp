@@ -72,9 +72,12 @@ void* workload_thread(void* arg) {
   const auto* wt = static_cast<struct workload_thread*>(arg);
   const auto wf = factories.find(workloads[wt->workload]);
   assertion(wf != factories.end(), "wf != factories.end()", kDriverModule, 1142);
-  const std::unique_ptr<Workload> workload(
+  std::unique_ptr<Workload> workload(
       wf->second->make(wt->core, static_cast<unsigned>(workload_thread_priority())));
+  workload_placement->made();
   workload->run(&params);
+  workload.reset();
+  workload_placement->ended();
   return nullptr;
 }
 

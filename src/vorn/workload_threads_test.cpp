@@ -202,14 +202,25 @@ class NotingPlacement : public WorkloadPlacement {
     begun_.insert({t, core});
     on_.insert(std::this_thread::get_id());
   }
+  void made() override {
+    const std::lock_guard lock(mutex_);
+    made_.insert(std::this_thread::get_id());
+  }
+  void ended() override {
+    const std::lock_guard lock(mutex_);
+    ended_.insert(std::this_thread::get_id());
+  }
 
   const Begun& begun() const { return begun_; }
   std::size_t threads() const { return on_.size(); }
+  bool all_made_and_ended() const { return made_ == on_ && ended_ == on_; }
 
  private:
   std::mutex mutex_;
   Begun begun_;
   std::set<std::thread::id> on_;
+  std::set<std::thread::id> made_;
+  std::set<std::thread::id> ended_;
 };
 
 class PlacedWorkloadThreads : public WorkloadThreads {
@@ -226,6 +237,7 @@ TEST_F(PlacedWorkloadThreads, BeginOneByOneOnTheProcessorThatTheyAreGiven) {
   ASSERT_EQ(spawn_workloads(), 0);
   EXPECT_EQ(placement_.begun(), (NotingPlacement::Begun{{0, 7}, {1, 6}, {2, 5}}));
   EXPECT_EQ(placement_.threads(), 3U);
+  EXPECT_TRUE(placement_.all_made_and_ended());
 }
 
 TEST_F(PlacedWorkloadThreads, ASingleOneBeginsOnTheCallingThread) {

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <optional>
+
+#include "vorn/edge_observer.h"
+#include "vorn/interval_source.h"
+#include "vorn/waveform.h"
+
+namespace engine {
+
+/// Both clocks at one instant, in ns.
+struct Clocks {
+  std::int64_t wall_ns;       ///< since 1970
+  std::int64_t monotonic_ns;  ///< CLOCK_MONOTONIC
+};
+
+/// Reads both clocks within some microseconds of each other, if the machine allows it. Thread: any.
+Clocks read_clocks();
+
+/// The waveform begins at an instant of the wall clock, which may be set meanwhile.
+class AgreedStart : public WaveformStart {
+ public:
+  using ReadClocks = Clocks (*)();
+
+  explicit AgreedStart(std::int64_t wall_ns, ReadClocks clocks = read_clocks)
+      : wall_ns_(wall_ns), clocks_(clocks) {}
+
+  std::int64_t wall_ns() const { return wall_ns_; }
+
+  /// Thread: any.
+  std::int64_t instant_ns() override;
+
+ private:
+  std::int64_t wall_ns_;
+  ReadClocks clocks_;
+};
+
+/// Takes the edges on their way to another observer, and keeps how well the first one met the
+/// agreed start.
+class StartWatch : public EdgeObserver {
+ public:
+  /// `next` may be null.
+  StartWatch(AgreedStart& start, EdgeObserver* next) : start_(start), next_(next) {}
+
+  void switched(std::int64_t planned_ns, std::int64_t switched_ns, bool active) noexcept override;
+
+  /// How much later than agreed the waveform began, in ns of the wall clock at that moment;
+  /// nothing if it has not begun. Thread: any, once the timing thread has been joined.
+  std::optional<std::int64_t> late_ns() const;
+
+ private:
+  AgreedStart& start_;
+  EdgeObserver* next_;
+  bool begun_ = false;
+  std::int64_t late_ns_ = 0;
+};
+
+/// A waveform that stays on once it has begun: for a load that is to begin at an agreed instant and
+/// follows no other waveform.
+class SteadySource : public IntervalSource {
+ public:
+  std::optional<std::int64_t> next_ns() override;
+
+ private:
+  bool asked_ = false;
+};
+
+/// Passes the intervals of another source on, and keeps whether they came to their end.
+class WatchedSource : public IntervalSource {
+ public:
+  explicit WatchedSource(IntervalSource& source) : source_(source) {}
+
+  std::optional<std::int64_t> next_ns() override;
+
+  /// Thread: any.
+  bool over() const { return over_; }
+
+ private:
+  IntervalSource& source_;
+  std::atomic<bool> over_{false};
+};
+
+}  // namespace engine

@@ -1,0 +1,89 @@
+#include "engine/agreed_start.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace engine {
+namespace {
+
+Clocks clocks{};  // what the tests' machine shows
+
+Clocks shown() {
+  return clocks;
+}
+
+class AgreedStartTest : public testing::Test {
+ protected:
+  AgreedStartTest() { clocks = {.wall_ns = 1000, .monotonic_ns = 70}; }
+};
+
+TEST_F(AgreedStartTest, IsAsFarAheadOnTheMonotonicClockAsOnTheWallClock) {
+  AgreedStart start(1500, shown);
+  EXPECT_EQ(start.instant_ns(), 570);
+  clocks = {.wall_ns = 1400, .monotonic_ns = 470};
+  EXPECT_EQ(start.instant_ns(), 570);
+}
+
+TEST_F(AgreedStartTest, MovesWhenTheWallClockIsSet) {
+  AgreedStart start(1500, shown);
+  clocks = {.wall_ns = 1100, .monotonic_ns = 70};
+  EXPECT_EQ(start.instant_ns(), 470);
+}
+
+TEST_F(AgreedStartTest, TheFirstEdgeSaysHowLateTheWaveformBegan) {
+  AgreedStart start(1500, shown);
+  StartWatch watch(start, nullptr);
+  EXPECT_EQ(watch.late_ns(), std::nullopt);
+  watch.switched(570, 573, true);
+  watch.switched(600, 650, false);
+  EXPECT_EQ(watch.late_ns(), 3);
+}
+
+TEST_F(AgreedStartTest, AClockThatWasSetTooLateToFollowMakesTheStartLate) {
+  AgreedStart start(1500, shown);
+  StartWatch watch(start, nullptr);
+  clocks = {.wall_ns = 1600, .monotonic_ns = 570};
+  watch.switched(570, 570, true);
+  EXPECT_EQ(watch.late_ns(), 100);
+}
+
+TEST_F(AgreedStartTest, EveryEdgeIsPassedOn) {
+  struct Edges : EdgeObserver {
+    void switched(std::int64_t planned_ns, std::int64_t switched_ns,
+                  bool active) noexcept override {
+      seen.push_back(active ? planned_ns : -switched_ns);
+    }
+    std::vector<std::int64_t> seen;
+  } edges;
+  AgreedStart start(1500, shown);
+  StartWatch watch(start, &edges);
+  watch.switched(570, 573, true);
+  watch.switched(600, 650, false);
+  EXPECT_EQ(edges.seen, (std::vector<std::int64_t>{570, -650}));
+}
+
+TEST(Clocks, AreReadTogether) {
+  const Clocks first = read_clocks();
+  const Clocks second = read_clocks();
+  EXPECT_GE(second.monotonic_ns, first.monotonic_ns);
+  EXPECT_GT(first.wall_ns, 1600000000000000000);
+}
+
+TEST(SteadySource, StaysOnForLongerThanAnyRun) {
+  SteadySource source;
+  EXPECT_GT(source.next_ns().value_or(0), 3000000000000000000);
+  EXPECT_EQ(source.next_ns(), std::nullopt);
+}
+
+TEST(WatchedSource, KnowsWhenTheWaveformIsOver) {
+  SteadySource steady;
+  WatchedSource watched(steady);
+  EXPECT_TRUE(watched.next_ns().has_value());
+  EXPECT_FALSE(watched.over());
+  EXPECT_EQ(watched.next_ns(), std::nullopt);
+  EXPECT_TRUE(watched.over());
+}
+
+}  // namespace
+}  // namespace engine

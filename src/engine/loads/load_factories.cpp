@@ -1,0 +1,124 @@
+#include "engine/loads/load_factories.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <utility>
+
+#include "BlockingSpinLoop/BlockingSpinLoop.h"
+#include "Workload/WorkloadFactory.h"
+#include "WorkloadRegistry/registry.h"
+#include "engine/loads/fma_kernel.h"
+#include "engine/loads/int_kernel.h"
+#include "engine/loads/load.h"
+#include "engine/loads/memory_kernel.h"
+#include "engine/loads/memory_plan.h"
+#include "engine/loads/mix_kernel.h"
+#include "engine/loads/spin_kernel.h"
+#include "vorn/settings.h"
+#include "vorn/workload_threads.h"
+
+namespace loads {
+namespace {
+
+/// The share of one of the workload threads that run `name`, and so share caches and memory.
+MemoryPlan memory_of(const std::string& name) {
+  const MachineMemory machine = read_machine_memory("/sys/devices/system/cpu", "/proc/meminfo");
+  const auto all = static_cast<unsigned>(num_workload_threads());
+  std::size_t threads = 0;
+  for (unsigned t = 0; t < all; ++t) {
+    threads += workloads[thread_to_workload(t)] == name ? 1U : 0U;
+  }
+  return plan_memory(machine, std::max<std::size_t>(threads, 1), all);
+}
+
+using MakeKernel = std::unique_ptr<Kernel> (*)(const std::string& load);
+
+std::unique_ptr<Kernel> make_fma(const std::string& /*load*/) {
+  return make_fma_kernel();
+}
+
+std::unique_ptr<Kernel> make_mem(const std::string& load) {
+  return make_memory_kernel(memory_of(load).mem, Stores::kPastCaches);
+}
+
+std::unique_ptr<Kernel> make_cache(const std::string& load) {
+  return make_memory_kernel(memory_of(load).cache, Stores::kThroughCaches);
+}
+
+std::unique_ptr<Kernel> make_mix(const std::string& load) {
+  const MemoryPlan plan = memory_of(load);
+  return make_mix_kernel(
+      {.second_cache = plan.cache, .last_cache = plan.mix_last, .memory = plan.mem});
+}
+
+std::unique_ptr<Kernel> make_int(const std::string& /*load*/) {
+  return make_int_kernel();
+}
+
+std::unique_ptr<Kernel> make_spin(const std::string& /*load*/) {
+  return make_spin_kernel();
+}
+
+class LoadFactory : public WorkloadFactory {
+ public:
+  LoadFactory(LoadPlan plan, std::string description, LoadHost& host)
+      : plan_(std::move(plan)), description_(std::move(description)), host_(host) {}
+
+  Workload* make(unsigned core, unsigned priority) override {
+    return new Load(plan_, core, priority, host_);
+  }
+  std::string name() override { return plan_.name; }
+  std::string description() override { return description_; }
+  bool follows_waveform() const override { return plan_.follows == Follows::kTheWaveform; }
+
+ private:
+  const LoadPlan plan_;
+  const std::string description_;
+  LoadHost& host_;
+};
+
+struct LoadKind {
+  const char* name;
+  const char* description;
+  double activity;
+  MakeKernel kernel;
+};
+
+// The activities are those of docs/simulated-machine.md. What of a processor works: the vector
+// units and all paths to memory; the units; the second cache's wide paths; the scalar units;
+// memory, for which the units mostly wait.
+constexpr LoadKind kLoads[] = {
+    {"fma", "fused multiply-adds on the widest vectors", 0.95, make_fma},
+    {"mem", "reads, writes and copies over more than the last cache", 0.65, make_mem},
+    {"cache", "reads, writes and copies within the second cache", 0.80, make_cache},
+    {"mix", "multiply-adds with loads from every cache and memory", 1.00, make_mix},
+    {"int", "scalar integer work", 0.70, make_int},
+};
+
+void add(std::map<std::string, WorkloadFactory*>& registry, const std::string& name,
+         const std::string& description, Follows follows, double activity, MakeKernel kernel,
+         LoadHost& host) {
+  LoadPlan plan{.name = name, .follows = follows, .activity = activity, .kernel = [kernel, name] {
+                  return kernel(name);
+                }};
+  load_workload(registry, new LoadFactory(std::move(plan), description, host));
+}
+
+}  // namespace
+}  // namespace loads
+
+void load_engine_factories(std::map<std::string, WorkloadFactory*>& registry, LoadHost& host) {
+  using loads::Follows;
+  for (const loads::LoadKind& kind : loads::kLoads) {
+    const std::string blocking = std::string("b") + kind.name;
+    const std::string description = kind.description;
+    loads::add(registry, kind.name, description, Follows::kNothing, kind.activity, kind.kernel,
+               host);
+    loads::add(registry, blocking, "blocking: " + description, Follows::kTheWaveform, kind.activity,
+               kind.kernel, host);
+  }
+  BlockingSpinLoopFactory bspin;
+  loads::add(registry, bspin.name(), bspin.description(), Follows::kTheWaveform, kOrdinaryActivity,
+             loads::make_spin, host);
+}

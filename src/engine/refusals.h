@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/exit_status.h"
+#include "engine/options.h"
+
+namespace engine {
+
+/// Why a run is not started, although its command line is valid.
+struct Refusal {
+  ExitStatus status;
+  std::string text;
+};
+
+/// A fan or P-state was asked for, and only root may change them. Pure.
+std::optional<Refusal> refuse_rights(const Request& request, bool privileged);
+
+/// A load does not follow what switches it. `deaf`: the loads of this run that do not. Pure.
+std::optional<Refusal> refuse_deaf_loads(const Request& request, bool waveform,
+                                         const std::vector<std::string>& deaf);
+
+/// An agreed start that cannot be met. `now_ns`: the wall clock. Pure.
+std::optional<Refusal> refuse_start(const Request& request, std::int64_t now_ns, bool sampling);
+
+/// A processor that this process may not run on. Pure.
+std::optional<Refusal> refuse_binding(const Request& request, std::optional<unsigned> binding,
+                                      const std::vector<unsigned>& allowed);
+
+/// A file that cannot be written. It is tried, which creates it if it is not there, but nothing of
+/// it is lost. `option`: who named it. A pipe is not opened: its reader would see it closed again.
+std::optional<Refusal> refuse_file(const std::string& option, const std::string& path);
+
+/// A key that is to be sampled or limited, and cannot be read. Reads each once.
+std::optional<Refusal> refuse_keys(const Request& request);
+
+/// Whether the run's waveform switches the load, or is steady once it has begun.
+bool is_switched(const Request& request);
+
+/// The loads of this run that do not follow the waveform, each once. Reads vorn's settings.
+std::vector<std::string> deaf_loads();
+
+}  // namespace engine

@@ -1,0 +1,149 @@
+#include "engine/refusals.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "support/machine_fixture.h"
+#include "vorn/settings.h"
+
+namespace engine {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::int64_t kSecond = 1000000000;
+
+ExitStatus status_of(const std::optional<Refusal>& refusal) {
+  return refusal ? refusal->status : ExitStatus::kEnded;
+}
+
+std::string text_of(const std::optional<Refusal>& refusal) {
+  return refusal ? refusal->text : "none";
+}
+
+class Refusals : public MachineFixture {
+ protected:
+  Refusals() {
+    std::string name = (fs::temp_directory_path() / "vorn-refusals-XXXXXX").string();
+    folder_ = mkdtemp(name.data());
+  }
+  ~Refusals() override { fs::remove_all(folder_); }
+
+  std::string path(const char* name) const { return (folder_ / name).string(); }
+
+  Request request_;
+
+ private:
+  fs::path folder_;
+};
+
+TEST_F(Refusals, FansAndPStatesTakeRoot) {
+  for (const char letter : {'s', 'a', 'F', 'p'}) {
+    rpm = 2000;
+    request_.given = std::string("mc") + letter;
+    EXPECT_EQ(status_of(refuse_rights(request_, false)), ExitStatus::kRightMissing) << letter;
+    EXPECT_EQ(status_of(refuse_rights(request_, true)), ExitStatus::kEnded) << letter;
+  }
+  EXPECT_EQ(text_of(refuse_rights(request_, false)),
+            "--pstate changes the machine, which takes root: start the program as root");
+}
+
+TEST_F(Refusals, WhatChangesNothingTakesNoRight) {
+  request_.given = "mcs";
+  rpm = 0;
+  EXPECT_EQ(text_of(refuse_rights(request_, false)), "none");
+  request_.given = "mnrkoct";
+  EXPECT_EQ(text_of(refuse_rights(request_, false)), "none");
+}
+
+TEST_F(Refusals, ALoadThatIgnoresTheWaveformIsNamedWithOneThatDoesNot) {
+  EXPECT_EQ(text_of(refuse_deaf_loads(request_, true, {"fma", "spin"})),
+            "the waveform is ignored by \"fma\", which never pauses: choose \"bfma\"");
+  EXPECT_EQ(text_of(refuse_deaf_loads(request_, true, {})), "none");
+  EXPECT_EQ(text_of(refuse_deaf_loads(request_, false, {"spin"})), "none");
+  request_.at_ns = 1;
+  EXPECT_EQ(text_of(refuse_deaf_loads(request_, false, {"spin"})),
+            "--at is ignored by \"spin\", which never pauses: choose \"bspin\"");
+  EXPECT_EQ(status_of(refuse_deaf_loads(request_, false, {"spin"})), ExitStatus::kWaveformIgnored);
+}
+
+TEST_F(Refusals, OnlyLoadsOfThisRunAreAskedWhetherTheyFollow) {
+  workloads = {"bspin", "spin"};
+  cores = 1;
+  EXPECT_TRUE(deaf_loads().empty());
+  cores = 4;
+  EXPECT_EQ(deaf_loads(), std::vector<std::string>{"spin"});
+}
+
+TEST_F(Refusals, AnAgreedStartLiesInTheFuture) {
+  request_.at_ns = 10 * kSecond;
+  EXPECT_EQ(text_of(refuse_start(request_, 12 * kSecond, false)), "--at lies 2 s in the past");
+  EXPECT_EQ(text_of(refuse_start(request_, 10 * kSecond, false)), "--at lies 0 s in the past");
+  EXPECT_EQ(status_of(refuse_start(request_, 12 * kSecond, false)), ExitStatus::kTooLate);
+  EXPECT_EQ(text_of(refuse_start(request_, 9 * kSecond, false)), "none");
+  request_.at_ns.reset();
+  EXPECT_EQ(text_of(refuse_start(request_, 12 * kSecond, false)), "none");
+}
+
+TEST_F(Refusals, AnAgreedStartLeavesTimeForASampleWithoutLoad) {
+  request_.at_ns = 10 * kSecond + kSecond / 2;
+  EXPECT_EQ(text_of(refuse_start(request_, 10 * kSecond, false)), "none");
+  EXPECT_EQ(text_of(refuse_start(request_, 10 * kSecond, true)),
+            "--at is only 0.5 s ahead; the run needs 0.7 s to be ready");
+}
+
+TEST_F(Refusals, AThreadIsBoundToNoProcessorThatIsNotAllowed) {
+  EXPECT_EQ(text_of(refuse_binding(request_, 9, {2, 3})), "none");
+  request_.pin = true;
+  EXPECT_EQ(text_of(refuse_binding(request_, 3, {2, 3})), "none");
+  EXPECT_EQ(text_of(refuse_binding(request_, std::nullopt, {2, 3})), "none");
+  EXPECT_EQ(text_of(refuse_binding(request_, 9, {2, 3})),
+            "--bind 9 is not among the cores that this process may run on: 2 3");
+  EXPECT_EQ(status_of(refuse_binding(request_, 0, {})), ExitStatus::kRightMissing);
+}
+
+TEST_F(Refusals, AFileInNoFolderCannotBeWritten) {
+  const auto refusal = refuse_file("--output", path("nowhere/file"));
+  EXPECT_EQ(status_of(refusal), ExitStatus::kFileRefused);
+  EXPECT_EQ(text_of(refusal), "--output \"" + path("nowhere/file") +
+                                  "\" cannot be written: No such file or directory; name a file "
+                                  "in a folder of yours");
+}
+
+TEST_F(Refusals, AFolderIsNoFile) {
+  EXPECT_EQ(status_of(refuse_file("--record", path("."))), ExitStatus::kFileRefused);
+}
+
+TEST_F(Refusals, AFileThatIsTriedLosesNothing) {
+  std::ofstream(path("file")) << "kept";
+  EXPECT_EQ(text_of(refuse_file("--output", path("file"))), "none");
+  EXPECT_EQ(fs::file_size(path("file")), 4U);
+}
+
+TEST_F(Refusals, APipeIsNotOpened) {
+  ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+  EXPECT_EQ(text_of(refuse_file("--output", path("pipe"))), "none");
+}
+
+TEST_F(Refusals, AKeyThatTheMachineDoesNotHaveIsNamed) {
+  monitor = true;
+  keys = {"PC0C", "TXXX"};
+  const auto refusal = refuse_keys(request_);
+  EXPECT_EQ(status_of(refusal), ExitStatus::kKeyUnknown);
+  EXPECT_TRUE(text_of(refusal).starts_with("key \"TXXX\" cannot be read: ")) << text_of(refusal);
+}
+
+TEST_F(Refusals, KeysThatAreNotReadMayBeMissing) {
+  keys = {"TXXX"};
+  EXPECT_EQ(text_of(refuse_keys(request_)), "none");
+  request_.limits = {{"TXXX", 1.0F}};
+  EXPECT_EQ(status_of(refuse_keys(request_)), ExitStatus::kKeyUnknown);
+  request_.limits = {{"TC0D", 1.0F}};
+  EXPECT_EQ(text_of(refuse_keys(request_)), "none");
+}
+
+}  // namespace
+}  // namespace engine
