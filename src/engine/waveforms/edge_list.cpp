@@ -17,17 +17,17 @@ constexpr double kLongestUs = 366.0 * 24 * 3600 * 1e6;  // a year
 
 double read_interval(const TextLines& lines, std::string_view line, bool first) {
   if (words_of(line).size() != 1) {
-    lines.fail("one interval belongs here, and there is " + quoted(line));
+    lines.fail("one interval belongs here, and there is " + shown_text(line));
   }
   const double interval_us = lines.number(line);
   if (interval_us < 0.0) {
-    lines.fail("interval " + quoted(line) + " is negative");
+    lines.fail("interval " + shown_text(line) + " is negative");
   }
   if (interval_us < kShortestUs && !(first && interval_us == 0.0)) {
-    lines.fail("interval " + quoted(line) + " is shorter than 1 us");
+    lines.fail("interval " + shown_text(line) + " is shorter than 1 us");
   }
   if (interval_us > kLongestUs) {
-    lines.fail("interval " + quoted(line) + " is longer than a year");
+    lines.fail("interval " + shown_text(line) + " is longer than a year");
   }
   return interval_us;
 }

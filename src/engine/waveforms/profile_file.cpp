@@ -23,7 +23,7 @@ Profile::Between read_kind(TextLines& lines) {
   if (*line == "lines") {
     return Profile::Between::lines;
   }
-  lines.fail("the first line must be \"steps\" or \"lines\", and is " + quoted(*line));
+  lines.fail("the first line must be \"steps\" or \"lines\", and is " + shown_text(*line));
 }
 
 std::string shown(double value) {
@@ -35,7 +35,7 @@ std::string shown(double value) {
 Profile::Point read_point(const TextLines& lines, std::string_view line) {
   const std::vector<std::string_view> words = words_of(line);
   if (words.size() != 2) {
-    lines.fail("a time and a duty belong here, and there is " + quoted(line));
+    lines.fail("a time and a duty belong here, and there is " + shown_text(line));
   }
   const Profile::Point point{.time_s = lines.number(words[0]), .duty = lines.number(words[1])};
   if (point.duty < 0.0 || point.duty > 1.0) {

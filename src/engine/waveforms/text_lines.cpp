@@ -102,7 +102,7 @@ double TextLines::number(std::string_view text) const {
   double value = 0.0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) {
-    fail(quoted(text) + " is not a number");
+    fail(shown_text(text) + " is not a number");
   }
   return value;
 }
@@ -124,7 +124,7 @@ std::vector<std::string_view> words_of(std::string_view line) {
   return words;
 }
 
-std::string quoted(std::string_view text) {
+std::string shown_text(std::string_view text) {
   constexpr std::size_t kShown = 40;
   std::string shown(text.substr(0, kShown));
   std::replace_if(

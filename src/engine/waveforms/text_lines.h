@@ -51,4 +51,4 @@ class TextLines {
 std::vector<std::string_view> words_of(std::string_view line);
 
 /// The text as an error shows it: in quotes, cut off, and without what no terminal should get.
-std::string quoted(std::string_view text);
+std::string shown_text(std::string_view text);
