@@ -15,7 +15,7 @@ struct EdgeEvent {
 };
 
 /// Where the waveform was to begin, and where it did.
-struct AgreedStart {
+struct MetStart {
   std::int64_t wanted_wall_ns;  ///< since 1970
   std::int64_t planned_ns;      ///< the same, of CLOCK_MONOTONIC, as things stood
   std::int64_t switched_ns;
@@ -33,7 +33,7 @@ class EdgeLog final : public EdgeObserver {
   void switched(std::int64_t planned_ns, std::int64_t switched_ns, bool active) noexcept override;
 
   /// Nothing before the first edge, or if no start was agreed. Thread: any.
-  std::optional<AgreedStart> start() const noexcept;
+  std::optional<MetStart> start() const noexcept;
 
   Ring<EdgeEvent>& events() noexcept { return events_; }
 
@@ -44,7 +44,7 @@ class EdgeLog final : public EdgeObserver {
   std::atomic<std::int64_t> wanted_wall_ns_{kNone};
   std::atomic<std::int64_t> agreed_ns_{kNone};
 
-  AgreedStart start_{};
+  MetStart start_{};
   std::atomic<bool> begun_{false};  ///< released after `start_` can be read
   bool first_ = true;
   Ring<EdgeEvent> events_;

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <utility>
 
-#include "engine/record/clock_pair.h"
+#include "engine/record/clock_reading.h"
 #include "engine/record/record_parts.h"
 #include "engine/record/record_writer.h"
 #include "vorn/ordinary_thread.h"
@@ -54,14 +54,14 @@ void Record::start_agreed(std::int64_t wall_ns, std::int64_t planned_ns) noexcep
 
 void Record::sample_taken(double elapsed_s) noexcept {
   parts_->samples.push({.thread = SampleEvent::kTheSample,
-                        .at_ns = read_clocks().monotonic_ns,
+                        .at_ns = clock_reading().monotonic_ns,
                         .elapsed_s = elapsed_s,
                         .processor_time_ns = -1,
                         .work = {}});
   for (const auto& thread : parts_->threads) {
     if (thread->state() != ThreadRecord::State::expected) {
       parts_->samples.push({.thread = static_cast<std::int32_t>(thread->index()),
-                            .at_ns = read_clocks().monotonic_ns,
+                            .at_ns = clock_reading().monotonic_ns,
                             .elapsed_s = elapsed_s,
                             .processor_time_ns = thread->processor_time_ns().value_or(-1),
                             .work = thread->work()});
@@ -72,7 +72,7 @@ void Record::sample_taken(double elapsed_s) noexcept {
 void Record::note(std::string_view text) noexcept {
   Word word;
   word.kind = Word::Kind::note;
-  word.at_ns = read_clocks().monotonic_ns;
+  word.at_ns = clock_reading().monotonic_ns;
   word.append(text);
   parts_->words.push(word);
 }
@@ -80,7 +80,7 @@ void Record::note(std::string_view text) noexcept {
 void Record::refused(std::string_view what, std::string_view why) noexcept {
   Word word;
   word.kind = Word::Kind::refused;
-  word.at_ns = read_clocks().monotonic_ns;
+  word.at_ns = clock_reading().monotonic_ns;
   word.append(what);
   word.what = word.length;
   word.append(why);

@@ -3,7 +3,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
-#include "engine/record/clock_pair.h"
+#include "engine/record/clock_reading.h"
 #include "engine/record/line.h"
 #include "engine/record/record.h"
 #include "engine/record/small_file.h"
@@ -42,6 +42,6 @@ void append_head(std::string& text, const RecordPlan& plan) {
 }
 
 void append_clocks(std::string& text) {
-  const ClockPair pair = read_clocks();
-  Line(text, "clock").add(pair.monotonic_ns).add(pair.wall_ns).add(pair.width_ns);
+  const ClockReading reading = clock_reading();
+  Line(text, "clock").add(reading.monotonic_ns).add(reading.wall_ns).add(reading.width_ns);
 }

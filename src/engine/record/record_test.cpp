@@ -12,7 +12,7 @@
 #include <map>
 #include <thread>
 
-#include "engine/record/clock_pair.h"
+#include "engine/record/clock_reading.h"
 #include "engine/record/ring.h"
 #include "support/record_reader.h"
 #include "vorn/edge_observer.h"
@@ -80,10 +80,10 @@ TEST_F(TheRecord, BeginsWithWhatWasAskedAndEndsWithTheStatus) {
 }
 
 TEST_F(TheRecord, HoldsBothClocksSideBySide) {
-  const ClockPair before = read_clocks();
+  const ClockReading before = clock_reading();
   Record record(plan());
   record.finish("", 0);
-  const ClockPair after = read_clocks();
+  const ClockReading after = clock_reading();
   const auto clocks = RecordReader(path_).of("clock");
   ASSERT_EQ(clocks.size(), 2U);  // at the beginning and at the end
   for (const RecordLine& clock : clocks) {
@@ -118,7 +118,7 @@ TEST_F(TheRecord, SaysEachEdgeAndHowEachThreadFollowedIt) {
 
 TEST_F(TheRecord, SaysHowTheAgreedStartWasMet) {
   Record record(plan());
-  const ClockPair now = read_clocks();
+  const ClockReading now = clock_reading();
   record.start_agreed(now.wall_ns - 5000000, now.monotonic_ns - 1);
   record.start_agreed(now.wall_ns - 1000000, now.monotonic_ns - 1000000);
   record.edge_observer().switched(now.monotonic_ns - 1000000, now.monotonic_ns, true);

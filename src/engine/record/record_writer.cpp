@@ -6,7 +6,7 @@
 #include <csignal>
 #include <utility>
 
-#include "engine/record/clock_pair.h"
+#include "engine/record/clock_reading.h"
 #include "engine/record/line.h"
 #include "engine/record/record_head.h"
 #include "engine/record/record_parts.h"
@@ -19,7 +19,7 @@ constexpr std::int64_t kLongestHeldNs = 1000000000;  // lines, for the sake of a
 constexpr std::size_t kMostHeld = 1U << 18U;         // bytes of lines
 
 std::int64_t now_ns() {
-  return read_clocks().monotonic_ns;
+  return clock_reading().monotonic_ns;
 }
 
 const char* policy_name(int policy) {

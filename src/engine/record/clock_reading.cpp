@@ -1,4 +1,4 @@
-#include "engine/record/clock_pair.h"
+#include "engine/record/clock_reading.h"
 
 #include <ctime>
 
@@ -14,8 +14,8 @@ std::int64_t read_clock(clockid_t clock) noexcept {
 
 }  // namespace
 
-ClockPair read_clocks() noexcept {
-  ClockPair best;
+ClockReading clock_reading() noexcept {
+  ClockReading best;
   for (int i = 0; i < kTries; ++i) {
     const std::int64_t before = read_clock(CLOCK_MONOTONIC);
     const std::int64_t wall = read_clock(CLOCK_REALTIME);
