@@ -3,6 +3,7 @@
 #include <getopt.h>
 
 #include <list>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -195,7 +196,16 @@ INSTANTIATE_TEST_SUITE_P(
                     Arguments{"-f", "0"}, Arguments{"-f", "nan"}, Arguments{"-f", ""},
                     Arguments{"-F", "-1"}, Arguments{"-r", "-1"}, Arguments{"-r", "1Hz"},
                     Arguments{"-b", "-1"}, Arguments{"-p", "-3"}, Arguments{"-s", "fast"},
-                    Arguments{"-s", ""}, Arguments{"-z", "0"}, Arguments{"-e", "0"}));
+                    Arguments{"-s", ""}, Arguments{"-z", "0"}, Arguments{"-e", "0"}),
+    [](const auto& test) {
+      std::string name;
+      for (const std::string& argument : test.param) {
+        name += name.empty() ? "" : "_";
+        name += argument.empty() ? "Nothing" : argument;
+      }
+      return std::regex_replace(std::regex_replace(name, std::regex("-(\\d)"), "Minus$1"),
+                                std::regex("-"), "Option_");
+    });
 
 TEST_F(CommandLine, AWordThatIsNoOptionIsNamed) {
   for (const Arguments& arguments : {Arguments{"-n", "more"}, Arguments{"more", "-n"}}) {

@@ -123,14 +123,22 @@ TEST_F(KeysOnAMachine, SayWhatAnOrdinaryUserLacksAndTheRemedy) {
   EXPECT_NE(outcome.out.find("vorn-keys --calibrate"), std::string::npos);
 }
 
-TEST_F(KeysOnAMachine, MeasureTheFansAndKeepTheCurves) {
-  const auto before = machine_.tree().snapshot();
-  const Outcome outcome = run({"--calibrate"});
+// A measurement fails when the machine holds it up. It is repeated where time passes half as fast,
+// so that a hold-up counts half as much.
+TEST(Calibration, MeasuresTheFansAndKeepsTheCurves) {
+  SKIP_UNLESS_MAY_RUN(As::kRoot);
+  Outcome outcome;
+  for (int pace = 20; pace > 1 && outcome.status != 0; pace /= 2) {
+    TreeMachine machine("two_socket_intel", pace);
+    const auto before = machine.tree().snapshot();
+    outcome = program::run(machine.keys({"--calibrate"}), 200);
+    EXPECT_EQ(machine.tree().snapshot(), before);
+    const Outcome listed = program::run(machine.keys({"--list"}));
+    EXPECT_EQ(listed.out.find("not measured") == std::string::npos, outcome.status == 0);
+  }
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_NE(outcome.out.find("vorn fan curve 1\n"), std::string::npos) << outcome.out;
   EXPECT_NE(outcome.out.find("# kept in "), std::string::npos);
-  EXPECT_EQ(machine_.tree().snapshot(), before);
-  EXPECT_EQ(run({"--list"}).out.find("not measured"), std::string::npos);
 }
 
 TEST_F(KeysOnAMachine, RestoreSaysWhenThereIsNothingToDo) {

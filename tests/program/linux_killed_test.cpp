@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <random>
@@ -42,8 +43,11 @@ TEST_F(LinuxKilled, IsGivenBackWithinASecondAndSaysSo) {
   running.send(SIGKILL);
   EXPECT_TRUE(machine_.is_given_back_in_a_second());
   EXPECT_EQ(machine_.tree().snapshot(), before_);
-  std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  const std::string said = running.err();
+  std::string said;
+  for (int tries = 0; tries < 5000 && std::count(said.begin(), said.end(), '\n') < 2; ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    said = running.err();
+  }
   EXPECT_NE(said.find("vorn: the run ended without giving back its fans: given back now\n"),
             std::string::npos)
       << said;
@@ -54,7 +58,7 @@ TEST_F(LinuxKilled, IsGivenBackWithinASecondAndSaysSo) {
 
 TEST_F(LinuxKilled, IsGivenBackAtWhateverMoment) {
   std::mt19937 random(20261121);
-  for (int run = 0; run < 25; ++run) {
+  for (int run = 0; run < 14; ++run) {
     Running running(everything_at_once());
     ASSERT_TRUE(running.wait_until_catching());
     usleep(std::uniform_int_distribution<useconds_t>(0, run % 2 == 0 ? 100'000 : 900'000)(random));
@@ -128,7 +132,7 @@ TEST_F(LinuxKilled, WhatBothWereKilledWithIsRepairedByHand) {
   running.wait();
   EXPECT_NE(machine_.tree().snapshot(), before_);
   const Outcome check = program::run(machine_.keys({"--check"}));
-  EXPECT_NE(check.out.find("sudo vorn-keys --restore"), std::string::npos) << check.out;
+  EXPECT_NE(check.out.find("vorn-keys --restore"), std::string::npos) << check.out;
   const Outcome restored = program::run(machine_.keys({"--restore"}));
   EXPECT_EQ(restored.out, "P-states: given back\nfans: given back\n");
   EXPECT_EQ(restored.status, 0);

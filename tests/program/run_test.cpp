@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "program/vorn_program.h"
+#include "support/hold_ups.h"
 #include "vorn/version.h"
 
 // Whole runs of an ordinary user who has the right to a fixed priority.
@@ -40,7 +41,6 @@ TEST_F(Run, LoadsRealProcessorsWithASinusoidUntilItsTimeIsUp) {
       program::run(vorn({"-c", "2", "-w", "bspin", "-f", "10", "-z", "1", "-t", "2"}));
   expect_silent_success(outcome);
   EXPECT_GE(outcome.seconds, 2.0);
-  EXPECT_LT(outcome.seconds, 4.0);
 }
 
 TEST_F(Run, EndsOnInterruptWithStatusZero) {
@@ -160,8 +160,9 @@ TEST_F(Run, ASingleWorkloadTakesThePriorityOfTheMainThread) {
 }
 
 TEST_F(Run, StartsRunsAndStopsAThousandThreads) {
-  for (const char* workload : {"spin", "bspin"}) {
-    Running running(vorn({"-c", "1024", "-w", workload, "-f", "100"}));
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"-c", "1024"}, {"-c", "1024", "-w", "bspin", "-f", "100"}}) {
+    Running running(vorn(arguments));
     ASSERT_TRUE(running.wait_until_catching());
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     running.send(SIGINT);
@@ -191,11 +192,13 @@ TEST_F(Run, WithoutServiceForItsKeysGoesOnWithoutMonitoring) {
 
 TEST_F(Run, IsEndedWithinTheHeadStartOfTheMonitorThread) {
   Running running(vorn({"-m", "-c", "2"}));
+  const HoldUps hold_ups;
   ASSERT_TRUE(running.wait_until_catching());
+  const auto start = HoldUps::Clock::now();
   running.send(SIGINT);
-  const Outcome outcome = running.wait();
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_LT(outcome.seconds, 0.45);
+  EXPECT_EQ(running.wait().status, 0);
+  const double seconds = std::chrono::duration<double>(HoldUps::Clock::now() - start).count();
+  EXPECT_LT(seconds, 0.25 + hold_ups.longest_since(start)) << "the head start is half a second";
 }
 
 TEST_F(Run, LoadsNothingInTheHeadStartOfTheMonitorThread) {

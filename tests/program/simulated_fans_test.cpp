@@ -122,11 +122,11 @@ TEST_F(SimulatedFans, ASlowerPStateUsesLessPower) {
 
 // In every stage: before the set-up, in it, while threads start, in the head start, in the run.
 TEST_F(SimulatedFans, AreGivenBackFromEveryStage) {
-  for (int run = 0; run < 60; ++run) {
+  for (int run = 0; run < 36; ++run) {
     Running running(
         vorn_sim({"-m", "-c", "2", "-w", "bspin", "-f", "100", "-s", "2000"}, As::kRoot));
     ASSERT_TRUE(running.wait_until_catching());
-    usleep(static_cast<useconds_t>(run < 30 ? 50 * run : 25000 * (run - 30)));
+    usleep(static_cast<useconds_t>(run < 24 ? 60 * run : 60000 * (run - 24)));
     running.send(SIGINT);
     const Outcome outcome = running.wait();
     EXPECT_EQ(outcome.status, 0) << run;

@@ -6,12 +6,14 @@
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
+#include <list>
 #include <numeric>
 #include <regex>
 #include <thread>
 
 #include "program/samples.h"
 #include "program/vorn_program.h"
+#include "support/hold_ups.h"
 
 // Whole runs of an ordinary user on the simulated machine.
 
@@ -171,8 +173,13 @@ TEST(SimulatedRun, GoesOnWithoutSamplesIfAKeyCannotBeResolved) {
        "Malformed SMC key \"PC0\"\n"
        "vorn-sim: note: \"PC0\" is no key: a key has four characters; vorn-keys-sim lists them\n"},
   };
+  std::list<Running> runs;
   for (const auto& [key, failure] : kCases) {
-    const Outcome outcome = program::run(vorn_sim({"-m", "-k", key, "-t", "1"}, As::kOrdinaryUser));
+    runs.emplace_back(vorn_sim({"-m", "-k", key, "-t", "1"}, As::kOrdinaryUser));
+  }
+  for (const auto& [key, failure] : kCases) {
+    const Outcome outcome = runs.front().wait();
+    runs.pop_front();
     EXPECT_EQ(outcome.err, std::string(kNotice) + failure);
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(outcome.status, 0);
@@ -180,13 +187,13 @@ TEST(SimulatedRun, GoesOnWithoutSamplesIfAKeyCannotBeResolved) {
 }
 
 TEST(SimulatedRun, LeavesAWholeLastLineWhenItIsEnded) {
-  for (int run = 0; run < 20; ++run) {
+  for (int run = 0; run < 10; ++run) {
     const OpenFolder folder;
     const std::string file = folder.file("run.txt");
     Running running(vorn_sim({"-m", "-r", "200", "-k", "PC0C", "-k", "TC0D", "-w", "bspin", "-f",
                               "100", "-t", "1000", "-o", file}));
     ASSERT_TRUE(running.wait_until_catching());
-    std::this_thread::sleep_for(std::chrono::milliseconds(100 + 7 * run));
+    std::this_thread::sleep_for(std::chrono::milliseconds(100 + 13 * run));
     running.send(run % 2 == 0 ? SIGINT : SIGALRM);
     EXPECT_EQ(running.wait().status, 0);
     EXPECT_NO_THROW(parse_samples(read_file(file)));
@@ -197,7 +204,7 @@ TEST(SimulatedRun, LeavesAWholeLastLineWhenItIsEnded) {
 Samples sampled_beside(std::vector<std::string> load) {
   const OpenFolder folder;
   const std::string file = folder.file("run.txt");
-  load.insert(load.end(), {"-m", "-r", "50", "-t", "8", "-o", file});
+  load.insert(load.end(), {"-m", "-r", "50", "-t", "4", "-o", file});
   EXPECT_EQ(program::run(vorn_sim(std::move(load))).status, 0);
   Samples samples = parse_samples(read_file(file));
   for (std::size_t i = 1; i < samples.size(); ++i) {
@@ -221,9 +228,11 @@ GridError grid_error(const Samples& samples) {
 
 TEST(SimulatedRun, KeepsItsSamplesOnTheGridBesideAWaveformOnEveryProcessor) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const HoldUps hold_ups;
   const Samples samples = sampled_beside({"-w", "bspin", "-f", "100"});
-  ASSERT_GT(samples.size(), 380U) << "of 400";
-  EXPECT_LT(grid_error(samples).percentile99, program::kSanitized ? 0.010 : 0.002);
+  ASSERT_GT(samples.size(), 180U) << "of 200";
+  EXPECT_LT(grid_error(samples).percentile99,
+            (program::kSanitized ? 0.010 : 0.002) + hold_ups.percentile99());
 }
 
 // Without a pause in the load, kernels that withhold the processors from fixed priorities for 50 ms
@@ -231,7 +240,7 @@ TEST(SimulatedRun, KeepsItsSamplesOnTheGridBesideAWaveformOnEveryProcessor) {
 TEST(SimulatedRun, KeepsItsSamplesOnTheGridBesideAFullLoadButForTheKernelsReserve) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   const Samples samples = sampled_beside({"-w", "spin"});
-  ASSERT_GT(samples.size(), 340U) << "of 400";
+  ASSERT_GT(samples.size(), 165U) << "of 200";
   EXPECT_LT(grid_error(samples).median, 0.002);
 }
 

@@ -37,16 +37,18 @@ class TreeMachine {
   LiveTree& tree() { return tree_; }
   const std::string& folder() const { return folder_; }
 
-  /// Whether nothing is left to be given back within a second; what a guardian promises.
+  /// Whether nothing is left to be given back within a second, as guardians promise: a second of
+  /// 500 short sleeps at ordinary priority, like theirs, which is longer where other programs keep
+  /// ordinary ones waiting.
   bool is_given_back_in_a_second() const {
-    const auto start = std::chrono::steady_clock::now();
-    while (!tree_.left_to_give_back().empty()) {
-      if (std::chrono::steady_clock::now() - start > std::chrono::seconds(1)) {
-        return false;
+    bool given_back = false;
+    std::thread([this, &given_back] {
+      for (int tries = 0; tries < 500 && !given_back; ++tries) {
+        given_back = tree_.left_to_give_back().empty();
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
       }
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
+    }).join();
+    return given_back;
   }
 
  private:

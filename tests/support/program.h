@@ -75,15 +75,16 @@ class Running {
   /// Whether the program has a handler for `signo` by now.
   bool catches(int signo) const;
 
-  /// Waits until the program catches SIGINT, or `limit` seconds.
-  bool wait_until_catching(double limit = 10.0) const;
+  /// Waits until the program catches SIGINT, or `limit` seconds: on a busy machine it may take long
+  /// to start.
+  bool wait_until_catching(double limit = 100.0) const;
 
   /// What the program has printed so far.
   std::string out() const;
   std::string err() const;
 
   /// Waits for the end, at most `limit` seconds; then kills it and says so.
-  Outcome wait(double limit = 30.0);
+  Outcome wait(double limit = 100.0);
 
  private:
   using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
@@ -100,7 +101,7 @@ class Running {
 std::string without_lateness(const std::string& err);
 
 /// Runs `command` to its end.
-Outcome run(const Command& command, double limit = 30.0);
+Outcome run(const Command& command, double limit = 100.0);
 
 /// Whether this process may start programs as `as`; if not, `why` says what is lacking.
 bool may_run(As as, std::string& why);

@@ -163,6 +163,10 @@ struct Case {
   void (*operation)(WholeMachine&);
 };
 
+std::ostream& operator<<(std::ostream& out, const Case& one) {
+  return out << one.name;
+}
+
 void transact_with_all(WholeMachine& machine, std::uint8_t command) {
   for (const std::string& name : machine.names()) {
     machine.transact(name, command);

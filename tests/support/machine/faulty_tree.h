@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <ostream>
 
 #include "machines/linux/sysfs/tree.h"
 
@@ -9,6 +10,9 @@
 class FaultyTree : public sysfs::Tree {
  public:
   enum class For { once, ever };
+  friend std::ostream& operator<<(std::ostream& out, For how_long) {
+    return out << (how_long == For::once ? "once" : "ever");
+  }
 
   explicit FaultyTree(sysfs::Tree& below) : below_(below) {}
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstring>
 #include <tuple>
 
 #include "support/machine/cpufreq_fixture.h"
@@ -11,9 +12,17 @@ namespace {
 using sysfs::Done;
 using sysfs::Result;
 
-/// Every access of forcing and giving back fails, one after the other.
-class PStateFaults : public testing::TestWithParam<std::tuple<std::string, int, FaultyTree::For>> {
+struct Processors {
+  const char* name;
+  std::string text;
 };
+
+std::ostream& operator<<(std::ostream& out, const Processors& processors) {
+  return out << processors.name;
+}
+
+/// Every access of forcing and giving back fails, one after the other.
+class PStateFaults : public testing::TestWithParam<std::tuple<Processors, int, FaultyTree::For>> {};
 
 /// How many accesses there are if none fails.
 int accesses_of(const std::string& text, std::uint32_t n) {
@@ -24,7 +33,8 @@ int accesses_of(const std::string& text, std::uint32_t n) {
 }
 
 TEST_P(PStateFaults, LeaveTheMachineAsItWas) {
-  const auto& [text, error, how_long] = GetParam();
+  const auto& [processors, error, how_long] = GetParam();
+  const std::string& text = processors.text;
   constexpr std::uint32_t kSlow = 43;
   const int accesses = accesses_of(text, kSlow);
   int failures = 0;
@@ -58,12 +68,12 @@ TEST_P(PStateFaults, LeaveTheMachineAsItWas) {
 
 INSTANTIATE_TEST_SUITE_P(
     Every, PStateFaults,
-    testing::Combine(testing::Values(turbo_machine(), performance_machine()),
+    testing::Combine(testing::Values(Processors{"Turbo", turbo_machine()},
+                                     Processors{"Performance", performance_machine()}),
                      testing::Values(EIO, EINVAL, EBUSY, EACCES, ENODATA),
                      testing::Values(FaultyTree::For::once, FaultyTree::For::ever)),
     [](const auto& one) {
-      return std::string(std::get<0>(one.param) == turbo_machine() ? "Turbo" : "Performance") +
-             std::to_string(std::get<1>(one.param)) +
+      return std::string(std::get<0>(one.param).name) + strerrorname_np(std::get<1>(one.param)) +
              (std::get<2>(one.param) == FaultyTree::For::once ? "Once" : "Ever");
     });
 

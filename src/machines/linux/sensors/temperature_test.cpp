@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
+#include <ostream>
+#include <string>
 
 #include "machines/linux/sensors/thermometers.h"
 #include "support/machine/faulty_tree.h"
@@ -163,6 +167,18 @@ struct Firmware {
   const char* name;
   const char* label;
 };
+
+std::ostream& operator<<(std::ostream& out, const Firmware& firmware) {
+  return out << firmware.name << " " << firmware.label;
+}
+
+/// Text as a part of a test's name.
+std::string in_a_name(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+  return text;
+}
+
 class FirmwareTest : public TemperatureTest, public testing::WithParamInterface<Firmware> {};
 
 TEST_P(FirmwareTest, CountsByItsLabel) {
@@ -179,7 +195,10 @@ INSTANTIATE_TEST_SUITE_P(All, FirmwareTest,
                                          Firmware{"via_cputemp", ""}, Firmware{"zenpower", "Tdie"},
                                          Firmware{"apm_xgene", "SoC Temperature"},
                                          Firmware{"scpi_sensors", "big_cluster"},
-                                         Firmware{"nct6798", "TSI0_TEMP"}));
+                                         Firmware{"nct6798", "TSI0_TEMP"}),
+                         [](const auto& test) {
+                           return in_a_name(std::string(test.param.name) + "_" + test.param.label);
+                         });
 
 TEST_F(TemperatureTest, EveryPackageZoneIsAPackage) {
   for (int i = 0; i < 11; ++i) {
@@ -240,8 +259,10 @@ TEST_P(PlausibleTest, IsNonsenseForAProcessor) {
   EXPECT_EQ(value("TC0D").failure().trouble, Trouble::nonsense);
 }
 INSTANTIATE_TEST_SUITE_P(All, PlausibleTest,
-                         testing::Values("-44000", "0", "999", "125001", "127000", "255000",
-                                         "hot"));
+                         testing::Values("-44000", "0", "999", "125001", "127000", "255000", "hot"),
+                         [](const auto& test) {
+                           return in_a_name(std::string("Of_") + test.param);
+                         });
 
 TEST_F(TemperatureTest, TheLimitsOfAProcessorAreWithin) {
   chip("platform/coretemp.0", "coretemp");
