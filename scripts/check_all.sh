@@ -3,6 +3,7 @@
 set -eu
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
+. scripts/stages.sh
 
 need_packages cmake ninja-build g++ libhwy-dev libgtest-dev libgmock-dev libbenchmark-dev clang \
   clang-tidy clang-format llvm man-db
@@ -13,53 +14,57 @@ runtime=$(apt-cache search --names-only '^libclang-rt-dev$' 2>/dev/null | cut -d
 # Tests of how fast, or how slowly, something goes: a sanitizer says nothing new about it.
 SLOW='Latency|DrivesTheFansToTheirSpeed|SwitchesTheFansInAWave'
 
-begin() { printf '\n== %s (%s s)\n' "$1" "$SECONDS" >&2; }
+# What the sanitizers run of the soak: every shape, a few times.
+SANITIZED_RUNS=6
 
-begin 'format'
-git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
+check_format() {
+  git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
+}
 
-begin 'g++: every test'
-./check
+fuzz() {
+  mkdir -p build/fuzz/corpus
+  build/fuzz/fuzz/smc_fuzz -max_total_time=30 -print_final_stats=1 build/fuzz/corpus
+}
 
-begin 'clang: every header by itself'
-cmake --preset tsan >build/headers.log
-cmake --build --preset tsan --target all_verify_interface_header_sets >>build/headers.log ||
-  { cat build/headers.log && exit 1; }
+benchmarks() {
+  for benchmark in smc_bench simulated_bench linux_bench; do
+    "build/release/bench/$benchmark" --benchmark_min_time=0.05
+  done
+}
 
-# Of the soak, whose shapes differ little to a sanitizer, each eighth one.
-begin 'g++, address and undefined-behaviour sanitizers: every test'
-build asan
-ctest --preset asan -L unit -j "$(nproc)"
-ctest --preset asan -L program -E "$SLOW"
-ctest --preset asan -L soak -I 1,,8
+install_all() {
+  cmake --install build/release --prefix build/installed
+  for program in build/installed/bin/*; do
+    "$program" --version
+    man --warnings -l "build/installed/share/man/man1/$(basename "$program").1" >/dev/null
+  done
+}
 
-begin 'clang, thread sanitizer: every test'
-build tsan
-ctest --preset tsan -L unit -j "$(nproc)"
-ctest --preset tsan -L program -E "$SLOW"
-ctest --preset tsan -L soak -I 5,,8
+sanitized() {
+  local preset=$1 name=$2
+  test_stage "$name: unit tests" "$preset" -L unit -j "$(nproc)"
+  test_stage "$name: whole programs" "$preset" -L program -E "$SLOW"
+  VORN_SOAK_RUNS=$SANITIZED_RUNS \
+    test_stage "$name: their end at any moment" "$preset" -L soak -E "$SLOW"
+}
 
-begin 'fuzzing, half a minute'
-build fuzz
-mkdir -p build/fuzz/corpus
-build/fuzz/fuzz/smc_fuzz -max_total_time=30 -print_final_stats=1 build/fuzz/corpus 2>&1 | tail -n 12
+stage 'format' check_format
+stage 'g++: building' build dev
+test_stage 'g++: unit tests' dev -L unit -j "$(nproc)"
+test_stage 'g++: whole programs' dev -L program
+VORN_SOAK_RUNS=36 test_stage 'g++: their end at any moment' dev -L soak
 
-begin 'clang-tidy'
-build tidy
+stage 'clang: every header by itself' build tsan -- all_verify_interface_header_sets
+stage 'addresses, undefined behaviour (g++): building' build asan
+sanitized asan 'addresses, undefined behaviour'
+stage 'threads (clang): building' build tsan
+sanitized tsan 'threads'
 
-begin 'benchmarks: build, and one run of the quick ones'
-build bench
-build/bench/bench/smc_bench --benchmark_min_time=0.05
-build/bench/bench/simulated_bench --benchmark_min_time=0.05
-build/bench/bench/linux_bench --benchmark_min_time=0.05
-
-begin 'installation and demo'
-build release
-cmake --install build/release --prefix build/installed >/dev/null
-for program in vorn vorn-sim vorn-keys vorn-keys-sim; do
-  "build/installed/bin/$program" --version
-  man --warnings -l "build/installed/share/man/man1/$program.1" >/dev/null
-done
-./demo
-
-begin 'done'
+stage 'fuzzing: building' build fuzz -- smc_fuzz
+stage 'fuzzing, half a minute' fuzz
+stage 'clang-tidy' build tidy
+stage 'release and benchmarks: building' build release -DVORN_BENCH=ON
+stage 'benchmarks: one run of the quick ones' benchmarks
+stage 'installation' install_all
+stage 'demo' ./demo
+totals

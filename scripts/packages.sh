@@ -20,15 +20,3 @@ need_packages() {
     DEBIAN_FRONTEND=noninteractive apt-get -qq install --no-install-recommends "${missing[@]}" \
       >/dev/null
 }
-
-# build PRESET: configures and builds, quietly unless it fails.
-build() {
-  local preset=$1
-  local log="build/$preset.log"
-  mkdir -p build
-  echo "building: $preset" >&2
-  if ! { cmake --preset "$preset" && cmake --build --preset "$preset"; } >"$log" 2>&1; then
-    cat "$log" >&2
-    return 1
-  fi
-}

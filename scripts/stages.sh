@@ -1,0 +1,82 @@
+# shellcheck shell=bash
+# Sourced by the commands at the top: what they do in stages, one line for each, quiet unless one
+# fails.
+
+# What the tests of all stages came to.
+passed=0
+failed=0
+skipped=0
+
+# stage NAME COMMAND...: runs the command and prints its name and seconds; its output, if it fails,
+# and the end of this command with it.
+stage() {
+  local name=$1 start=$SECONDS
+  shift
+  mkdir -p build
+  printf '%-50s' "$name"
+  if "$@" >build/check.log 2>&1; then
+    printf '%5d s\n' $((SECONDS - start))
+  else
+    printf '%5d s  FAILED\n' $((SECONDS - start))
+    cat build/check.log
+    return 1
+  fi
+}
+
+# build PRESET [OPTION...] [-- TARGET...]: configures with the options and builds the targets, or
+# everything.
+build() {
+  local preset=$1 options=()
+  shift
+  while [ $# -gt 0 ] && [ "$1" != -- ]; do
+    options+=("$1")
+    shift
+  done
+  [ $# -eq 0 ] || shift
+  cmake --preset "$preset" "${options[@]}" && cmake --build --preset "$preset" ${1:+--target "$@"}
+}
+
+# testcases RESULTS PATTERN: how many of the results match.
+testcases() {
+  { grep -ho '<testcase [^>]*>' "$1"/*.xml 2>/dev/null || true; } | grep -c "$2" || true
+}
+
+# reasons RESULTS: why tests were skipped, and how many for each reason.
+reasons() {
+  { grep -ho '<skipped message="[^"]*"' "$1"/*.xml 2>/dev/null || true; } |
+    sed -e 's/^<skipped message="//' -e 's/"$//' -e 's/&#x0A;$//' -e 's/^.*:[0-9]*&#x0A;//' |
+    sort | uniq -c | sed 's/^ *\([0-9]*\) /    skipped \1: /'
+}
+
+# test_stage NAME PRESET OPTION...: runs tests and says what became of them. If one fails, the
+# stages after it run all the same, and totals() fails.
+test_stage() {
+  local name=$1 preset=$2 start=$SECONDS results=build/$2/results status=0 ran bad left_out
+  shift 2
+  rm -rf "$results"
+  printf '%-50s' "$name"
+  ctest --preset "$preset" "$@" >build/check.log 2>&1 || status=$?
+  left_out=$(testcases "$results" 'result="skipped"')
+  bad=$(testcases "$results" 'result="completed".*[^/]>$')
+  ran=$(testcases "$results" 'status="run"')
+  if [ "$status" -ne 0 ] && [ "$bad" -eq 0 ]; then
+    bad=1 # one that ended without a result
+    ran=$((ran + 1))
+  fi
+  passed=$((passed + ran - left_out - bad))
+  failed=$((failed + bad))
+  skipped=$((skipped + left_out))
+  printf '%5d s  %d passed, %d failed, %d skipped\n' $((SECONDS - start)) \
+    $((ran - left_out - bad)) "$bad" "$left_out"
+  reasons "$results"
+  if [ "$status" -ne 0 ]; then
+    sed -n -e '/ Test .*\*\*\*[^S]/,/^ *Start \| Test .* Passed /{/^ *Start \| Passed /!p}' \
+      -e '/^The following tests FAILED/,$p' -e '/^No tests\|^CMake Error/p' build/check.log
+  fi
+}
+
+# totals: the closing line; fails if a test did.
+totals() {
+  printf '\n%d passed, %d failed, %d skipped\n' "$passed" "$failed" "$skipped"
+  [ "$failed" -eq 0 ]
+}
