@@ -19,7 +19,7 @@ constexpr std::int64_t kForEver = std::numeric_limits<std::int64_t>::max() / 2;
 
 double nanoseconds_in_a_microsecond(const std::vector<unsigned>& schedule, double slot) {
   const double length = std::accumulate(schedule.begin(), schedule.end(), 0.0);
-  const double wanted = slot * static_cast<double>(schedule.size() / 2);  // seconds
+  const double wanted = 0.5 * slot * static_cast<double>(schedule.size());  // seconds
   return length > 0.0 ? 1e9 * wanted / length : 1e3;
 }
 
