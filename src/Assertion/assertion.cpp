@@ -5,7 +5,10 @@
 #include <cstdlib>
 #include <string>
 
+#include "Process/foremost_thread.h"
+
 void assertion_failed(const char* expression, const char* module, int line, const char* function) {
+  process::become_foremost_thread();  // the load must not come between the text and the end
   std::string text = "Assertion failed: (" + std::string(expression) + "), function " + function +
                      ", file " + module;
   if (line != 0) {

@@ -6,7 +6,7 @@
 ///
 ///     Assertion failed: (expression), function f, file module, line 502.
 ///
-/// and aborts the process. `module` is the source module as the users know it ("src/vorn"), and
+/// and aborts the process at once, whatever its other threads do. `module` is the source module as the users know it ("src/vorn"), and
 /// `line` a fixed identifier of the assertion, not a place in a file; an assertion without one
 /// (0) prints no line. Thread: any.
 ///

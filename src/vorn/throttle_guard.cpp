@@ -6,10 +6,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <string>
 #include <vector>
 
+#include "Process/threads.h"
 #include "vorn/ordinary_thread.h"
 #include "vorn/settings.h"
 
@@ -25,17 +24,6 @@
 
 namespace {
 
-std::vector<pid_t> threads_of_this_process() {
-  std::vector<pid_t> threads;
-  std::error_code gone;  // threads may end meanwhile
-  for (std::filesystem::directory_iterator task("/proc/self/task", gone), end; task != end;
-       task.increment(gone)) {
-    threads.push_back(static_cast<pid_t>(std::stol(task->path().filename())));
-  }
-  std::sort(threads.begin(), threads.end());
-  return threads;
-}
-
 void* guard(void* descriptor) {
   pollfd pending{};
   pending.fd = *static_cast<const int*>(descriptor);
@@ -50,7 +38,7 @@ void* guard(void* descriptor) {
 
 void end_run_among_ordinary_threads() {
   params.terminate = true;
-  const std::vector<pid_t> threads = threads_of_this_process();
+  const std::vector<pid_t> threads = process::threads();
   const sched_param ordinary{};
   std::for_each(threads.rbegin(), threads.rend(),
                 [&ordinary](pid_t thread) { sched_setscheduler(thread, SCHED_OTHER, &ordinary); });

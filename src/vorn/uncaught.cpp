@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <exception>
 
+#include "Process/foremost_thread.h"
 #include "Workload/Workload.h"
 #include "vorn/thread_notes.h"
 
@@ -27,6 +28,7 @@ void explain() {
   while (ending.exchange(true)) {  // every workload thread fails alike; one is enough
     pause();
   }
+  process::become_foremost_thread();  // the load must not come between the text and the end
   if (std::current_exception() != nullptr) {
     explain();
   }

@@ -1,6 +1,7 @@
 #include "vorn/workload_threads.h"
 
 #include <pthread.h>
+#include <sched.h>
 
 #include <memory>
 #include <vector>
@@ -75,6 +76,9 @@ void* workload_thread(void* arg) {
   std::unique_ptr<Workload> workload(
       wf->second->make(wt->core, static_cast<unsigned>(workload_thread_priority())));
   workload_placement->made();
+  // A thread of the same priority may stand in the queue behind this one, before its first
+  // statement. Nobody would take the processor from the load for it.
+  sched_yield();
   workload->run(&params);
   workload.reset();
   workload_placement->ended();

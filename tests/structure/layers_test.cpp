@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <regex>
 #include <set>
@@ -16,7 +17,8 @@ namespace fs = std::filesystem;
 using Modules = std::set<std::string>;
 
 const std::map<std::string, Modules> kMayInclude = {
-    {"Assertion", {}},
+    {"Process", {}},
+    {"Assertion", {"Process"}},
     {"Host", {}},
     {"Kx", {"Assertion"}},
     {"SMC", {"Assertion", "Kx"}},
@@ -25,14 +27,16 @@ const std::map<std::string, Modules> kMayInclude = {
     {"SpinLoop", {"Assertion", "Workload"}},
     {"BlockingSpinLoop", {"Assertion", "Workload", "SpinLoop"}},
     {"WorkloadRegistry", {"Workload", "SpinLoop", "BlockingSpinLoop"}},
-    {"vorn", {"Assertion", "Host", "Kx", "SMC", "PlatformPlugin", "Workload", "WorkloadRegistry"}},
+    {"vorn",
+     {"Process", "Assertion", "Host", "Kx", "SMC", "PlatformPlugin", "Workload",
+      "WorkloadRegistry"}},
     // Machines stand beside the driver: neither knows of the other.
-    {"machines", {"Assertion", "Host", "Kx", "SMC", "Inspection"}},
+    {"machines", {"Process", "Assertion", "Host", "Kx", "SMC", "Inspection"}},
     {"Inspection", {}},
-    {"keys", {"Kx", "SMC", "Inspection", "vorn"}},
+    {"keys", {"Process", "Kx", "SMC", "Inspection", "vorn"}},
     // Above the driver: the driver knows nothing of it.
     {"engine",
-     {"Assertion", "Host", "Kx", "SMC", "PlatformPlugin", "Workload", "SpinLoop",
+     {"Process", "Assertion", "Host", "Kx", "SMC", "PlatformPlugin", "Workload", "SpinLoop",
       "BlockingSpinLoop", "WorkloadRegistry", "vorn", "Inspection"}},
 };
 
@@ -102,6 +106,22 @@ TEST(Layers, OnlyTheLoadsOfTheEngineIncludeTheVectorLibrary) {
     }
   }
   EXPECT_GT(files, 0) << "the walk found nothing to judge";
+}
+
+// Before any other statement could open a file.
+TEST(Layers, EveryMainFirstHoldsTheStandardDescriptors) {
+  static const std::regex kFirst(
+      "\\nint main\\([^)]*\\) \\{\\n  process::hold_standard_descriptors\\(\\);\\n");
+  int mains = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(VORN_SOURCES)) {
+    if (entry.path().filename() == "main.cpp") {
+      ++mains;
+      std::ifstream in(entry.path());
+      const std::string text(std::istreambuf_iterator<char>(in), {});
+      EXPECT_TRUE(std::regex_search(text, kFirst)) << entry.path();
+    }
+  }
+  EXPECT_GE(mains, 2) << "the walk found nothing to judge";
 }
 
 TEST(Layers, NoPartOfTheLinuxMachineIncludesOneAboveIt) {

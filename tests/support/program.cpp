@@ -5,6 +5,7 @@
 #include <linux/capability.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -111,6 +112,12 @@ void become(const Command& command) {
   for (const int signo : command.ignored_signals) {
     std::signal(signo, SIG_IGN);
   }
+  if (command.one_processor) {
+    cpu_set_t first;
+    CPU_ZERO(&first);
+    CPU_SET(0, &first);
+    must(sched_setaffinity(0, sizeof first, &first) == 0, "sched_setaffinity");
+  }
   if (command.process_limit) {
     limit(RLIMIT_NPROC, *command.process_limit);
   }
@@ -134,6 +141,9 @@ void become(const Command& command) {
   }
   environment.push_back(nullptr);
   refuse(command.refused);
+  for (const int descriptor : command.closed) {
+    close(descriptor);
+  }
   // By descriptor: an ordinary user need not be able to walk to where the tests were built.
   syscall(SYS_execveat, executable, "", argv.data(), environment.data(), AT_EMPTY_PATH);
   give_up("execveat");

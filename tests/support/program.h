@@ -45,6 +45,8 @@ struct Command {
   std::optional<rlim_t> process_limit;         ///< RLIMIT_NPROC; counts threads
   std::vector<RefusedCall> refused;            ///< through a system call filter
   std::vector<int> ignored_signals;            ///< ignored from the start
+  std::vector<int> closed;                     ///< descriptors that are closed from the start
+  bool one_processor = false;                  ///< it may run on the first one alone
   std::string standard_output;                 ///< a path; empty: captured
   std::string called = "vorn";                 ///< argv[0]
   std::vector<std::string> environment;        ///< NAME=value; else it is empty
