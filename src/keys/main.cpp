@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "Inspection/inspection.h"
+#include "Process/standard_descriptors.h"
 #include "SMC/SMC.h"
 #include "keys/console.h"
 #include "keys/listing.h"
@@ -45,6 +46,7 @@ int calibrate() {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+  process::hold_standard_descriptors();
   const std::optional<keys::Action> action = keys::parse_arguments(argc, argv);
   if (!action) {
     std::cerr << keys::usage(argv[0]);

@@ -1,5 +1,6 @@
 #include <iostream>
 
+#include "Process/standard_descriptors.h"
 #include "WorkloadRegistry/registry.h"
 #include "vorn/command_line.h"
 #include "vorn/notes.h"
@@ -17,6 +18,7 @@ constexpr int kFailure = -1;  // exit status 255
 }  // namespace
 
 int main(int argc, char* argv[]) {
+  process::hold_standard_descriptors();
   explain_uncaught_exceptions();
   std::cerr.tie(nullptr);  // a message must not wait for whoever reads the samples
   uid.relinquish();

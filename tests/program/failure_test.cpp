@@ -1,7 +1,11 @@
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #include "program/vorn_program.h"
 
@@ -76,6 +80,22 @@ Outcome run_refusing(program::RefusedCall call) {
   Command command = vorn({"-c", "2", "-t", "1"});
   command.refused = {call};
   return program::run(command);
+}
+
+// The first file that the program opens would else become its standard output or error.
+TEST(Failure, NoDiagnosticLandsInTheSampleFileIfStandardErrorIsClosed) {
+  SKIP_UNLESS_MAY_RUN(As::kRoot);
+  const std::string samples = testing::TempDir() + "vorn_closed_" + std::to_string(getpid());
+  for (const std::vector<int>& closed : {std::vector{2}, std::vector{1, 2}, std::vector{0, 1, 2}}) {
+    Command command = vorn(
+        {"-c", "1", "-s", "0", "-p", "0", "-m", "-k", "XXXX", "-o", samples, "-t", "1"}, As::kRoot);
+    command.path = VORN_SIM_PROGRAM;
+    command.closed = closed;
+    EXPECT_EQ(program::run(command).status, 0);
+    std::ifstream in(samples);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "");
+  }
+  std::filesystem::remove(samples);
 }
 
 TEST(Failure, AnInterruptHandlerThatCannotBeInstalledEndsAsAnUncaughtString) {
