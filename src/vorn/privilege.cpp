@@ -2,6 +2,14 @@
 
 #include <unistd.h>
 
+#include "Process/thread_user.h"
+
+namespace {
+
+thread_local bool raised = false;
+
+}  // namespace
+
 UID::UID() : real_(getuid()), effective_(geteuid()) {}
 
 bool UID::privileged() const {
@@ -9,13 +17,15 @@ bool UID::privileged() const {
 }
 
 void UID::elevate() const {
-  if (seteuid(effective_) < 0) {
+  if (process::set_thread_effective_user(effective_) < 0) {
     throw UIDException();
   }
+  raised = true;
 }
 
 void UID::relinquish() const {
-  if (seteuid(real_) < 0) {
+  if ((raised ? process::set_thread_effective_user(real_) : seteuid(real_)) < 0) {
     throw UIDException();
   }
+  raised = false;
 }

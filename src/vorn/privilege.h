@@ -6,8 +6,10 @@
 class UIDException {};
 
 /// The identities that the process was started with. The program runs with the real user id and
-/// takes the effective one back only around what needs it.
-/// Thread: one change at a time; it holds for the whole process.
+/// takes the effective one back only around what needs it, and only for the thread that does it: no
+/// other thread ever opens a file with the raised id. A thread that is started meanwhile would
+/// inherit it, and has to lower itself.
+/// Thread: any.
 class UID {
  public:
   /// Records the real and effective user ids of now.
@@ -16,10 +18,12 @@ class UID {
   /// Whether the process was started with effective user id 0; stays true after relinquish().
   bool privileged() const;
 
-  /// Takes the recorded effective user id back. Throws UIDException if refused.
+  /// Takes the recorded effective user id back, for the calling thread alone. Throws UIDException
+  /// if refused.
   void elevate() const;
 
-  /// Runs on with the real user id. Throws UIDException if refused.
+  /// Runs on with the real user id: the calling thread after its elevate(), else the whole process.
+  /// Throws UIDException if refused.
   void relinquish() const;
 
  private:

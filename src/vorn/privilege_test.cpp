@@ -4,7 +4,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdlib>
+#include <thread>
 
 namespace {
 
@@ -57,6 +59,41 @@ TEST_F(UIDDeathTest, ElevateTakesTheRecordedEffectiveUserIdBack) {
     id.relinquish();
     id.elevate();
     return geteuid() == 0;
+  }());
+}
+
+/// The effective user id of a thread that was there before `change`.
+template <typename Change>
+uid_t user_of_another_thread(Change change) {
+  std::atomic<bool> changed{false};
+  uid_t found = 0;
+  std::thread other([&] {
+    while (!changed) {
+      std::this_thread::yield();
+    }
+    found = geteuid();
+  });
+  change();
+  changed = true;
+  other.join();
+  return found;
+}
+
+TEST_F(UIDDeathTest, ElevateRaisesNoOtherThread) {
+  EXPECT_IN_CHILD([] {
+    act_as_set_user_id();
+    const UID id;
+    id.relinquish();
+    return user_of_another_thread([&] { id.elevate(); }) == kNobody && geteuid() == 0 &&
+           (id.relinquish(), geteuid() == kNobody);
+  }());
+}
+
+TEST_F(UIDDeathTest, TheFirstRelinquishHoldsForEveryThread) {
+  EXPECT_IN_CHILD([] {
+    act_as_set_user_id();
+    const UID id;
+    return user_of_another_thread([&] { id.relinquish(); }) == kNobody;
   }());
 }
 

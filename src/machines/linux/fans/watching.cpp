@@ -1,6 +1,9 @@
+#include <unistd.h>
+
 #include <cerrno>
 #include <chrono>
 
+#include "Process/thread_user.h"
 #include "machines/linux/fans/fan_control.h"
 
 // The half of FanControl that watches forced fans.
@@ -103,7 +106,12 @@ void FanControl::begin_watching() {
     thread_.join();  // it has ended, or is about to: it does nothing after it said so
   }
   thread_runs_ = true;
-  thread_ = std::thread([this] { watch_while_forced(); });
+  thread_ = std::thread([this] {
+    // Its creator runs with the raised user id of a set-user-id program, and is alone with that.
+    // The watch needs only attributes that are open.
+    process::set_thread_effective_user(getuid());
+    watch_while_forced();
+  });
 }
 
 bool FanControl::has_to_watch() const {
