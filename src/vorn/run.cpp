@@ -47,12 +47,14 @@ Notes notes_on_failed_setup() {
 }
 
 /// Waits for the threads that outlive the workloads. The fan thread may take half a period; the
-/// others come last, for the shutdown path must be the first to wait for them.
+/// others come last, for the shutdown path must be the first to wait for them. Signals are listened
+/// for until the end: one that comes after the path ends the wait.
 int last_thread_ended() {
   fan_thread.join();
-  stop_listening();
+  wait_for_shutdown();
   monitor_thread.join();
   timing_thread.join();
+  stop_listening();
   return 0;
 }
 

@@ -8,6 +8,8 @@
 #include <atomic>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
+#include <ctime>
 #include <string>
 
 #include "vorn/settings.h"
@@ -36,16 +38,30 @@ void let_quit_through() {
   pthread_sigmask(SIG_UNBLOCK, &quit, nullptr);
 }
 
+/// Forgets the signals that came while the run was being stopped.
+void drop_pending() {
+  const timespec no_time{};
+  while (sigtimedwait(&listened, nullptr, &no_time) > 0) {
+  }
+}
+
+/// Runs the shutdown path for the first signal. What the run changed is then given back, and the
+/// process may only be waiting for half a period of the fans, or for a reader of its samples who
+/// has stopped reading: a further signal, but the timer's, ends it without either.
 void* listen(void* /*arg*/) {
   int signo = 0;
-  while (sigwait(&listened, &signo) == 0 && !closing.load(std::memory_order_relaxed)) {
-    let_quit_through();
-    sigdelset(&listened, SIGQUIT);
-    const int ending = signo == SIGALRM ? SIGALRM : SIGINT;
-    int none = 0;
-    ended_by.compare_exchange_strong(none, ending);  // the first counts
-    sig_int_alrm(ending);
-    sem_post(&path_completed);
+  if (sigwait(&listened, &signo) != 0 || closing.load(std::memory_order_relaxed)) {
+    return nullptr;
+  }
+  let_quit_through();
+  sigdelset(&listened, SIGQUIT);
+  ended_by = signo == SIGALRM ? SIGALRM : SIGINT;
+  sig_int_alrm(ended_by);
+  drop_pending();
+  sem_post(&path_completed);
+  sigdelset(&listened, SIGALRM);
+  if (sigwait(&listened, &signo) == 0 && !closing.load(std::memory_order_relaxed)) {
+    _exit(EXIT_SUCCESS);  // as the run would have ended, but for what keeps it
   }
   return nullptr;
 }
@@ -131,14 +147,20 @@ void end_run() {
   }
 }
 
+void wait_for_shutdown() {
+  if (!listening || !params.terminate) {
+    return;
+  }
+  while (sem_wait(&path_completed) != 0) {  // interrupted
+  }
+  sem_post(&path_completed);  // for whoever waits next
+}
+
 void stop_listening() {
   if (!listening) {
     return;
   }
-  if (params.terminate) {
-    while (sem_wait(&path_completed) != 0) {  // interrupted
-    }
-  }
+  wait_for_shutdown();
   closing.store(true, std::memory_order_relaxed);
   pthread_kill(listener, SIGINT);
   pthread_join(listener, nullptr);

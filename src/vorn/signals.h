@@ -2,7 +2,8 @@
 
 /// Which signals end a run, and who hears them. SIGINT, and SIGALRM when a run time is set, run the
 /// shutdown path; SIGTERM, SIGHUP, SIGQUIT and a reader who has gone (SIGPIPE) do as SIGINT does,
-/// unless they are ignored from the start. SIGQUIT during the shutdown kills.
+/// unless they are ignored from the start. SIGQUIT during the shutdown kills; any other signal is
+/// ignored while the path runs, and one of them that comes after it ends the process at once.
 
 /// Starts to listen for these signals, and arms the timer of a set run time. The listener inherits
 /// the priority of the calling thread. Throws a std::string that names what failed.
@@ -12,6 +13,10 @@ void signals();
 /// Ends the run in order, as SIGINT does; nothing if it is ending already. Returns at once.
 /// Thread: any.
 void end_run();
+
+/// If the run has ended, returns when the shutdown path has been completed. Signals are listened
+/// for still. Thread: the main one.
+void wait_for_shutdown();
 
 /// Ends the listening. If the run has ended, returns when the shutdown path has been completed: the
 /// end is seen by the threads before the path is through, or even begun.

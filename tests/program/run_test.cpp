@@ -1,7 +1,11 @@
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -66,6 +70,44 @@ TEST_F(Run, EndsOnEveryOtherSignalThatAsksForIt) {
     running.send(signo);
     expect_silent_success(running.wait());
   }
+}
+
+/// Sends `signo` to a process that is being stopped until it ends: while the shutdown path runs, a
+/// signal is ignored. Returns how it ended.
+Outcome end_with(Running& running, int signo) {
+  std::atomic<bool> ended{false};
+  std::thread sender([&] {
+    while (!ended) {
+      running.send(signo);
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+  });
+  const Outcome outcome = running.wait(30);
+  ended = true;
+  sender.join();
+  return outcome;
+}
+
+TEST_F(Run, ThatWaitsForHalfAPeriodOfTheFansEndsOnAFurtherSignal) {
+  for (const int signo : {SIGINT, SIGTERM, SIGHUP}) {
+    Running running(vorn({"-c", "1", "-F", "0.001", "-s", "1000"}));
+    ASSERT_TRUE(running.wait_until_catching());
+    running.send(SIGINT);
+    expect_silent_success(end_with(running, signo));
+  }
+}
+
+TEST_F(Run, ThatWaitsForAStuckReaderEndsOnAFurtherSignal) {
+  const std::string fifo = testing::TempDir() + "vorn_stuck_" + std::to_string(getpid());
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0666), 0);
+  chmod(fifo.c_str(), 0666);
+  for (const int signo : {SIGINT, SIGTERM, SIGHUP}) {
+    Running running(vorn({"-c", "1", "-m", "-o", fifo}));  // nobody opens it for reading
+    ASSERT_TRUE(running.wait_until_catching());
+    running.send(SIGINT);
+    EXPECT_EQ(end_with(running, signo).status, 0);
+  }
+  std::filesystem::remove(fifo);
 }
 
 TEST_F(Run, EndsOnInterruptAlthoughItsShellIgnoresIt) {
