@@ -1,5 +1,6 @@
 #include <iostream>
 
+#include "Process/standard_descriptors.h"
 #include "WorkloadRegistry/registry.h"
 #include "engine/complaint.h"
 #include "engine/conflicts.h"
@@ -26,6 +27,7 @@ int not_started(const std::string& why) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+  process::hold_standard_descriptors();
   explain_uncaught_exceptions();
   std::cerr.tie(nullptr);  // a message must not wait for whoever reads the samples
   uid.relinquish();
