@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <fstream>
+#include <iterator>
 #include <random>
 
 #include "machines/linux/sysfs/attribute.h"
@@ -33,6 +36,22 @@ class LinuxRun : public testing::Test {
 
   Outcome run(std::vector<std::string> arguments, As as = As::kRoot) {
     return program::run(machine_.vorn(std::move(arguments), as));
+  }
+
+  /// A copy of a program that runs set-user-id, on a machine that lets it.
+  std::string set_user_id_copy(const std::string& path) {
+    std::string copy = machine_.folder() + "/vorn";
+    std::filesystem::copy_file(path, copy);
+    EXPECT_EQ(chmod(copy.c_str(), 04755), 0);
+    // The machine of files keeps its state by opening files anew, with the rights of that moment.
+    for (const auto& file :
+         std::filesystem::recursive_directory_iterator(machine_.folder() + "/sys")) {
+      if (file.is_regular_file() && !file.is_symlink()) {
+        std::filesystem::permissions(file, std::filesystem::perms::others_write,
+                                     std::filesystem::perm_options::add);
+      }
+    }
+    return copy;
   }
 
   TreeMachine machine_;
@@ -200,6 +219,52 @@ TEST_F(LinuxRun, IsNotStoppedFromTheTerminalWhileItHoldsFans) {
   EXPECT_EQ(running.wait(5).status, 0) << "a stopped one would not have ended";
 }
 
+/// Whether a thread of the process `pid` is in the opening of a file, and stays there.
+bool opens_a_file(pid_t pid) {
+  for (const auto& task :
+       std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
+    std::ifstream call(task.path() / "syscall");
+    if (long number = -1; call >> number && number == SYS_openat) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// The user of a set-user-id program chooses the name of its sample file, and may change what stands
+// there while the program waits for it.
+TEST_F(LinuxRun, OpensNoFileOfItsUsersWithTheRaisedUserId) {
+  if (program::kSanitized) {
+    GTEST_SKIP() << "the sanitizers' runtimes refuse to run set-user-id";
+  }
+  const std::string fifo = machine_.folder() + "/samples";
+  const std::string not_the_users = machine_.folder() + "/precious";
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0), 0);
+  ASSERT_EQ(chmod(fifo.c_str(), 0666), 0);
+  std::ofstream(not_the_users) << "root's own\n";
+  ASSERT_EQ(chmod(not_the_users.c_str(), 0600), 0);
+
+  program::Command command = machine_.vorn({"-c", "1", "-w", "bspin", "-f", "50", "-s", "1500",
+                                            "-p", "2", "-m", "-k", "F0Ac", "-o", fifo},
+                                           As::kOrdinaryUser);
+  command.path = set_user_id_copy(command.path);
+  Running running(command);
+  for (int tries = 0; tries < 10000 && !opens_a_file(running.pid()); ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  ASSERT_TRUE(opens_a_file(running.pid()));
+  std::filesystem::remove(fifo);
+  std::filesystem::create_symlink(not_the_users, fifo);
+  running.send(SIGINT);
+  for (int tries = 0; tries < 10000 && running.err().find("Fans restored") == std::string::npos;
+       ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  EXPECT_NE(running.err().find("Fans restored"), std::string::npos) << running.err();
+  std::ifstream in(not_the_users);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "root's own\n");
+}
+
 TEST_F(LinuxRun, WavesTheFansOfASetUserIdProgramToo) {
   if (program::kSanitized) {
     GTEST_SKIP() << "the sanitizers' runtimes refuse to run set-user-id";
@@ -207,18 +272,7 @@ TEST_F(LinuxRun, WavesTheFansOfASetUserIdProgramToo) {
   program::Command command = machine_.vorn(
       {"-c", "1", "-w", "bspin", "-f", "50", "-s", "1500", "-F", "4", "-p", "2", "-t", "2"},
       As::kOrdinaryUser);
-  const std::string copy = machine_.folder() + "/vorn";
-  std::filesystem::copy_file(command.path, copy);
-  ASSERT_EQ(chmod(copy.c_str(), 04755), 0);
-  command.path = copy;
-  // The machine of files keeps its state by opening files anew, with the rights of that moment.
-  for (const auto& file :
-       std::filesystem::recursive_directory_iterator(machine_.folder() + "/sys")) {
-    if (file.is_regular_file() && !file.is_symlink()) {
-      std::filesystem::permissions(file, std::filesystem::perms::others_write,
-                                   std::filesystem::perm_options::add);
-    }
-  }
+  command.path = set_user_id_copy(command.path);
   const Outcome outcome = program::run(command);
   EXPECT_EQ(outcome.err, kBothRestored);
   EXPECT_EQ(machine_.tree().snapshot(), before_);
