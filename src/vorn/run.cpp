@@ -12,6 +12,8 @@
 #include "vorn/signals.h"
 #include "vorn/thread_notes.h"
 #include "vorn/timing_thread.h"
+#include "vorn/toggle_schedule.h"
+#include "vorn/waveform.h"
 #include "vorn/workload_threads.h"
 
 namespace {
@@ -61,6 +63,9 @@ int last_thread_ended() {
 }  // namespace
 
 int run(const StartBeside& start_beside) {
+  if (using_timing_thread() && waveform.source == nullptr && check_schedule() < 0) {
+    return -1;
+  }
   take_control_priority();
   signals();
   if (using_privileged_operations() && setup_privileged() < 0) {

@@ -1,8 +1,13 @@
 #include "vorn/toggle_schedule.h"
 
+#include <unistd.h>
+
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <iostream>
+#include <limits>
+#include <new>
 
 #include "Assertion/assertion.h"
 #include "vorn/module.h"
@@ -61,15 +66,23 @@ double append_slots(std::vector<unsigned>& times, const Slots& slots, int line, 
   return slots.length;
 }
 
+Slots sinusoid_slots() {
+  return divide(1.0 / sinusoid, 1.0 / frequency);
+}
+
+Slots triangle_slots() {
+  return divide(1.0 / triangle, 1.0 / frequency);
+}
+
 double append_sinusoid(std::vector<unsigned>& times) {
-  const Slots slots = divide(1.0 / sinusoid, 1.0 / frequency);
+  const Slots slots = sinusoid_slots();
   return append_slots(times, slots, 979, [&slots](double i) {
     return 0.5 + std::cos(kTwoPi * i / slots.count) * -0.5;
   });
 }
 
 double append_triangle(std::vector<unsigned>& times) {
-  const Slots slots = divide(1.0 / triangle, 1.0 / frequency);
+  const Slots slots = triangle_slots();
   const double half = slots.count / 2.0;  // not rounded: an odd count peaks between two slots
   return append_slots(times, slots, 1003, [&slots, half](double i) {
     return half > i ? i / half : 1.0 - (i - half) / (slots.count - half);
@@ -84,6 +97,43 @@ bool using_pwm_sinusoid() {
 
 bool using_pwm_triangle() {
   return using_timing_thread() && triangle > 0.0 && !using_pwm_sinusoid();
+}
+
+double toggle_count() {
+  if (using_pwm_sinusoid()) {
+    return 2 * sinusoid_slots().count;
+  }
+  return using_pwm_triangle() ? 2 * triangle_slots().count : 2;
+}
+
+bool schedule_fits(double intervals, double memory_bytes) {
+  // Counted in 32 bits, slot by slot.
+  constexpr double kMostIntervals = 2.0 * std::numeric_limits<std::uint32_t>::max();
+  return intervals <= kMostIntervals && intervals * sizeof(unsigned) <= memory_bytes / 2;
+}
+
+int check_schedule() {
+  const double intervals = toggle_count();
+  const double memory_bytes =
+      static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
+  bool fits = schedule_fits(intervals, memory_bytes);
+  try {
+    if (fits) {
+      std::vector<unsigned>().reserve(static_cast<std::size_t>(intervals));
+    }
+  } catch (const std::bad_alloc&) {
+    fits = false;
+  }
+  if (fits) {
+    return 0;
+  }
+  constexpr double kMegabyte = 1e6;
+  std::cerr << "The waveform's schedule is too large for memory: one wave of " << intervals
+            << " intervals takes " << intervals * sizeof(unsigned) / kMegabyte
+            << " MB, at most half of this machine's " << memory_bytes / kMegabyte
+            << " MB may be used; choose a lower frequency (-f) or a faster envelope (-z, -e)"
+            << std::endl;
+  return -1;
 }
 
 double toggle_times(std::vector<unsigned>& times) {

@@ -1,6 +1,8 @@
 #include "vorn/toggle_schedule.h"
 
 #include <cmath>
+#include <limits>
+#include <tuple>
 
 #include "support/settings_fixture.h"
 #include "vorn/settings.h"
@@ -120,6 +122,26 @@ TEST_F(ToggleSchedule, AFrequencyBeyondTheMicrosecondHasIntervalsOfNoLength) {
   frequency = 1e6;
   compute();
   EXPECT_EQ(times_, (Times{0, 0}));
+}
+
+TEST_F(ToggleSchedule, TheCountIsThatOfTheIntervals) {
+  for (const auto& [carrier, sine, ramp] :
+       {std::tuple{10.0, 0.0, 0.0}, std::tuple{10.0, 1.0, 0.0}, std::tuple{10.0, 0.0, 0.3},
+        std::tuple{1.0, 3.0, 0.0}}) {
+    frequency = carrier;
+    sinusoid = sine;
+    triangle = ramp;
+    std::vector<unsigned> times;
+    toggle_times(times);
+    EXPECT_EQ(toggle_count(), static_cast<double>(times.size()));
+  }
+}
+
+TEST_F(ToggleSchedule, FitsIntoHalfOfTheMemory) {
+  EXPECT_TRUE(schedule_fits(1000, 8000));
+  EXPECT_FALSE(schedule_fits(1002, 8000));
+  EXPECT_FALSE(schedule_fits(1e10, 1e18)) << "more slots than can be counted";
+  EXPECT_FALSE(schedule_fits(std::numeric_limits<double>::infinity(), 1e18));
 }
 
 }  // namespace

@@ -130,6 +130,18 @@ class PrivilegedFailure : public testing::Test {
   void SetUp() override { SKIP_UNLESS_MAY_RUN(As::kRoot); }
 };
 
+// Refused before the fans are looked for, of which there are none.
+TEST_F(PrivilegedFailure, AScheduleTooLargeForMemoryIsRefusedBeforeAnythingIsChanged) {
+  for (const char* envelope : {"-z", "-e"}) {
+    const Outcome outcome = program::run(
+        vorn({"-s", "3000", "-w", "bspin", "-f", "1e6", envelope, "1e-6", "-t", "5"}, As::kRoot));
+    EXPECT_EQ(outcome.status, 255) << "signal " << outcome.signal;
+    EXPECT_EQ(outcome.err.find("The waveform's schedule is too large for memory: "), 0U)
+        << outcome.err;
+    EXPECT_EQ(outcome.err.find("fans"), std::string::npos) << outcome.err;
+  }
+}
+
 TEST_F(PrivilegedFailure, FansWithoutAService) {
   expect_failure(program::run(vorn({"-s", "3000", "-t", "5"}, As::kRoot)),
                  std::string("KxIteratorNext() returned NULL\n"
