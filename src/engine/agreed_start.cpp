@@ -3,6 +3,8 @@
 #include <ctime>
 #include <limits>
 
+#include "engine/record/record.h"
+
 namespace engine {
 
 namespace {
@@ -35,7 +37,11 @@ Clocks read_clocks() {
 
 std::int64_t AgreedStart::instant_ns() {
   const Clocks clocks = clocks_();
-  return clocks.monotonic_ns + (wall_ns_ - clocks.wall_ns);
+  const std::int64_t instant_ns = clocks.monotonic_ns + (wall_ns_ - clocks.wall_ns);
+  if (record_ != nullptr) {
+    record_->start_agreed(wall_ns_, instant_ns);
+  }
+  return instant_ns;
 }
 
 void StartWatch::switched(std::int64_t planned_ns, std::int64_t switched_ns, bool active) noexcept {

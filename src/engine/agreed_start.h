@@ -8,6 +8,8 @@
 #include "vorn/interval_source.h"
 #include "vorn/waveform.h"
 
+class Record;
+
 namespace engine {
 
 /// Both clocks at one instant, in ns.
@@ -29,11 +31,14 @@ class AgreedStart : public WaveformStart {
 
   std::int64_t wall_ns() const { return wall_ns_; }
 
-  /// Thread: any.
+  /// Has `record` told of each instant that is found. Before the timing thread; not owned.
+  void tell(Record& record) { record_ = &record; }
+
   std::int64_t instant_ns() override;
 
  private:
   std::int64_t wall_ns_;
+  Record* record_ = nullptr;
   ReadClocks clocks_;
 };
 

@@ -8,8 +8,8 @@ namespace engine {
 
 namespace {
 
-bool was_given(const Request& request, char letter) {
-  return request.given.find(letter) != std::string::npos;
+bool was_given(char letter) {
+  return given_options.find(letter) != std::string::npos;
 }
 
 /// The options that name a waveform's shape, of those given.
@@ -75,7 +75,7 @@ std::optional<std::string> sampling_conflict(const Request& request) {
     const char* name;
   } kOfSampling[] = {{'k', "--key"}, {'r', "--monrate"}, {'o', "--output"}};
   for (const auto& option : kOfSampling) {
-    if (was_given(request, option.letter)) {
+    if (was_given(option.letter)) {
       return std::string(option.name) + " is about samples: add --monitor";
     }
   }
@@ -94,7 +94,7 @@ std::optional<std::string> conflict(const Request& request) {
   if (auto found = sampling_conflict(request)) {
     return found;
   }
-  if (was_given(request, 'b') && !request.pin) {
+  if (was_given('b') && !request.pin) {
     return "--bind names a core, and only --pin binds to it; add --pin";
   }
   if (using_fan_thread() && !setting_fans()) {

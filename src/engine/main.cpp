@@ -1,11 +1,15 @@
 #include <iostream>
+#include <string>
+#include <vector>
 
 #include "Process/standard_descriptors.h"
 #include "WorkloadRegistry/registry.h"
 #include "engine/complaint.h"
 #include "engine/conflicts.h"
+#include "engine/loads/load_factories.h"
 #include "engine/options.h"
 #include "engine/session.h"
+#include "engine/workload_host.h"
 #include "vorn/command_line.h"
 #include "vorn/privilege.h"
 #include "vorn/run.h"
@@ -32,6 +36,8 @@ int main(int argc, char* argv[]) {
   std::cerr.tie(nullptr);  // a message must not wait for whoever reads the samples
   uid.relinquish();
   load_factories(factories);
+  auto& host = *new engine::WorkloadHost;
+  load_engine_factories(factories, host);
   auto& request = *new engine::Request;
   engine::Options options(request);
   if (parse_options(argc, argv, options) < 0) {
@@ -40,7 +46,7 @@ int main(int argc, char* argv[]) {
   if (const auto found = engine::conflict(request)) {
     return not_started(*found);
   }
-  auto& session = *new engine::Session(request);
+  auto& session = *new engine::Session(request, host);
   if (const auto refusal = session.prepare()) {
     engine::complain(refusal->text);
     return end(refusal->status);
@@ -50,5 +56,6 @@ int main(int argc, char* argv[]) {
   }
   session.announce();
   session.set_length();
-  return end(session.conclude(run([&session] { return session.start_beside(); })));
+  const std::vector<std::string> arguments(argv, argv + argc);
+  return end(session.conclude(run([&] { return session.start_beside(arguments); })));
 }

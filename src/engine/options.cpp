@@ -114,7 +114,6 @@ OptionExtension::Reading Options::read(int code, const char* argument) {
   if (code >= kDuty) {
     return read_own(code, argument);
   }
-  request_.given += static_cast<char>(code);
   if (code == 't') {
     return read_time(argument);
   }

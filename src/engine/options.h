@@ -24,7 +24,6 @@ struct Request {
   std::vector<Limit> limits;              ///< in the order given
   bool header = false;                    ///< at the head of the sample file
   std::optional<std::int64_t> length_ns;  ///< run time, if vorn's whole seconds do not hold it
-  std::string given;                      ///< letters of vorn's options on the command line
 };
 
 /// The engine's options, and vorn's run time with fractions and units. What it refuses it names on

@@ -57,7 +57,7 @@ TEST_F(EngineOptions, AreAllTaken) {
   ASSERT_EQ(request_.limits.size(), 2U);
   EXPECT_EQ(request_.limits[0].key, "TC0D");
   EXPECT_EQ(request_.limits[1].most, 60.5F);
-  EXPECT_EQ(request_.given, "mc");
+  EXPECT_EQ(given_options, "mc");
   EXPECT_TRUE(monitor);
   EXPECT_EQ(cores, 2U);
 }

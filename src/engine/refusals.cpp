@@ -34,7 +34,7 @@ std::optional<Refusal> file_refused(const std::string& option, const std::string
 
 }  // namespace
 
-std::optional<Refusal> refuse_rights(const Request& request, bool privileged) {
+std::optional<Refusal> refuse_rights(bool privileged) {
   if (privileged) {
     return std::nullopt;
   }
@@ -44,7 +44,7 @@ std::optional<Refusal> refuse_rights(const Request& request, bool privileged) {
   } kOfRoot[] = {{'s', "--rpm"}, {'a', "--fan"}, {'F', "--fanfrequency"}, {'p', "--pstate"}};
   for (const auto& option : kOfRoot) {
     const bool leaves_fans_alone = option.letter == 's' && !setting_fans();
-    if (request.given.find(option.letter) != std::string::npos && !leaves_fans_alone) {
+    if (given_options.find(option.letter) != std::string::npos && !leaves_fans_alone) {
       return Refusal{ExitStatus::kRightMissing,
                      std::string(option.name) +
                          " changes the machine, which takes root: start the program as root"};

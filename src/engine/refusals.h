@@ -16,8 +16,8 @@ struct Refusal {
   std::string text;
 };
 
-/// A fan or P-state was asked for, and only root may change them. Pure.
-std::optional<Refusal> refuse_rights(const Request& request, bool privileged);
+/// A fan or P-state was asked for, and only root may change them. Reads vorn's settings.
+std::optional<Refusal> refuse_rights(bool privileged);
 
 /// A load does not follow what switches it. `deaf`: the loads of this run that do not. Pure.
 std::optional<Refusal> refuse_deaf_loads(const Request& request, bool waveform,

@@ -43,20 +43,20 @@ class Refusals : public MachineFixture {
 TEST_F(Refusals, FansAndPStatesTakeRoot) {
   for (const char letter : {'s', 'a', 'F', 'p'}) {
     rpm = 2000;
-    request_.given = std::string("mc") + letter;
-    EXPECT_EQ(status_of(refuse_rights(request_, false)), ExitStatus::kRightMissing) << letter;
-    EXPECT_EQ(status_of(refuse_rights(request_, true)), ExitStatus::kEnded) << letter;
+    given_options = std::string("mc") + letter;
+    EXPECT_EQ(status_of(refuse_rights(false)), ExitStatus::kRightMissing) << letter;
+    EXPECT_EQ(status_of(refuse_rights(true)), ExitStatus::kEnded) << letter;
   }
-  EXPECT_EQ(text_of(refuse_rights(request_, false)),
+  EXPECT_EQ(text_of(refuse_rights(false)),
             "--pstate changes the machine, which takes root: start the program as root");
 }
 
 TEST_F(Refusals, WhatChangesNothingTakesNoRight) {
-  request_.given = "mcs";
+  given_options = "mcs";
   rpm = 0;
-  EXPECT_EQ(text_of(refuse_rights(request_, false)), "none");
-  request_.given = "mnrkoct";
-  EXPECT_EQ(text_of(refuse_rights(request_, false)), "none");
+  EXPECT_EQ(text_of(refuse_rights(false)), "none");
+  given_options = "mnrkoct";
+  EXPECT_EQ(text_of(refuse_rights(false)), "none");
 }
 
 TEST_F(Refusals, ALoadThatIgnoresTheWaveformIsNamedWithOneThatDoesNot) {

@@ -1,15 +1,29 @@
 #include "engine/session.h"
 
 #include <cmath>
+#include <csignal>
+#include <cstring>
+#include <iostream>
 #include <sstream>
+#include <utility>
 
+#include "Inspection/inspection.h"
 #include "engine/complaint.h"
 #include "engine/limit_thread.h"
+#include "engine/loads/vector_target.h"
 #include "engine/processors.h"
+#include "engine/record/record.h"
+#include "engine/record_plan.h"
 #include "engine/run_length.h"
+#include "engine/sample_header.h"
 #include "engine/waveforms/waveform_error.h"
+#include "vorn/monitor_thread.h"
+#include "vorn/notes.h"
 #include "vorn/privilege.h"
+#include "vorn/sample_file.h"
 #include "vorn/settings.h"
+#include "vorn/signals.h"
+#include "vorn/thread_notes.h"
 #include "vorn/waveform.h"
 #include "vorn/workload_threads.h"
 
@@ -27,11 +41,18 @@ std::optional<unsigned> given_binding() {
 
 }  // namespace
 
+Session::Session(const Request& request, WorkloadHost& host) : request_(request), host_(host) {}
+
+Session::~Session() = default;
+
 std::optional<Refusal> Session::prepare() {
   if (auto refusal = take_waveform()) {
     return refusal;
   }
   if (auto refusal = refuse()) {
+    return refusal;
+  }
+  if (auto refusal = open_samples()) {
     return refusal;
   }
   std::vector<unsigned> allowed = allowed_processors();
@@ -51,20 +72,18 @@ std::optional<Refusal> Session::take_waveform() {
   } catch (const WaveformError& error) {
     return Refusal{ExitStatus::kNotStarted, error.what()};
   }
-  if (!choice_.source) {
-    return std::nullopt;
+  if (choice_.source) {
+    waveform.source = &source_.emplace(*choice_.source);
+    waveform.description = choice_.description.c_str();
   }
-  waveform.source = &source_.emplace(*choice_.source);
-  waveform.description = choice_.description.c_str();
   if (request_.at_ns) {
     waveform.start = &start_.emplace(*request_.at_ns);
-    waveform.observer = &start_watch_.emplace(*start_, waveform.observer);
   }
   return std::nullopt;
 }
 
 std::optional<Refusal> Session::refuse() const {
-  if (auto refusal = refuse_rights(request_, uid.privileged())) {
+  if (auto refusal = refuse_rights(uid.privileged())) {
     return refusal;
   }
   if (auto refusal = refuse_binding(request_, given_binding(), allowed_processors())) {
@@ -79,13 +98,37 @@ std::optional<Refusal> Session::refuse() const {
   if (auto refusal = refuse_start(request_, read_clocks().wall_ns, monitor)) {
     return refusal;
   }
+  if (request_.record) {
+    if (auto refusal = refuse_file("--record", *request_.record)) {
+      return refusal;
+    }
+  }
   if (monitor && output != "-") {
     return refuse_file("--output", output);
   }
   return std::nullopt;
 }
 
+std::optional<Refusal> Session::open_samples() {
+  if (!request_.header) {
+    return std::nullopt;
+  }
+  auto file = std::make_unique<SampleFile>(output);
+  for (const std::string& line : sample_header(keys, inspection::keys())) {
+    if (!file->write_line(line)) {
+      return Refusal{ExitStatus::kFileRefused,
+                     "--output " + quoted(output) +
+                         " does not take the header: " + std::strerror(file->error())};
+    }
+  }
+  use_sample_file(std::move(file));
+  return std::nullopt;
+}
+
 void Session::announce() const {
+  if (noisy) {
+    std::cerr << "\tvectors of the loads: " + loads::vector_target() + "\n";
+  }
   if (request_.pin) {
     complain(placement_->text(static_cast<unsigned>(num_workload_threads())));
   }
@@ -95,19 +138,50 @@ void Session::set_length() const {
   set_run_length(request_.length_ns, start_ ? start_->wall_ns() - read_clocks().wall_ns : 0);
 }
 
-int Session::start_beside() {
+int Session::start_beside(const std::vector<std::string>& arguments) {
+  const auto threads = static_cast<unsigned>(num_workload_threads());
+  if (request_.record) {
+    try {
+      record_ = std::make_unique<Record>(plan_record(request_, arguments));
+    } catch (const RecordError& error) {
+      complain(error.what());
+      return -1;
+    }
+    use_sample_observer(*this);
+  }
+  observe_edges();
+  wrong_results_ = std::make_unique<WrongResults>(threads);
+  if (!wrong_results_->start()) {
+    complain("the thread that says wrong results cannot be started");
+    return -1;
+  }
+  host_.use(*placement_, *wrong_results_, record_.get(), request_.pin, threads);
+  workload_placement = &host_;
   if (!request_.limits.empty() && spawn_limits(request_.limits) < 0) {
     complain("the thread that watches the limits cannot be started");
+    say({note_on_refused_thread(limit_thread.start_error())});
     return -1;
   }
   return 0;
 }
 
-void Session::judge_start() const {
-  if (!start_watch_) {
-    return;
+void Session::observe_edges() {
+  EdgeObserver* observer = record_ ? &record_->edge_observer() : nullptr;
+  if (start_) {
+    if (record_) {
+      start_->tell(*record_);
+    }
+    observer = &start_watch_.emplace(*start_, observer);
   }
-  const std::optional<std::int64_t> late_ns = start_watch_->late_ns();
+  waveform.observer = observer;
+}
+
+void Session::sample_taken(double elapsed_s) noexcept {
+  record_->sample_taken(elapsed_s);
+}
+
+void Session::judge_start() const {
+  const std::optional<std::int64_t> late_ns = start_watch_ ? start_watch_->late_ns() : std::nullopt;
   if (late_ns && std::abs(*late_ns) > kMissed) {
     verdict.add(ExitStatus::kStartMissed);
     std::ostringstream text;
@@ -117,12 +191,67 @@ void Session::judge_start() const {
   }
 }
 
+void Session::judge_samples() const {
+  if (!using_monitor_thread()) {
+    return;
+  }
+  const SamplingReport& report = sampling_report();
+  if (report.failed || report.lost > 0 || report.file_error != 0) {
+    verdict.add(ExitStatus::kSamplingFailed);
+  }
+}
+
+void Session::judge_results() const {
+  if (noisy) {
+    for (const std::string& text : host_.work_texts()) {
+      std::cerr << '\t' + text + '\n';
+    }
+  }
+  if (const std::uint64_t wrong = host_.wrong_results(); wrong > 0) {
+    complain("hardware error: " + std::to_string(wrong) + " wrong results in all");
+  }
+}
+
+std::string Session::reason() const {
+  if (verdict.status() == ExitStatus::kLimitReached) {
+    return "limit reached";
+  }
+  if (source_ && source_->over()) {
+    return "waveform over";
+  }
+  return ending_signal() == SIGALRM ? "run time over" : "interrupted";
+}
+
+void Session::end_record() {
+  if (!record_) {
+    return;
+  }
+  const RecordLosses losses = record_->finish(reason(), static_cast<int>(verdict.status()));
+  if (losses.none()) {
+    return;
+  }
+  std::ostringstream text;
+  text << "--record " << quoted(*request_.record) << " is not whole: " << losses.events
+       << " events and " << losses.lines << " lines are missing";
+  if (!losses.reason.empty()) {
+    text << ": " << losses.reason;
+  }
+  complain(text.str());
+  if (losses.lines > 0 || !losses.complete) {
+    verdict.add(ExitStatus::kRecordFailed);
+  }
+}
+
 ExitStatus Session::conclude(int result) {
   if (result < 0) {
     return ExitStatus::kNotStarted;
   }
   limit_thread.join();
+  wrong_results_.reset();
   judge_start();
+  judge_samples();
+  judge_results();
+  end_record();
   return verdict.status();
 }
 

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "engine/agreed_start.h"
 #include "engine/exit_status.h"
@@ -10,43 +11,64 @@
 #include "engine/placement.h"
 #include "engine/refusals.h"
 #include "engine/waveform_choice.h"
+#include "engine/workload_host.h"
+#include "engine/wrong_results.h"
+#include "vorn/sample_observer.h"
+
+class Record;
 
 namespace engine {
 
 /// What the engine adds to one run of the core, from the command line that has been read to the
 /// status that the program ends with. Never destroyed: a failed start ends main() while threads
 /// that it serves may still run. Thread: the main one.
-class Session {
+class Session : public SampleObserver {
  public:
-  explicit Session(const Request& request) : request_(request) {}
+  /// `host`: to whom the registered loads report. None of these is owned.
+  Session(const Request& request, WorkloadHost& host);
+  ~Session() override;
 
-  /// Reads what the options name, and hands waveform, placement and run time to the core. Returns
-  /// why the run is not to be started, if it is not; nothing has been started or changed then.
+  /// Reads what the options name, and hands waveform and placement to the core. Returns why the
+  /// run is not to be started, if it is not; nothing has been started or changed then.
   std::optional<Refusal> prepare();
 
   /// What is said of the run beside vorn's summary.
   void announce() const;
 
-  /// Starts the threads of the engine's own. Returns 0, or -1 after saying what did not start.
-  int start_beside();
-
   /// Sets the timer's length: as late as can be, since an agreed start is part of it.
   void set_length() const;
 
-  /// Waits for the engine's threads and says what came of the run. `result`: what run() returned.
+  /// Makes the record, and starts the threads of the engine's own. Returns 0, or -1 after saying
+  /// what could not be done. `arguments`: the command line.
+  int start_beside(const std::vector<std::string>& arguments);
+
+  /// Waits for the engine's threads, says what came of the run, and ends the record. `result`:
+  /// what run() returned.
   ExitStatus conclude(int result);
+
+  /// Thread: the monitor thread.
+  void sample_taken(double elapsed_s) noexcept override;
 
  private:
   std::optional<Refusal> refuse() const;
   std::optional<Refusal> take_waveform();
+  std::optional<Refusal> open_samples();
+  void observe_edges();
   void judge_start() const;
+  void judge_samples() const;
+  void judge_results() const;
+  std::string reason() const;
+  void end_record();
 
   const Request& request_;
+  WorkloadHost& host_;
   WaveformChoice choice_;
   std::optional<WatchedSource> source_;
   std::optional<AgreedStart> start_;
   std::optional<StartWatch> start_watch_;
   std::optional<Placement> placement_;
+  std::unique_ptr<WrongResults> wrong_results_;
+  std::unique_ptr<Record> record_;
 };
 
 }  // namespace engine

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Inspection/inspection.h"
+#include "Inspection/unit.h"
 #include "Kx/Kx.h"
 #include "SMC/SMC.h"
 
@@ -53,18 +54,6 @@ std::string value_text(const SMCParamStruct& reply) {
   return text.str();
 }
 
-/// By the key's own letters: power, temperature, and what fans do.
-std::string unit_of(const std::string& name) {
-  if (name.starts_with("P")) {
-    return "W";
-  }
-  if (name.starts_with("T")) {
-    return "degrees C";
-  }
-  const bool fan = name.size() == 4 && name[0] == 'F' && name[1] >= '0' && name[1] <= '9';
-  return fan ? "RPM" : "-";
-}
-
 }  // namespace
 
 bool list_keys(std::ostream& out) {
@@ -86,7 +75,7 @@ bool list_keys(std::ostream& out) {
       value << failure;
     }
     out << key.name << '\t' << type << '\t' << size << '\t' << value.str() << '\t'
-        << unit_of(key.name) << '\t' << key.source << '\n';
+        << inspection::unit_of(key.name) << '\t' << key.source << '\n';
   }
   return all;
 }

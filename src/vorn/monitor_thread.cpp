@@ -18,6 +18,7 @@
 #include "vorn/notes.h"
 #include "vorn/run_sleep.h"
 #include "vorn/sample_file.h"
+#include "vorn/sample_observer.h"
 #include "vorn/sample_text.h"
 #include "vorn/sampling_grid.h"
 #include "vorn/sampling_notes.h"
@@ -31,6 +32,8 @@ constexpr std::uint32_t kHeadStart = 500000;  // microseconds before the load ma
 
 // Never destroyed: a failed start ends main() while the thread runs.
 std::unique_ptr<SampleFile>& given_file = *new std::unique_ptr<SampleFile>;
+
+SampleObserver* sample_observer = nullptr;
 
 SamplingReport report;  // the monitor thread's; whoever joins it may read
 
@@ -64,6 +67,9 @@ SamplingGrid sample_into(SampleFile& file, DiskCommit& commit) {
     format_sample(line, elapsed, sample);
     write_line(file, line);
     grid.taken(elapsed);
+    if (sample_observer != nullptr) {
+      sample_observer->sample_taken(elapsed);
+    }
     commit.line_written();
     wait_for_the_grid(start, period);
   }
@@ -94,6 +100,10 @@ void sample_and_say(SampleFile& file) {
 
 void use_sample_file(std::unique_ptr<SampleFile> file) {
   given_file = std::move(file);
+}
+
+void use_sample_observer(SampleObserver& observer) {
+  sample_observer = &observer;
 }
 
 const SamplingReport& sampling_report() {

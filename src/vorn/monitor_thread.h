@@ -6,6 +6,7 @@
 #include "vorn/service_thread.h"
 
 class SampleFile;
+class SampleObserver;
 
 extern ServiceThread monitor_thread;
 
@@ -22,6 +23,9 @@ struct SamplingReport {
 /// Hands the monitor thread an opened file, with whatever stands at its head, to write to; without
 /// one it opens `output` itself. Before spawn_monitor(), by the same thread.
 void use_sample_file(std::unique_ptr<SampleFile> file);
+
+/// Has `observer` told of the samples. Before spawn_monitor(), by the same thread; not owned.
+void use_sample_observer(SampleObserver& observer);
 
 /// Requires: the monitor thread was started, and has been joined.
 const SamplingReport& sampling_report();

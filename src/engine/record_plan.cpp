@@ -1,0 +1,94 @@
+#include "engine/record_plan.h"
+
+#include <sstream>
+
+#include "engine/loads/vector_target.h"
+#include "vorn/notes.h"
+#include "vorn/settings.h"
+#include "vorn/version.h"
+#include "vorn/waveform.h"
+#include "vorn/workload_threads.h"
+
+namespace engine {
+
+namespace {
+
+using Setting = std::pair<std::string, std::string>;
+
+template <typename Value>
+std::string text(const Value& value) {
+  std::ostringstream out;
+  out << value;
+  return out.str();
+}
+
+template <typename List>
+std::string joined(const List& list) {
+  std::string all;
+  for (const std::string& item : list) {
+    all += (all.empty() ? "" : " ") + item;
+  }
+  return all;
+}
+
+std::string processors(unsigned threads) {
+  std::string all;
+  for (unsigned t = 0; t < threads; ++t) {
+    all += (t == 0 ? "" : " ") + std::to_string(thread_to_core(t));
+  }
+  return all;
+}
+
+std::string limits(const Request& request) {
+  std::vector<std::string> all;
+  for (const Limit& limit : request.limits) {
+    all.push_back(limit.key + '=' + text(limit.most));
+  }
+  return joined(all);
+}
+
+}  // namespace
+
+RecordPlan plan_record(const Request& request, const std::vector<std::string>& arguments) {
+  const auto threads = static_cast<unsigned>(num_workload_threads());
+  std::vector<Setting> settings = {
+      {"workloads", joined(workloads)},
+      {"priority", text(workload_thread_priority())},
+      {"vectors", loads::vector_target()},
+      {request.pin ? "bound_cores" : "cores", processors(threads)},
+      {"frequency_hz", text(frequency)},
+      {"inverted", text(invert)},
+      {"run_time_s", text(trial_time + 1e-6 * static_cast<double>(additional_time_us))},
+  };
+  if (waveform.description != nullptr) {
+    settings.emplace_back("waveform", waveform.description);
+  }
+  if (request.at_ns) {
+    settings.emplace_back("at_ns", text(*request.at_ns));
+  }
+  if (using_monitor_thread()) {
+    settings.emplace_back("keys", joined(keys));
+    settings.emplace_back("sampling_hz", text(monitor_rate));
+    settings.emplace_back("samples", output);
+  }
+  if (!request.limits.empty()) {
+    settings.emplace_back("limits", limits(request));
+  }
+  if (setting_fans()) {
+    settings.emplace_back("fans", joined(fans));
+    settings.emplace_back("rpm", rpm == kMaximumSpeed ? "max" : text(rpm));
+    settings.emplace_back("fan_frequency_hz", text(fanfrequency));
+  }
+  if (setting_pstate()) {
+    settings.emplace_back("pstate", text(pstate));
+  }
+  return {.path = *request.record,
+          .program = std::string(program_name()),
+          .version = version,
+          .arguments = arguments,
+          .settings = std::move(settings),
+          .threads = threads,
+          .active = &params.active};
+}
+
+}  // namespace engine

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/loads/load_host.h"
+#include "engine/placement.h"
+#include "engine/wrong_results.h"
+
+class LoadReport;
+class Record;
+
+namespace engine {
+
+/// What the workload threads have of the engine: their processors, and whoever keeps what their
+/// loads do. One for the program; never destroyed, for threads may outlive main()'s failure.
+class WorkloadHost : public WorkloadPlacement, public LoadHost {
+ public:
+  /// Before the run, by the main thread. `record` may be null. Neither is owned.
+  void use(Placement& placement, WrongResults& wrong_results, Record* record, bool bound,
+           unsigned threads);
+
+  unsigned core(unsigned t) const override;
+  void begin(unsigned t, std::uint32_t core) override;
+  void made() override;
+  void ended() override;
+
+  void ready(const std::shared_ptr<LoadReport>& report) override;
+  BurstObserver* burst_observer() override;
+  void wrong_result(const WrongResult& result) noexcept override;
+
+  /// What each thread's load has done, in lines; threads whose load does not count have none.
+  /// Requires: the workload threads have been joined.
+  std::vector<std::string> work_texts() const;
+
+  /// How many wrong results there were, of all threads. Requires: as work_texts().
+  std::uint64_t wrong_results() const;
+
+ private:
+  Placement* placement_ = nullptr;
+  WrongResults* wrong_results_ = nullptr;
+  Record* record_ = nullptr;
+  bool bound_ = false;
+  std::vector<std::shared_ptr<LoadReport>> reports_;  ///< by thread; each writes its own
+};
+
+}  // namespace engine
