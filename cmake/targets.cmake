@@ -42,10 +42,18 @@ function(vorn_unit_test name)
   set_tests_properties(${name} PROPERTIES LABELS unit TIMEOUT 600)
 endfunction()
 
-# vorn_process_test(name label ...): each test of a program of tests that start programs, as a test
-# of its own. They load every processor, so no two run at once.
+# vorn_process_test(name label [ONE_PROCESSOR pattern ...]): each test of a program of tests that
+# start programs, as a test of its own. They load every processor, so each runs alone; those of the
+# suites that the patterns name load one, and as many run at once as there are processors.
 function(vorn_process_test name label)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES
-                       XML_OUTPUT_DIR ${VORN_TEST_RESULTS}
-                       PROPERTIES LABELS ${label} TIMEOUT 600 RESOURCE_LOCK processors)
+  cmake_parse_arguments(PARSE_ARGV 2 test "" "" "ONE_PROCESSOR")
+  set(discovery DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES XML_OUTPUT_DIR ${VORN_TEST_RESULTS})
+  set(properties LABELS ${label} TIMEOUT 600)
+  list(JOIN test_ONE_PROCESSOR ":" one)
+  if(one)
+    gtest_discover_tests(${name} ${discovery} TEST_FILTER ${one} TEST_LIST ${name}_one
+                         PROPERTIES ${properties} ENVIRONMENT VORN_TEST_LOADS=one)
+  endif()
+  gtest_discover_tests(${name} ${discovery} TEST_FILTER -${one} TEST_LIST ${name}_all
+                       PROPERTIES ${properties} RUN_SERIAL TRUE)
 endfunction()

@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstdlib>
+#include <string_view>
 
 namespace {
 
@@ -40,11 +42,13 @@ bool take_deadline_policy() {
 }
 
 /// Waits for the tests of other checkouts on this machine that load every processor, and keeps
-/// them waiting until this program ends.
-void take_all_processors() {
+/// them waiting until this program ends; or, if it loads one, only those that load all.
+void take_processors() {
+  const char* const loads = std::getenv("VORN_TEST_LOADS");
+  const bool one = loads != nullptr && std::string_view(loads) == "one";
   const int folder = open("/sys/devices/system/cpu", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (folder >= 0) {
-    flock(folder, LOCK_EX);
+    flock(folder, one ? LOCK_SH : LOCK_EX);
   }
 }
 
@@ -57,7 +61,7 @@ int main(int argc, char** argv) {
   if (GTEST_FLAG_GET(list_tests)) {
     return RUN_ALL_TESTS();
   }
-  take_all_processors();
+  take_processors();
   if (!take_deadline_policy()) {
     sched_param param{};
     param.sched_priority = 80;
