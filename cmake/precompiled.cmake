@@ -12,7 +12,7 @@ option(VORN_PRECOMPILE "Precompile the standard library's headers" ${precompile}
 unset(precompile)
 
 set(VORN_PRECOMPILED_HEADERS
-  <algorithm> <array> <chrono> <cmath> <filesystem> <fstream> <functional> <iostream> <map>
+  <algorithm> <array> <chrono> <cmath> <fstream> <functional> <iostream> <map>
   <memory> <mutex> <optional> <sstream> <string> <thread> <vector>)
 
 # vorn_targets_below(result folder): the targets of a folder and of those below it.
@@ -34,8 +34,8 @@ function(vorn_precompile)
   endif()
   target_precompile_headers(vorn_core PRIVATE ${VORN_PRECOMPILED_HEADERS})
   if(VORN_TESTS)
-    target_precompile_headers(vorn_fake_machine PRIVATE <gtest/gtest.h> <gmock/gmock.h> <regex>
-                              ${VORN_PRECOMPILED_HEADERS})
+    target_precompile_headers(vorn_fake_machine PRIVATE <gtest/gtest.h> <gmock/gmock.h>
+                              <filesystem> <regex> ${VORN_PRECOMPILED_HEADERS})
   endif()
   vorn_targets_below(targets ${PROJECT_SOURCE_DIR})
   list(REMOVE_ITEM targets vorn_core vorn_fake_machine)

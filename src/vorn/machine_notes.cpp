@@ -81,15 +81,16 @@ Notes notes_on_sampling(const MachineFacts& machine) {
   Notes notes;
   for (const AskedKey& key : machine.keys) {
     if (key.state == KeyState::malformed) {
-      notes.push_back({NoteKind::key_unknown, quoted(key.name) +
+      notes.push_back({NoteKind::key_unknown, ::quoted(key.name) +
                                                   " is no key: a key has four characters; " +
                                                   keys_program() + " lists them"});
     } else if (key.state == KeyState::unknown) {
-      notes.push_back({NoteKind::key_unknown, "this machine has no key " + quoted(key.name) + "; " +
-                                                  keys_program() + " lists those that it has"});
+      notes.push_back({NoteKind::key_unknown, "this machine has no key " + ::quoted(key.name) +
+                                                  "; " + keys_program() +
+                                                  " lists those that it has"});
     } else if (key.state == KeyState::other_size) {
       notes.push_back({NoteKind::key_not_sampled,
-                       quoted(key.name) + " cannot be sampled: it has not two bytes; " +
+                       ::quoted(key.name) + " cannot be sampled: it has not two bytes; " +
                            keys_program() + " lists the keys with their sizes"});
     }
   }
@@ -112,7 +113,7 @@ Notes notes_on_fans(const MachineFacts& machine) {
   for (const AskedKey& fan : machine.keys) {
     if (fan.state != KeyState::usable) {
       notes.push_back({NoteKind::key_unknown,
-                       "this machine has no fan " + quoted(fan.name) + "; " + keys_program() +
+                       "this machine has no fan " + ::quoted(fan.name) + "; " + keys_program() +
                            " lists its fans (F0Tg, ...); name them with -a, or leave all alone "
                            "with -s 0"});
     }

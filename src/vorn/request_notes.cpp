@@ -76,7 +76,7 @@ void note_workloads(Notes& notes, const Request& request) {
   }
   for (const std::string& name : request.deaf) {
     notes.push_back({NoteKind::waveform_ignored,
-                     "a waveform over " + quoted(name) +
+                     "a waveform over " + ::quoted(name) +
                          ", which ignores it: its threads are busy all the time; use one that "
                          "follows it: " +
                          alternatives(request.pausing)});
@@ -177,11 +177,11 @@ Notes notes_on_request(const Request& request) {
 
 Note note_on_value(char letter, const std::string& long_name, const std::string& value) {
   return {NoteKind::value_not_taken, std::string("-") + letter + " (--" + long_name +
-                                         ") does not take " + quoted(value) + "; it takes " +
+                                         ") does not take " + ::quoted(value) + "; it takes " +
                                          what_is_taken(letter)};
 }
 
 Note note_on_word(const std::string& word) {
   return {NoteKind::word_not_taken,
-          quoted(word) + " belongs to no option; each option begins with \"-\" or \"--\""};
+          ::quoted(word) + " belongs to no option; each option begins with \"-\" or \"--\""};
 }

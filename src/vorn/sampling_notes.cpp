@@ -8,7 +8,7 @@
 namespace {
 
 std::string name_of(const SampleFile& file) {
-  return file.path() == "-" ? "standard output" : quoted(file.path());
+  return file.path() == "-" ? "standard output" : ::quoted(file.path());
 }
 
 std::string reason(const SampleFile& file) {
