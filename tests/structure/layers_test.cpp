@@ -30,8 +30,9 @@ const std::map<std::string, Modules> kMayInclude = {
     {"vorn",
      {"Process", "Assertion", "Host", "Kx", "SMC", "PlatformPlugin", "Workload",
       "WorkloadRegistry"}},
-    // Machines stand beside the driver: neither knows of the other.
-    {"machines", {"Process", "Assertion", "Host", "Kx", "SMC", "Inspection"}},
+    // Machines stand beside the driver: neither knows of the other. A simulated one asks how much
+    // power a thread's work draws.
+    {"machines", {"Process", "Assertion", "Host", "Kx", "SMC", "Workload", "Inspection"}},
     {"Inspection", {}},
     {"keys", {"Process", "Kx", "SMC", "Inspection", "vorn"}},
     // Above the driver: the driver knows nothing of it.

@@ -12,7 +12,7 @@ class Kernel;
 inline constexpr std::chrono::nanoseconds kBurst{4000};
 
 /// Gives `kernel` the rounds whose burst comes nearest to kBurst here and now, 1 at least. Takes
-/// some milliseconds of work of the calling thread, which must be the one that will run the kernel.
+/// some 20 ms of work of the calling thread, which must be the one that will run the kernel.
 void calibrate(Kernel& kernel);
 
 }  // namespace loads

@@ -8,6 +8,7 @@
 #include "BlockingSpinLoop/BlockingSpinLoop.h"
 #include "Workload/WorkloadFactory.h"
 #include "WorkloadRegistry/registry.h"
+#include "engine/loads/activities.h"
 #include "engine/loads/fma_kernel.h"
 #include "engine/loads/int_kernel.h"
 #include "engine/loads/load.h"
@@ -85,15 +86,12 @@ struct LoadKind {
   MakeKernel kernel;
 };
 
-// The activities are those of docs/simulated-machine.md. What of a processor works: the vector
-// units and all paths to memory; the units; the second cache's wide paths; the scalar units;
-// memory, for which the units mostly wait.
 constexpr LoadKind kLoads[] = {
-    {"fma", "fused multiply-adds on the widest vectors", 0.95, make_fma},
-    {"mem", "reads, writes and copies over more than the last cache", 0.65, make_mem},
-    {"cache", "reads, writes and copies within the second cache", 0.80, make_cache},
-    {"mix", "multiply-adds with loads from every cache and memory", 1.00, make_mix},
-    {"int", "scalar integer work", 0.70, make_int},
+    {"fma", "fused multiply-adds on the widest vectors", activity::kFma, make_fma},
+    {"mem", "reads, writes and copies over more than the last cache", activity::kMem, make_mem},
+    {"cache", "reads, writes and copies within the second cache", activity::kCache, make_cache},
+    {"mix", "multiply-adds with loads from every cache and memory", activity::kMix, make_mix},
+    {"int", "scalar integer work", activity::kInt, make_int},
 };
 
 void add(std::map<std::string, WorkloadFactory*>& registry, const std::string& name,

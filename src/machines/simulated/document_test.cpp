@@ -14,6 +14,7 @@
 #include <sstream>
 #include <string>
 
+#include "Workload/activity.h"
 #include "machines/simulated/keys.h"
 #include "machines/simulated/model.h"
 #include "machines/simulated/power.h"
@@ -78,6 +79,8 @@ TEST(Document, SteadyStatesAreThoseOfTheModel) {
   expect_settled_row("idle", 0, 1);
   expect_settled_row("idle", 0, 0);
   expect_settled_row("half", 0.5, std::nullopt);
+  expect_settled_row("spin", kOrdinaryActivity, std::nullopt);
+  expect_settled_row("spin", kOrdinaryActivity, 1);
   expect_settled_row("full", 1, std::nullopt);
   expect_settled_row("full", 1, 1);
   expect_settled_row("full", 1, 0);

@@ -4,7 +4,8 @@
 #include <cstddef>
 
 /// The power of the simulated processor package. Pure functions of utilisation (0 to 1, the mean
-/// over the package's processors), P-state and die temperature. Units: W, V, MHz, degrees Celsius.
+/// over the package's processors, weighted by the activity of the work), P-state and die
+/// temperature. Units: W, V, MHz, degrees Celsius.
 namespace simulated {
 
 struct PState {
@@ -25,7 +26,7 @@ inline constexpr std::array<PState, 8> kPStates = {{{3200, 1.30},
 // The package of a desktop computer of about 95 W. Each of its n processors has 1/n of each of
 // these, so that one full package is the same on every host that runs the model.
 inline constexpr double kIdleW = 10;     ///< every processor waiting, leakage apart
-inline constexpr double kDynamicW = 70;  ///< every processor busy at P-state 0, beyond idle
+inline constexpr double kDynamicW = 70;  ///< every processor at its hottest work at P-state 0
 inline constexpr double kLeakageW = 4;   ///< leakage at kLeakageC
 inline constexpr double kLeakageC = 50;
 inline constexpr double kLeakageDoublingC = 30;  ///< the leakage doubles with each of these

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <ctime>
 
+#include "Workload/activity.h"
 #include "machines/linux_kernel.h"
+#include "machines/simulated/weighted_time.h"
 
 namespace {
 
@@ -19,8 +21,12 @@ std::int64_t clock_ns(clockid_t clock) {
 }  // namespace
 
 simulated::Surroundings simulated::real_surroundings() {
-  return {.now_ns = [] { return clock_ns(CLOCK_MONOTONIC); },
-          .processor_time_ns = [] { return clock_ns(CLOCK_PROCESS_CPUTIME_ID); },
+  const auto now_ns = [] { return clock_ns(CLOCK_MONOTONIC); };
+  return {.now_ns = now_ns,
+          .processor_time_ns =
+              WeightedTime({.now_ns = now_ns,
+                            .processor_time_ns = [] { return clock_ns(CLOCK_PROCESS_CPUTIME_ID); },
+                            .excess_ns = activity_excess_ns}),
           .effective_user = geteuid,
           .processors = std::max(1, linux_kernel::processor_count())};
 }
