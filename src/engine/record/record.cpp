@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <csignal>
 #include <cstring>
 #include <utility>
 
@@ -24,16 +25,30 @@ void* write_record(void* parts) {
   return nullptr;
 }
 
+/// Starts the writer with every signal blocked: signals are for the run's own listener, and a pipe
+/// whose reader has gone is an error of the write.
+bool start_writer(std::shared_ptr<RecordParts>* share) {
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &before);
+  pthread_t writer{};
+  const bool started = start_ordinary_thread(writer, write_record, share);
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  if (started) {
+    pthread_detach(writer);
+  }
+  return started;
+}
+
 }  // namespace
 
 Record::Record(RecordPlan plan) : parts_(std::make_shared<RecordParts>(std::move(plan))) {
   auto share = std::make_unique<std::shared_ptr<RecordParts>>(parts_);
-  pthread_t writer{};
-  if (!start_ordinary_thread(writer, write_record, share.get())) {
+  if (!start_writer(share.get())) {
     throw RecordError(parts_->plan.path + ": the record's writer could not be started");
   }
   static_cast<void>(share.release());  // the thread's
-  pthread_detach(writer);
 }
 
 Record::~Record() {

@@ -51,8 +51,8 @@ struct RecordLosses {
 /// waited for. All times are in ns of CLOCK_MONOTONIC.
 class Record {
  public:
-  /// Creates the file, makes the buffers, writes the head and starts the writer. Throws
-  /// RecordError. Thread: with every signal blocked that others are to take.
+  /// Creates the file, makes the buffers and starts the writer, which leaves all signals to others.
+  /// Throws RecordError.
   explicit Record(RecordPlan plan);
   Record(const Record&) = delete;
   Record& operator=(const Record&) = delete;

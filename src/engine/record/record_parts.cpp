@@ -61,8 +61,8 @@ bool Signal::wait(int ms) noexcept {
 }
 
 RecordParts::RecordParts(RecordPlan the_plan)
-    : plan(std::move(the_plan)),
+    : edges(kEdges),
+      samples(room_for_samples(the_plan.threads)),
+      plan(std::move(the_plan)),
       file(plan.path),
-      edges(kEdges),
-      threads(records_of(plan.threads)),
-      samples(room_for_samples(plan.threads)) {}
+      threads(records_of(plan.threads)) {}

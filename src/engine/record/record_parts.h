@@ -49,12 +49,12 @@ class Signal {
 struct RecordParts {
   explicit RecordParts(RecordPlan the_plan);
 
-  const RecordPlan plan;
-  RecordFile file;
   EdgeLog edges;
-  std::vector<std::unique_ptr<ThreadRecord>> threads;
   Ring<SampleEvent> samples;
   WordQueue words;
+  const RecordPlan plan;
+  RecordFile file;
+  std::vector<std::unique_ptr<ThreadRecord>> threads;
 
   // The end: written before `ending` is set, read after it has been seen.
   std::string reason;

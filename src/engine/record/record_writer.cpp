@@ -3,7 +3,6 @@
 #include <sched.h>
 
 #include <algorithm>
-#include <csignal>
 #include <utility>
 
 #include "engine/record/clock_reading.h"
@@ -35,14 +34,6 @@ const char* policy_name(int policy) {
   }
 }
 
-/// A pipe whose reader is gone is an error of the write, and no reason to end the process.
-void block_pipe_signal() {
-  sigset_t pipe;
-  sigemptyset(&pipe);
-  sigaddset(&pipe, SIGPIPE);
-  pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
-}
-
 }  // namespace
 
 RecordWriter::RecordWriter(RecordParts& parts)
@@ -54,7 +45,6 @@ RecordWriter::RecordWriter(RecordParts& parts)
 }
 
 void RecordWriter::write_until_the_end() {
-  block_pipe_signal();
   append_head(text_, parts_.plan);
   say_processors(now_ns());
   write_out();
