@@ -34,7 +34,7 @@ benchmarks() {
 
 install_all() {
   cmake --install build/release --prefix build/installed
-  for program in build/installed/bin/*; do
+  for program in build/installed/bin/* build/installed/libexec/vorn/*; do
     "$program" --version
     man --warnings -l "build/installed/share/man/man1/$(basename "$program").1" >/dev/null
   done

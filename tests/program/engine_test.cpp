@@ -1,0 +1,197 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+
+#include "program/samples.h"
+#include "program/vorn_program.h"
+#include "support/record_reader.h"
+
+// Whole runs of the engine on the simulated machine, and its every way not to start one.
+
+namespace {
+
+using program::As;
+using program::Outcome;
+using program::Running;
+
+program::Command engine(std::vector<std::string> arguments, As as = As::kUserWithFixedPriority) {
+  program::Command command = vorn(std::move(arguments), as);
+  command.path = VORN_ENGINE_SIM_PROGRAM;
+  command.called = "vorn-engine-sim";
+  return command;
+}
+
+Outcome run(std::vector<std::string> arguments) {
+  return program::run(engine(std::move(arguments)));
+}
+
+/// Expects a run that is not started: its status, and what it says behind the program's name.
+void expect_refused(std::vector<std::string> arguments, int status, const std::string& says) {
+  const Outcome outcome = program::run(engine(std::move(arguments), As::kOrdinaryUser));
+  EXPECT_EQ(outcome.status, status) << says;
+  EXPECT_NE(outcome.err.find("vorn-engine-sim: " + says), std::string::npos) << outcome.err;
+  EXPECT_EQ(outcome.out, "");
+}
+
+/// An instant `seconds` from now, as --at takes it.
+std::string in(double seconds) {
+  using std::chrono::duration;
+  const double now = duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+  char text[32];
+  std::snprintf(text, sizeof text, "%.6f", now + seconds);
+  return text;
+}
+
+TEST(Engine, ItsHelpIsThatOfVornAndItsOwnOptions) {
+  const Outcome outcome = program::run(engine({"--help"}, As::kOrdinaryUser));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_TRUE(outcome.err.starts_with(
+      "Usage: vorn-engine-sim --help --version --noisy --monitor --invert --monrate <r>\n"));
+  EXPECT_TRUE(outcome.err.ends_with(
+      "\t\"spin\"\tminimal spin loop (default)\n"
+      "and, beyond the options of vorn:\n"
+      "        --duty <d>         on for <d> (0 to 1) of each period of frequency <f>\n"
+      "        --profile <file>   follow the duties in <file>, then exit\n"
+      "        --edges <file>     switch after the intervals in <file>, then exit\n"
+      "        --loop             play <file> over and over\n"
+      "        --depth <d>        swing sinusoid or triangle over <d> of duty (default: up to 1)\n"
+      "        --offset <o>       swing sinusoid or triangle from duty <o> (default: 0)\n"
+      "        --at <time>        begin at <time>: RFC 3339, or seconds since 1970\n"
+      "        --record <file>    write what happened to <file>\n"
+      "        --pin              bind each thread to its core\n"
+      "        --limit <k>=<v>    end the run when key <k> shows more than <v>; may be repeated\n"
+      "        --header           begin the sample file with what its columns are\n"
+      "   -t | --time <t>         takes fractions and units: 500ms, 90s, 2m, 1.5h\n"))
+      << outcome.err;
+}
+
+TEST(Engine, AWrongCommandLineIsNamedAndNotStarted) {
+  expect_refused({"--duty", "2"}, 255, "--duty \"2\": it takes a number from 0 to 1");
+  expect_refused({"-c", "0"}, 255, "--help lists the options");
+  expect_refused({"--duty", "0.5"}, 255, "--duty needs the frequency that it shapes");
+  expect_refused({"--edges", "/nowhere/edges", "-w", "bspin"}, 255, "/nowhere/edges");
+}
+
+TEST(Engine, WhatCannotBeDoneHereIsRefusedWithAStatusForEachReason) {
+  expect_refused({"-m", "-o", "/nowhere/file"}, 10, "--output \"/nowhere/file\" cannot be written");
+  expect_refused({"--record", "/nowhere/file"}, 10, "--record \"/nowhere/file\" cannot be written");
+  expect_refused({"-m", "-k", "XXXX"}, 11, "key \"XXXX\" cannot be read");
+  expect_refused({"--limit", "XXXX=1"}, 11, "key \"XXXX\" cannot be read");
+  expect_refused({"-s", "2000"}, 12, "--rpm changes the machine, which takes root");
+  expect_refused({"-p", "1"}, 12, "--pstate changes the machine, which takes root");
+  expect_refused({"--pin", "-b", "100000"}, 12, "--bind 100000 is not among the cores");
+  expect_refused({"-f", "10"}, 13, "the waveform is ignored by \"spin\"");
+  expect_refused({"-w", "fma", "--at", in(60)}, 13, "--at is ignored by \"fma\"");
+  expect_refused({"-w", "bfma", "--at", in(-60)}, 14, "--at lies ");
+  expect_refused({"-w", "bfma", "-m", "--at", in(0.3)}, 14, "--at is only ");
+}
+
+TEST(Engine, EveryLoadRunsAndSaysWhatItDid) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  for (const char* load : {"fma", "mem", "cache", "mix", "int", "bfma", "bmix", "bspin"}) {
+    const Outcome outcome = run({"-w", load, "-c", "2", "-t", "0.3", "-n"});
+    EXPECT_EQ(outcome.status, 0) << load << outcome.err;
+    EXPECT_NE(outcome.err.find("\tworkload thread 1 running \"" + std::string(load) + "\" did "),
+              std::string::npos)
+        << outcome.err;
+  }
+}
+
+TEST(Engine, AnEdgeListEndsTheRunWhenItIsOver) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const OpenFolder folder;
+  std::ofstream(folder.file("edges")) << "50000\n100000\n50000\n";
+  const std::string record = folder.file("record");
+  const Outcome outcome = run(
+      {"-w", "bspin", "-c", "2", "--edges", folder.file("edges"), "--record", record, "-t", "60"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_LT(outcome.seconds, 30.0);
+  const RecordReader reader(record);
+  const auto edges = reader.of("edge");
+  ASSERT_EQ(edges.size(), 3U);
+  EXPECT_EQ(edges[0][3], "on");
+  EXPECT_EQ(edges[1][3], "off");
+  EXPECT_EQ(reader.of("end").front()[3], "waveform over");
+  EXPECT_EQ(reader.of("end").front()[2], "0");
+}
+
+TEST(Engine, ALimitEndsTheRunWithItsStatusAndSaysWhichKey) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const Outcome outcome =
+      run({"-w", "mix", "--limit", "TC0D=200", "--limit", "PC0C=16", "-t", "60"});
+  EXPECT_EQ(outcome.status, 20);
+  EXPECT_NE(outcome.err.find("vorn-engine-sim: limit PC0C=16: the key shows "), std::string::npos)
+      << outcome.err;
+  EXPECT_LT(outcome.seconds, 30.0);
+}
+
+TEST(Engine, LinesThatAreLostEndInAStatusOfTheirOwn) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const Outcome outcome = run({"-m", "-r", "20", "-o", "/dev/full", "-w", "bspin", "-t", "0.8"});
+  EXPECT_EQ(outcome.status, 21) << outcome.err;
+}
+
+TEST(Engine, TheSampleFileMayBeginWithWhatItsColumnsAre) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const Outcome outcome =
+      run({"-m", "-r", "10", "-k", "PC0C", "-k", "TC0D", "--header", "-w", "bspin", "-t", "0.8"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_TRUE(
+      outcome.out.starts_with("# time\ts\tsince the first sample\n"
+                              "# PC0C\tW\tsimulated\n"
+                              "# TC0D\tdegrees C\tsimulated\n"
+                              "#time\tPC0C\tTC0D\n"))
+      << outcome.out;
+}
+
+TEST(Engine, ThreadsAreBoundToTheProcessorsThatTheyAreSaidToBe) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const OpenFolder folder;
+  const Outcome outcome = run({"-w", "bspin", "-c", "2", "--pin", "-b", "0", "-t", "0.3",
+                               "--record", folder.file("record")});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_NE(outcome.err.find("thread 0 is bound to core 0, thread 1 is bound to core 0"),
+            std::string::npos)
+      << outcome.err;
+  const auto threads = RecordReader(folder.file("record")).of("thread");
+  ASSERT_EQ(threads.size(), 2U);
+  EXPECT_EQ(threads[0][4], "0");
+  EXPECT_EQ(threads[1][4], "0");
+}
+
+TEST(Engine, AnAgreedStartFindsSamplesBeforeItAndTheLoadBehindIt) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const OpenFolder folder;
+  const Outcome outcome = run({"-m", "-r", "20", "-o", folder.file("samples"), "-w", "bfma", "--at",
+                               in(2.0), "-t", "500ms", "--record", folder.file("record")});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_GE(outcome.seconds, 2.0);
+  const RecordReader reader(folder.file("record"));
+  ASSERT_EQ(reader.of("start").size(), 1U);
+  const auto start = reader.of("start").front();
+  EXPECT_GE(std::stoll(start[4]), 0) << "before the instant";
+  int before = 0;
+  for (const auto& sample : reader.of("sample")) {
+    before += std::stoll(sample[1]) < std::stoll(start[2]) ? 1 : 0;
+  }
+  EXPECT_GE(before, 10);
+  for (const auto& entered : reader.of("entered")) {
+    EXPECT_GE(std::stoll(entered[1]), std::stoll(start[2]));
+  }
+}
+
+TEST(Engine, ASignalEndsARunInOrder) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const OpenFolder folder;
+  Running running(engine({"-w", "bspin", "-f", "50", "--record", folder.file("record")}));
+  ASSERT_TRUE(running.wait_until_catching());
+  running.send(SIGTERM);
+  const Outcome outcome = running.wait();
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(RecordReader(folder.file("record")).of("end").front()[3], "interrupted");
+}
+
+}  // namespace
