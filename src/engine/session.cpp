@@ -73,7 +73,7 @@ std::optional<Refusal> Session::take_waveform() {
     return Refusal{ExitStatus::kNotStarted, error.what()};
   }
   if (choice_.source) {
-    waveform.source = &source_.emplace(*choice_.source);
+    waveform.source = &phase_.emplace(source_.emplace(*choice_.source));
     waveform.description = choice_.description.c_str();
   }
   if (request_.at_ns) {
@@ -173,7 +173,10 @@ void Session::observe_edges() {
     }
     observer = &start_watch_.emplace(*start_, observer);
   }
-  waveform.observer = observer;
+  if (phase_) {
+    phase_->tell(observer);
+    waveform.observer = &*phase_;
+  }
 }
 
 void Session::sample_taken(double elapsed_s) noexcept {

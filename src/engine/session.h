@@ -8,6 +8,7 @@
 #include "engine/agreed_start.h"
 #include "engine/exit_status.h"
 #include "engine/options.h"
+#include "engine/phase_keeper.h"
 #include "engine/placement.h"
 #include "engine/refusals.h"
 #include "engine/waveform_choice.h"
@@ -64,6 +65,7 @@ class Session : public SampleObserver {
   WorkloadHost& host_;
   WaveformChoice choice_;
   std::optional<WatchedSource> source_;
+  std::optional<PhaseKeeper> phase_;
   std::optional<AgreedStart> start_;
   std::optional<StartWatch> start_watch_;
   std::optional<Placement> placement_;

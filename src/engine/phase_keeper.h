@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "vorn/edge_observer.h"
+#include "vorn/interval_source.h"
+
+namespace engine {
+
+/// Stands between a waveform and the timing thread, and brings the plan back to the waveform's own
+/// time after a stop of the process. Both for engines that have agreed on a start, and for a
+/// profile that is to end on time.
+/// Thread: the timing thread.
+class PhaseKeeper : public IntervalSource, public EdgeObserver {
+ public:
+  /// `next` is told of the edges; it may be null. Neither is owned.
+  explicit PhaseKeeper(IntervalSource& source, EdgeObserver* next = nullptr)
+      : source_(source), next_(next) {}
+
+  /// Before the timing thread.
+  void tell(EdgeObserver* next) { next_ = next; }
+
+  std::optional<std::int64_t> next_ns() override;
+  void switched(std::int64_t planned_ns, std::int64_t switched_ns, bool active) noexcept override;
+
+ private:
+  std::int64_t behind_ns() const;
+  std::optional<std::int64_t> take();
+
+  IntervalSource& source_;
+  EdgeObserver* next_;
+  std::optional<std::int64_t> ahead_;  ///< taken from the source, and not yet used
+  std::optional<std::int64_t> begin_ns_;
+  std::int64_t planned_ns_ = 0;  ///< of the last edge that was told
+  std::int64_t own_ns_ = 0;      ///< the waveform's time at the end of what has been handed on
+  std::int64_t handed_ns_ = 0;   ///< the length of all intervals that were handed on
+  std::int64_t last_ns_ = 0;     ///< the last of them
+};
+
+}  // namespace engine
