@@ -93,7 +93,7 @@ Instant take_time(std::string_view& text) {
   if (hours > 23 || minutes > 59 || seconds.value->whole > 59) {
     return Instant::no("its time is on no clock");
   }
-  return {((hours * 60 + minutes) * 60 + seconds.value->whole) * kNsPerSecond +
+  return {((std::int64_t{hours} * 60 + minutes) * 60 + seconds.value->whole) * kNsPerSecond +
               seconds.value->billionths,
           {}};
 }
@@ -111,7 +111,7 @@ Parsed<std::int64_t> take_offset(std::string_view& text) {
   if (!offset || offset->first > 23 || offset->second > 59) {
     return Instant::no("its offset from UTC is not written +HH:MM");
   }
-  const std::int64_t seconds = (offset->first * 60 + offset->second) * 60;
+  const std::int64_t seconds = (std::int64_t{offset->first} * 60 + offset->second) * 60;
   return {west ? -seconds : seconds, {}};
 }
 
@@ -126,18 +126,18 @@ Instant nothing_behind(std::string_view rest, std::int64_t ns) {
 }
 
 Instant parse_rfc3339(std::string_view text) {
-  const auto date = take_date(text);
+  auto date = take_date(text);
   if (!date.value) {
     return date;
   }
   if (!take_one_of(text, "Tt ")) {
     return Instant::no("its time is missing");
   }
-  const auto time = take_time(text);
+  auto time = take_time(text);
   if (!time.value) {
     return time;
   }
-  const auto offset = take_offset(text);
+  auto offset = take_offset(text);
   if (!offset.value) {
     return offset;
   }
