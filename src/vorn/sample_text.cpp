@@ -20,7 +20,7 @@ void format_sample(std::string& line, double elapsed, const std::list<float>& va
   append_number(line, elapsed);
   for (const float value : values) {
     line += '\t';
-    append_number(line, double{value});
+    append_number(line, static_cast<double>(value));
   }
   line += '\n';
 }

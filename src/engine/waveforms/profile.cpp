@@ -74,10 +74,10 @@ long double Profile::held_until_s(long double time_s) const {
 }
 
 ProfileDuty::ProfileDuty(double carrier_hz, Profile profile, Playing playing)
-    : carrier_(carrier_hz),
+    : carrier_(static_cast<long double>(carrier_hz)),
       profile_(std::move(profile)),
       playing_(playing),
-      length_ns_(nanoseconds(profile_.length_s())) {}
+      length_ns_(nanoseconds(static_cast<long double>(profile_.length_s()))) {}
 
 long double ProfileDuty::on_time_s(long double time_s) const {
   if (playing_ == Playing::once) {

@@ -9,7 +9,8 @@
 /// Pulses of one duty, above 0 and below 1.
 class ConstantDuty final : public Pulses {
  public:
-  ConstantDuty(double carrier_hz, double duty) : carrier_(carrier_hz), duty_(duty) {}
+  ConstantDuty(double carrier_hz, double duty)
+      : carrier_(static_cast<long double>(carrier_hz)), duty_(duty) {}
   std::optional<Slot> slot(std::uint64_t index) const override;
 
  private:
