@@ -13,8 +13,8 @@
 
 namespace {
 
-// 146 years. A schedule without intervals, as an infinite frequency gives, leaves the waveform as it
-// is for so long.
+// 146 years. A schedule without intervals, as an infinite frequency gives, leaves the waveform as
+// it is for so long.
 constexpr std::int64_t kForEver = std::numeric_limits<std::int64_t>::max() / 2;
 
 double nanoseconds_in_a_microsecond(const std::vector<unsigned>& schedule, double slot) {
