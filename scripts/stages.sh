@@ -2,6 +2,10 @@
 # Sourced by the commands at the top: what they do in stages, one line for each, quiet unless one
 # fails.
 
+# What the stage under way prints. A command may be a stage of another one: each has its own.
+log=$PWD/build/check.$$.log
+trap 'rm -f "$log"' EXIT
+
 # What the tests of all stages came to.
 passed=0
 failed=0
@@ -14,11 +18,11 @@ stage() {
   shift
   mkdir -p build
   printf '%-50s' "$name"
-  if "$@" >build/check.log 2>&1; then
+  if "$@" >"$log" 2>&1; then
     printf '%5d s\n' $((SECONDS - start))
   else
     printf '%5d s  FAILED\n' $((SECONDS - start))
-    cat build/check.log
+    cat "$log"
     return 1
   fi
 }
@@ -55,7 +59,7 @@ test_stage() {
   shift 2
   rm -rf "$results"
   printf '%-50s' "$name"
-  ctest --preset "$preset" "$@" >build/check.log 2>&1 || status=$?
+  ctest --preset "$preset" "$@" >"$log" 2>&1 || status=$?
   left_out=$(testcases "$results" 'result="skipped"')
   bad=$(testcases "$results" 'result="completed".*[^/]>$')
   ran=$(testcases "$results" 'status="run"')
@@ -71,7 +75,7 @@ test_stage() {
   reasons "$results"
   if [ "$status" -ne 0 ]; then
     sed -n -e '/ Test .*\*\*\*[^S]/,/^ *Start \| Test .* Passed /{/^ *Start \| Passed /!p}' \
-      -e '/^The following tests FAILED/,$p' -e '/^No tests\|^CMake Error/p' build/check.log
+      -e '/^The following tests FAILED/,$p' -e '/^No tests\|^CMake Error/p' "$log"
   fi
 }
 
