@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "engine/loads/vector_target.h"
+#include "engine/run_length.h"
 #include "vorn/notes.h"
 #include "vorn/settings.h"
 #include "vorn/version.h"
@@ -58,7 +59,7 @@ RecordPlan plan_record(const Request& request, const std::vector<std::string>& a
       {request.pin ? "bound_cores" : "cores", processors(threads)},
       {"frequency_hz", text(frequency)},
       {"inverted", text(invert)},
-      {"run_time_s", text(trial_time + 1e-6 * static_cast<double>(additional_time_us))},
+      {"run_time_s", text(1e-9 * static_cast<double>(run_length(request.length_ns).value_or(0)))},
   };
   if (waveform.description != nullptr) {
     settings.emplace_back("waveform", waveform.description);

@@ -1,5 +1,7 @@
 #include "engine/run_length.h"
 
+#include <sys/time.h>
+
 #include "support/settings_fixture.h"
 #include "vorn/settings.h"
 
@@ -8,32 +10,43 @@ namespace {
 
 using RunLength = SettingsFixture;
 
-TEST_F(RunLength, WithoutOneThereIsNoTimerEvenIfItBeginsLater) {
-  set_run_length(std::nullopt, 5000000);
+TEST_F(RunLength, WithoutOneThereIsNoTimerWhereverItCountsFrom) {
+  set_run_length(std::nullopt, Counted::kFromTheStart);
   EXPECT_FALSE(using_timer());
+  set_run_length(std::nullopt, Counted::kFromTheWaveform);
+  EXPECT_FALSE(using_timer());
+  EXPECT_EQ(run_length(std::nullopt), std::nullopt);
 }
 
 TEST_F(RunLength, OfVornIsInWholeSeconds) {
   trial_time = 3;
-  set_run_length(std::nullopt, 0);
+  set_run_length(std::nullopt, Counted::kFromTheStart);
   EXPECT_EQ(trial_time, 3);
   EXPECT_EQ(additional_time_us, 0);
+  EXPECT_EQ(run_length(std::nullopt), 3000000000);
 }
 
 TEST_F(RunLength, TakesFractions) {
-  set_run_length(1500000000, 0);
+  set_run_length(1500000000, Counted::kFromTheStart);
   EXPECT_EQ(trial_time, 0);
   EXPECT_EQ(additional_time_us, 1500000);
+  EXPECT_EQ(run_length(1500000000), 1500000000);
 }
 
-TEST_F(RunLength, IsCountedFromTheAgreedStart) {
-  trial_time = 3;
-  set_run_length(std::nullopt, 2000000000);
-  EXPECT_EQ(trial_time, 3);
-  EXPECT_EQ(additional_time_us, 2000000);
-  set_run_length(500000000, 2000000000);
-  EXPECT_EQ(trial_time, 0);
-  EXPECT_EQ(additional_time_us, 2500000);
+TEST_F(RunLength, CountedFromTheWaveformLeavesTheTimerSetToNever) {
+  constexpr std::int64_t kYear = 365LL * 86400 * 1000000;
+  set_run_length(500000000, Counted::kFromTheWaveform);
+  EXPECT_TRUE(using_timer());
+  EXPECT_GT(additional_time_us, 50 * kYear);
+}
+
+TEST_F(RunLength, TakesTheTimerFromNeverToItsTime) {
+  start_run_time(3600500000000);
+  itimerval left{};
+  const itimerval none{};
+  setitimer(ITIMER_REAL, &none, &left);
+  EXPECT_GE(left.it_value.tv_sec, 3590);
+  EXPECT_LE(left.it_value.tv_sec, 3600);
 }
 
 }  // namespace

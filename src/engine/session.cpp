@@ -41,7 +41,8 @@ std::optional<unsigned> given_binding() {
 
 }  // namespace
 
-Session::Session(const Request& request, WorkloadHost& host) : request_(request), host_(host) {}
+Session::Session(const Request& request, WorkloadHost& host)
+    : request_(request), host_(host), length_ns_(run_length(request.length_ns)) {}
 
 Session::~Session() = default;
 
@@ -78,6 +79,8 @@ std::optional<Refusal> Session::take_waveform() {
   }
   if (request_.at_ns) {
     waveform.start = &start_.emplace(*request_.at_ns);
+  } else if (source_) {
+    waveform.start = &start_when_ready_.emplace(host_.readiness());
   }
   return std::nullopt;
 }
@@ -135,7 +138,7 @@ void Session::announce() const {
 }
 
 void Session::set_length() const {
-  set_run_length(request_.length_ns, start_ ? start_->wall_ns() - read_clocks().wall_ns : 0);
+  set_run_length(request_.length_ns, source_ ? Counted::kFromTheWaveform : Counted::kFromTheStart);
 }
 
 int Session::start_beside(const std::vector<std::string>& arguments) {
@@ -174,6 +177,7 @@ void Session::observe_edges() {
     observer = &start_watch_.emplace(*start_, observer);
   }
   if (phase_) {
+    observer = &begin_.emplace(host_.readiness(), length_ns_, observer, start_run_time);
     phase_->tell(observer);
     waveform.observer = &*phase_;
   }
@@ -184,13 +188,21 @@ void Session::sample_taken(double elapsed_s) noexcept {
 }
 
 void Session::judge_start() const {
-  const std::optional<std::int64_t> late_ns = start_watch_ ? start_watch_->late_ns() : std::nullopt;
-  if (late_ns && std::abs(*late_ns) > kMissed) {
+  if (!start_watch_ || !start_watch_->late_ns()) {
+    return;
+  }
+  const std::int64_t late_ns = start_watch_->late_ns().value();
+  if (std::abs(late_ns) > kMissed) {
     verdict.add(ExitStatus::kStartMissed);
     std::ostringstream text;
-    text << "the waveform began " << static_cast<double>(*late_ns) * 1e-9
+    text << "the waveform began " << static_cast<double>(late_ns) * 1e-9
          << " s after the agreed start";
     complain(text.str());
+  }
+  if (const unsigned missed = begin_->loads_missed(); missed > 0) {
+    verdict.add(ExitStatus::kStartMissed);
+    complain(std::to_string(missed) + " of " + std::to_string(num_workload_threads()) +
+             " loads were not ready at the agreed start: start the program earlier");
   }
 }
 

@@ -10,7 +10,9 @@
 #include "engine/options.h"
 #include "engine/phase_keeper.h"
 #include "engine/placement.h"
+#include "engine/readiness.h"
 #include "engine/refusals.h"
+#include "engine/waveform_begin.h"
 #include "engine/waveform_choice.h"
 #include "engine/workload_host.h"
 #include "engine/wrong_results.h"
@@ -36,7 +38,7 @@ class Session : public SampleObserver {
   /// What is said of the run beside vorn's summary.
   void announce() const;
 
-  /// Sets the timer's length: as late as can be, since an agreed start is part of it.
+  /// Sets the timer. The time of a run with a waveform counts from its first edge.
   void set_length() const;
 
   /// Makes the record, and starts the threads of the engine's own. Returns 0, or -1 after saying
@@ -63,11 +65,14 @@ class Session : public SampleObserver {
 
   const Request& request_;
   WorkloadHost& host_;
+  std::optional<std::int64_t> length_ns_;  ///< of the run; taken before the timer is set
   WaveformChoice choice_;
   std::optional<WatchedSource> source_;
   std::optional<PhaseKeeper> phase_;
   std::optional<AgreedStart> start_;
+  std::optional<StartWhenReady> start_when_ready_;
   std::optional<StartWatch> start_watch_;
+  std::optional<WaveformBegin> begin_;
   std::optional<Placement> placement_;
   std::unique_ptr<WrongResults> wrong_results_;
   std::unique_ptr<Record> record_;

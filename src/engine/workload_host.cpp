@@ -28,6 +28,7 @@ void WorkloadHost::use(Placement& placement, WrongResults& wrong_results, Record
   record_ = record;
   bound_ = bound;
   reports_.resize(threads);
+  readiness_.expect(threads);
 }
 
 unsigned WorkloadHost::core(unsigned t) const {
@@ -48,9 +49,13 @@ BurstObserver* WorkloadHost::burst_observer() {
 }
 
 void WorkloadHost::made() {
-  if (record_ == nullptr) {
-    return;
+  if (record_ != nullptr) {
+    begin_record();
   }
+  readiness_.made();
+}
+
+void WorkloadHost::begin_record() {
   std::function<Work()> work;
   if (const auto& report = reports_[this_thread.number]) {
     work = [report] { return report->work(); };

@@ -6,6 +6,7 @@
 
 #include "engine/loads/load_host.h"
 #include "engine/placement.h"
+#include "engine/readiness.h"
 #include "engine/wrong_results.h"
 
 class LoadReport;
@@ -30,6 +31,9 @@ class WorkloadHost : public WorkloadPlacement, public LoadHost {
   BurstObserver* burst_observer() override;
   void wrong_result(const WrongResult& result) noexcept override;
 
+  /// Which of the run's threads have made their loads. Thread: any.
+  const Readiness& readiness() const { return readiness_; }
+
   /// What each thread's load has done, in lines; threads whose load does not count have none.
   /// Requires: the workload threads have been joined.
   std::vector<std::string> work_texts() const;
@@ -38,10 +42,13 @@ class WorkloadHost : public WorkloadPlacement, public LoadHost {
   std::uint64_t wrong_results() const;
 
  private:
+  void begin_record();
+
   Placement* placement_ = nullptr;
   WrongResults* wrong_results_ = nullptr;
   Record* record_ = nullptr;
   bool bound_ = false;
+  Readiness readiness_;
   std::vector<std::shared_ptr<LoadReport>> reports_;  ///< by thread; each writes its own
 };
 

@@ -48,6 +48,15 @@ TEST_F(WorkloadHostTest, KeepsTheWorkOfEachThread) {
   EXPECT_EQ(host_.wrong_results(), 0U);
 }
 
+TEST_F(WorkloadHostTest, IsReadyWhenTheLastThreadHasMadeItsLoad) {
+  WrongResults wrong_results(2);
+  host_.use(placement_, wrong_results, nullptr, false, 2);
+  run(1, 500, 0);
+  EXPECT_EQ(host_.readiness().missing(), 1U);
+  run(0, 300, 0);
+  EXPECT_EQ(host_.readiness().missing(), 0U);
+}
+
 TEST_F(WorkloadHostTest, AThreadWhoseLoadDoesNotCountHasNoWork) {
   WrongResults wrong_results(1);
   host_.use(placement_, wrong_results, nullptr, false, 1);

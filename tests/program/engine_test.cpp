@@ -183,6 +183,45 @@ TEST(Engine, AnAgreedStartFindsSamplesBeforeItAndTheLoadBehindIt) {
   }
 }
 
+TEST(Engine, TheWaveformWaitsForLoadsThatTakeTheirTimeToBeMade) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const OpenFolder folder;
+  std::ofstream(folder.file("edges")) << "5000\n5000\n5000\n5000\n";
+  const Outcome outcome = run({"-w", "bfma", "-c", "2", "--edges", folder.file("edges"), "--record",
+                               folder.file("record")});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  const RecordReader reader(folder.file("record"));
+  const auto edges = reader.of("edge");
+  const auto entered = reader.of("entered");
+  ASSERT_FALSE(edges.empty());
+  ASSERT_GE(entered.size(), 2U) << "a load did not follow";
+  EXPECT_GE(std::stoll(entered.front()[1]), std::stoll(edges.front()[1]));
+}
+
+TEST(Engine, TheRunTimeCountsFromTheFirstEdge) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const OpenFolder folder;
+  const Outcome outcome =
+      run({"-w", "bmix", "-c", "2", "-f", "20", "-t", "300ms", "--record", folder.file("record")});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  const RecordReader reader(folder.file("record"));
+  ASSERT_FALSE(reader.of("edge").empty());
+  EXPECT_GE(std::stoll(reader.of("end").front()[1]) - std::stoll(reader.of("edge").front()[1]),
+            300000000);
+}
+
+// The load touches its memory for longer than the start is ahead.
+TEST(Engine, AnAgreedStartThatALoadMissesEndsInItsStatus) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const Outcome outcome = run({"-w", "bmix", "-c", "2", "-f", "5", "--at", in(0.16), "-t", "2s"});
+  if (outcome.status == 14) {
+    GTEST_SKIP() << "the machine took longer to start the program than the start was ahead";
+  }
+  EXPECT_EQ(outcome.status, 23) << outcome.err;
+  EXPECT_NE(outcome.err.find(" of 2 loads were not ready at the agreed start"), std::string::npos)
+      << outcome.err;
+}
+
 TEST(Engine, ASignalEndsARunInOrder) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   const OpenFolder folder;
