@@ -2,6 +2,7 @@
 
 #include <ctime>
 #include <limits>
+#include <utility>
 
 #include "engine/record/record.h"
 
@@ -67,7 +68,19 @@ std::optional<std::int64_t> SteadySource::next_ns() {
   return kHundredYears;
 }
 
+bool WatchedSource::leaves_out_first() {
+  const std::optional<std::int64_t> first = source_.next_ns();
+  if (first && *first == 0) {
+    return true;
+  }
+  first_ = first;
+  return false;
+}
+
 std::optional<std::int64_t> WatchedSource::next_ns() {
+  if (first_) {
+    return std::exchange(first_, std::nullopt);
+  }
   const std::optional<std::int64_t> next = source_.next_ns();
   if (!next) {
     over_ = true;

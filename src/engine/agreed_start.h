@@ -77,6 +77,11 @@ class WatchedSource : public IntervalSource {
  public:
   explicit WatchedSource(IntervalSource& source) : source_(source) {}
 
+  /// Whether the first interval has no length. It is then left out: a load that begins at that
+  /// instant would be let go for nothing, and be late for its wait. The intervals that follow begin
+  /// in the other state. Before the timing thread.
+  bool leaves_out_first();
+
   std::optional<std::int64_t> next_ns() override;
 
   /// Thread: any.
@@ -84,6 +89,7 @@ class WatchedSource : public IntervalSource {
 
  private:
   IntervalSource& source_;
+  std::optional<std::int64_t> first_;  ///< looked at, and not passed on yet
   std::atomic<bool> over_{false};
 };
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
 #include <vector>
 
 namespace engine {
@@ -83,6 +84,36 @@ TEST(WatchedSource, KnowsWhenTheWaveformIsOver) {
   EXPECT_FALSE(watched.over());
   EXPECT_EQ(watched.next_ns(), std::nullopt);
   EXPECT_TRUE(watched.over());
+}
+
+/// Plays what it is given, then nothing.
+class ScriptedSource : public IntervalSource {
+ public:
+  explicit ScriptedSource(std::vector<std::int64_t> intervals) : intervals_(std::move(intervals)) {}
+  std::optional<std::int64_t> next_ns() override {
+    return next_ < intervals_.size() ? std::optional(intervals_[next_++]) : std::nullopt;
+  }
+
+ private:
+  std::vector<std::int64_t> intervals_;
+  std::size_t next_ = 0;
+};
+
+TEST(WatchedSource, LeavesOutAFirstIntervalOfNoLength) {
+  ScriptedSource script({0, 5, 0});
+  WatchedSource watched(script);
+  EXPECT_TRUE(watched.leaves_out_first());
+  EXPECT_EQ(watched.next_ns(), 5);
+  EXPECT_EQ(watched.next_ns(), 0);
+  EXPECT_EQ(watched.next_ns(), std::nullopt);
+}
+
+TEST(WatchedSource, PassesAFirstIntervalOnThatHasALength) {
+  ScriptedSource script({7, 5});
+  WatchedSource watched(script);
+  EXPECT_FALSE(watched.leaves_out_first());
+  EXPECT_EQ(watched.next_ns(), 7);
+  EXPECT_EQ(watched.next_ns(), 5);
 }
 
 }  // namespace

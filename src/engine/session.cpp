@@ -74,7 +74,10 @@ std::optional<Refusal> Session::take_waveform() {
     return Refusal{ExitStatus::kNotStarted, error.what()};
   }
   if (choice_.source) {
-    waveform.source = &phase_.emplace(source_.emplace(*choice_.source));
+    if (source_.emplace(*choice_.source).leaves_out_first()) {
+      params.active = !params.active;
+    }
+    waveform.source = &phase_.emplace(*source_);
     waveform.description = choice_.description.c_str();
   }
   if (request_.at_ns) {

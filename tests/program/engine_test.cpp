@@ -198,6 +198,19 @@ TEST(Engine, TheWaveformWaitsForLoadsThatTakeTheirTimeToBeMade) {
   EXPECT_GE(std::stoll(entered.front()[1]), std::stoll(edges.front()[1]));
 }
 
+TEST(Engine, AWaveformThatBeginsOffLetsNoLoadBegin) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const OpenFolder folder;
+  const Outcome outcome = run({"-w", "bint", "-c", "2", "-f", "10", "--duty", "0", "-t", "200ms",
+                               "--record", folder.file("record")});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  const RecordReader reader(folder.file("record"));
+  const auto edges = reader.of("edge");
+  ASSERT_EQ(edges.size(), 1U);
+  EXPECT_EQ(edges.front()[3], "off");
+  EXPECT_TRUE(reader.of("entered").empty());
+}
+
 TEST(Engine, TheRunTimeCountsFromTheFirstEdge) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   const OpenFolder folder;
