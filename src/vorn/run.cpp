@@ -68,11 +68,11 @@ int run(const StartBeside& start_beside) {
   }
   take_control_priority();
   signals();
+  if (start_beside && start_beside() < 0) {
+    return failed();  // before the machine is changed: there is nothing to give back
+  }
   if (using_privileged_operations() && setup_privileged() < 0) {
     say(notes_on_failed_setup());
-    return failed();
-  }
-  if (start_beside && start_beside() < 0) {
     return failed();
   }
   if (using_fan_thread() && spawn_fan() < 0) {
