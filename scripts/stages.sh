@@ -42,12 +42,12 @@ build() {
 
 # testcases RESULTS PATTERN: how many of the results match.
 testcases() {
-  { grep -ho '<testcase [^>]*>' "$1"/*.xml 2>/dev/null || true; } | grep -c "$2" || true
+  { grep -rho '<testcase [^>]*>' "$1" 2>/dev/null || true; } | grep -c "$2" || true
 }
 
 # reasons RESULTS: why tests were skipped, and how many for each reason.
 reasons() {
-  { grep -ho '<skipped message="[^"]*"' "$1"/*.xml 2>/dev/null || true; } |
+  { grep -rho '<skipped message="[^"]*"' "$1" 2>/dev/null || true; } |
     sed -e 's/^<skipped message="//' -e 's/"$//' -e 's/&#x0A;$//' -e 's/^.*:[0-9]*&#x0A;//' |
     sort | uniq -c | sed 's/^ *\([0-9]*\) /    skipped \1: /'
 }

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstdlib>
 #include <random>
 #include <regex>
 #include <string>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "program/vorn_program.h"
+#include "soak/moments.h"
 #include "support/hold_ups.h"
 
 // Runs of every shape, each ended at a random moment from its start on. A run that is ended once
@@ -48,25 +48,6 @@ constexpr Ending kEndings[] = {Ending::kInterrupt, Ending::kTwoInterrupts, Endin
 constexpr double kHang = 100.0;                   // seconds
 constexpr useconds_t kLatest = 60000;             // microseconds
 constexpr useconds_t kPastTheHeadStart = 700000;  // of the monitor thread
-
-/// How often each of the 49 shapes is run: enough for every day, or what VORN_SOAK_RUNS says.
-int runs_of_each_shape() {
-  const char* const said = std::getenv("VORN_SOAK_RUNS");
-  return said == nullptr ? 12 : std::atoi(said);
-}
-
-/// Lets `running` go on until a random moment: every other run while it starts, or else when it
-/// has started, however long that took. Returns the moment, for people.
-std::string go_on(const Running& running, bool while_starting, std::mt19937& random,
-                  useconds_t latest) {
-  if (!while_starting) {
-    EXPECT_TRUE(running.wait_until_catching());
-  }
-  const useconds_t moment =
-      std::uniform_int_distribution<useconds_t>(0, while_starting ? 4000 : latest)(random);
-  usleep(moment);
-  return std::to_string(moment) + " us after its " + (while_starting ? "start" : "handler");
-}
 
 /// Ends `running`. Returns whether it caught the signal for certain.
 bool end(const Running& running, Ending ending) {
