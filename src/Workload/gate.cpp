@@ -17,7 +17,8 @@
 // waiter that knows when the waveform will be on sleeps until then by a timer of its own, on its
 // own processor, and finds `active` true when it wakes. It sleeps on a futex word and not on the
 // condition variable, whose waiters take the mutex even when their time is up. The word changes
-// only to let everybody go before the instant.
+// only to have everybody look again, wherever they wait: at an instant that is announced to those
+// who wait already, or at a waveform that is on before its instant.
 //
 // A waiter that finds `active` false at the instant was faster than the thread that switches. It
 // looks for a while, and then waits for the broadcast like one that knows of no instant. That is
@@ -30,9 +31,9 @@ constexpr std::int64_t kPatience = 200'000;  // ns: wake-ups from deep idle take
 
 std::atomic<const workload_params*> announced_of{nullptr};
 std::atomic<std::int64_t> announced_ns{0};
-std::atomic<std::uint32_t> released{0};  // counts release_waiters()
+std::atomic<std::uint32_t> looks{0};  // how often everybody was told to look again
 
-static_assert(sizeof(released) == sizeof(std::uint32_t), "the kernel waits on it as on a word");
+static_assert(sizeof(looks) == sizeof(std::uint32_t), "the kernel waits on it as on a word");
 
 std::int64_t monotonic_ns() {
   timespec t{};
@@ -40,46 +41,47 @@ std::int64_t monotonic_ns() {
   return std::int64_t{t.tv_sec} * 1'000'000'000 + t.tv_nsec;
 }
 
-/// Sleeps until an instant, unless somebody was or is released since `seen` was read.
+/// Sleeps until an instant, unless everybody was or is told to look again since `seen` was read.
 void sleep_until(std::int64_t deadline_ns, std::uint32_t seen) {
   const timespec deadline{.tv_sec = deadline_ns / 1'000'000'000,
                           .tv_nsec = deadline_ns % 1'000'000'000};
-  syscall(SYS_futex, &released, FUTEX_WAIT_BITSET_PRIVATE, seen, &deadline, nullptr,
+  syscall(SYS_futex, &looks, FUTEX_WAIT_BITSET_PRIVATE, seen, &deadline, nullptr,
           FUTEX_BITSET_MATCH_ANY);
 }
 
-/// Waits for the announced instant. Returns whether the waveform was on then, or soon after.
-bool wait_for_the_instant(workload_params* params) {
-  for (;;) {
-    const std::uint32_t seen = released.load();
-    if (params->active) {
-      return true;
-    }
-    if (announced_of.load() != params) {
-      return false;
-    }
-    const std::int64_t late = monotonic_ns() - announced_ns.load();
-    if (late < 0) {
-      sleep_until(announced_ns.load(), seen);
-    } else if (late > kPatience) {
-      return false;
-    }
-  }
-}
-
-void wait_for_the_broadcast(workload_params* params) {
+/// Waits for the broadcast, unless everybody was or is told to look again since `seen` was read.
+void wait_for_the_broadcast(workload_params* params, std::uint32_t seen) {
   pthread_mutex_lock(&params->mutex);
-  while (!params->active) {
+  while (!params->active && looks.load() == seen) {
     pthread_cond_wait(&params->cond, &params->mutex);
   }
   pthread_mutex_unlock(&params->mutex);
 }
 
+/// Has everybody look again who waits. Requires: what they are to see is stored.
+void wake_waiters(workload_params* params) {
+  pthread_mutex_lock(&params->mutex);
+  looks.fetch_add(1);
+  pthread_cond_broadcast(&params->cond);
+  pthread_mutex_unlock(&params->mutex);
+  syscall(SYS_futex, &looks, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0);
+}
+
 }  // namespace
 
 void wait_until_active(workload_params* params) {
-  if (!params->active && !wait_for_the_instant(params)) {
-    wait_for_the_broadcast(params);
+  while (!params->active) {
+    const std::uint32_t seen = looks.load();
+    if (params->active) {  // who was told to look before `seen` was read sees it here
+      return;
+    }
+    const std::int64_t on_ns = announced_ns.load();
+    const std::int64_t late = monotonic_ns() - on_ns;
+    if (announced_of.load() != params || late > kPatience) {
+      wait_for_the_broadcast(params, seen);
+    } else if (late < 0) {
+      sleep_until(on_ns, seen);
+    }
   }
 }
 
@@ -88,11 +90,14 @@ void announce_on(workload_params* params, std::int64_t on_ns) {
   announced_of.store(params);
 }
 
+void announce_on_to_waiters(workload_params* params, std::int64_t on_ns) {
+  announce_on(params, on_ns);
+  wake_waiters(params);
+}
+
 void release_waiters(workload_params* params) {
   pthread_mutex_lock(&params->mutex);
   params->active = true;
-  pthread_cond_broadcast(&params->cond);
   pthread_mutex_unlock(&params->mutex);
-  released.fetch_add(1);
-  syscall(SYS_futex, &released, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0);
+  wake_waiters(params);
 }

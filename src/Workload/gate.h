@@ -15,5 +15,9 @@ void wait_until_active(workload_params* params);
 /// Thread: the one that switches `params->active`, before it makes it false.
 void announce_on(workload_params* params, std::int64_t on_ns);
 
+/// The same for those who wait already as well, at some cost: they wake, and sleep until this
+/// instant instead. For the first instant of a run. Thread: as above.
+void announce_on_to_waiters(workload_params* params, std::int64_t on_ns);
+
 /// Makes `active` true and lets everybody go who waits, whatever was announced. Thread: any.
 void release_waiters(workload_params* params);

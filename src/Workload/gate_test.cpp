@@ -191,6 +191,25 @@ TEST(Gate, AnAnnouncedWaiterPassesAtTheInstantWithoutABroadcast) {
   EXPECT_GE(waiter.passed_ns(), instant);
 }
 
+TEST(Gate, AnInstantIsAnnouncedToThoseWhoWaitAlready) {
+  Waiter waiter;
+  waiter.wait_at_the_gate();
+  const std::int64_t instant = monotonic_ns() + 500 * kMillisecond;
+  announce_on_to_waiters(&waiter.params(), instant);
+  std::this_thread::sleep_for(milliseconds(250));  // it may look meanwhile, and sleeps then
+  waiter.params().active = true;
+  EXPECT_GE(waiter.passed_ns(), instant);
+}
+
+TEST(Gate, AnEarlierInstantIsAnnouncedToThoseWhoWaitForALaterOne) {
+  Waiter waiter;
+  announce_on(&waiter.params(), monotonic_ns() + kHour);
+  waiter.wait_at_the_gate();
+  announce_on_to_waiters(&waiter.params(), monotonic_ns() + 50 * kMillisecond);
+  waiter.params().active = true;
+  EXPECT_NE(waiter.passed_ns(), 0);
+}
+
 TEST(Gate, AReleaseDoesNotWaitForTheInstant) {
   Waiter waiter;
   announce_on(&waiter.params(), monotonic_ns() + kHour);

@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 
@@ -30,7 +31,8 @@ int run_sleep(std::uint32_t microseconds) {
 }
 
 int run_sleep_until(std::int64_t deadline_ns) {
-  const timespec deadline = as_timespec(deadline_ns);
+  // A negative time, before the machine was started, is refused by the wait.
+  const timespec deadline = as_timespec(std::max<std::int64_t>(deadline_ns, 0));
   pthread_mutex_lock(&mutex);
   int result = 0;
   while (!params.terminate && result == 0) {

@@ -32,6 +32,11 @@ TEST_F(RunSleep, OfNoLengthReturnsAtOnce) {
   EXPECT_EQ(run_sleep(0), 0);
 }
 
+TEST_F(RunSleep, UntilBeforeTheMachineWasStartedReturnsAtOnce) {
+  EXPECT_EQ(run_sleep_until(-1), 0);
+  EXPECT_EQ(run_sleep_until(-3600000000001), 0);
+}
+
 TEST_F(RunSleep, IsCutShortByTheEndOfTheRun) {
   std::thread ender([] {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));

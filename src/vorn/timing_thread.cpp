@@ -28,8 +28,9 @@ bool starting_state = true;  // written by spawn_timing() before the thread exis
 // way of the one that waits on the same processor: so it switches that much earlier, and is asleep
 // again when they wake. Before the end of a short interval not as early as that, or those who are
 // on their way to their wait would find the waveform on again.
+constexpr std::int64_t kLead = 60'000;
+
 std::int64_t lead(std::int64_t interval_ns) {
-  constexpr std::int64_t kLead = 60'000;
   return std::min(kLead, interval_ns / 8);
 }
 
@@ -65,8 +66,9 @@ void tell_observer(std::int64_t planned_ns) {
   }
 }
 
-/// Waits for the instant at which the waveform begins. Returns it, or nothing if the run ends
-/// first.
+/// Waits for the instant at which the waveform begins, or until shortly before if it begins on:
+/// those who wait for it are told of it as of every later edge. Returns the instant, or nothing if
+/// the run ends first.
 std::optional<std::int64_t> wait_for(WaveformStart& start) {
   constexpr std::int64_t kNear = 20000000;    // ns; time enough to sleep exactly
   constexpr std::int64_t kLook = 1000000000;  // ns between two looks at where the instant is
@@ -74,7 +76,11 @@ std::optional<std::int64_t> wait_for(WaveformStart& start) {
     const std::int64_t start_ns = start.instant_ns();
     const std::int64_t now_ns = monotonic_ns();
     const bool near = start_ns - now_ns <= kNear;
-    if (!sleep_until(near ? start_ns : std::min(start_ns - kNear, now_ns + kLook))) {
+    if (near && starting_state) {
+      announce_on_to_waiters(&params, start_ns);
+    }
+    const std::int64_t lead_ns = starting_state ? kLead : 0;
+    if (!sleep_until(near ? start_ns - lead_ns : std::min(start_ns - kNear, now_ns + kLook))) {
       return std::nullopt;
     }
     if (near) {
@@ -103,6 +109,10 @@ std::optional<std::int64_t> begin() {
 bool play(IntervalSource& source, std::int64_t begin_ns) {
   EdgePlan plan(begin_ns);
   std::optional<std::int64_t> interval = source.next_ns();
+  if (interval && !params.active) {
+    EdgePlan first = plan;
+    announce_on_to_waiters(&params, first.next(*interval, monotonic_ns()));
+  }
   while (interval && !params.terminate) {  // millions of intervals of no length may follow
     const bool on = !params.active;
     if (*interval != 0) {

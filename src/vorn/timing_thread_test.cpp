@@ -3,6 +3,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <functional>
@@ -12,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "Workload/gate.h"
 #include "support/settings_fixture.h"
 #include "vorn/clock.h"
 #include "vorn/edge_observer.h"
@@ -161,6 +163,55 @@ class EdgeList : public EdgeObserver {
 
 constexpr std::int64_t kMillisecond = 1000000;
 
+/// A load that takes the clock each time that the gate lets it into an on phase.
+class GateClock {
+ public:
+  GateClock() : thread_([this] { pass(); }) {}
+  GateClock(const GateClock&) = delete;
+  GateClock& operator=(const GateClock&) = delete;
+  ~GateClock() { passed(); }
+
+  /// When it passed, in an on phase of its own each time. Requires: the run has ended.
+  const std::vector<std::int64_t>& passed() {
+    if (thread_.joinable()) {
+      release_waiters(&params);
+      thread_.join();
+    }
+    return passed_ns_;
+  }
+
+ private:
+  void pass() {
+    for (;;) {
+      wait_until_active(&params);
+      const std::int64_t at_ns = monotonic_ns();
+      if (params.terminate) {
+        return;
+      }
+      passed_ns_.push_back(at_ns);
+      while (params.active && !params.terminate) {
+        std::this_thread::yield();
+      }
+    }
+  }
+
+  std::vector<std::int64_t> passed_ns_;
+  std::thread thread_;
+};
+
+/// Expects that nobody passed before the edge that let him: the n-th passing is in the n-th on
+/// phase, or in a later one if the thread was held up.
+void expect_no_passing_before_its_edge(const std::vector<std::int64_t>& passed_ns,
+                                       const std::vector<Edge>& edges) {
+  auto edge = edges.begin();
+  for (const std::int64_t at_ns : passed_ns) {
+    edge = std::find_if(edge, edges.end(), [](const Edge& one) { return one.active; });
+    ASSERT_NE(edge, edges.end());
+    EXPECT_GE(at_ns, edge->planned_ns);
+    ++edge;
+  }
+}
+
 class SourcePlayed : public TimingThread {
  protected:
   /// Plays `intervals` to their end. Returns the edges.
@@ -174,16 +225,40 @@ class SourcePlayed : public TimingThread {
     sigaddset(&interrupt, SIGINT);
     sigset_t before;
     pthread_sigmask(SIG_BLOCK, &interrupt, &before);
+    std::optional<GateClock> load;
+    if (!params.active) {
+      load.emplace();
+    }
     start();
+    if (waveform.start != nullptr && !load) {
+      load.emplace();
+    }
     int signo = 0;
     sigwait(&interrupt, &signo);
     left_active_ = params.active;
     end();
+    passed_ns_ = load ? load->passed() : std::vector<std::int64_t>{};
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return list.edges();
   }
 
+  /// Plays `intervals`, which begin off, over and over, and looks at when the load began.
+  void expect_no_passing_before_its_edge_in(const std::vector<std::int64_t>& intervals) {
+    std::size_t passed = 0;
+    for (int times = 0; times < kTimes; ++times) {
+      params.terminate = false;
+      params.active = false;
+      const std::vector<Edge> edges = play(intervals);
+      expect_no_passing_before_its_edge(passed_ns_, edges);
+      passed += passed_ns_.size();
+    }
+    EXPECT_GT(passed, 0U);
+  }
+
+  static constexpr int kTimes = 20;  // a thread that wakes late hides an edge that is early
+
   bool left_active_ = false;
+  std::vector<std::int64_t> passed_ns_;  // by a load that began off; of the last play()
 };
 
 TEST_F(SourcePlayed, EndsTheRunWithItsLastInterval) {
@@ -198,10 +273,12 @@ TEST_F(SourcePlayed, WithoutIntervalsEndsTheRunAtOnce) {
   EXPECT_EQ(play({}).size(), 1U);
 }
 
-TEST_F(SourcePlayed, SwitchesNoEdgeBeforeItsTime) {
-  for (const Edge& edge : play(std::vector<std::int64_t>(50, kMillisecond))) {
-    EXPECT_GE(edge.switched_ns, edge.planned_ns);
-  }
+TEST_F(SourcePlayed, LetsNoLoadPassBeforeItsEdge) {
+  expect_no_passing_before_its_edge_in(std::vector<std::int64_t>(50, kMillisecond));
+}
+
+TEST_F(SourcePlayed, LetsNoLoadPassBeforeTheFirstEdgeOfAWaveformThatBeginsOff) {
+  expect_no_passing_before_its_edge_in({5 * kMillisecond, kMillisecond});
 }
 
 TEST_F(SourcePlayed, SwitchesInPassingWhereAnIntervalHasNoLength) {
@@ -215,14 +292,24 @@ TEST_F(SourcePlayed, SwitchesInPassingWhereAnIntervalHasNoLength) {
 }
 
 TEST_F(SourcePlayed, IsOffUntilTheInstantAtWhichItBegins) {
-  const std::int64_t begin = monotonic_ns() + 30 * kMillisecond;
-  FixedStart start(begin);
+  for (int times = 0; times < kTimes; ++times) {
+    params.terminate = false;
+    params.active = true;
+    const std::int64_t begin = monotonic_ns() + 30 * kMillisecond;
+    FixedStart start(begin);
+    waveform.start = &start;
+    const std::vector<Edge> edges = play({2 * kMillisecond, kMillisecond});
+    ASSERT_EQ(edges.size(), 2U);
+    EXPECT_EQ(edges[0].planned_ns, begin);
+    EXPECT_TRUE(edges[0].active);
+    expect_no_passing_before_its_edge(passed_ns_, edges);
+  }
+}
+
+TEST_F(SourcePlayed, BeginsAtOnceAtAnInstantBeforeTheMachineWasStarted) {
+  FixedStart start(-kMillisecond);
   waveform.start = &start;
-  const std::vector<Edge> edges = play({2 * kMillisecond, kMillisecond});
-  ASSERT_EQ(edges.size(), 2U);
-  EXPECT_EQ(edges[0].planned_ns, begin);
-  EXPECT_GE(edges[0].switched_ns, begin);
-  EXPECT_TRUE(edges[0].active);
+  EXPECT_EQ(play({2 * kMillisecond, kMillisecond}).size(), 2U);
 }
 
 TEST_F(SourcePlayed, BeginsOffAtItsInstantIfInverted) {
@@ -275,7 +362,7 @@ TEST_F(SourcePlayed, BeginsAtAnInstantThatWasMovedWhileItWasAwaited) {
   const std::vector<Edge> edges = play({2 * kMillisecond, kMillisecond});
   ASSERT_EQ(edges.size(), 2U);
   EXPECT_EQ(edges[0].planned_ns, start.soon_ns());
-  EXPECT_GE(edges[0].switched_ns, start.soon_ns());
+  expect_no_passing_before_its_edge(passed_ns_, edges);
 }
 
 }  // namespace
