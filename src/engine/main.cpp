@@ -6,6 +6,7 @@
 #include "WorkloadRegistry/registry.h"
 #include "engine/complaint.h"
 #include "engine/conflicts.h"
+#include "engine/exit_status.h"
 #include "engine/loads/load_factories.h"
 #include "engine/options.h"
 #include "engine/session.h"
@@ -14,6 +15,7 @@
 #include "vorn/privilege.h"
 #include "vorn/run.h"
 #include "vorn/settings.h"
+#include "vorn/signals.h"
 #include "vorn/summary.h"
 #include "vorn/uncaught.h"
 
@@ -55,6 +57,7 @@ int main(int argc, char* argv[]) {
     summarize();
   }
   session.announce();
+  use_status_at_once([] { return end(engine::verdict.status()); });
   session.set_length();
   const std::vector<std::string> arguments(argv, argv + argc);
   return end(session.conclude(run([&] { return session.start_beside(arguments); })));

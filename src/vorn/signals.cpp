@@ -27,6 +27,7 @@ sigset_t listened;  // written by signals() before the listener starts
 pthread_t listener;
 sem_t path_completed;
 bool listening = false;  // main thread only
+int (*status_at_once)() = [] { return EXIT_SUCCESS; };
 std::atomic<int> ended_by{0};
 std::atomic<bool> closing{false};  // relaxed suffices: the signal that follows it is the order
 
@@ -61,7 +62,7 @@ void* listen(void* /*arg*/) {
   sem_post(&path_completed);
   sigdelset(&listened, SIGALRM);
   if (sigwait(&listened, &signo) == 0 && !closing.load(std::memory_order_relaxed)) {
-    _exit(EXIT_SUCCESS);  // as the run would have ended, but for what keeps it
+    _exit(status_at_once());  // as the run would have ended, but for what keeps it
   }
   return nullptr;
 }
@@ -139,6 +140,10 @@ void signals() {
   if (using_timer()) {
     arm_timer();
   }
+}
+
+void use_status_at_once(int (*status)()) {
+  status_at_once = status;
 }
 
 void end_run() {

@@ -10,6 +10,11 @@
 /// Requires: no other thread exists; those started later leave these signals to the listener.
 void signals();
 
+/// Has `status` asked for the exit status of a process that a signal ends at once, after the
+/// shutdown path. Without it that is 0. Thread: the main one, before signals(); `status` is called
+/// on the listener, while the run's other threads may still run.
+void use_status_at_once(int (*status)());
+
 /// Ends the run in order, as SIGINT does; nothing if it is ending already. Returns at once.
 /// Thread: any.
 void end_run();

@@ -104,6 +104,31 @@ TEST_F(SignalsDeathTest, TheEndIsTheTimersOrNot) {
   });
 }
 
+/// Ends the run, and the process with a second signal, which only a completed path hears.
+[[noreturn]] void interrupt_twice() {
+  signals();
+  kill(getpid(), SIGINT);
+  eventually_ended();
+  wait_for_shutdown();
+  for (;;) {  // one that comes right behind the path is dropped with those that came during it
+    kill(getpid(), SIGINT);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
+TEST_F(SignalsDeathTest, ASecondInterruptEndsTheProcessAtOnce) {
+  EXPECT_EXIT(interrupt_twice(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(SignalsDeathTest, ASecondInterruptKeepsTheStatusThatTheRunHas) {
+  EXPECT_EXIT(
+      {
+        use_status_at_once([] { return 22; });
+        interrupt_twice();
+      },
+      testing::ExitedWithCode(22), "");
+}
+
 TEST_F(SignalsDeathTest, StoppedWithoutASignalReturnsAtOnce) {
   EXPECT_IN_CHILD([] {
     signals();
