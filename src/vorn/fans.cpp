@@ -13,17 +13,21 @@ namespace {
 // One batch at a time: all of them read, change and write the one force register.
 std::mutex batch;
 
-/// Does `work` with a connection of its own, alone. Returns 0, or -1 after printing why: outside of
-/// the lock, for whoever reads the messages may keep their writer waiting.
-int alone(const std::function<void(SMC&)>& work) {
-  std::optional<SMCException> failure;
+/// Does `work` with a connection of its own, alone. Returns nothing, or why that failed: not to be
+/// printed under the lock, for whoever reads the messages may keep their writer waiting.
+std::optional<SMCException> failure_of(const std::function<void(SMC&)>& work) {
   try {
     const std::lock_guard lock(batch);
     SMC smc;
     work(smc);
   } catch (const SMCException& thrown) {
-    failure = thrown;
+    return thrown;
   }
+  return std::nullopt;
+}
+
+/// Prints a failure. Returns 0 if there is none, or -1.
+int say(const std::optional<SMCException>& failure) {
   if (failure) {
     std::cerr << failure->description() + '\n';  // in one write, among what others print
     return -1;
@@ -44,25 +48,29 @@ void force_all(SMC& smc, const std::list<std::string>& names, unsigned int speed
 }  // namespace
 
 int set_fans(const std::list<std::string>& names, unsigned int speed) {
-  return alone([&](SMC& smc) { force_all(smc, names, speed); });
+  return say(failure_of([&](SMC& smc) { force_all(smc, names, speed); }));
 }
 
 int set_fans_in_run(const std::list<std::string>& names, unsigned int speed) {
-  return alone([&](SMC& smc) {
+  return say(failure_of([&](SMC& smc) {
     if (!params.terminate) {
       force_all(smc, names, speed);
     }
-  });
+  }));
 }
 
-int restore_fans(const std::list<std::string>& names) {
-  const int result = alone([&](SMC& smc) {
+GivenBack give_back_fans(const std::list<std::string>& names) {
+  const std::optional<SMCException> failure = failure_of([&](SMC& smc) {
     for (const std::string& fan : names) {
       smc.default_fan(fan);
     }
   });
-  if (result == 0) {
-    std::cerr << "Fans restored" << std::endl;
+  if (failure) {
+    return {.result = -1, .text = failure->description() + '\n'};
   }
-  return result;
+  return {.text = "Fans restored\n"};
+}
+
+int restore_fans(const std::list<std::string>& names) {
+  return give_back_fans(names).say();
 }

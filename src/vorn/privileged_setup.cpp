@@ -37,11 +37,9 @@ int setup_privileged() {
 void teardown_privileged() {
   const std::lock_guard lock(in_progress);
   uid.elevate();
-  if (setting_pstate()) {
-    restore_pstate();
-  }
-  if (setting_fans()) {
-    restore_fans(fans);
-  }
+  const GivenBack pstate_back = setting_pstate() ? give_back_pstate() : GivenBack{};
+  const GivenBack fans_back = setting_fans() ? give_back_fans(fans) : GivenBack{};
+  pstate_back.say();
+  fans_back.say();
   uid.relinquish();
 }

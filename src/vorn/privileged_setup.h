@@ -5,6 +5,7 @@
 /// the run has ended. Throws UIDException.
 int setup_privileged();
 
-/// Gives back the P-state, then the fans. Waits for a set-up that is under way.
+/// Gives back the P-state, then the fans, and says so when both are given back. Waits for a set-up
+/// that is under way.
 /// Throws UIDException. Thread: any.
 void teardown_privileged();

@@ -1,6 +1,10 @@
 #include "vorn/privileged_setup.h"
 
+#include <fcntl.h>
 #include <unistd.h>
+
+#include <chrono>
+#include <thread>
 
 #include "support/machine_fixture.h"
 #include "vorn/pstate_control.h"
@@ -70,6 +74,62 @@ TEST_F(PrivilegedSetup, SetsNothingOnceTheRunHasEnded) {
   printed_by(teardown_privileged);
   EXPECT_EQ(setup_privileged(), 0);
   EXPECT_EQ(controller->word("FS! "), 0U);
+}
+
+/// Standard error as a pipe that is full, whose reader has stopped reading.
+class StuckReader {
+ public:
+  StuckReader() : former_(dup(STDERR_FILENO)) {
+    EXPECT_EQ(pipe2(ends_, O_NONBLOCK), 0);
+    while (write(ends_[1], "x", 1) == 1) {
+    }
+    fcntl(ends_[1], F_SETFL, 0);
+    dup2(ends_[1], STDERR_FILENO);
+  }
+  StuckReader(const StuckReader&) = delete;
+  StuckReader& operator=(const StuckReader&) = delete;
+  ~StuckReader() {
+    close(former_);
+    close(ends_[0]);
+    close(ends_[1]);
+  }
+
+  /// Reads on until `text` is written. Returns what was written.
+  std::string read_on_to(const std::string& text) {
+    std::string all;
+    for (int tries = 0; tries < 10000 && !all.ends_with(text); ++tries) {
+      char some[4096];
+      for (ssize_t size = 0; (size = read(ends_[0], some, sizeof some)) > 0;) {
+        all.append(some, static_cast<std::size_t>(size));
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return all.substr(all.find_last_of('x') + 1);
+  }
+
+  /// Standard error is what it was. Requires: nobody writes.
+  void leave() { dup2(former_, STDERR_FILENO); }
+
+ private:
+  int former_;
+  int ends_[2]{};
+};
+
+TEST_F(PrivilegedSetup, GivesBothBackAlthoughNobodyReadsTheMessages) {
+  rpm = 2000;
+  pstate = 1;
+  ASSERT_EQ(setup_privileged(), 0);
+  StuckReader reader;
+  std::thread teardown(teardown_privileged);
+  for (int tries = 0; tries < 5000 && controller->word("FS! ") != 0; ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  const unsigned forced = controller->word("FS! ");
+  const std::string written = reader.read_on_to("Fans restored\n");
+  teardown.join();
+  reader.leave();
+  EXPECT_EQ(forced, 0U);
+  EXPECT_EQ(written, "Power balancing restored\nFans restored\n");
 }
 
 TEST_F(PrivilegedSetup, AFailedRestoreOfOneDoesNotKeepTheOtherBack) {

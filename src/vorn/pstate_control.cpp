@@ -1,6 +1,7 @@
 #include "vorn/pstate_control.h"
 
 #include <iostream>
+#include <sstream>
 
 #include "Assertion/assertion.h"
 #include "PlatformPlugin/PlatformPlugin.h"
@@ -25,19 +26,23 @@ int set_pstate(std::int32_t pstate) {
   return 0;
 }
 
-int restore_pstate() {
+GivenBack give_back_pstate() {
   if (platform == nullptr) {
-    return 0;
+    return {};
   }
   try {
     platform->default_state();
     platform->close();  // first: if that is refused, the object must live on
   } catch (PlatformPluginException& failure) {
-    std::cerr << failure << std::endl;
-    return -1;
+    std::ostringstream text;
+    text << failure << '\n';
+    return {.result = -1, .text = text.str()};
   }
   delete platform;
   platform = nullptr;
-  std::cerr << "Power balancing restored" << std::endl;
-  return 0;
+  return {.text = "Power balancing restored\n"};
+}
+
+int restore_pstate() {
+  return give_back_pstate().say();
 }

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "vorn/given_back.h"
+
 class PlatformPlugin;
 
 /// The one connection to the power plugin: null until a P-state is forced, and again after it was
@@ -12,6 +14,9 @@ extern PlatformPlugin* platform;
 /// Requires: effective user id 0.
 int set_pstate(std::int32_t pstate);
 
-/// Gives power management back, and says so; nothing if no P-state was forced. Returns 0, or -1
-/// after printing why. Requires: effective user id 0.
+/// Gives power management back; nothing if no P-state was forced. Prints nothing.
+/// Requires: effective user id 0.
+GivenBack give_back_pstate();
+
+/// The same, and says so. Returns 0, or -1 after printing why.
 int restore_pstate();
