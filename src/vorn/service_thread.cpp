@@ -1,10 +1,10 @@
 #include "vorn/service_thread.h"
 
 #include <semaphore.h>
-#include <sys/prctl.h>
 
 #include "Assertion/assertion.h"
 #include "Host/host.h"
+#include "Process/prompt_wakeups.h"
 #include "vorn/module.h"
 
 namespace {
@@ -29,8 +29,7 @@ void* begin(void* argument) {
   if (result != 0) {
     return nullptr;
   }
-  // Kernels before 6.12 wake even fixed-priority threads from timed waits up to 50 us late.
-  prctl(PR_SET_TIMERSLACK, 1UL);
+  process::wake_promptly();
   return body(nullptr);
 }
 

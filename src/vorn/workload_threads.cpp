@@ -8,6 +8,7 @@
 
 #include "Assertion/assertion.h"
 #include "Host/host.h"
+#include "Process/prompt_wakeups.h"
 #include "Workload/Workload.h"
 #include "Workload/WorkloadFactory.h"
 #include "vorn/module.h"
@@ -28,6 +29,7 @@ void init_numbered_thread(NumberedThread& thread, unsigned t) {
 
 void* numbered_thread(void* arg) {
   auto* thread = static_cast<NumberedThread*>(arg);
+  process::wake_promptly();  // those who wait for the waveform sleep by timers of their own
   workload_placement->begin(thread->number, thread->core);
   return workload_thread(static_cast<struct workload_thread*>(thread));
 }

@@ -1,5 +1,7 @@
 #include "vorn/workload_threads.h"
 
+#include <sys/prctl.h>
+
 #include <atomic>
 #include <cerrno>
 #include <mutex>
@@ -22,7 +24,7 @@ class NotingFactory : public WorkloadFactory {
   class Noting : public Workload {
    public:
     Noting(unsigned core, unsigned priority) : Workload(core, priority) {}
-    void run(workload_params* /*params*/) override {}
+    void run(workload_params* /*params*/) override { slack_ns = prctl(PR_GET_TIMERSLACK); }
   };
 
   Workload* make(unsigned core, unsigned priority) override {
@@ -34,6 +36,7 @@ class NotingFactory : public WorkloadFactory {
   std::string name() override { return "noting"; }
   std::string description() override { return "for tests"; }
 
+  static inline std::atomic<int> slack_ns{0};  ///< of the thread that ran last
   std::atomic<int> made{0};
   std::atomic<unsigned> last_core{0};
   std::atomic<std::thread::id> last_thread{};
@@ -130,6 +133,17 @@ TEST_F(WorkloadThreads, SpawnReturnsWhenAllHaveEnded) {
   EXPECT_EQ(noting_.made, 8);
   EXPECT_NE(noting_.last_thread.load(), std::this_thread::get_id());
   EXPECT_EQ(fake_host::state().role_calls, 1);
+}
+
+// Those who wait for the waveform sleep until it is on; 50 us later would be late.
+TEST_F(WorkloadThreads, AreWokenFromTimedWaitsWithoutDelay) {
+  for (const unsigned threads : {1U, 2U}) {
+    cores = threads;
+    prctl(PR_SET_TIMERSLACK, 50000UL);
+    NotingFactory::slack_ns = 0;
+    EXPECT_EQ(spawn_workloads(), 0);
+    EXPECT_EQ(NotingFactory::slack_ns, 1) << threads;
+  }
 }
 
 #if !defined(__SANITIZE_ADDRESS__)  // the record of a thread that never ran is not freed
