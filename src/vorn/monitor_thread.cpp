@@ -37,6 +37,11 @@ SampleObserver* sample_observer = nullptr;
 
 SamplingReport report;  // the monitor thread's; whoever joins it may read
 
+ClockPair since(const ClockPair& start) {
+  const ClockPair present = both_clocks();
+  return {present.wall - start.wall, present.monotonic - start.monotonic};
+}
+
 /// Waits for the next point of the grid of whole periods since `start`. Counted from when the wait
 /// begins, so that a write that blocks does not move the next reading off the grid.
 void wait_for_the_grid(double start, double period) {
@@ -58,22 +63,23 @@ SamplingGrid sample_into(SampleFile& file, DiskCommit& commit) {
   SMC smc(keys);
   std::list<float> sample;
   std::string line;
-  const double start = now();
+  const ClockPair start = both_clocks();
   const double period = 1.0 / monitor_rate;
   SamplingGrid grid(period);
   while (!params.terminate) {
     smc.sample(sample);
-    const double elapsed = now() - start;
+    const ClockPair time = since(start);
+    const double elapsed = time.wall;
     format_sample(line, elapsed, sample);
     write_line(file, line);
-    grid.taken(elapsed);
+    grid.taken(time);
     if (sample_observer != nullptr) {
       sample_observer->sample_taken(elapsed);
     }
     commit.line_written();
-    wait_for_the_grid(start, period);
+    wait_for_the_grid(start.wall, period);
   }
-  grid.ended(now() - start);
+  grid.ended(since(start));
   return grid;
 }
 

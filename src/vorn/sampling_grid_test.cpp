@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <initializer_list>
+#include <limits>
 
 namespace {
 
@@ -11,9 +13,23 @@ constexpr double kPeriod = 0.1;
 SamplingGrid grid_of(std::initializer_list<double> times, double end) {
   SamplingGrid grid(kPeriod);
   for (const double time : times) {
-    grid.taken(time);
+    grid.taken({time, time});
   }
-  grid.ended(end);
+  grid.ended({end, end});
+  return grid;
+}
+
+/// Samples of a wall clock that is set by `step` seconds between the third and the fourth, and
+/// those after it on the points that it then shows.
+SamplingGrid grid_across(double step, double next, double end) {
+  SamplingGrid grid(kPeriod);
+  for (const double time : {0.0, 0.1, 0.2}) {
+    grid.taken({time, time});
+  }
+  grid.taken({0.3 + step, 0.3});
+  grid.taken({next, next - step});
+  grid.taken({next + kPeriod, next + kPeriod - step});
+  grid.ended({end, end - step});
   return grid;
 }
 
@@ -56,10 +72,45 @@ TEST(SamplingGrid, DoesNotMissAPointThatTheEndOvertook) {
   EXPECT_EQ(grid_of({0.0, 0.1}, 0.24).left_out(), 0U);
 }
 
-TEST(SamplingGrid, SurvivesAClockThatIsSetBack) {
-  const SamplingGrid grid = grid_of({0.0, 0.1, 0.2, -5.0, -4.9}, -4.85);
+TEST(SamplingGrid, FindsNothingWrongWithAClockThatIsSet) {
+  for (const SamplingGrid& grid :
+       {grid_across(0.037, 0.4, 0.55), grid_across(0.063, 0.4, 0.55),
+        grid_across(3600.05, 3600.4, 3600.55), grid_across(-0.037, 0.3, 0.45),
+        grid_across(-0.063, 0.3, 0.45), grid_across(-0.25, 0.1, 0.25)}) {
+    EXPECT_EQ(grid.late(), 0U);
+    EXPECT_EQ(grid.left_out(), 0U);
+    EXPECT_EQ(grid.points(), 6U);
+    EXPECT_LT(grid.longest_gap(), 0.15);
+  }
+}
+
+TEST(SamplingGrid, CountsWhatIsLeftOutAfterAClockWasSet) {
+  SamplingGrid grid(kPeriod);
+  grid.taken({0.0, 0.0});
+  grid.taken({50.35, 0.35});
+  EXPECT_EQ(grid.late(), 1U);
+  EXPECT_EQ(grid.left_out(), 2U) << "at 50.1 and 50.2";
+  EXPECT_DOUBLE_EQ(grid.longest_gap(), 0.35);
+}
+
+TEST(SamplingGrid, IsNotMisledByAClockThatIsSetBeforeTheEnd) {
+  SamplingGrid grid(kPeriod);
+  grid.taken({0.0, 0.0});
+  grid.ended({3600.05, 0.05});
   EXPECT_EQ(grid.left_out(), 0U);
-  EXPECT_EQ(grid.points(), 5U);
+}
+
+TEST(SamplingGrid, CountsOnWithAPeriodThatNoClockCanFollow) {
+  for (const double rate : {1e300, std::numeric_limits<double>::infinity()}) {
+    SamplingGrid grid(1.0 / rate);
+    for (const double time : {1e-5, 0.1, 0.2}) {
+      grid.taken({time, time});
+    }
+    grid.ended({0.3, 0.3});
+    EXPECT_GT(grid.left_out(), 1000000000000000000U);
+    EXPECT_LE(grid.left_out(), grid.points());
+    EXPECT_LT(grid.points(), std::uint64_t{1} << 63U);
+  }
 }
 
 }  // namespace

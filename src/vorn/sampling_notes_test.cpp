@@ -52,7 +52,7 @@ TEST(SamplingNotes, CountWhatWasLateAndLeftOut) {
   SamplingGrid grid(0.1);
   EXPECT_TRUE(notes_on_grid(grid).empty());
   for (const double time : {0.0, 0.1, 0.38, 0.4}) {
-    grid.taken(time);
+    grid.taken({time, time});
   }
   EXPECT_EQ(only(notes_on_grid(grid)),
             "of 5 samples 1 were late and 1 left out, the longest gap was 0.28 s; fewer samples a "
