@@ -1,5 +1,6 @@
 #include "engine/session.h"
 
+#include <cerrno>
 #include <cmath>
 #include <csignal>
 #include <cstring>
@@ -116,10 +117,20 @@ std::optional<Refusal> Session::refuse() const {
 }
 
 std::optional<Refusal> Session::open_samples() {
-  if (!request_.header) {
+  if (!using_monitor_thread()) {
     return std::nullopt;
   }
-  auto file = std::make_unique<SampleFile>(output);
+  // The opening of a pipe would wait for its reader, and the run for the opening.
+  auto file = std::make_unique<SampleFile>(output, SampleFile::Unread::fails);
+  if (const int error = file->open_error(); error != 0) {
+    const char* const why = error == ENXIO ? "nobody reads this pipe" : std::strerror(error);
+    return Refusal{ExitStatus::kFileRefused,
+                   "--output " + quoted(output) + " cannot be opened: " + why};
+  }
+  if (!request_.header) {
+    use_sample_file(std::move(file));
+    return std::nullopt;
+  }
   for (const std::string& line : sample_header(keys, inspection::keys())) {
     if (!file->write_line(line)) {
       return Refusal{ExitStatus::kFileRefused,

@@ -17,10 +17,12 @@ namespace {
 
 constexpr mode_t kReadableAndWritable = 0666;  // less what the user's umask takes
 
-int open_to_write(const char* path) {
+int open_to_write(const char* path, SampleFile::Unread unread) {
+  const int at_once = unread == SampleFile::Unread::fails ? O_NONBLOCK : 0;
   int descriptor = -1;
   do {
-    descriptor = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kReadableAndWritable);
+    descriptor =
+        open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | at_once, kReadableAndWritable);
   } while (descriptor < 0 && errno == EINTR);
   return descriptor;
 }
@@ -33,10 +35,10 @@ void wait_for_room(int descriptor) {
 
 }  // namespace
 
-SampleFile::SampleFile(std::string path)
+SampleFile::SampleFile(std::string path, Unread unread)
     : path_(std::move(path)),
       owned_(path_ != "-"),
-      descriptor_(owned_ ? open_to_write(path_.c_str()) : STDOUT_FILENO),
+      descriptor_(owned_ ? open_to_write(path_.c_str(), unread) : STDOUT_FILENO),
       open_error_(descriptor_ < 0 ? errno : 0),
       error_(open_error_) {}
 

@@ -11,9 +11,14 @@
 /// Thread: one at a time; the counts may be read by any once the writer has been joined.
 class SampleFile {
  public:
-  /// Opens `path` and empties it, or creates it; "-" is standard output as it stands. Blocks, as
-  /// the opening of a pipe does, until somebody reads.
-  explicit SampleFile(std::string path);
+  /// What the opening of a pipe does that nobody reads.
+  enum class Unread {
+    waits,  ///< until somebody reads
+    fails,  ///< with ENXIO, at once
+  };
+
+  /// Opens `path` and empties it, or creates it; "-" is standard output as it stands.
+  explicit SampleFile(std::string path, Unread unread = Unread::waits);
   SampleFile(const SampleFile&) = delete;
   SampleFile& operator=(const SampleFile&) = delete;
   /// As close().

@@ -93,6 +93,18 @@ TEST_F(SampleFiles, CountEveryLineAsLostIfTheyCannotBeOpened) {
   EXPECT_EQ(file.error(), ENOENT);
 }
 
+TEST_F(SampleFiles, ThatArePipesWithoutAReaderFailAtOnceIfToldTo) {
+  const std::string pipe = testing::TempDir() + "sample_file_pipe";
+  unlink(pipe.c_str());
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_EQ(SampleFile(pipe, SampleFile::Unread::fails).open_error(), ENXIO);
+  const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+  SampleFile file(pipe, SampleFile::Unread::fails);
+  EXPECT_TRUE(file.write_line("0\n"));
+  close(reader);
+  unlink(pipe.c_str());
+}
+
 TEST_F(SampleFiles, OnAFullDeviceLoseTheirLinesAndSayWhy) {
   SampleFile file("/dev/full");
   EXPECT_EQ(file.open_error(), 0);

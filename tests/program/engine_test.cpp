@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <chrono>
 #include <csignal>
@@ -87,6 +88,15 @@ TEST(Engine, WhatCannotBeDoneHereIsRefusedWithAStatusForEachReason) {
   expect_refused({"-w", "fma", "--at", in(60)}, 13, "--at is ignored by \"fma\"");
   expect_refused({"-w", "bfma", "--at", in(-60)}, 14, "--at lies ");
   expect_refused({"-w", "bfma", "-m", "--at", in(0.3)}, 14, "--at is only ");
+}
+
+TEST(Engine, APipeThatNobodyReadsIsRefused) {
+  const OpenFolder folder;
+  const std::string pipe = folder.file("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0666), 0);
+  ASSERT_EQ(chmod(pipe.c_str(), 0666), 0);
+  expect_refused({"-m", "-o", pipe, "-t", "1"}, 10,
+                 "--output \"" + pipe + "\" cannot be opened: nobody reads this pipe");
 }
 
 TEST(Engine, EveryLoadRunsAndSaysWhatItDid) {
