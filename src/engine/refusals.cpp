@@ -32,6 +32,17 @@ std::optional<Refusal> file_refused(const std::string& option, const std::string
                                                "; name a file in a folder of yours"};
 }
 
+bool look_at(const std::string& path, struct stat& status) {
+  return (path == "-" ? fstat(STDOUT_FILENO, &status) : stat(path.c_str(), &status)) == 0;
+}
+
+bool is_one_file(const std::string& a, const std::string& b) {
+  struct stat of_a {};
+  struct stat of_b {};
+  return look_at(a, of_a) && look_at(b, of_b) && S_ISREG(of_a.st_mode) &&
+         of_a.st_dev == of_b.st_dev && of_a.st_ino == of_b.st_ino;
+}
+
 }  // namespace
 
 std::optional<Refusal> refuse_rights(bool privileged) {
@@ -116,6 +127,19 @@ std::optional<Refusal> refuse_file(const std::string& option, const std::string&
   return std::nullopt;
 }
 
+std::optional<Refusal> refuse_shared_file(const std::vector<NamedFile>& files) {
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    for (std::size_t j = i + 1; j < files.size(); ++j) {
+      if ((files[i].written || files[j].written) && is_one_file(files[i].path, files[j].path)) {
+        return Refusal{ExitStatus::kFileRefused, files[i].option + " and " + files[j].option +
+                                                     " name one file, \"" + files[i].path +
+                                                     "\"; give each its own"};
+      }
+    }
+  }
+  return std::nullopt;
+}
+
 std::optional<Refusal> refuse_keys(const Request& request) {
   std::list<std::string> asked;
   if (monitor) {
@@ -136,6 +160,23 @@ std::optional<Refusal> refuse_keys(const Request& request) {
     }
   }
   return std::nullopt;
+}
+
+std::vector<NamedFile> named_files(const Request& request) {
+  std::vector<NamedFile> files;
+  if (request.profile) {
+    files.push_back({"--profile", *request.profile, false});
+  }
+  if (request.edges) {
+    files.push_back({"--edges", *request.edges, false});
+  }
+  if (request.record) {
+    files.push_back({"--record", *request.record, true});
+  }
+  if (using_monitor_thread()) {
+    files.push_back({"--output", output, true});
+  }
+  return files;
 }
 
 bool is_switched(const Request& request) {

@@ -34,8 +34,22 @@ std::optional<Refusal> refuse_binding(const Request& request, std::optional<unsi
 /// it is lost. `option`: who named it. A pipe is not opened: its reader would see it closed again.
 std::optional<Refusal> refuse_file(const std::string& option, const std::string& path);
 
+/// A file of the run, as an option names it.
+struct NamedFile {
+  std::string option;
+  std::string path;  ///< "-": standard output
+  bool written;      ///< or read
+};
+
+/// One file, by whatever names, that is to be written for one purpose and has another: the second
+/// would destroy what the first holds. Devices and pipes hold nothing.
+std::optional<Refusal> refuse_shared_file(const std::vector<NamedFile>& files);
+
 /// A key that is to be sampled or limited, and cannot be read. Reads each once.
 std::optional<Refusal> refuse_keys(const Request& request);
+
+/// The files of this run. Reads vorn's settings too.
+std::vector<NamedFile> named_files(const Request& request);
 
 /// Whether the run's waveform switches the load, or is steady once it has begun.
 bool is_switched(const Request& request);

@@ -128,6 +128,35 @@ TEST_F(Refusals, APipeIsNotOpened) {
   EXPECT_EQ(text_of(refuse_file("--output", path("pipe"))), "none");
 }
 
+TEST_F(Refusals, AFileHasOnePurpose) {
+  std::ofstream(path("file")) << "kept";
+  fs::create_symlink(path("file"), path("link"));
+  const auto refusal =
+      refuse_shared_file({{"--edges", path("file"), false}, {"--record", path("link"), true}});
+  EXPECT_EQ(status_of(refusal), ExitStatus::kFileRefused);
+  EXPECT_EQ(text_of(refusal),
+            "--edges and --record name one file, \"" + path("file") + "\"; give each its own");
+  std::ofstream(path("other"));
+  EXPECT_EQ(text_of(refuse_shared_file(
+                {{"--record", path("file"), true}, {"--output", path("other"), true}})),
+            "none");
+  EXPECT_EQ(text_of(refuse_shared_file(
+                {{"--record", "/dev/null", true}, {"--output", "/dev/null", true}})),
+            "none")
+      << "it holds nothing";
+}
+
+TEST_F(Refusals, TheFilesOfARunAreThoseThatItUses) {
+  const auto count = [&] { return named_files(request_).size(); };
+  output = path("samples");
+  EXPECT_EQ(count(), 0U);
+  monitor = true;
+  EXPECT_EQ(count(), 1U);
+  request_.profile = path("profile");
+  request_.record = path("record");
+  EXPECT_EQ(count(), 3U);
+}
+
 TEST_F(Refusals, AKeyThatTheMachineDoesNotHaveIsNamed) {
   monitor = true;
   keys = {"PC0C", "TXXX"};
