@@ -1,10 +1,14 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
+#include <thread>
 
 #include "program/samples.h"
 #include "program/vorn_program.h"
@@ -99,6 +103,20 @@ TEST(Engine, APipeThatNobodyReadsIsRefused) {
                  "--output \"" + pipe + "\" cannot be opened: nobody reads this pipe");
 }
 
+TEST(Engine, AFileForTwoPurposesIsRefusedAndKept) {
+  const OpenFolder folder;
+  const std::string edges = folder.file("edges");
+  std::ofstream(edges) << "50000\n";
+  ASSERT_EQ(chmod(edges.c_str(), 0666), 0);
+  expect_refused({"-w", "bspin", "--edges", edges, "--record", edges}, 10,
+                 "--edges and --record name one file");
+  expect_refused({"-w", "bspin", "--edges", edges, "-m", "-o", edges}, 10,
+                 "--edges and --output name one file");
+  std::string kept;
+  std::getline(std::ifstream(edges), kept);
+  EXPECT_EQ(kept, "50000");
+}
+
 TEST(Engine, EveryLoadRunsAndSaysWhatItDid) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   for (const char* load : {"fma", "mem", "cache", "mix", "int", "bfma", "bmix", "bspin"}) {
@@ -144,10 +162,39 @@ TEST(Engine, LinesThatAreLostEndInAStatusOfTheirOwn) {
   EXPECT_EQ(outcome.status, 21) << outcome.err;
 }
 
+TEST(Engine, SamplesThatAreLeftOutEndInTheSameStatus) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const OpenFolder folder;
+  const std::string pipe = folder.file("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0666), 0);
+  ASSERT_EQ(chmod(pipe.c_str(), 0666), 0);
+  // A reader that takes what fills the pipe only after half of the run.
+  const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  ASSERT_GE(reader, 0);
+  fcntl(reader, F_SETPIPE_SZ, 4096);
+  Running running(engine({"-m", "-r", "2000", "-o", pipe, "-w", "bspin", "-f", "10", "-t", "2"}));
+  ASSERT_TRUE(running.wait_until_catching());
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+  std::thread taker([&] {
+    char taken[4096];
+    for (pollfd more{.fd = reader, .events = POLLIN, .revents = 0}; poll(&more, 1, -1) > 0;) {
+      if (read(reader, taken, sizeof taken) <= 0) {
+        return;
+      }
+    }
+  });
+  const Outcome outcome = running.wait();
+  taker.join();
+  close(reader);
+  EXPECT_EQ(outcome.status, 21) << outcome.err;
+  EXPECT_NE(outcome.err.find(" left out"), std::string::npos) << outcome.err;
+  EXPECT_EQ(outcome.err.find("lost"), std::string::npos) << outcome.err;
+}
+
 TEST(Engine, TheSampleFileMayBeginWithWhatItsColumnsAre) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   const Outcome outcome =
-      run({"-m", "-r", "10", "-k", "PC0C", "-k", "TC0D", "--header", "-w", "bspin", "-t", "0.8"});
+      run({"-m", "-r", "4", "-k", "PC0C", "-k", "TC0D", "--header", "-w", "bspin", "-t", "0.8"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_TRUE(
       outcome.out.starts_with("# time\ts\tsince the first sample\n"
