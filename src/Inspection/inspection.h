@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -17,6 +18,9 @@ struct Key {
 
 /// Every key of the machine's controller.
 std::vector<Key> keys();
+
+/// How many P-states can be forced; 0 if the machine has none, or does not show them.
+std::size_t pstates();
 
 /// One line of what a run can do here, or cannot.
 struct Finding {

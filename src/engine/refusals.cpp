@@ -12,6 +12,7 @@
 
 #include "SMC/SMC.h"
 #include "Workload/WorkloadFactory.h"
+#include "vorn/machine_notes.h"
 #include "vorn/settings.h"
 #include "vorn/workload_threads.h"
 
@@ -177,6 +178,31 @@ std::vector<NamedFile> named_files(const Request& request) {
     files.push_back({"--output", output, true});
   }
   return files;
+}
+
+std::optional<Refusal> refuse_fans() {
+  if (!setting_fans()) {
+    return std::nullopt;
+  }
+  const Notes notes = notes_on_fans(ask_machine(fans, KeyUse::fans));
+  if (notes.empty()) {
+    return std::nullopt;
+  }
+  return Refusal{ExitStatus::kKeyUnknown, notes.front().text};
+}
+
+std::optional<Refusal> refuse_pstate(std::size_t count) {
+  if (!setting_pstate() || (pstate >= 0 && static_cast<std::size_t>(pstate) < count)) {
+    return std::nullopt;
+  }
+  std::ostringstream text;
+  text << "--pstate " << pstate << ": this machine has ";
+  if (count == 0) {
+    text << "no P-states; root always forces one, so start the program not as root";
+  } else {
+    text << "0 to " << count - 1;
+  }
+  return Refusal{ExitStatus::kRightMissing, text.str()};
 }
 
 bool is_switched(const Request& request) {

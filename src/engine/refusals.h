@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -50,6 +51,13 @@ std::optional<Refusal> refuse_keys(const Request& request);
 
 /// The files of this run. Reads vorn's settings too.
 std::vector<NamedFile> named_files(const Request& request);
+
+/// A fan that the machine does not have. Asks the machine, and changes nothing. Reads vorn's
+/// settings.
+std::optional<Refusal> refuse_fans();
+
+/// A P-state that the machine does not have; it has `count`. Reads vorn's settings.
+std::optional<Refusal> refuse_pstate(std::size_t count);
 
 /// Whether the run's waveform switches the load, or is steady once it has begun.
 bool is_switched(const Request& request);

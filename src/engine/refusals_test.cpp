@@ -165,6 +165,31 @@ TEST_F(Refusals, AKeyThatTheMachineDoesNotHaveIsNamed) {
   EXPECT_TRUE(text_of(refusal).starts_with("key \"TXXX\" cannot be read: ")) << text_of(refusal);
 }
 
+TEST_F(Refusals, AFanThatTheMachineDoesNotHaveIsNamedBeforeAnyIsChanged) {
+  rpm = 3000;
+  fans = {"F0Tg", "F9Tg"};
+  const auto refusal = refuse_fans();
+  EXPECT_EQ(status_of(refusal), ExitStatus::kKeyUnknown);
+  EXPECT_TRUE(text_of(refusal).starts_with("this machine has no fan \"F9Tg\"; ")) << text_of(refusal);
+  EXPECT_TRUE(written_to("F0Tg").empty());
+  fans = {"F0Tg"};
+  EXPECT_EQ(text_of(refuse_fans()), "none");
+  rpm = 0;
+  fans = {"F9Tg"};
+  EXPECT_EQ(text_of(refuse_fans()), "none") << "they are left alone";
+}
+
+TEST_F(Refusals, APStateIsOneOfTheMachines) {
+  pstate = 8;
+  EXPECT_EQ(status_of(refuse_pstate(8)), ExitStatus::kRightMissing);
+  EXPECT_EQ(text_of(refuse_pstate(8)), "--pstate 8: this machine has 0 to 7");
+  EXPECT_EQ(text_of(refuse_pstate(9)), "none");
+  pstate = -2;
+  EXPECT_EQ(text_of(refuse_pstate(8)), "--pstate -2: this machine has 0 to 7");
+  pstate = -1;
+  EXPECT_EQ(text_of(refuse_pstate(0)), "none") << "it is left alone";
+}
+
 TEST_F(Refusals, KeysThatAreNotReadMayBeMissing) {
   keys = {"TXXX"};
   EXPECT_EQ(text_of(refuse_keys(request_)), "none");

@@ -102,6 +102,14 @@ std::optional<Refusal> Session::refuse() const {
   if (auto refusal = refuse_keys(request_)) {
     return refusal;
   }
+  if (uid.privileged()) {
+    if (auto refusal = refuse_fans()) {
+      return refusal;
+    }
+    if (auto refusal = refuse_pstate(setting_pstate() ? inspection::pstates() : 0)) {
+      return refusal;
+    }
+  }
   if (auto refusal = refuse_start(request_, read_clocks().wall_ns, monitor)) {
     return refusal;
   }

@@ -94,6 +94,16 @@ TEST(Engine, WhatCannotBeDoneHereIsRefusedWithAStatusForEachReason) {
   expect_refused({"-w", "bfma", "-m", "--at", in(0.3)}, 14, "--at is only ");
 }
 
+TEST(Engine, FansAndPStatesThatTheMachineDoesNotHaveAreRefusedBeforeAnythingIsChanged) {
+  SKIP_UNLESS_MAY_RUN(As::kRoot);
+  const Outcome fan = program::run(engine({"-a", "F9Tg", "-s", "3000", "-t", "1"}, As::kRoot));
+  EXPECT_EQ(fan.status, 11) << fan.err;
+  const Outcome pstate = program::run(engine({"-p", "99", "-s", "3000", "-t", "1"}, As::kRoot));
+  EXPECT_EQ(pstate.status, 12) << pstate.err;
+  EXPECT_NE(pstate.err.find("--pstate 99: this machine has 0 to 7"), std::string::npos)
+      << pstate.err;
+}
+
 TEST(Engine, APipeThatNobodyReadsIsRefused) {
   const OpenFolder folder;
   const std::string pipe = folder.file("pipe");

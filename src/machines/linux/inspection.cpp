@@ -5,6 +5,7 @@
 #include "machines/linux/checkup/facts.h"
 #include "machines/linux/checkup/judgement.h"
 #include "machines/linux/checkup/work.h"
+#include "machines/linux/cpufreq/pstates.h"
 #include "machines/linux/this_machine.h"
 
 using linux_machine::this_machine;
@@ -16,6 +17,11 @@ std::vector<inspection::Key> inspection::keys() {
     keys.push_back({key.name(), key.source, key.moves_fan_when_read});
   }
   return keys;
+}
+
+std::size_t inspection::pstates() {
+  const auto cpufreq = linux_machine::read_cpufreq(this_surroundings().sys);
+  return cpufreq ? linux_machine::count_pstates(cpufreq->policies) : 0;
 }
 
 std::vector<inspection::Finding> inspection::check() {

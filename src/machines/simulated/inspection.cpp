@@ -2,6 +2,7 @@
 
 #include "machines/linux_kernel.h"
 #include "machines/simulated/keys.h"
+#include "machines/simulated/power.h"
 
 namespace {
 
@@ -23,6 +24,10 @@ std::vector<inspection::Key> inspection::keys() {
     keys.push_back({name_of(key.code), "simulated", false});
   }
   return keys;
+}
+
+std::size_t inspection::pstates() {
+  return simulated::kPStates.size();
 }
 
 std::vector<inspection::Finding> inspection::check() {
