@@ -302,6 +302,27 @@ TEST(Engine, AnAgreedStartThatALoadMissesEndsInItsStatus) {
       << outcome.err;
 }
 
+TEST(Engine, AWrongResultIsSaidRecordedAndTheStatus) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const OpenFolder folder;
+  program::Command command =
+      engine({"-w", "int", "-c", "2", "-t", "1", "--record", folder.file("record")});
+  command.path = VORN_ENGINE_FAULTY_PROGRAM;
+  const Outcome outcome = program::run(command);
+  EXPECT_EQ(outcome.status, 22) << outcome.err;
+  EXPECT_NE(outcome.err.find("hardware error: thread 1 computed a wrong result on core "),
+            std::string::npos)
+      << outcome.err;
+  EXPECT_NE(outcome.err.find("hardware error: 2 wrong results in all"), std::string::npos)
+      << outcome.err;
+  const RecordReader reader(folder.file("record"));
+  const auto errors = reader.of("error");
+  ASSERT_EQ(errors.size(), 2U);
+  EXPECT_EQ(errors[0][4], "wrong result");
+  EXPECT_EQ(reader.of("end").front()[2], "22");
+  EXPECT_EQ(reader.of("end").front()[3], "run time over");
+}
+
 TEST(Engine, ASignalEndsARunInOrder) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   const OpenFolder folder;
