@@ -21,7 +21,7 @@ std::string boot_of(const std::string& proc) {
 
 }  // namespace
 
-void append_head(std::string& text, const RecordPlan& plan) {
+void append_head(std::string& text, const RecordPlan& plan, const ClockReading& made) {
   Line(text, "vorn-record").add(kVersion);
   Line(text, "program").add(plan.program).add(plan.version);
   utsname host{};
@@ -38,10 +38,9 @@ void append_head(std::string& text, const RecordPlan& plan) {
     Line(text, "setting").add(name).add(value);
   }
   Line(text, "threads").add(plan.threads);
-  append_clocks(text);
+  append_clocks(text, made);
 }
 
-void append_clocks(std::string& text) {
-  const ClockReading reading = clock_reading();
+void append_clocks(std::string& text, const ClockReading& reading) {
   Line(text, "clock").add(reading.monotonic_ns).add(reading.wall_ns).add(reading.width_ns);
 }

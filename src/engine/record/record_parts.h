@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/record/clock_reading.h"
 #include "engine/record/edge_log.h"
 #include "engine/record/record.h"
 #include "engine/record/record_file.h"
@@ -49,6 +50,8 @@ class Signal {
 struct RecordParts {
   explicit RecordParts(RecordPlan the_plan);
 
+  /// Before any event: the writer may come to its first line only when the load lets it.
+  const ClockReading made = clock_reading();
   EdgeLog edges;
   Ring<SampleEvent> samples;
   WordQueue words;

@@ -13,6 +13,8 @@
 #include <thread>
 
 #include "engine/record/clock_reading.h"
+#include "engine/record/record_parts.h"
+#include "engine/record/record_writer.h"
 #include "engine/record/ring.h"
 #include "support/record_reader.h"
 #include "vorn/edge_observer.h"
@@ -92,6 +94,16 @@ TEST_F(TheRecord, HoldsBothClocksSideBySide) {
     const std::int64_t offset = number(clock[2]) - number(clock[1]);
     EXPECT_NEAR(static_cast<double>(offset - (before.wall_ns - before.monotonic_ns)), 0.0, 5e6);
   }
+}
+
+TEST_F(TheRecord, ItsFirstClocksAreOfBeforeTheRunHoweverLateTheWriterIs) {
+  RecordParts parts(plan());
+  const std::int64_t made_ns = clock_reading().monotonic_ns;
+  while (clock_reading().monotonic_ns < made_ns + 1000) {
+  }
+  parts.ending.set();
+  RecordWriter(parts).write_until_the_end();
+  EXPECT_LE(number(RecordReader(path_).of("clock").front()[1]), made_ns);
 }
 
 TEST_F(TheRecord, SaysEachEdgeAndHowEachThreadFollowedIt) {

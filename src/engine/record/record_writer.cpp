@@ -45,7 +45,7 @@ RecordWriter::RecordWriter(RecordParts& parts)
 }
 
 void RecordWriter::write_until_the_end() {
-  append_head(text_, parts_.plan);
+  append_head(text_, parts_.plan, parts_.made);
   say_processors(now_ns());
   write_out();
   std::int64_t looked_ns = now_ns();
@@ -203,7 +203,7 @@ void RecordWriter::say_what_was_dropped() {
 }
 
 void RecordWriter::look_at_the_machine() {
-  append_clocks(text_);
+  append_clocks(text_, clock_reading());
   for (const auto& thread : parts_.threads) {
     if (thread->state() != ThreadRecord::State::expected) {
       say_use(*thread, now_ns());
