@@ -1,6 +1,8 @@
 #include "engine/record_plan.h"
 
-#include <sstream>
+#include <array>
+#include <charconv>
+#include <concepts>
 
 #include "engine/loads/vector_target.h"
 #include "engine/run_length.h"
@@ -14,13 +16,20 @@ namespace engine {
 
 namespace {
 
+constexpr double kNsPerSecond = 1e9;
+
 using Setting = std::pair<std::string, std::string>;
 
-template <typename Value>
-std::string text(const Value& value) {
-  std::ostringstream out;
-  out << value;
-  return out.str();
+std::string text(std::integral auto number) {
+  return std::to_string(number);
+}
+
+/// The shortest text that is this number.
+template <std::floating_point Number>
+std::string text(Number value) {
+  std::array<char, 32> digits{};
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+  return {digits.data(), end};
 }
 
 template <typename List>
@@ -59,7 +68,8 @@ RecordPlan plan_record(const Request& request, const std::vector<std::string>& a
       {request.pin ? "bound_cores" : "cores", processors(threads)},
       {"frequency_hz", text(frequency)},
       {"inverted", text(invert)},
-      {"run_time_s", text(1e-9 * static_cast<double>(run_length(request.length_ns).value_or(0)))},
+      {"run_time_s",
+       text(static_cast<double>(run_length(request.length_ns).value_or(0)) / kNsPerSecond)},
   };
   if (waveform.description != nullptr) {
     settings.emplace_back("waveform", waveform.description);

@@ -1,0 +1,44 @@
+#include "engine/record_plan.h"
+
+#include "support/settings_fixture.h"
+#include "vorn/settings.h"
+
+namespace engine {
+namespace {
+
+class ARecordsPlan : public SettingsFixture {
+ protected:
+  ARecordsPlan() { workloads = {"bfma"}; }
+
+  std::string setting(const std::string& name) {
+    request_.record = "record";
+    for (const auto& [known, value] : plan_record(request_, {}).settings) {
+      if (known == name) {
+        return value;
+      }
+    }
+    return "none";
+  }
+
+  Request request_;
+};
+
+TEST_F(ARecordsPlan, HasTheRunTimeThatWasAskedForWhateverTheTimerIsSetTo) {
+  additional_time_us = 3000000;
+  trial_time = 90;
+  EXPECT_EQ(setting("run_time_s"), "90");
+  request_.length_ns = 300000000;
+  EXPECT_EQ(setting("run_time_s"), "0.3");
+}
+
+TEST_F(ARecordsPlan, HasEveryDigitOfANumber) {
+  frequency = 1234.56789;
+  request_.length_ns = 12345678000;
+  request_.limits = {{"TC0D", 95.1F}};
+  EXPECT_EQ(setting("frequency_hz"), "1234.56789");
+  EXPECT_EQ(setting("run_time_s"), "12.345678");
+  EXPECT_EQ(setting("limits"), "TC0D=95.1");
+}
+
+}  // namespace
+}  // namespace engine
