@@ -72,14 +72,17 @@ void Record::sample_taken(double elapsed_s) noexcept {
                         .at_ns = clock_reading().monotonic_ns,
                         .elapsed_s = elapsed_s,
                         .processor_time_ns = -1,
+                        .counts = false,
                         .work = {}});
   for (const auto& thread : parts_->threads) {
     if (thread->state() != ThreadRecord::State::expected) {
+      const std::optional<Work> work = thread->work();
       parts_->samples.push({.thread = static_cast<std::int32_t>(thread->index()),
                             .at_ns = clock_reading().monotonic_ns,
                             .elapsed_s = elapsed_s,
                             .processor_time_ns = thread->processor_time_ns().value_or(-1),
-                            .work = thread->work()});
+                            .counts = work.has_value(),
+                            .work = work.value_or(Work{})});
     }
   }
 }

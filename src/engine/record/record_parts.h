@@ -24,6 +24,7 @@ struct SampleEvent {
   std::int64_t at_ns;
   double elapsed_s;                ///< of the sample
   std::int64_t processor_time_ns;  ///< of the thread; -1 if it is not known
+  bool counts;                     ///< whether the thread's load does
   Work work;                       ///< of the thread
 };
 

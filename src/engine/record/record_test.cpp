@@ -202,6 +202,20 @@ TEST_F(TheRecord, CountsEachThreadsProcessorTimeWorkAndSwitches) {
   }
 }
 
+TEST_F(TheRecord, SaysNoWorkOfALoadThatDoesNotCount) {
+  Record record(plan(1));
+  std::thread worker([&record] {
+    record.thread(0).begun("spin", -1, {});
+    record.sample_taken(0.5);
+    record.thread(0).ended();
+  });
+  worker.join();
+  record.finish("", 0);
+  const RecordReader reader(path_);
+  EXPECT_EQ(reader.of("time").size(), 1U);
+  EXPECT_TRUE(reader.of("work").empty());
+}
+
 TEST_F(TheRecord, SaysTheClocksAndThrottlesThatTheKernelShows) {
   const fs::path sys = path_ + ".sys";
   fs::create_directories(sys / "devices/system/cpu/cpu3/thermal_throttle");

@@ -164,11 +164,13 @@ void RecordWriter::take_samples() {
       if (sample.processor_time_ns >= 0) {
         Line(text_, "time").add(sample.at_ns).add(sample.thread).add(sample.processor_time_ns);
       }
-      Line(text_, "work")
-          .add(sample.at_ns)
-          .add(sample.thread)
-          .add(sample.work.operations)
-          .add(sample.work.bytes);
+      if (sample.counts) {
+        Line(text_, "work")
+            .add(sample.at_ns)
+            .add(sample.thread)
+            .add(sample.work.operations)
+            .add(sample.work.bytes);
+      }
     }
   }
 }
@@ -224,8 +226,9 @@ void RecordWriter::say_use(const ThreadRecord& thread, std::int64_t at_ns) {
         .add(use->voluntary)
         .add(use->involuntary);
   }
-  const Work work = thread.work();
-  Line(text_, "work").add(at_ns).add(thread.index()).add(work.operations).add(work.bytes);
+  if (const auto work = thread.work()) {
+    Line(text_, "work").add(at_ns).add(thread.index()).add(work->operations).add(work->bytes);
+  }
 }
 
 void RecordWriter::say_processors(std::int64_t at_ns) {

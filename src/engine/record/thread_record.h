@@ -33,7 +33,8 @@ class ThreadRecord final : public BurstObserver {
   ThreadRecord(unsigned index, std::size_t capacity) : index_(index), events_(capacity) {}
 
   /// The thread is there, and is to run `load`, bound to `processor` (-1: to none). `work` says
-  /// what it has done so far; any thread calls it, until the record is finished; it may be empty.
+  /// what it has done so far; any thread calls it, until the record is finished; it is empty if
+  /// the load does not count.
   /// Thread: the workload thread, once, before its load runs.
   void begun(std::string_view load, int processor, std::function<Work()> work);
 
@@ -61,8 +62,8 @@ class ThreadRecord final : public BurstObserver {
   /// Its processor time in ns; nothing in the moment in which it ends. Requires: it has begun.
   std::optional<std::int64_t> processor_time_ns() const noexcept;
 
-  /// What it has done. Requires: it has begun.
-  Work work() const { return work_ ? work_() : Work{}; }
+  /// What it has done; nothing if its load does not count. Requires: it has begun.
+  std::optional<Work> work() const { return work_ ? std::optional<Work>(work_()) : std::nullopt; }
 
   /// Its use of the processors at its end. Requires: it is over.
   const ProcessorUse& final_use() const noexcept { return final_use_; }
