@@ -23,6 +23,8 @@ constexpr std::uint32_t kBetweenLooks = 100000;  // us: more than two in a row a
 // Never destroyed: a failed start ends main() while the thread runs.
 std::vector<Limit>& watched_limits = *new std::vector<Limit>;
 
+bool ended_by_limit = false;  // the limit thread's; whoever joins it may read
+
 /// One key with a connection of its own, so that another that fails does not hide it.
 class LimitedKey {
  public:
@@ -59,6 +61,7 @@ void* watch(void* /*arg*/) {
       values[i] = limited[i].value();
     }
     if (const auto reached = watch.look(values)) {
+      ended_by_limit = true;
       verdict.add(ExitStatus::kLimitReached);
       end_run();
       complain(*reached);
@@ -72,7 +75,12 @@ void* watch(void* /*arg*/) {
 
 int spawn_limits(std::vector<Limit> limits) {
   watched_limits = std::move(limits);
+  ended_by_limit = false;
   return limit_thread.start(watch, monitor_thread_priority());
+}
+
+bool limit_ended_run() {
+  return ended_by_limit;
 }
 
 }  // namespace engine

@@ -14,4 +14,7 @@ extern ServiceThread limit_thread;
 /// Returns 0, or -1. Requires: `limits` is not empty. Thread: the main one, once.
 int spawn_limits(std::vector<Limit> limits);
 
+/// Whether that thread has ended the run. Requires: it has been joined.
+bool limit_ended_run();
+
 }  // namespace engine

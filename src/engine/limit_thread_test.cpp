@@ -56,11 +56,13 @@ TEST_F(LimitThread, EndsTheRunWhenAKeyStaysAboveItsLimit) {
   EXPECT_EQ(watch({{"PC0C", 100.0F}, {"TC0D", 42.0F}}, 100),
             "limit TC0D=42: the key shows 42.25\n");
   EXPECT_TRUE(ended);
+  EXPECT_TRUE(limit_ended_run());
   EXPECT_EQ(verdict.status(), ExitStatus::kLimitReached);
 }
 
 TEST_F(LimitThread, LetsTheRunBeWhileEveryKeyIsWithin) {
   EXPECT_EQ(watch({{"PC0C", 40.5F}, {"TC0D", 42.25F}}, 6), "");
+  EXPECT_FALSE(limit_ended_run());
   EXPECT_FALSE(ended);
 }
 

@@ -256,7 +256,7 @@ void Session::judge_results() const {
 }
 
 std::string Session::reason() const {
-  if (verdict.status() == ExitStatus::kLimitReached) {
+  if (limit_ended_run()) {
     return "limit reached";
   }
   if (source_ && source_->over()) {
