@@ -83,6 +83,14 @@ Reading read_path(std::optional<std::string>& setting, std::string_view name,
   return Reading::kTaken;
 }
 
+Reading read_record(std::optional<std::string>& setting, const char* argument) {
+  if (std::string_view(argument) == "-") {
+    return refuse("record", argument,
+                  "standard output is for samples; it takes the name of a file, or of a pipe");
+  }
+  return read_path(setting, "record", argument);
+}
+
 Reading read_at(std::optional<std::int64_t>& setting, const char* argument) {
   const auto instant = parse_instant(argument);
   if (!instant.value) {
@@ -142,7 +150,7 @@ OptionExtension::Reading Options::read_own(int code, const char* argument) {
     case kAt:
       return read_at(request_.at_ns, argument);
     case kRecord:
-      return read_path(request_.record, "record", argument);
+      return read_record(request_.record, argument);
     case kPin:
       request_.pin = true;
       return Reading::kTaken;

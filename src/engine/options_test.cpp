@@ -40,6 +40,12 @@ class EngineOptions : public SettingsFixture {
   Request request_;
 };
 
+TEST_F(EngineOptions, ARecordIsNotPutBetweenTheSamples) {
+  EXPECT_EQ(refusal_of({"--record", "-"}),
+            "--record \"-\": standard output is for samples; it takes the name of a file, or of a "
+            "pipe\n");
+}
+
 TEST_F(EngineOptions, AreAllTaken) {
   EXPECT_EQ(refusal_of({"--duty",   "0.3",   "--profile", "p",         "--edges", "e",
                         "--loop",   "--at",  "0.5",       "--depth",   "0.4",     "--offset",
