@@ -8,11 +8,11 @@
 #include "vorn/monitor_thread.h"
 #include "vorn/notes.h"
 #include "vorn/privileged_setup.h"
+#include "vorn/schedule_check.h"
 #include "vorn/settings.h"
 #include "vorn/signals.h"
 #include "vorn/thread_notes.h"
 #include "vorn/timing_thread.h"
-#include "vorn/toggle_schedule.h"
 #include "vorn/waveform.h"
 #include "vorn/workload_threads.h"
 

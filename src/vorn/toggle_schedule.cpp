@@ -1,13 +1,8 @@
 #include "vorn/toggle_schedule.h"
 
-#include <unistd.h>
-
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <iostream>
-#include <limits>
-#include <new>
 
 #include "Assertion/assertion.h"
 #include "vorn/module.h"
@@ -19,7 +14,7 @@
 // shortened until it divides the wave; a wave faster than the PWM gets a single slot, at level 0.
 //
 // On and off are rounded to microseconds each for itself, so a pair may miss its slot by one
-// microsecond. That error stays: the timing thread's drift correction absorbs it.
+// microsecond. That error stays here: ToggleSource stretches the intervals to the wave.
 
 namespace {
 
@@ -100,40 +95,11 @@ bool using_pwm_triangle() {
 }
 
 double toggle_count() {
-  if (using_pwm_sinusoid()) {
-    return 2 * sinusoid_slots().count;
+  if (!using_pwm_sinusoid() && !using_pwm_triangle()) {
+    return 2;
   }
-  return using_pwm_triangle() ? 2 * triangle_slots().count : 2;
-}
-
-bool schedule_fits(double intervals, double memory_bytes) {
-  // Counted in 32 bits, slot by slot.
-  constexpr double kMostIntervals = 2.0 * std::numeric_limits<std::uint32_t>::max();
-  return intervals <= kMostIntervals && intervals * sizeof(unsigned) <= memory_bytes / 2;
-}
-
-int check_schedule() {
-  const double intervals = toggle_count();
-  const double memory_bytes =
-      static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
-  bool fits = schedule_fits(intervals, memory_bytes);
-  try {
-    if (fits) {
-      std::vector<unsigned>().reserve(static_cast<std::size_t>(intervals));
-    }
-  } catch (const std::bad_alloc&) {
-    fits = false;
-  }
-  if (fits) {
-    return 0;
-  }
-  constexpr double kMegabyte = 1e6;
-  std::cerr << "The waveform's schedule is too large for memory: one wave of " << intervals
-            << " intervals takes " << intervals * sizeof(unsigned) / kMegabyte
-            << " MB, at most half of this machine's " << memory_bytes / kMegabyte
-            << " MB may be used; choose a lower frequency (-f) or a faster envelope (-z, -e)"
-            << std::endl;
-  return -1;
+  const double slots = (using_pwm_sinusoid() ? sinusoid_slots() : triangle_slots()).count;
+  return std::isnan(slots) ? 0 : 2 * slots;  // a wave without length has none
 }
 
 double toggle_times(std::vector<unsigned>& times) {

@@ -12,15 +12,6 @@ bool using_pwm_triangle();
 /// counting. Requires: using_timing_thread().
 double toggle_count();
 
-/// Whether `intervals` of them fit into half of `memory_bytes`: a schedule is held in memory, and
-/// must not crowd out what is measured.
-bool schedule_fits(double intervals, double memory_bytes);
-
-/// Refuses a schedule that does not fit into half of the machine's memory, or that this process may
-/// not reserve. Returns 0, or -1 after printing why and what to do.
-/// Requires: using_timing_thread().
-int check_schedule();
-
 /// Appends one wave of the power waveform to `times`: intervals in microseconds after each of
 /// which the load is switched, in pairs of on and off. Returns the length of one pair's slot in
 /// seconds. Requires: using_timing_thread().

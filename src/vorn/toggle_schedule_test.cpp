@@ -137,11 +137,15 @@ TEST_F(ToggleSchedule, TheCountIsThatOfTheIntervals) {
   }
 }
 
-TEST_F(ToggleSchedule, FitsIntoHalfOfTheMemory) {
-  EXPECT_TRUE(schedule_fits(1000, 8000));
-  EXPECT_FALSE(schedule_fits(1002, 8000));
-  EXPECT_FALSE(schedule_fits(1e10, 1e18)) << "more slots than can be counted";
-  EXPECT_FALSE(schedule_fits(std::numeric_limits<double>::infinity(), 1e18));
+TEST_F(ToggleSchedule, AWaveWithoutLengthHasNoIntervals) {
+  frequency = 10.0;
+  sinusoid = std::numeric_limits<double>::infinity();
+  compute();
+  EXPECT_EQ(times_, Times{});
+  EXPECT_EQ(toggle_count(), 0.0);
+  sinusoid = 0.0;
+  triangle = std::numeric_limits<double>::infinity();
+  EXPECT_EQ(toggle_count(), 0.0);
 }
 
 }  // namespace
