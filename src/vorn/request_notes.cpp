@@ -48,7 +48,7 @@ void note_envelope(Notes& notes, const std::string& option, double envelope, dou
 
 void note_waveform(Notes& notes, const Request& request) {
   note_envelope(notes, "-z", request.sinusoid, request.frequency);
-  if (request.sinusoid > 0.0 && request.triangle > 0.0) {
+  if (request.frequency > 0.0 && request.sinusoid > 0.0 && request.triangle > 0.0) {
     notes.push_back(
         {NoteKind::envelope_twice,
          "-z and -e: the sinusoid is played, the triangle is not; leave one of them out"});

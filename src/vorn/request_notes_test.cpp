@@ -65,6 +65,11 @@ TEST(RequestNotes, OfTwoEnvelopesJudgeTheOneThatIsPlayed) {
       Texts{"-z and -e: the sinusoid is played, the triangle is not; leave one of them out"});
 }
 
+TEST(RequestNotes, OfTwoEnvelopesWithoutAFrequencySayNotThatOneIsPlayed) {
+  EXPECT_EQ(kinds_of({.given = "ze", .sinusoid = 1, .triangle = 2}),
+            (Kinds{NoteKind::envelope_without_carrier, NoteKind::envelope_without_carrier}));
+}
+
 TEST(RequestNotes, NameAnInversionOfNothing) {
   EXPECT_EQ(kinds_of({.given = "i"}), Kinds{NoteKind::inverted_nothing});
 }
