@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "Process/shell_word.h"
+
 namespace {
 
 // A value from the command line may hold anything; a note is one line.
@@ -47,9 +49,9 @@ std::string_view program_name() {
 std::string program_file() {
   const std::string_view called = program_invocation_name;
   if (called.find('/') != std::string_view::npos) {
-    return quoted(called);
+    return process::shell_word(called);
   }
-  return "\"$(command -v " + std::string(called) + ")\"";
+  return "\"$(command -v " + process::shell_word(called) + ")\"";
 }
 
 std::string program_beside(std::string_view name) {
@@ -59,7 +61,7 @@ std::string program_beside(std::string_view name) {
     std::string path(called.substr(0, folder_end + 1));
     path += name;
     if (access(path.c_str(), X_OK) == 0) {
-      return path;
+      return process::shell_word(path);
     }
   }
   return std::string(name);

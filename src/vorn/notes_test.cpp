@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "vorn/thread_notes.h"
@@ -72,10 +74,21 @@ TEST(Notes, NameTheProgramsFileForAShell) {
   std::string word = "vorn";
   {
     const Called as(path.data());
-    EXPECT_EQ(program_file(), "\"./build/release/vorn\"");
+    EXPECT_EQ(program_file(), "./build/release/vorn");
   }
   const Called as(word.data());
   EXPECT_EQ(program_file(), "\"$(command -v vorn)\"");
+}
+
+TEST(Notes, QuoteAPathThatAShellWouldTakeApart) {
+  std::string folder = std::filesystem::temp_directory_path() / "vorn test XXXXXX";
+  ASSERT_NE(mkdtemp(folder.data()), nullptr);
+  std::filesystem::create_symlink("/bin/sh", folder + "/sh");
+  std::string path = folder + "/vorn";
+  const Called as(path.data());
+  EXPECT_EQ(program_file(), "'" + path + "'");
+  EXPECT_EQ(program_beside("sh"), "'" + folder + "/sh'");
+  std::filesystem::remove_all(folder);
 }
 
 TEST(Notes, NameTheProgramBesideThisOneIfItIsThere) {
@@ -96,7 +109,7 @@ TEST(ThreadNotes, SayWhichRightIsMissingAndThreeWaysToGiveIt) {
   EXPECT_EQ(note_on_refused_thread(EPERM).text, note_on_refused_priority().text);
   EXPECT_EQ(note_on_refused_priority().text,
             "this user has no right to a fixed priority; give it to the program (sudo setcap "
-            "cap_sys_nice+ep \"./vorn\"), to the user from the next login on (a line \"USER - "
+            "cap_sys_nice+ep ./vorn), to the user from the next login on (a line \"USER - "
             "rtprio 64\" in /etc/security/limits.d/vorn.conf), or to a container (--cap-add "
             "sys_nice)");
 }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "Process/shell_word.h"
+
 namespace linux_machine {
 namespace {
 
@@ -17,11 +19,7 @@ void lacks(Findings& findings, std::string text, std::string remedy) {
 
 /// A program of this project as a shell takes it, installed or not.
 std::string program(const Facts& facts, const char* name) {
-  const std::string path = facts.programs + name;
-  const bool plain = path.find_first_not_of(
-                         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._+-") ==
-                     std::string::npos;
-  return plain ? path : '"' + path + '"';
+  return process::shell_word(facts.programs + name);
 }
 
 bool granted(const Facts& facts, const char* capability) {

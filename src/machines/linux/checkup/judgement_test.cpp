@@ -91,7 +91,7 @@ TEST(Judgement, NamesProgramsThatNeedNotBeInstalled) {
   facts.programs = "/home/ann/vorn/build/release/";
   EXPECT_HAS(only_lack(facts), "setcap cap_sys_nice+ep /home/ann/vorn/build/release/vorn;");
   facts.programs = "/home/ann/my builds/";
-  EXPECT_HAS(only_lack(facts), "setcap cap_sys_nice+ep \"/home/ann/my builds/vorn\";");
+  EXPECT_HAS(only_lack(facts), "setcap cap_sys_nice+ep '/home/ann/my builds/vorn';");
 }
 
 TEST(Judgement, FindsFixedPriorityGrantedByTheFile) {
