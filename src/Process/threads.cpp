@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 
 std::vector<pid_t> process::threads() noexcept {
   std::vector<pid_t> found;
@@ -11,10 +12,13 @@ std::vector<pid_t> process::threads() noexcept {
   if (tasks == nullptr) {
     return found;
   }
-  while (const dirent* entry = readdir(tasks)) {  // NOLINT(concurrency-mt-unsafe): own stream
-    if (const long id = std::strtol(entry->d_name, nullptr, 10); id > 0) {
-      found.push_back(static_cast<pid_t>(id));
+  try {
+    while (const dirent* entry = readdir(tasks)) {  // NOLINT(concurrency-mt-unsafe): own stream
+      if (const long id = std::strtol(entry->d_name, nullptr, 10); id > 0) {
+        found.push_back(static_cast<pid_t>(id));
+      }
     }
+  } catch (const std::bad_alloc&) {  // who asks is often about to end the process for want of it
   }
   closedir(tasks);
   std::sort(found.begin(), found.end());

@@ -24,9 +24,12 @@ void explain() {
 }
 
 [[noreturn]] void explain_and_end() {
-  static std::atomic<bool> ending{false};
-  while (ending.exchange(true)) {  // every workload thread fails alike; one is enough
-    pause();
+  static std::atomic<pid_t> ending{0};
+  for (pid_t other = 0; !ending.compare_exchange_strong(other, gettid()); other = 0) {
+    if (other == gettid()) {
+      std::abort();  // it failed once more while it explained
+    }
+    pause();  // every workload thread fails alike; one is enough
   }
   process::become_foremost_thread();  // the load must not come between the text and the end
   if (std::current_exception() != nullptr) {
