@@ -127,6 +127,7 @@ class FanControl {
   void begin_watching();
   bool has_to_watch() const;
   void watch_while_forced();
+  void refuse_to_watch(int error);
 
   const Surroundings& surroundings_;
   Ledger& ledger_;
@@ -136,7 +137,7 @@ class FanControl {
   mutable std::mutex mutex_;  ///< guards all below
   std::vector<Fan> fans_;
   std::vector<Owed> owed_;
-  int rounds_owing_ = 0;  ///< of the watch, since something is owed
+  int rounds_owing_ = 0;  ///< of the watch with the privilege, since something is owed
   Thermometers thermometers_;
   Safety safety_;
   std::vector<std::optional<double>> speeds_;  ///< by fan, if read in the last round

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <system_error>
 
 #include "Process/thread_user.h"
 #include "machines/linux/fans/fan_control.h"
@@ -14,7 +15,7 @@ namespace {
 using Lock = std::lock_guard<std::mutex>;
 
 // What could not be given back is tried again for so many rounds: a chip may be busy for a while.
-// Longer would only repeat the report.
+// Longer would only repeat the report. Without the privilege there is nothing to try.
 constexpr int kRoundsOwing = 4;
 
 }  // namespace
@@ -107,10 +108,14 @@ void FanControl::begin_watching() {
   }
   thread_runs_ = true;
   thread_ = std::thread([this] {
-    // Its creator runs with the raised user id of a set-user-id program, and is alone with that.
-    // The watch needs only attributes that are open.
-    process::set_thread_effective_user(getuid());
-    watch_while_forced();
+    // Its creator runs with the raised user id of a set-user-id program, and is alone with that. To
+    // watch and to put a fan back, attributes that are open are enough. Only what is owed to the
+    // ledger needs the privilege: there, who comes next with it pays.
+    if (process::set_thread_effective_user(getuid()) == 0) {
+      watch_while_forced();
+    } else {
+      refuse_to_watch(errno);
+    }
   });
 }
 
@@ -129,6 +134,15 @@ void FanControl::watch_while_forced() {
       lock.lock();
     }
   }
+  thread_runs_ = false;
+  changed_.notify_all();
+}
+
+/// Nobody must watch with a privilege that nobody gave him, nor may fans be forced unwatched.
+void FanControl::refuse_to_watch(int error) {
+  const Lock lock(mutex_);
+  alarm_ = "their watch cannot give up its privilege: " + std::generic_category().message(error);
+  trip_if_alarmed();
   thread_runs_ = false;
   changed_.notify_all();
 }

@@ -1,8 +1,17 @@
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <cstddef>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include "machines/linux/fans/daemons.h"
 #include "support/machine/fan_fixture.h"
@@ -285,6 +294,45 @@ TEST_F(WatchingTest, BringsAFanBackToItsTarget) {
   ASSERT_TRUE(sysfs::write_text(bench_.moving, FanFixture::attribute("pwm1"), "120"));
   bench_.pass(60);
   EXPECT_NEAR(bench_.speed(1), 1500, 50);
+}
+
+/// From here on, no thread of this process can change its user. Returns whether that was done.
+bool keep_the_user() {
+  std::array<sock_filter, 4> filter{{
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_setresuid, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAGAIN),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  }};
+  const sock_fprog program{filter.size(), filter.data()};
+  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+         prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+bool is_given_back_without_a_watch() {
+  FanFixture bench;
+  Ledger ledger(bench.surroundings.surroundings, "fans");
+  FanControl control(bench.surroundings.surroundings, ledger, {{FanFixture::kTemperature, 100}});
+  if (!keep_the_user() || !control.set_force_bits(3)) {
+    return false;
+  }
+  while (!control.tripped()) {
+    std::this_thread::yield();  // ends with the alarm if the thread watches
+  }
+  return control.force_bits() == 0 && bench.shown("pwm1_enable") == 5 &&
+         bench.surroundings.reported(
+             "the fans are given back: their watch cannot give up its privilege: Resource "
+             "temporarily unavailable") &&
+         !control.set_force_bits(1);
+}
+
+TEST(WatchingDeathTest, AWatchThatCannotGiveUpThePrivilegeGivesTheFansBack) {
+  EXPECT_EXIT(
+      {
+        alarm(10);
+        std::_Exit(is_given_back_without_a_watch() ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 TEST(Daemons, AreFoundByTheNameOfTheirProcess) {
