@@ -166,6 +166,8 @@ void stop_listening() {
     return;
   }
   wait_for_shutdown();
+  // A signal of the user's that comes between the two lines is taken for this function's own, and
+  // the shutdown path does not run for it. That is only where a run did not start, and ends anyway.
   closing.store(true, std::memory_order_relaxed);
   pthread_kill(listener, SIGINT);
   pthread_join(listener, nullptr);
