@@ -112,6 +112,11 @@ TEST_F(CommandLine, AnRpmOfMinusOneIsEachFansMaximum) {
   EXPECT_EQ(rpm, 0xFFFFFFFFU);
 }
 
+TEST_F(CommandLine, AnRpmBeyond32BitsIsEachFansMaximumToo) {
+  EXPECT_EQ(parse({"-s", "4294967296"}), 0);
+  EXPECT_EQ(rpm, 0xFFFFFFFFU);
+}
+
 TEST_F(CommandLine, AnRpmOfZeroLeavesTheFansAloneEvenInAPrivilegedRun) {
   rpm = default_rpm(true);
   EXPECT_EQ(parse({"-s", "0"}), 0);
