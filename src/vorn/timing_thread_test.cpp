@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "Workload/gate.h"
+#include "support/interruption.h"
 #include "support/settings_fixture.h"
 #include "vorn/clock.h"
 #include "vorn/edge_observer.h"
@@ -119,12 +120,12 @@ TEST_F(TimingThread, EndsAlthoughTheScheduleIsEmpty) {
   end();
 }
 
-TEST_F(TimingThread, SleepsOnWhenTheUserIdChanges) {
+TEST_F(TimingThread, SleepsOnWhenASignalInterruptsIt) {
   frequency = 0.01;
   start();
   std::this_thread::sleep_for(milliseconds(20));
   for (int i = 0; i < 10; ++i) {
-    EXPECT_EQ(seteuid(geteuid()), 0);
+    interrupt_every_thread();
   }
   std::this_thread::sleep_for(milliseconds(20));
   EXPECT_TRUE(params.active);
