@@ -131,3 +131,7 @@ Notes notes_on_pstate(const MachineFacts& machine) {
            " --check says what there is; root always forces one, so run it not as root, or use " +
            simulated_program()}};
 }
+
+Notes notes_on_failed_setup(PrivilegedSetting failed, const MachineFacts& machine) {
+  return failed == PrivilegedSetting::fans ? notes_on_fans(machine) : notes_on_pstate(machine);
+}

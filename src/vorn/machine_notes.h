@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "vorn/notes.h"
+#include "vorn/privileged_setup.h"
 
 /// What a machine has of what a run asked for.
 
@@ -49,3 +50,6 @@ Notes notes_on_fans(const MachineFacts& machine);
 
 /// Why no P-state can be forced.
 Notes notes_on_pstate(const MachineFacts& machine);
+
+/// Why this setting failed, if the machine's facts say so. What was not tried is not named.
+Notes notes_on_failed_setup(PrivilegedSetting failed, const MachineFacts& machine);

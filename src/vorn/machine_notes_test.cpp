@@ -63,6 +63,14 @@ TEST_F(MachineNotes, OfAMachineWithoutAPowerPluginSayWhatToRunInstead) {
   ASSERT_EQ(kinds_of(notes_on_pstate(machine)), Kinds{NoteKind::no_power_plugin});
 }
 
+TEST_F(MachineNotes, OfASetUpNameTheCauseOfWhatFailedAlone) {
+  kx::install_machine({{controller, {}}});
+  const MachineFacts machine = ask_machine({"F0Tg"}, KeyUse::fans);
+  EXPECT_TRUE(notes_on_failed_setup(PrivilegedSetting::fans, machine).empty());
+  EXPECT_EQ(kinds_of(notes_on_failed_setup(PrivilegedSetting::pstate, machine)),
+            Kinds{NoteKind::no_power_plugin});
+}
+
 TEST_F(MachineNotes, AskingWritesNoKey) {
   ask_machine({"F0Tg", "F1Tg"}, KeyUse::fans);
   EXPECT_TRUE(written_to("FS! ").empty());

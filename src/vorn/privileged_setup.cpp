@@ -14,9 +14,16 @@ namespace {
 // be whole before it is given back, and nothing may be set after that.
 std::mutex in_progress;
 
+int could_not_set(PrivilegedSetting setting, PrivilegedSetting* failed) {
+  if (failed != nullptr) {
+    *failed = setting;
+  }
+  return -1;
+}
+
 }  // namespace
 
-int setup_privileged() {
+int setup_privileged(PrivilegedSetting* failed) {
   const std::lock_guard lock(in_progress);
   if (params.terminate) {
     return 0;
@@ -24,11 +31,11 @@ int setup_privileged() {
   uid.elevate();
   if (setting_fans() && set_fans(fans, rpm) < 0) {
     std::cerr << "Unable to set fans to " << rpm << "RPM" << std::endl;
-    return -1;
+    return could_not_set(PrivilegedSetting::fans, failed);
   }
   if (setting_pstate() && set_pstate(pstate) < 0) {
     std::cerr << "Unable to set P-state " << pstate << std::endl;
-    return -1;
+    return could_not_set(PrivilegedSetting::pstate, failed);
   }
   uid.relinquish();
   return 0;

@@ -1,9 +1,12 @@
 #pragma once
 
+/// What needs the privilege to be set.
+enum class PrivilegedSetting { fans, pstate };
+
 /// Applies the settings that need the privilege: fans, then P-state. Returns 0, or -1 after
-/// printing what could not be set; the privilege is then still raised. Does nothing once
-/// the run has ended. Throws UIDException.
-int setup_privileged();
+/// printing what could not be set, which `failed`, if there is one, is then told; the privilege is
+/// still raised. Does nothing once the run has ended. Throws UIDException.
+int setup_privileged(PrivilegedSetting* failed = nullptr);
 
 /// Gives back the P-state, then the fans, and says so when both are given back. Waits for a set-up
 /// that is under way.

@@ -51,9 +51,11 @@ TEST_F(PrivilegedSetup, DoesNotTryThePStateIfTheFansFail) {
   pstate = 1;
   fans = {"F3Tg"};
   int result = 0;
-  EXPECT_EQ(printed_by([&] { result = setup_privileged(); }),
+  PrivilegedSetting failed = PrivilegedSetting::pstate;
+  EXPECT_EQ(printed_by([&] { result = setup_privileged(&failed); }),
             "Unrecognized SMC fan key \"F3Tg\"\nUnable to set fans to 3000RPM\n");
   EXPECT_EQ(result, -1);
+  EXPECT_EQ(failed, PrivilegedSetting::fans);
   EXPECT_TRUE(plugin->steps().empty());
 }
 
@@ -61,10 +63,12 @@ TEST_F(PrivilegedSetup, NamesThePStateThatFails) {
   pstate = 7;
   plugin->step_returns = kKxReturnBadArgument;
   int result = 0;
-  EXPECT_EQ(printed_by([&] { result = setup_privileged(); }),
+  PrivilegedSetting failed = PrivilegedSetting::fans;
+  EXPECT_EQ(printed_by([&] { result = setup_privileged(&failed); }),
             "KxConnectMethodScalarIScalarO(): error kKxReturnBadArgument\n"
             "Unable to set P-state 7\n");
   EXPECT_EQ(result, -1);
+  EXPECT_EQ(failed, PrivilegedSetting::pstate);
 }
 
 // The signal may come before the main thread gets here: nothing may be set after it was given back.

@@ -36,18 +36,6 @@ int failed(const char* message, const ServiceThread& thread) {
   return failed();
 }
 
-/// What the machine lacks of what it was set to. Its privilege is still raised, as ever after such
-/// a failure; it is only asked.
-Notes notes_on_failed_setup() {
-  const MachineFacts machine = ask_machine(fans, KeyUse::fans);
-  if (setting_fans()) {
-    if (Notes notes = notes_on_fans(machine); !notes.empty()) {
-      return notes;
-    }
-  }
-  return setting_pstate() ? notes_on_pstate(machine) : Notes{};
-}
-
 /// Waits for the threads that outlive the workloads. The fan thread may take half a period; the
 /// others come last, for the shutdown path must be the first to wait for them. Signals are listened
 /// for until the end: one that comes after the path ends the wait.
@@ -71,8 +59,10 @@ int run(const StartBeside& start_beside) {
   if (start_beside && start_beside() < 0) {
     return failed();  // before the machine is changed: there is nothing to give back
   }
-  if (using_privileged_operations() && setup_privileged() < 0) {
-    say(notes_on_failed_setup());
+  PrivilegedSetting failed_setting{};
+  if (using_privileged_operations() && setup_privileged(&failed_setting) < 0) {
+    // The privilege is still raised; the machine is only asked.
+    say(notes_on_failed_setup(failed_setting, ask_machine(fans, KeyUse::fans)));
     return failed();
   }
   if (using_fan_thread() && spawn_fan() < 0) {
