@@ -3,11 +3,10 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <cstdio>
 
 #include "Process/shell_word.h"
+#include "vorn/numbers.h"
 
 namespace {
 
@@ -72,8 +71,7 @@ std::string quoted(std::string_view text) {
 }
 
 std::string number_text(double value) {
-  constexpr std::size_t kLongest = 32;
-  std::array<char, kLongest> digits{};
-  std::snprintf(digits.data(), digits.size(), "%g", value);
-  return digits.data();
+  std::string text;
+  append_number(text, value);
+  return text;
 }

@@ -1,6 +1,9 @@
 #include "vorn/numbers.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
 
@@ -44,4 +47,11 @@ std::optional<double> parse_double(const char* text) {
     return std::nullopt;
   }
   return value;
+}
+
+void append_number(std::string& text, double value) {
+  constexpr std::size_t kLongest = 32;
+  std::array<char, kLongest> digits{};
+  const int length = std::snprintf(digits.data(), digits.size(), "%g", value);
+  text.append(digits.data(), static_cast<std::size_t>(length));
 }

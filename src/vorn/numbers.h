@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 /// Conversions between the numbers that people and clocks give and those that the settings and
 /// sleeps take. Pure. Thread: any.
@@ -23,3 +24,7 @@ std::optional<std::int64_t> parse_whole(const char* text);
 
 /// Reads all of `text` as strtod() does. Nothing if `text` is empty or has anything behind.
 std::optional<double> parse_double(const char* text);
+
+/// Appends `value` as printf()'s %g writes it: six significant digits at most. Allocates nothing
+/// but what `text` needs to grow.
+void append_number(std::string& text, double value);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <string>
 
 namespace {
 
@@ -71,6 +72,13 @@ TEST(ParseDouble, TakesAllThatStrtodTakes) {
 TEST(ParseDouble, RejectsAnEmptyTextAndAnythingBehindTheNumber) {
   EXPECT_FALSE(parse_double(""));
   EXPECT_FALSE(parse_double("1Hz"));
+}
+
+TEST(AppendNumber, WritesSixSignificantDigitsAtMostBehindTheText) {
+  std::string text = "-f ";
+  append_number(text, 0.1);
+  append_number(text, -1234567.0);
+  EXPECT_EQ(text, "-f 0.1-1.23457e+06");
 }
 
 }  // namespace

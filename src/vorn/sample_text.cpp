@@ -1,19 +1,6 @@
 #include "vorn/sample_text.h"
 
-#include <array>
-#include <cstddef>
-#include <cstdio>
-
-namespace {
-
-void append_number(std::string& line, double value) {
-  constexpr std::size_t kLongest = 32;
-  std::array<char, kLongest> digits{};
-  const int length = std::snprintf(digits.data(), digits.size(), "%g", value);
-  line.append(digits.data(), static_cast<std::size_t>(length));
-}
-
-}  // namespace
+#include "vorn/numbers.h"
 
 void format_sample(std::string& line, double elapsed, const std::list<float>& values) {
   line.clear();
