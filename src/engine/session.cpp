@@ -18,6 +18,7 @@
 #include "engine/run_length.h"
 #include "engine/sample_header.h"
 #include "engine/waveforms/waveform_error.h"
+#include "vorn/fan_thread.h"
 #include "vorn/monitor_thread.h"
 #include "vorn/notes.h"
 #include "vorn/privilege.h"
@@ -25,6 +26,7 @@
 #include "vorn/settings.h"
 #include "vorn/signals.h"
 #include "vorn/thread_notes.h"
+#include "vorn/timing_thread.h"
 #include "vorn/waveform.h"
 #include "vorn/workload_threads.h"
 
@@ -285,8 +287,32 @@ void Session::end_record() {
   }
 }
 
+void Session::record_failed_start() {
+  if (!record_) {
+    return;
+  }
+  const struct {
+    const char* what;
+    const ServiceThread& thread;
+    int priority;
+  } service[] = {{"limits", limit_thread, monitor_thread_priority()},
+                 {"fans", fan_thread, fan_thread_priority()},
+                 {"samples", monitor_thread, monitor_thread_priority()},
+                 {"waveform", timing_thread, timing_thread_priority()}};
+  for (const auto& [what, thread, priority] : service) {
+    if (const int error = thread.start_error(); error != 0) {
+      record_->refused(
+          std::string("thread of the ") + what + " at priority " + std::to_string(priority),
+          std::strerror(error));
+    }
+  }
+  // Threads that run already may go on until the program ends; what they see is not read any more.
+  record_->finish("not started", static_cast<int>(ExitStatus::kNotStarted));
+}
+
 ExitStatus Session::conclude(int result) {
   if (result < 0) {
+    record_failed_start();
     return ExitStatus::kNotStarted;
   }
   limit_thread.join();

@@ -62,6 +62,7 @@ class Session : public SampleObserver {
   void judge_results() const;
   std::string reason() const;
   void end_record();
+  void record_failed_start();
 
   const Request& request_;
   WorkloadHost& host_;

@@ -323,6 +323,22 @@ TEST(Engine, AWrongResultIsSaidRecordedAndTheStatus) {
   EXPECT_EQ(reader.of("end").front()[3], "run time over");
 }
 
+TEST(Engine, AStartThatFailsIsRecordedWithWhatWasRefused) {
+  SKIP_UNLESS_MAY_RUN(As::kOrdinaryUser);
+  const OpenFolder folder;
+  program::Command command = engine(
+      {"-w", "bspin", "-f", "10", "-t", "1", "--record", folder.file("record")}, As::kOrdinaryUser);
+  command.path = VORN_ENGINE_PROGRAM;  // the simulated machine grants every priority
+  const Outcome outcome = program::run(command);
+  EXPECT_EQ(outcome.status, 255) << outcome.err;
+  const RecordReader reader(folder.file("record"));
+  ASSERT_EQ(reader.of("refused").size(), 1U);
+  EXPECT_EQ(reader.of("refused")[0][2], "thread of the waveform at priority 63");
+  EXPECT_EQ(reader.of("refused")[0][3], "Operation not permitted");
+  EXPECT_EQ(reader.of("end").front()[2], "255");
+  EXPECT_EQ(reader.of("end").front()[3], "not started");
+}
+
 TEST(Engine, ASignalEndsARunInOrder) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   const OpenFolder folder;

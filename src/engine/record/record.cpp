@@ -87,14 +87,6 @@ void Record::sample_taken(double elapsed_s) noexcept {
   }
 }
 
-void Record::note(std::string_view text) noexcept {
-  Word word;
-  word.kind = Word::Kind::note;
-  word.at_ns = clock_reading().monotonic_ns;
-  word.append(text);
-  parts_->words.push(word);
-}
-
 void Record::refused(std::string_view what, std::string_view why) noexcept {
   Word word;
   word.kind = Word::Kind::refused;

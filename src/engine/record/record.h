@@ -74,11 +74,11 @@ class Record {
   /// and work. Neither waits nor allocates. Thread: one, the monitor thread.
   void sample_taken(double elapsed_s) noexcept;
 
-  // Three kinds of words. What is too long is cut, what finds no room is dropped and counted.
-  // None of them waits or allocates. Thread: any.
+  // Two kinds of words. What is too long is cut, what finds no room is dropped and counted. Neither
+  // waits or allocates. Thread: any.
 
-  void note(std::string_view text) noexcept;
-  /// A right that the run asked for was refused: what ("priority 63"), and why.
+  /// A right that the run asked for was refused: what ("thread of the samples at priority 63"), and
+  /// why.
   void refused(std::string_view what, std::string_view why) noexcept;
   /// A load's result was wrong, on `processor` (-1: unknown).
   void load_error(unsigned thread, int processor, std::int64_t at_ns,

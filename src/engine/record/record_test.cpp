@@ -153,16 +153,13 @@ TEST_F(TheRecord, SaysNothingOfAStartThatNobodyAgreedOn) {
 
 TEST_F(TheRecord, SaysWhatWasSaid) {
   Record record(plan(1));
-  record.note("a line\nwith two ends");
-  record.refused("priority 63", "Operation not permitted");
+  record.refused("priority 63", "a line\nwith two ends");
   record.load_error(0, 5, 777, "fma: wrong result");
   record.finish("", 0);
   const RecordReader reader(path_);
-  ASSERT_EQ(reader.of("note").size(), 1U);
-  EXPECT_EQ(reader.of("note")[0][2], "a line\nwith two ends");
   ASSERT_EQ(reader.of("refused").size(), 1U);
   EXPECT_EQ(reader.of("refused")[0][2], "priority 63");
-  EXPECT_EQ(reader.of("refused")[0][3], "Operation not permitted");
+  EXPECT_EQ(reader.of("refused")[0][3], "a line\nwith two ends");
   EXPECT_EQ(reader.of("error"),
             (std::vector<RecordLine>{{"error", "777", "0", "5", "fma: wrong result"}}));
 }

@@ -77,9 +77,6 @@ void RecordWriter::take_words() {
   for (Word word; parts_.words.pop(word);) {
     const std::string_view text = word.view();
     switch (word.kind) {
-      case Word::Kind::note:
-        Line(text_, "note").add(word.at_ns).add(text);
-        break;
       case Word::Kind::refused:
         Line(text_, "refused")
             .add(word.at_ns)
@@ -192,7 +189,7 @@ void RecordWriter::say_what_was_dropped() {
     Line(text_, "dropped").add("sample").add(samples_dropped_);
   }
   if (more_dropped(parts_.words.dropped(), words_dropped_)) {
-    Line(text_, "dropped").add("note").add(words_dropped_);
+    Line(text_, "dropped").add("word").add(words_dropped_);
   }
   for (const auto& thread : parts_.threads) {
     if (more_dropped(thread->events().dropped(), bursts_dropped_[thread->index()])) {

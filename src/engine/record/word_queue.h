@@ -8,10 +8,10 @@
 
 /// Something that was said in a run.
 struct Word {
-  enum class Kind : std::int32_t { note, refused, error };
+  enum class Kind : std::int32_t { refused, error };
   static constexpr std::size_t kLongest = 400;  ///< bytes of text; what is longer is cut
 
-  Kind kind = Kind::note;
+  Kind kind = Kind::refused;
   std::int64_t at_ns = 0;       ///< of CLOCK_MONOTONIC
   std::uint32_t thread = 0;     ///< of an error
   std::int32_t processor = -1;  ///< of an error
