@@ -167,7 +167,7 @@ OptionExtension::Reading Options::read_own(int code, const char* argument) {
 // Whole seconds are read as vorn reads them, in every base that it takes.
 OptionExtension::Reading Options::read_time(const char* argument) {
   request_.length_ns.reset();
-  if (parse_whole(argument)) {
+  if (const auto seconds = parse_whole(argument); seconds && *seconds > 0) {
     return Reading::kNotMine;
   }
   const auto length = parse_duration(argument);

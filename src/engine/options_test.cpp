@@ -40,6 +40,13 @@ class EngineOptions : public SettingsFixture {
   Request request_;
 };
 
+TEST_F(EngineOptions, ARunTimeOfNothingIsRefusedWithTheUnitsThatItTakes) {
+  EXPECT_EQ(
+      refusal_of({"-t", "0"}),
+      "--time \"0\": it is shorter than 1 us; it takes a time as in 90, 0.5, 500ms, 90s, 2m or "
+      "1.5h\n");
+}
+
 TEST_F(EngineOptions, ARecordIsNotPutBetweenTheSamples) {
   EXPECT_EQ(refusal_of({"--record", "-"}),
             "--record \"-\": standard output is for samples; it takes the name of a file, or of a "
