@@ -1,8 +1,10 @@
 #include "engine/conflicts.h"
 
+#include <cstddef>
 #include <vector>
 
 #include "vorn/settings.h"
+#include "vorn/workload_threads.h"
 
 namespace engine {
 
@@ -85,6 +87,18 @@ std::optional<std::string> sampling_conflict(const Request& request) {
   return std::nullopt;
 }
 
+std::optional<std::string> load_conflict() {
+  if (workloads.size() < 2) {
+    return std::nullopt;
+  }
+  const auto threads = static_cast<std::size_t>(num_workload_threads());
+  if (workloads.size() <= threads) {
+    return std::nullopt;
+  }
+  return "--workload \"" + workloads[threads] + "\" has no thread: there are " +
+         std::to_string(threads) + "; raise --cores, or leave it out";
+}
+
 }  // namespace
 
 std::optional<std::string> conflict(const Request& request) {
@@ -92,6 +106,9 @@ std::optional<std::string> conflict(const Request& request) {
     return found;
   }
   if (auto found = sampling_conflict(request)) {
+    return found;
+  }
+  if (auto found = load_conflict()) {
     return found;
   }
   if (was_given('b') && !request.pin) {

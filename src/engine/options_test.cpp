@@ -171,6 +171,11 @@ INSTANTIATE_TEST_SUITE_P(
         Contradiction{"BindWithoutPin",
                       {"-b", "0"},
                       "--bind names a core, and only --pin binds to it; add --pin"},
+        Contradiction{"MoreLoadsThanThreads",
+                      {"-c", "1", "-w", "bspin", "-w", "spin"},
+                      "--workload \"spin\" has no thread: there are 1; raise --cores, or leave it "
+                      "out"},
+        Contradiction{"AsManyLoadsAsThreads", {"-c", "2", "-w", "bspin", "-w", "spin"}, "none"},
         Contradiction{"FanWaveWithoutSpeed",
                       {"-F", "1"},
                       "--fanfrequency switches fans between a stop and a speed: add --rpm"},

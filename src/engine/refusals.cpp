@@ -113,6 +113,17 @@ std::optional<Refusal> refuse_binding(const Request& request, std::optional<unsi
   return Refusal{ExitStatus::kRightMissing, text.str()};
 }
 
+std::optional<Refusal> refuse_crowding(const Request& request, std::optional<unsigned> binding,
+                                       std::size_t threads, std::size_t processors) {
+  if (!request.pin || binding || threads <= processors) {
+    return std::nullopt;
+  }
+  std::ostringstream text;
+  text << "--pin: " << threads << " threads have only " << processors
+       << " cores that this process may run on, and some would have no turn; lower --cores";
+  return Refusal{ExitStatus::kRightMissing, text.str()};
+}
+
 std::optional<Refusal> refuse_file(const std::string& option, const std::string& path) {
   struct stat status {};
   const bool exists = stat(path.c_str(), &status) == 0;

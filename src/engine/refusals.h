@@ -31,6 +31,11 @@ std::optional<Refusal> refuse_start(const Request& request, std::int64_t now_ns,
 std::optional<Refusal> refuse_binding(const Request& request, std::optional<unsigned> binding,
                                       const std::vector<unsigned>& allowed);
 
+/// More bound threads than processors: at fixed priority one keeps another from its turn for good.
+/// All on one processor, which was named, are as the user wants them. Pure.
+std::optional<Refusal> refuse_crowding(const Request& request, std::optional<unsigned> binding,
+                                       std::size_t threads, std::size_t processors);
+
 /// A file that cannot be written. It is tried, which creates it if it is not there, but nothing of
 /// it is lost. `option`: who named it. A pipe is not opened: its reader would see it closed again.
 std::optional<Refusal> refuse_file(const std::string& option, const std::string& path);

@@ -105,6 +105,17 @@ TEST_F(Refusals, AThreadIsBoundToNoProcessorThatIsNotAllowed) {
   EXPECT_EQ(status_of(refuse_binding(request_, 0, {})), ExitStatus::kRightMissing);
 }
 
+TEST_F(Refusals, BoundThreadsHaveAProcessorEach) {
+  EXPECT_EQ(text_of(refuse_crowding(request_, std::nullopt, 3, 2)), "none");
+  request_.pin = true;
+  EXPECT_EQ(text_of(refuse_crowding(request_, std::nullopt, 2, 2)), "none");
+  EXPECT_EQ(status_of(refuse_crowding(request_, std::nullopt, 3, 2)), ExitStatus::kRightMissing);
+  EXPECT_EQ(text_of(refuse_crowding(request_, std::nullopt, 3, 2)),
+            "--pin: 3 threads have only 2 cores that this process may run on, and some would have "
+            "no turn; lower --cores");
+  EXPECT_EQ(text_of(refuse_crowding(request_, 0, 3, 2)), "none") << "they are to share it";
+}
+
 TEST_F(Refusals, AFileInNoFolderCannotBeWritten) {
   const auto refusal = refuse_file("--output", path("nowhere/file"));
   EXPECT_EQ(status_of(refusal), ExitStatus::kFileRefused);
@@ -170,7 +181,8 @@ TEST_F(Refusals, AFanThatTheMachineDoesNotHaveIsNamedBeforeAnyIsChanged) {
   fans = {"F0Tg", "F9Tg"};
   const auto refusal = refuse_fans();
   EXPECT_EQ(status_of(refusal), ExitStatus::kKeyUnknown);
-  EXPECT_TRUE(text_of(refusal).starts_with("this machine has no fan \"F9Tg\"; ")) << text_of(refusal);
+  EXPECT_TRUE(text_of(refusal).starts_with("this machine has no fan \"F9Tg\"; "))
+      << text_of(refusal);
   EXPECT_TRUE(written_to("F0Tg").empty());
   fans = {"F0Tg"};
   EXPECT_EQ(text_of(refuse_fans()), "none");

@@ -98,6 +98,11 @@ std::optional<Refusal> Session::refuse() const {
   if (auto refusal = refuse_binding(request_, given_binding(), allowed_processors())) {
     return refusal;
   }
+  if (auto refusal = refuse_crowding(request_, given_binding(),
+                                     static_cast<std::size_t>(num_workload_threads()),
+                                     allowed_processors().size())) {
+    return refusal;
+  }
   if (auto refusal = refuse_deaf_loads(request_, is_switched(request_), deaf_loads())) {
     return refusal;
   }
@@ -159,7 +164,12 @@ void Session::announce() const {
     std::cerr << "\tvectors of the loads: " + loads::vector_target() + "\n";
   }
   if (request_.pin) {
-    complain(placement_->text(static_cast<unsigned>(num_workload_threads())));
+    const int threads = num_workload_threads();
+    complain(placement_->text(static_cast<unsigned>(threads)));
+    if (given_binding() && threads > 1) {
+      complain(std::to_string(threads) +
+               " threads share one core: while one is busy, the others have no turn");
+    }
   }
 }
 

@@ -220,6 +220,7 @@ TEST(Engine, ThreadsAreBoundToTheProcessorsThatTheyAreSaidToBe) {
   const Outcome outcome = run({"-w", "bspin", "-c", "2", "--pin", "-b", "0", "-t", "0.3",
                                "--record", folder.file("record")});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_NE(outcome.err.find("2 threads share one core"), std::string::npos) << outcome.err;
   EXPECT_NE(outcome.err.find("thread 0 is bound to core 0, thread 1 is bound to core 0"),
             std::string::npos)
       << outcome.err;
