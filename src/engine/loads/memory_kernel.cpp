@@ -125,7 +125,7 @@ class MemoryKernel : public Kernel {
       : stores_(stores),
         granule_words_(stores == Stores::kPastCaches ? kWordsPast : kWordsThrough),
         granules_(bytes / 2 / (granule_words_ * sizeof(std::uint64_t)) / 2 * 2),
-        // The last loads ask ahead of themselves.
+        // The last loads ask for lines behind it; asking reads nothing, and cannot fault.
         memory_(2 * granules_ * granule_words_ * sizeof(std::uint64_t)),
         a_(memory_.words()),
         b_(a_ + granules_ * granule_words_) {

@@ -68,12 +68,13 @@ class Ring {
 
   std::size_t bytes() const { return entries_.size() * sizeof(Entry); }
 
-  // Each side's own figures on a line of their own, so that neither takes it from the other.
+  // What both read, and each side's own figures, on lines of their own, so that no side takes from
+  // the other what it has not written.
+  alignas(kLine) std::vector<Entry> entries_;
+  std::uint64_t mask_;
+  bool locked_ = false;
   alignas(kLine) std::atomic<std::uint64_t> end_{0};
   std::uint64_t begin_seen_ = 0;
   std::atomic<std::uint64_t> dropped_{0};
-  std::vector<Entry> entries_;
-  std::uint64_t mask_;
-  bool locked_ = false;
   alignas(kLine) std::atomic<std::uint64_t> begin_{0};
 };
