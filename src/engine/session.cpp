@@ -11,6 +11,7 @@
 #include "Inspection/inspection.h"
 #include "engine/complaint.h"
 #include "engine/limit_thread.h"
+#include "engine/loads/load_factories.h"
 #include "engine/loads/vector_target.h"
 #include "engine/processors.h"
 #include "engine/record/record.h"
@@ -162,6 +163,9 @@ std::optional<Refusal> Session::open_samples() {
 void Session::announce() const {
   if (noisy) {
     std::cerr << "\tvectors of the loads: " + loads::vector_target() + "\n";
+  }
+  if (const std::string note = note_on_memory(); !note.empty()) {
+    complain(note);
   }
   if (request_.pin) {
     const int threads = num_workload_threads();

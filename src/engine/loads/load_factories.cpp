@@ -22,15 +22,24 @@
 namespace loads {
 namespace {
 
-/// The share of one of the workload threads that run `name`, and so share caches and memory.
-MemoryPlan memory_of(const std::string& name) {
-  const MachineMemory machine = read_machine_memory("/sys/devices/system/cpu", "/proc/meminfo");
+MachineMemory this_memory() {
+  return read_machine_memory("/sys/devices/system/cpu", "/proc/meminfo");
+}
+
+/// How many workload threads run `name`.
+std::size_t threads_of(const std::string& name) {
   const auto all = static_cast<unsigned>(num_workload_threads());
   std::size_t threads = 0;
   for (unsigned t = 0; t < all; ++t) {
     threads += workloads[thread_to_workload(t)] == name ? 1U : 0U;
   }
-  return plan_memory(machine, std::max<std::size_t>(threads, 1), all);
+  return threads;
+}
+
+/// The share of one of the workload threads that run `name`, and so share caches and memory.
+MemoryPlan memory_of(const std::string& name) {
+  return plan_memory(this_memory(), std::max<std::size_t>(threads_of(name), 1),
+                     static_cast<std::size_t>(num_workload_threads()));
 }
 
 using MakeKernel = std::unique_ptr<Kernel> (*)(const std::string& load);
@@ -119,4 +128,16 @@ void load_engine_factories(std::map<std::string, WorkloadFactory*>& registry, Lo
   BlockingSpinLoopFactory bspin;
   loads::add(registry, bspin.name(), bspin.description(), Follows::kTheWaveform, kOrdinaryActivity,
              loads::make_spin, host);
+}
+
+std::string note_on_memory() {
+  for (const char* const load : {"mem", "bmem", "mix", "bmix"}) {
+    const std::size_t threads = loads::threads_of(load);
+    if (threads > 0 && loads::stays_in_caches(loads::this_memory(), threads,
+                                              static_cast<std::size_t>(num_workload_threads()))) {
+      return std::string("load \"") + load +
+             "\" stays within the last cache: half of the memory that is available holds no more";
+    }
+  }
+  return "";
 }

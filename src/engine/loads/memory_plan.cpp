@@ -139,4 +139,8 @@ MemoryPlan plan_memory(const MachineMemory& machine, std::size_t threads, std::s
           .mix_last = std::max(kLeast, std::min(machine.last_cache / 2 / threads, most / 5))};
 }
 
+bool stays_in_caches(const MachineMemory& machine, std::size_t threads, std::size_t all_threads) {
+  return plan_memory(machine, threads, all_threads).mem * threads <= machine.last_cache;
+}
+
 }  // namespace loads

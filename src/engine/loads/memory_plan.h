@@ -29,4 +29,8 @@ struct MemoryPlan {
 /// any case. Requires: 1 <= threads <= all_threads.
 MemoryPlan plan_memory(const MachineMemory& machine, std::size_t threads, std::size_t all_threads);
 
+/// Whether `mem` in `threads` of them then stays within the last caches, and does not reach memory.
+/// Requires: as plan_memory().
+bool stays_in_caches(const MachineMemory& machine, std::size_t threads, std::size_t all_threads);
+
 }  // namespace loads

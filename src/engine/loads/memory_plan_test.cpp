@@ -96,6 +96,11 @@ TEST(PlanMemory, AllThreadsTogetherLeaveHalfOfTheMemory) {
   EXPECT_GT(4 * (plan.mem + plan.mix_last), 100 * kMiB);
 }
 
+TEST(PlanMemory, WithLittleMemoryALoadOfItStaysInTheCaches) {
+  EXPECT_TRUE(stays_in_caches({2 * kMiB, 260 * kMiB, 256 * kMiB}, 2, 2));
+  EXPECT_FALSE(stays_in_caches({2 * kMiB, 260 * kMiB, 24 * kGiB}, 2, 2));
+}
+
 TEST(PlanMemory, AThousandThreadsOnASmallMachineHaveALittleEach) {
   const MemoryPlan plan = plan_memory({64 * kKiB, kMiB, 16 * kMiB}, 1000, 1000);
   EXPECT_EQ(plan.mem, 64 * kKiB);
