@@ -5,8 +5,8 @@
 struct ClockReading;
 struct RecordPlan;
 
-/// Appends the lines that a record begins with: what was asked for, of which machine, and the clocks
-/// when the record was `made`.
+/// Appends the lines that a record begins with: what was asked for, of which machine, and the
+/// clocks when the record was `made`.
 void append_head(std::string& text, const RecordPlan& plan, const ClockReading& made);
 
 /// Appends a line with both clocks.
