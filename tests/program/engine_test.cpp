@@ -7,6 +7,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <thread>
 
@@ -164,6 +165,34 @@ TEST(Engine, ALimitEndsTheRunWithItsStatusAndSaysWhichKey) {
   EXPECT_NE(outcome.err.find("vorn-engine-sim: limit PC0C=16: the key shows "), std::string::npos)
       << outcome.err;
   EXPECT_LT(outcome.seconds, 30.0);
+}
+
+// A reader who has stopped reading keeps the process after the run; a signal ends it without him.
+TEST(Engine, KeepsTheStatusOfItsRunIfASignalEndsItBehindThat) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const std::string fifo = testing::TempDir() + "vorn_engine_stuck_" + std::to_string(getpid());
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0666), 0);
+  chmod(fifo.c_str(), 0666);
+  const int reader = open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  const int writer = open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+  while (write(writer, "\n", 1) == 1) {  // until it takes no more
+  }
+  Running running(engine({"-c", "1", "-w", "bspin", "-m", "-o", fifo, "--limit", "TC0D=1"}));
+  for (int tries = 0; tries < 3000 && running.err().find("limit TC0D=1") == std::string::npos;
+       ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  std::thread interrupter([&running] {
+    // Not before the run has been stopped: until then signals are ignored.
+    for (int times = 0; times < 3000 && running.send(SIGTERM); ++times) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+  });
+  EXPECT_EQ(running.wait().status, 20);
+  interrupter.join();
+  close(reader);
+  close(writer);
+  std::filesystem::remove(fifo);
 }
 
 TEST(Engine, LinesThatAreLostEndInAStatusOfTheirOwn) {
