@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "SpinLoop/SpinLoop.h"
 #include "WorkloadRegistry/registry.h"
 #include "engine/complaint.h"
 #include "engine/conflicts.h"
@@ -37,9 +38,10 @@ int engine::run_program(int argc, char* argv[], WorkloadHost& host) {
   explain_uncaught_exceptions();
   std::cerr.tie(nullptr);  // a message must not wait for whoever reads the samples
   uid.relinquish();
-  load_factories(factories);
+  load_workload(factories, new SpinLoopFactory);  // the engine's bspin is one that counts
   load_engine_factories(factories, host);
-  auto& request = *new engine::Request;
+  // Never destroyed: a failed start ends main() while threads that they serve may still run.
+  static auto& request = *new engine::Request;
   engine::Options options(request);
   if (parse_options(argc, argv, options) < 0) {
     return not_started("--help lists the options");
@@ -47,7 +49,7 @@ int engine::run_program(int argc, char* argv[], WorkloadHost& host) {
   if (const auto found = engine::conflict(request)) {
     return not_started(*found);
   }
-  auto& session = *new engine::Session(request, host);
+  static auto& session = *new engine::Session(request, host);
   if (const auto refusal = session.prepare()) {
     engine::complain(refusal->text);
     return end(refusal->status);

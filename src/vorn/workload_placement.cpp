@@ -3,7 +3,14 @@
 #include "vorn/settings.h"
 #include "vorn/workload_threads.h"
 
-WorkloadPlacement* workload_placement = new WorkloadPlacement;
+namespace {
+
+// Its destructor does nothing, so threads that still run while main() ends may use it.
+WorkloadPlacement labels;
+
+}  // namespace
+
+WorkloadPlacement* workload_placement = &labels;
 
 // The bound is the number of processors, not the last one's: threads beyond are all named one past
 // it, so that the summary tells them from those that have a processor of their own.

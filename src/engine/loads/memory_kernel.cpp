@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <numeric>
 
 #include "engine/loads/buffer.h"
 
@@ -91,7 +92,10 @@ std::uint64_t work(const Granule& g) {
     put(value, g.written + i + n);
     value = hn::Add(value, step);
   }
-  return hn::GetLane(hn::SumOfLanes(d, hn::Add(sum0, sum1)));
+  // Lane by lane: the vectors' own sum is one of signed numbers, which must not overflow.
+  HWY_ALIGN std::uint64_t lanes[HWY_MAX_BYTES / sizeof(std::uint64_t)];
+  hn::Store(hn::Add(sum0, sum1), d, lanes);
+  return std::accumulate(lanes, lanes + n, std::uint64_t{0});
 }
 
 std::uint64_t memory_past(const Granule& g) {
