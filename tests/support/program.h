@@ -2,6 +2,7 @@
 
 #include <sys/resource.h>
 #include <sys/types.h>
+#include <atomic>
 
 #include <cerrno>
 #include <chrono>
@@ -94,7 +95,7 @@ class Running {
 
   File out_;
   File err_;
-  pid_t pid_ = -1;
+  std::atomic<pid_t> pid_ = -1;  // tests send signals from threads of their own
   Clock::time_point started_;
 };
 
