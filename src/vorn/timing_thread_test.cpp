@@ -208,10 +208,7 @@ void expect_no_passing_before_its_edge(const std::vector<std::int64_t>& passed_n
   for (const std::int64_t at_ns : passed_ns) {
     edge = std::find_if(edge, edges.end(), [](const Edge& one) { return one.active; });
     ASSERT_NE(edge, edges.end());
-    // One that was held up on its way to the gate may find the waveform on, as early as it is
-    // switched; those who wait come on time.
-    constexpr std::int64_t kLead = 60'000;  // ns
-    EXPECT_GE(at_ns, edge->planned_ns - kLead);
+    EXPECT_GE(at_ns, edge->planned_ns);
     ++edge;
   }
 }
