@@ -27,6 +27,7 @@
 
 namespace {
 
+constexpr std::int64_t kAhead = 100'000;     // ns: more than the waveform is ever switched ahead
 constexpr std::int64_t kPatience = 200'000;  // ns: wake-ups from deep idle take up to 150 us
 
 std::atomic<const workload_params*> announced_of{nullptr};
@@ -67,13 +68,27 @@ void wake_waiters(workload_params* params) {
   syscall(SYS_futex, &looks, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0);
 }
 
+/// Waits for what is left until the instant ahead of which the waveform was switched on: one that
+/// came to its wait in between would go before the others. Bounded, whatever was announced.
+void wait_for_the_rest(const workload_params* params) {
+  const std::int64_t on_ns = announced_ns.load();
+  const std::uint32_t seen = looks.load();
+  const std::int64_t left = on_ns - monotonic_ns();
+  if (announced_of.load() == params && left > 0 && left <= kAhead) {
+    sleep_until(on_ns, seen);
+  }
+}
+
 }  // namespace
 
 void wait_until_active(workload_params* params) {
+  if (params->active) {
+    return;
+  }
   while (!params->active) {
     const std::uint32_t seen = looks.load();
     if (params->active) {  // who was told to look before `seen` was read sees it here
-      return;
+      break;
     }
     const std::int64_t on_ns = announced_ns.load();
     const std::int64_t late = monotonic_ns() - on_ns;
@@ -83,6 +98,7 @@ void wait_until_active(workload_params* params) {
       sleep_until(on_ns, seen);
     }
   }
+  wait_for_the_rest(params);
 }
 
 void announce_on(workload_params* params, std::int64_t on_ns) {
