@@ -10,7 +10,7 @@ enum class ExitStatus : int {
   kEnded = 0,             ///< as asked: run time, end of the waveform, or a signal
   kFileRefused = 10,      ///< a sample file or record that cannot be written
   kKeyUnknown = 11,       ///< a key or fan that the machine does not have, or cannot read
-  kRightMissing = 12,     ///< fans, a P-state or a processor that this process may not have
+  kRightMissing = 12,     ///< a priority, fan, P-state or processor that this process may not have
   kWaveformIgnored = 13,  ///< a waveform or an agreed start over a load that ignores it
   kTooLate = 14,          ///< an agreed start in the past, or before the run can be ready
   kLimitReached = 20,     ///< a key passed its limit, or could not be read any more

@@ -13,7 +13,9 @@
 #include "SMC/SMC.h"
 #include "Workload/WorkloadFactory.h"
 #include "vorn/machine_notes.h"
+#include "vorn/service_thread.h"
 #include "vorn/settings.h"
+#include "vorn/thread_notes.h"
 #include "vorn/workload_threads.h"
 
 namespace engine {
@@ -63,6 +65,18 @@ std::optional<Refusal> refuse_rights(bool privileged) {
     }
   }
   return std::nullopt;
+}
+
+std::optional<Refusal> refuse_priority() {
+  // The highest that a run needs: of the threads beside the load, or of a load that has none beside
+  // it. Another failure than that of the right is the run's to say.
+  static auto& trial = *new ServiceThread;
+  trial.start([](void* nothing) { return nothing; }, monitor_thread_priority());
+  trial.join();
+  if (trial.start_error() != EPERM) {
+    return std::nullopt;
+  }
+  return Refusal{ExitStatus::kRightMissing, note_on_refused_priority().text};
 }
 
 std::optional<Refusal> refuse_deaf_loads(const Request& request, bool waveform,
@@ -137,6 +151,15 @@ std::optional<Refusal> refuse_file(const std::string& option, const std::string&
   }
   close(descriptor);
   return std::nullopt;
+}
+
+Refusal file_not_opened(const std::string& option, const std::string& path, int error) {
+  const std::string what = option + " \"" + path + "\" cannot be opened: ";
+  if (error == ENXIO) {
+    return {ExitStatus::kFileRefused, what + "nobody reads this pipe; start its reader first"};
+  }
+  return {ExitStatus::kFileRefused,
+          what + std::strerror(error) + "; name a file in a folder of yours"};
 }
 
 std::optional<Refusal> refuse_shared_file(const std::vector<NamedFile>& files) {

@@ -20,6 +20,10 @@ struct Refusal {
 /// A fan or P-state was asked for, and only root may change them. Reads vorn's settings.
 std::optional<Refusal> refuse_rights(bool privileged);
 
+/// Fixed priorities that this process may not have, tried in a thread of their own: a workload
+/// thread that is refused its priority in the run could only abort it. Starts and ends a thread.
+std::optional<Refusal> refuse_priority();
+
 /// A load does not follow what switches it. `deaf`: the loads of this run that do not. Pure.
 std::optional<Refusal> refuse_deaf_loads(const Request& request, bool waveform,
                                          const std::vector<std::string>& deaf);
@@ -39,6 +43,10 @@ std::optional<Refusal> refuse_crowding(const Request& request, std::optional<uns
 /// A file that cannot be written. It is tried, which creates it if it is not there, but nothing of
 /// it is lost. `option`: who named it. A pipe is not opened: its reader would see it closed again.
 std::optional<Refusal> refuse_file(const std::string& option, const std::string& path);
+
+/// A file that could not be opened for writing, with `error` of errno; also a pipe that nobody
+/// reads. Pure.
+Refusal file_not_opened(const std::string& option, const std::string& path, int error);
 
 /// A file of the run, as an option names it.
 struct NamedFile {

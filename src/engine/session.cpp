@@ -15,6 +15,7 @@
 #include "engine/loads/vector_target.h"
 #include "engine/processors.h"
 #include "engine/record/record.h"
+#include "engine/record/record_file.h"
 #include "engine/record_plan.h"
 #include "engine/run_length.h"
 #include "engine/sample_header.h"
@@ -57,7 +58,13 @@ std::optional<Refusal> Session::prepare() {
   if (auto refusal = refuse()) {
     return refusal;
   }
+  if (auto refusal = refuse_priority()) {
+    return refusal;
+  }
   if (auto refusal = open_samples()) {
+    return refusal;
+  }
+  if (auto refusal = open_record()) {
     return refusal;
   }
   std::vector<unsigned> allowed = allowed_processors();
@@ -141,9 +148,7 @@ std::optional<Refusal> Session::open_samples() {
   // The opening of a pipe would wait for its reader, and the run for the opening.
   auto file = std::make_unique<SampleFile>(output, SampleFile::Unread::fails);
   if (const int error = file->open_error(); error != 0) {
-    const char* const why = error == ENXIO ? "nobody reads this pipe" : std::strerror(error);
-    return Refusal{ExitStatus::kFileRefused,
-                   "--output " + quoted(output) + " cannot be opened: " + why};
+    return file_not_opened("--output", output, error);
   }
   if (!request_.header) {
     use_sample_file(std::move(file));
@@ -157,6 +162,18 @@ std::optional<Refusal> Session::open_samples() {
     }
   }
   use_sample_file(std::move(file));
+  return std::nullopt;
+}
+
+std::optional<Refusal> Session::open_record() {
+  if (!request_.record) {
+    return std::nullopt;
+  }
+  try {
+    record_file_ = std::make_unique<RecordFile>(*request_.record);
+  } catch (const RecordFileError& failure) {
+    return file_not_opened("--record", *request_.record, failure.error());
+  }
   return std::nullopt;
 }
 
@@ -185,7 +202,7 @@ int Session::start_beside(const std::vector<std::string>& arguments) {
   const auto threads = static_cast<unsigned>(num_workload_threads());
   if (request_.record) {
     try {
-      record_ = std::make_unique<Record>(plan_record(request_, arguments));
+      record_ = std::make_unique<Record>(plan_record(request_, arguments), std::move(record_file_));
     } catch (const RecordError& error) {
       complain(error.what());
       return -1;

@@ -19,6 +19,7 @@
 #include "vorn/sample_observer.h"
 
 class Record;
+class RecordFile;
 
 namespace engine {
 
@@ -56,6 +57,7 @@ class Session : public SampleObserver {
   std::optional<Refusal> refuse() const;
   std::optional<Refusal> take_waveform();
   std::optional<Refusal> open_samples();
+  std::optional<Refusal> open_record();
   void observe_edges();
   void judge_start() const;
   void judge_samples() const;
@@ -76,6 +78,7 @@ class Session : public SampleObserver {
   std::optional<WaveformBegin> begin_;
   std::optional<Placement> placement_;
   std::unique_ptr<WrongResults> wrong_results_;
+  std::unique_ptr<RecordFile> record_file_;  ///< opened, until the record takes it
   std::unique_ptr<Record> record_;
 };
 

@@ -110,8 +110,10 @@ TEST(Engine, APipeThatNobodyReadsIsRefused) {
   const std::string pipe = folder.file("pipe");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0666), 0);
   ASSERT_EQ(chmod(pipe.c_str(), 0666), 0);
-  expect_refused({"-m", "-o", pipe, "-t", "1"}, 10,
-                 "--output \"" + pipe + "\" cannot be opened: nobody reads this pipe");
+  const std::string says =
+      " \"" + pipe + "\" cannot be opened: nobody reads this pipe; start its reader first";
+  expect_refused({"-m", "-o", pipe, "-t", "1"}, 10, "--output" + says);
+  expect_refused({"--record", pipe, "-t", "1"}, 10, "--record" + says);
 }
 
 TEST(Engine, AFileForTwoPurposesIsRefusedAndKept) {
@@ -357,20 +359,55 @@ TEST(Engine, AWrongResultIsSaidRecordedAndTheStatus) {
   EXPECT_EQ(reader.of("end").front()[3], "run time over");
 }
 
-TEST(Engine, AStartThatFailsIsRecordedWithWhatWasRefused) {
+TEST(Engine, AUserWithoutTheRightToAFixedPriorityIsRefusedBeforeAnythingIsStarted) {
   SKIP_UNLESS_MAY_RUN(As::kOrdinaryUser);
   const OpenFolder folder;
-  program::Command command = engine(
-      {"-w", "bspin", "-f", "10", "-t", "1", "--record", folder.file("record")}, As::kOrdinaryUser);
-  command.path = VORN_ENGINE_PROGRAM;  // the simulated machine grants every priority
-  const Outcome outcome = program::run(command);
-  EXPECT_EQ(outcome.status, 255) << outcome.err;
-  const RecordReader reader(folder.file("record"));
-  ASSERT_EQ(reader.of("refused").size(), 1U);
-  EXPECT_EQ(reader.of("refused")[0][2], "thread of the waveform at priority 63");
-  EXPECT_EQ(reader.of("refused")[0][3], "Operation not permitted");
-  EXPECT_EQ(reader.of("end").front()[2], "255");
-  EXPECT_EQ(reader.of("end").front()[3], "not started");
+  const std::string record = folder.file("record");
+  for (const char* load : {"fma", "bspin"}) {
+    for (const rlim_t most : {0U, 31U, 62U}) {
+      if (most > 0 && !program::may_raise_limits()) {
+        continue;
+      }
+      program::Command command =
+          engine({"-w", load, "-c", "2", "-t", "1", "--record", record}, As::kOrdinaryUser);
+      command.path = VORN_ENGINE_PROGRAM;  // the simulated machine grants every priority
+      command.called = "vorn-engine";
+      command.fixed_priority_limit = most;
+      const Outcome outcome = program::run(command);
+      EXPECT_EQ(outcome.status, 12) << outcome.err;
+      EXPECT_TRUE(
+          outcome.err.starts_with("vorn-engine: this user has no right to a fixed priority"))
+          << outcome.err;
+      EXPECT_EQ(std::filesystem::file_size(record), 0U);
+    }
+  }
+}
+
+// So many threads that the one of the waveform is the first that the user's limit does not allow.
+TEST(Engine, AStartThatFailsIsRecordedWithWhatWasRefused) {
+  if (program::kSanitized) {
+    GTEST_SKIP() << "the sanitizers' own threads count towards the limit";
+  }
+  SKIP_UNLESS_MAY_RUN(As::kRoot);
+  const OpenFolder folder;
+  const std::string path = folder.file("record");
+  std::string refused;
+  for (rlim_t most = 2; most < 40 && refused.empty(); ++most) {
+    program::Command command = engine({"-w", "bspin", "-f", "10", "-t", "1", "--record", path});
+    command.process_limit = most;
+    const Outcome outcome = program::run(command);
+    if (outcome.err.find("Unable to spawn timing thread") == std::string::npos) {
+      continue;
+    }
+    EXPECT_EQ(outcome.status, 255) << outcome.err;
+    const RecordReader reader(path);
+    ASSERT_EQ(reader.of("refused").size(), 1U);
+    refused = reader.of("refused")[0][2];
+    EXPECT_EQ(reader.of("refused")[0][3], "Resource temporarily unavailable");
+    EXPECT_EQ(reader.of("end").front()[2], "255");
+    EXPECT_EQ(reader.of("end").front()[3], "not started");
+  }
+  EXPECT_EQ(refused, "thread of the waveform at priority 63");
 }
 
 TEST(Engine, ASignalEndsARunInOrder) {

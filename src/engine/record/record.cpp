@@ -43,7 +43,8 @@ bool start_writer(std::shared_ptr<RecordParts>* share) {
 
 }  // namespace
 
-Record::Record(RecordPlan plan) : parts_(std::make_shared<RecordParts>(std::move(plan))) {
+Record::Record(RecordPlan plan, std::unique_ptr<RecordFile> file)
+    : parts_(std::make_shared<RecordParts>(std::move(plan), std::move(file))) {
   auto share = std::make_unique<std::shared_ptr<RecordParts>>(parts_);
   if (!start_writer(share.get())) {
     throw RecordError(parts_->plan.path + ": the record's writer could not be started");
@@ -115,17 +116,17 @@ RecordLosses Record::finish(std::string_view reason, int status) {
     parts_->status = status;
     parts_->ending.set();
     if (!parts_->written.wait(kLongestEndMs)) {
-      parts_->file.give_up();
+      parts_->file->give_up();
       parts_->written.wait(kLongestEndMs / 4);  // a pipe's writer comes to its end then
     }
   }
   RecordLosses losses;
   losses.events = parts_->events_dropped;
-  losses.lines = parts_->file.lines_lost();
+  losses.lines = parts_->file->lines_lost();
   losses.complete = parts_->written.wait(0);
   if (!losses.complete) {
     losses.reason = "the file took too long";
-  } else if (const int error = parts_->file.reason(); error != 0) {
+  } else if (const int error = parts_->file->reason(); error != 0) {
     losses.reason = std::strerror(error);
   }
   return losses;

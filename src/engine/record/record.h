@@ -20,6 +20,8 @@ class RecordError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+class RecordFile;
+
 /// What a record begins with, and where it looks.
 struct RecordPlan {
   std::string path;
@@ -51,9 +53,9 @@ struct RecordLosses {
 /// waited for. All times are in ns of CLOCK_MONOTONIC.
 class Record {
  public:
-  /// Creates the file, makes the buffers and starts the writer, which leaves all signals to others.
-  /// Throws RecordError.
-  explicit Record(RecordPlan plan);
+  /// Makes the buffers and starts the writer, which leaves all signals to others. Creates the file,
+  /// unless `file` has been opened before. Throws RecordError.
+  explicit Record(RecordPlan plan, std::unique_ptr<RecordFile> file = nullptr);
   Record(const Record&) = delete;
   Record& operator=(const Record&) = delete;
   /// Finishes the record if nobody has.

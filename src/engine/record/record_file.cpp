@@ -10,6 +10,10 @@
 
 #include "engine/record/record.h"
 
+RecordFileError::RecordFileError(const std::string& path, int error)
+    : RecordError(path + ": " + (error == ENXIO ? "Nobody reads this pipe" : std::strerror(error))),
+      error_(error) {}
+
 namespace {
 
 constexpr int kWaitMs = 50;  // for a pipe's reader, before looking whether to give up
@@ -19,8 +23,7 @@ int open_or_throw(const std::string& path) {
   const int file =
       open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666);
   if (file < 0) {
-    const char* const why = errno == ENXIO ? "Nobody reads this pipe" : std::strerror(errno);
-    throw RecordError(path + ": " + why);
+    throw RecordFileError(path, errno);
   }
   return file;
 }

@@ -5,11 +5,25 @@
 #include <string>
 #include <string_view>
 
+#include "engine/record/record.h"
+
+/// The file of a record cannot be opened.
+class RecordFileError : public RecordError {
+ public:
+  RecordFileError(const std::string& path, int error);
+
+  /// Of errno; ENXIO: nobody reads this pipe.
+  int error() const { return error_; }
+
+ private:
+  int error_;
+};
+
 /// The file of a record: takes whole lines, and holds whole lines whatever happens to the disk.
 /// Thread: one, but for give_up() and lines_lost().
 class RecordFile {
  public:
-  /// Creates or empties the file. Throws RecordError. A pipe needs a reader.
+  /// Creates or empties the file. Throws RecordFileError. A pipe needs a reader.
   explicit RecordFile(const std::string& path);
   RecordFile(const RecordFile&) = delete;
   RecordFile& operator=(const RecordFile&) = delete;

@@ -60,9 +60,9 @@ bool Signal::wait(int ms) noexcept {
   return set_.load(std::memory_order_acquire);
 }
 
-RecordParts::RecordParts(RecordPlan the_plan)
+RecordParts::RecordParts(RecordPlan the_plan, std::unique_ptr<RecordFile> the_file)
     : edges(kEdges),
       samples(room_for_samples(the_plan.threads)),
       plan(std::move(the_plan)),
-      file(plan.path),
+      file(the_file ? std::move(the_file) : std::make_unique<RecordFile>(plan.path)),
       threads(records_of(plan.threads)) {}

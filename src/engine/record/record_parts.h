@@ -49,7 +49,8 @@ class Signal {
 
 /// What a record and its writer share.
 struct RecordParts {
-  explicit RecordParts(RecordPlan the_plan);
+  /// Creates the file of the plan, unless `the_file` is one.
+  explicit RecordParts(RecordPlan the_plan, std::unique_ptr<RecordFile> the_file = nullptr);
 
   /// Before any event: the writer may come to its first line only when the load lets it.
   const ClockReading made = clock_reading();
@@ -57,7 +58,7 @@ struct RecordParts {
   Ring<SampleEvent> samples;
   WordQueue words;
   const RecordPlan plan;
-  RecordFile file;
+  const std::unique_ptr<RecordFile> file;
   std::vector<std::unique_ptr<ThreadRecord>> threads;
 
   // The end: written before `ending` is set, read after it has been seen.

@@ -246,7 +246,7 @@ void RecordWriter::say_processors(std::int64_t at_ns) {
 }
 
 void RecordWriter::say_end() {
-  Line(text_, "lost").add(parts_.events_dropped.load()).add(parts_.file.lines_lost());
+  Line(text_, "lost").add(parts_.events_dropped.load()).add(parts_.file->lines_lost());
   Line(text_, "end").add(now_ns()).add(parts_.status).add(parts_.reason);
 }
 
@@ -260,7 +260,7 @@ void RecordWriter::write_if_due() {
 void RecordWriter::write_out() {
   written_ns_ = now_ns();
   if (!text_.empty()) {
-    parts_.file.write(text_);
+    parts_.file->write(text_);
     text_.clear();
   }
 }
