@@ -21,9 +21,15 @@ TEST(EdgePlan, GoesOnFromNowAfterAStop) {
   EXPECT_EQ(plan.next(kSecond, 31 * kSecond), 32 * kSecond);
 }
 
-TEST(EdgePlan, DoesNotRaceThroughAHoleOfManyIntervals) {
+TEST(EdgePlan, DoesNotRaceThroughAStopOfManyIntervals) {
   EdgePlan plan(0);
   EXPECT_EQ(plan.next(kMillisecond, 50 * kMillisecond), 51 * kMillisecond);
+}
+
+TEST(EdgePlan, KeepsItsPhaseThroughAHoleOfSomeIntervals) {
+  EdgePlan plan(0);
+  EXPECT_EQ(plan.next(kMillisecond, 7 * kMillisecond), kMillisecond);
+  EXPECT_EQ(plan.next(kMillisecond, 7 * kMillisecond), 2 * kMillisecond);
 }
 
 TEST(EdgePlan, TakesAHoleForAStopThoughTheNextIntervalIsLongEnoughForIt) {

@@ -55,7 +55,8 @@ void switch_to(bool active) {
 }
 
 // An interval of no length is over at once: no sleep, no lock, and nobody is woken for it. The
-// waiters see it at their next test.
+// waiters see it at their next test. So is one that was over before this thread woke: the load does
+// not see the edges that it slept through one after the other.
 void switch_in_passing(bool active) {
   params.active = active;
 }
@@ -113,6 +114,7 @@ bool play(IntervalSource& source, std::int64_t begin_ns) {
     EdgePlan first = plan;
     announce_on_to_waiters(&params, first.next(*interval, monotonic_ns()));
   }
+  bool slept_through = false;              // an edge for which nobody was woken
   while (interval && !params.terminate) {  // millions of intervals of no length may follow
     const bool on = !params.active;
     if (*interval != 0) {
@@ -125,14 +127,20 @@ bool play(IntervalSource& source, std::int64_t begin_ns) {
     if (!next) {
       break;
     }
+    EdgePlan after = plan;
+    const std::int64_t now_ns = monotonic_ns();
+    const std::int64_t after_ns = after.next(*next, now_ns);
     if (!on) {
-      EdgePlan after = plan;
-      announce_on(&params, after.next(*next, monotonic_ns()));
+      announce_on(&params, after_ns);
     }
-    if (*interval != 0) {
-      switch_to(on);
-    } else {
+    if (*interval != 0 && *next != 0 && after_ns <= now_ns) {
       switch_in_passing(on);
+      slept_through = true;
+    } else if (*interval == 0 && !slept_through) {
+      switch_in_passing(on);
+    } else {
+      switch_to(on);
+      slept_through = slept_through && !on;
     }
     tell_observer(plan.planned_ns());
     interval = next;

@@ -164,6 +164,22 @@ class EdgeList : public EdgeObserver {
 
 constexpr std::int64_t kMillisecond = 1000000;
 
+/// Holds the timing thread up at one edge, as a machine does that has no processor for it.
+class HoldUp : public EdgeList {
+ public:
+  HoldUp(std::size_t edge, milliseconds length) : edge_(edge), length_(length) {}
+  void switched(std::int64_t planned_ns, std::int64_t switched_ns, bool active) noexcept override {
+    EdgeList::switched(planned_ns, switched_ns, active);
+    if (edges().size() == edge_ + 1) {
+      std::this_thread::sleep_for(length_);
+    }
+  }
+
+ private:
+  std::size_t edge_;
+  milliseconds length_;
+};
+
 /// A load that takes the clock each time that the gate lets it into an on phase.
 class GateClock {
  public:
@@ -217,8 +233,13 @@ class SourcePlayed : public TimingThread {
  protected:
   /// Plays `intervals` to their end. Returns the edges.
   std::vector<Edge> play(std::vector<std::int64_t> intervals) {
-    ScriptedSource source(std::move(intervals));
     EdgeList list;
+    return play(std::move(intervals), list);
+  }
+
+  /// The same with an observer of the caller's.
+  std::vector<Edge> play(std::vector<std::int64_t> intervals, EdgeList& list) {
+    ScriptedSource source(std::move(intervals));
     waveform.source = &source;
     waveform.observer = &list;
     sigset_t interrupt;  // by which the thread ends the run
@@ -290,6 +311,34 @@ TEST_F(SourcePlayed, SwitchesInPassingWhereAnIntervalHasNoLength) {
   EXPECT_TRUE(edges[2].active);
   EXPECT_FALSE(edges[3].active);
   EXPECT_EQ(edges[3].planned_ns, edges[2].planned_ns);
+}
+
+TEST_F(SourcePlayed, KeepsItsPlanThroughAHoleOfSomeIntervals) {
+  const std::vector<std::int64_t> intervals(30, kMillisecond);
+  for (int times = 0; times < kTimes; ++times) {
+    params.terminate = false;
+    HoldUp hold_up(5, milliseconds(7));
+    const std::vector<Edge> edges = play(intervals, hold_up);
+    ASSERT_EQ(edges.size(), intervals.size());
+    const std::int64_t planned = edges.back().planned_ns - edges.front().planned_ns;
+    const auto stop = std::find_if(edges.begin(), edges.end(), [](const Edge& edge) {
+      return edge.switched_ns - edge.planned_ns > 15 * kMillisecond;
+    });
+    if (stop == edges.end()) {
+      EXPECT_EQ(planned, static_cast<std::int64_t>(intervals.size() - 1) * kMillisecond);
+      return;
+    }
+  }
+  GTEST_SKIP() << "the machine stopped in every one of " << kTimes << " runs";
+}
+
+TEST_F(SourcePlayed, WakesTheLoadAfterAHoleAlthoughAnIntervalOfNoLengthFollows) {
+  params.active = false;
+  HoldUp hold_up(2, milliseconds(8));
+  play({kMillisecond, kMillisecond, 5 * kMillisecond, kMillisecond, 0, 200 * kMillisecond},
+       hold_up);
+  ASSERT_FALSE(passed_ns_.empty());
+  EXPECT_GE(passed_ns_.back(), hold_up.edges().back().planned_ns);
 }
 
 TEST_F(SourcePlayed, IsOffUntilTheInstantAtWhichItBegins) {
