@@ -43,6 +43,8 @@ bool start_writer(std::shared_ptr<RecordParts>* share) {
 
 }  // namespace
 
+Record::Record(RecordPlan plan) : Record(std::move(plan), nullptr) {}
+
 Record::Record(RecordPlan plan, std::unique_ptr<RecordFile> file)
     : parts_(std::make_shared<RecordParts>(std::move(plan), std::move(file))) {
   auto share = std::make_unique<std::shared_ptr<RecordParts>>(parts_);

@@ -53,9 +53,11 @@ struct RecordLosses {
 /// waited for. All times are in ns of CLOCK_MONOTONIC.
 class Record {
  public:
-  /// Makes the buffers and starts the writer, which leaves all signals to others. Creates the file,
-  /// unless `file` has been opened before. Throws RecordError.
-  explicit Record(RecordPlan plan, std::unique_ptr<RecordFile> file = nullptr);
+  /// Creates the file, makes the buffers and starts the writer, which leaves all signals to others.
+  /// Throws RecordError.
+  explicit Record(RecordPlan plan);
+  /// The same with a file that has been opened before.
+  Record(RecordPlan plan, std::unique_ptr<RecordFile> file);
   Record(const Record&) = delete;
   Record& operator=(const Record&) = delete;
   /// Finishes the record if nobody has.
