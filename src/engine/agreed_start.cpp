@@ -47,8 +47,8 @@ std::int64_t AgreedStart::instant_ns() {
 
 void StartWatch::switched(std::int64_t planned_ns, std::int64_t switched_ns, bool active) noexcept {
   if (!begun_) {
-    begun_ = true;
     late_ns_ = switched_ns - start_.instant_ns();
+    begun_ = true;
   }
   if (next_ != nullptr) {
     next_->switched(planned_ns, switched_ns, active);

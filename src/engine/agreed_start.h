@@ -52,13 +52,13 @@ class StartWatch : public EdgeObserver {
   void switched(std::int64_t planned_ns, std::int64_t switched_ns, bool active) noexcept override;
 
   /// How much later than agreed the waveform began, in ns of the wall clock at that moment;
-  /// nothing if it has not begun. Thread: any, once the timing thread has been joined.
+  /// nothing if it has not begun. Thread: any.
   std::optional<std::int64_t> late_ns() const;
 
  private:
   AgreedStart& start_;
   EdgeObserver* next_;
-  bool begun_ = false;
+  std::atomic<bool> begun_{false};  ///< set behind late_ns_
   std::int64_t late_ns_ = 0;
 };
 

@@ -16,7 +16,7 @@ enum class ExitStatus : int {
   kLimitReached = 20,     ///< a key passed its limit, or could not be read any more
   kSamplingFailed = 21,   ///< sampling ended, or lines were lost
   kWrongResult = 22,      ///< a load computed a wrong result
-  kStartMissed = 23,      ///< waveform or loads did not begin at the agreed start
+  kStartMissed = 23,      ///< waveform or loads did not begin at the agreed start, or in time
   kRecordFailed = 24,     ///< the record could not be written to its end
   kNotStarted = 255,      ///< wrong command line, or a start that failed, as vorn
 };

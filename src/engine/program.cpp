@@ -58,7 +58,7 @@ int engine::run_program(int argc, char* argv[], WorkloadHost& host) {
     summarize();
   }
   session.announce();
-  use_status_at_once([] { return end(engine::verdict.status()); });
+  use_status_at_once([] { return end(session.status_at_once()); });
   session.set_length();
   const std::vector<std::string> arguments(argv, argv + argc);
   return end(session.conclude(run([&] { return session.start_beside(arguments); })));

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <utility>
 
 #include "vorn/clock.h"
 #include "vorn/waveform.h"
@@ -15,31 +18,52 @@ class Readiness {
   /// `threads`: how many there will be. Until this is called nobody is ready.
   void expect(unsigned threads) { missing_ = threads; }
 
+  /// Has `all_made` called by the last thread to make its load. Before the threads.
+  void tell(std::function<void()> all_made) { all_made_ = std::move(all_made); }
+
   /// One more thread has made its load. At most once for each.
-  void made() noexcept { --missing_; }
+  void made() {
+    if (--missing_ == 0 && all_made_) {
+      all_made_();
+    }
+  }
 
   unsigned missing() const noexcept { return missing_; }
 
  private:
   std::atomic<unsigned> missing_{1};
+  std::function<void()> all_made_;
 };
+
+/// How long the loads of so many threads may take to be made, in ns: far longer than they need, if
+/// nobody keeps them from their processors. Pure.
+std::int64_t longest_making_ns(std::size_t threads, std::size_t processors);
 
 /// The waveform begins as soon as all loads are made, so that none misses its first edges.
 class StartWhenReady : public WaveformStart {
  public:
   using Clock = std::int64_t (*)();
 
-  /// `readiness` is not owned.
-  explicit StartWhenReady(const Readiness& readiness, Clock clock = monotonic_ns)
-      : readiness_(readiness), clock_(clock) {}
+  /// Calls `too_long` once, from the timing thread, if a load is still missing `longest_ns` after
+  /// it was looked for first. `readiness` is not owned.
+  StartWhenReady(const Readiness& readiness, std::int64_t longest_ns,
+                 std::function<void()> too_long, Clock clock = monotonic_ns)
+      : readiness_(readiness),
+        longest_ns_(longest_ns),
+        too_long_(std::move(too_long)),
+        clock_(clock) {}
 
-  /// A moment ahead as long as a load is missing; then the instant at which all were found made,
-  /// and time for the last of them to reach its wait.
+  /// A moment ahead as long as a load is missing, and for ever once that took too long; then the
+  /// instant at which all were found made, and time for the last of them to reach its wait.
   std::int64_t instant_ns() override;
 
  private:
   const Readiness& readiness_;
+  std::int64_t longest_ns_;
+  std::function<void()> too_long_;
   Clock clock_;
+  std::int64_t looked_ns_ = 0;  ///< first; 0: not yet
+  bool given_up_ = false;
   std::int64_t begin_ns_ = 0;  ///< 0: not known yet
 };
 

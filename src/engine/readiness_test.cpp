@@ -18,7 +18,8 @@ class StartWhenReadyTest : public testing::Test {
   StartWhenReadyTest() { time_ns = 1000 * kMs; }
 
   Readiness readiness_;
-  StartWhenReady start_{readiness_, shown};
+  int given_up_ = 0;
+  StartWhenReady start_{readiness_, 10'000 * kMs, [this] { ++given_up_; }, shown};
 };
 
 TEST_F(StartWhenReadyTest, IsFartherAwayThanASleepIsExactAsLongAsALoadIsMissing) {
@@ -38,6 +39,39 @@ TEST_F(StartWhenReadyTest, IsNearAndFixedOnceAllLoadsAreMade) {
   EXPECT_LT(begin_ns, time_ns + 20 * kMs);
   time_ns += 3 * kMs;
   EXPECT_EQ(start_.instant_ns(), begin_ns);
+}
+
+TEST_F(StartWhenReadyTest, GivesUpOnceIfALoadIsMissingForTooLong) {
+  readiness_.expect(1);
+  start_.instant_ns();
+  time_ns += 10'000 * kMs;
+  start_.instant_ns();
+  EXPECT_EQ(given_up_, 0);
+  for (int looks = 0; looks < 3; ++looks) {
+    time_ns += kMs;
+    EXPECT_GT(start_.instant_ns(), time_ns + 20 * kMs);
+    EXPECT_EQ(given_up_, 1);
+  }
+  readiness_.made();
+  EXPECT_GT(start_.instant_ns(), time_ns + 20 * kMs) << "the run is ending";
+}
+
+TEST_F(StartWhenReadyTest, WaitsLongerForThreadsThatShareAProcessor) {
+  EXPECT_EQ(longest_making_ns(1, 8), 10'000 * kMs);
+  EXPECT_EQ(longest_making_ns(8, 8), 10'000 * kMs);
+  EXPECT_EQ(longest_making_ns(9, 8), 20'000 * kMs);
+  EXPECT_EQ(longest_making_ns(64, 2), 320'000 * kMs);
+}
+
+TEST(Readiness, TellsOnceWhenTheLastThreadHasMadeItsLoad) {
+  Readiness readiness;
+  int told = 0;
+  readiness.tell([&told] { ++told; });
+  readiness.expect(2);
+  readiness.made();
+  EXPECT_EQ(told, 0);
+  readiness.made();
+  EXPECT_EQ(told, 1);
 }
 
 TEST(Readiness, IsNotGivenBeforeItIsKnownHowManyThreadsThereAre) {

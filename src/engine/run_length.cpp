@@ -26,17 +26,13 @@ std::optional<std::int64_t> run_length(std::optional<std::int64_t> length_ns) {
   return trial_time * kUsPerSecond * kNsPerUs;
 }
 
-void set_run_length(std::optional<std::int64_t> length_ns, Counted counted) {
+void set_run_length(std::optional<std::int64_t> length_ns, Counted counted,
+                    std::int64_t longest_ns) {
   if (!run_length(length_ns)) {
     return;
   }
-  if (length_ns) {
-    trial_time = 0;
-    additional_time_us = *length_ns / kNsPerUs;
-  }
-  if (counted == Counted::kFromTheWaveform) {
-    additional_time_us = kNever;
-  }
+  trial_time = 0;
+  additional_time_us = counted == Counted::kFromTheLoads ? longest_ns / kNsPerUs : kNever;
 }
 
 void start_run_time(std::int64_t length_ns) {

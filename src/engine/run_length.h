@@ -9,12 +9,18 @@ namespace engine {
 /// for a run without one. Thread: the main one.
 std::optional<std::int64_t> run_length(std::optional<std::int64_t> length_ns);
 
-enum class Counted { kFromTheStart, kFromTheWaveform };
+/// What sets a run's time going, which nobody can tell before it happens.
+enum class Counted {
+  kFromTheLoads,     ///< once all of them are made
+  kFromTheWaveform,  ///< its begin
+};
 
-/// Sets the core's timer for a run of that length. If the time counts from the waveform's begin,
-/// which nobody can tell before, the core's timer is set to never, so that its end is listened for,
-/// and start_run_time() sets it. A run without a length has no timer. Thread: as run_length().
-void set_run_length(std::optional<std::int64_t> length_ns, Counted counted);
+/// Has the end of the core's timer listened for, in a run of that length: start_run_time() sets
+/// it. Until then it is never, or `longest_ns` from the program's start, the longest that loads may
+/// take to be made; the waveform's start looks at that by itself. A run without a length has no
+/// timer. Thread: as run_length().
+void set_run_length(std::optional<std::int64_t> length_ns, Counted counted,
+                    std::int64_t longest_ns);
 
 /// The run's time begins, and ends `length_ns` from here. Thread: any, in the run.
 void start_run_time(std::int64_t length_ns);

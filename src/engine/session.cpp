@@ -1,11 +1,8 @@
 #include "engine/session.h"
 
 #include <cerrno>
-#include <cmath>
-#include <csignal>
 #include <cstring>
 #include <iostream>
-#include <sstream>
 #include <utility>
 
 #include "Inspection/inspection.h"
@@ -20,25 +17,18 @@
 #include "engine/run_length.h"
 #include "engine/sample_header.h"
 #include "engine/waveforms/waveform_error.h"
-#include "vorn/fan_thread.h"
 #include "vorn/monitor_thread.h"
 #include "vorn/notes.h"
 #include "vorn/privilege.h"
 #include "vorn/sample_file.h"
 #include "vorn/settings.h"
-#include "vorn/signals.h"
 #include "vorn/thread_notes.h"
-#include "vorn/timing_thread.h"
 #include "vorn/waveform.h"
 #include "vorn/workload_threads.h"
 
 namespace engine {
 
 namespace {
-
-// A first edge that is further from the agreed instant than this was not late by a wake-up: the
-// start was missed, or the clock was set in the last moments.
-constexpr std::int64_t kMissed = 10000000;  // ns
 
 std::optional<unsigned> given_binding() {
   return binding == kNotGiven ? std::nullopt : std::optional<unsigned>(binding);
@@ -52,6 +42,8 @@ Session::Session(const Request& request, WorkloadHost& host)
 Session::~Session() = default;
 
 std::optional<Refusal> Session::prepare() {
+  longest_making_ns_ = longest_making_ns(static_cast<std::size_t>(num_workload_threads()),
+                                         allowed_processors().size());
   if (auto refusal = take_waveform()) {
     return refusal;
   }
@@ -94,7 +86,8 @@ std::optional<Refusal> Session::take_waveform() {
   if (request_.at_ns) {
     waveform.start = &start_.emplace(*request_.at_ns);
   } else if (source_) {
-    waveform.start = &start_when_ready_.emplace(host_.readiness());
+    waveform.start = &start_when_ready_.emplace(host_.readiness(), longest_making_ns_,
+                                                [this] { loads_took_too_long(); });
   }
   return std::nullopt;
 }
@@ -195,7 +188,8 @@ void Session::announce() const {
 }
 
 void Session::set_length() const {
-  set_run_length(request_.length_ns, source_ ? Counted::kFromTheWaveform : Counted::kFromTheStart);
+  set_run_length(request_.length_ns, source_ ? Counted::kFromTheWaveform : Counted::kFromTheLoads,
+                 longest_making_ns_);
 }
 
 int Session::start_beside(const std::vector<std::string>& arguments) {
@@ -217,11 +211,21 @@ int Session::start_beside(const std::vector<std::string>& arguments) {
   }
   host_.use(*placement_, *wrong_results_, record_.get(), request_.pin, threads);
   workload_placement = &host_;
+  if (length_ns_ && !source_) {
+    host_.readiness().tell([this] {
+      if (params.terminate) {
+        return;
+      }
+      loads_timed_ = true;
+      start_run_time(*length_ns_);
+    });
+  }
   if (!request_.limits.empty() && spawn_limits(request_.limits) < 0) {
     complain("the thread that watches the limits cannot be started");
     say({note_on_refused_thread(limit_thread.start_error())});
     return -1;
   }
+  started_beside_ = true;
   return 0;
 }
 
@@ -242,117 +246,6 @@ void Session::observe_edges() {
 
 void Session::sample_taken(double elapsed_s) noexcept {
   record_->sample_taken(elapsed_s);
-}
-
-void Session::judge_start() const {
-  if (!start_watch_ || !start_watch_->late_ns()) {
-    return;
-  }
-  const std::int64_t late_ns = start_watch_->late_ns().value();
-  if (std::abs(late_ns) > kMissed) {
-    verdict.add(ExitStatus::kStartMissed);
-    std::ostringstream text;
-    text << "the waveform began " << static_cast<double>(late_ns) * 1e-9
-         << " s after the agreed start";
-    complain(text.str());
-  }
-  if (const unsigned missed = begin_->loads_missed(); missed > 0) {
-    verdict.add(ExitStatus::kStartMissed);
-    complain(std::to_string(missed) + " of " + std::to_string(num_workload_threads()) +
-             " loads were not ready at the agreed start: start the program earlier");
-  }
-}
-
-void Session::judge_samples() const {
-  if (!using_monitor_thread()) {
-    return;
-  }
-  const SamplingReport& report = sampling_report();
-  // A fixed priority leaves the kernel a twentieth of the time: what falls in there is no failure.
-  constexpr std::uint64_t kOneIn = 20;
-  const std::uint64_t asked = report.written + report.lost + report.left_out;
-  const bool too_few = report.left_out * kOneIn > asked;
-  if (report.failed || report.lost > 0 || report.file_error != 0 || too_few) {
-    verdict.add(ExitStatus::kSamplingFailed);
-  }
-}
-
-void Session::judge_results() const {
-  if (noisy) {
-    for (const std::string& text : host_.work_texts()) {
-      std::cerr << '\t' + text + '\n';
-    }
-  }
-  if (const std::uint64_t wrong = host_.wrong_results(); wrong > 0) {
-    complain("hardware error: " + std::to_string(wrong) + " wrong results in all");
-  }
-}
-
-std::string Session::reason() const {
-  if (limit_ended_run()) {
-    return "limit reached";
-  }
-  if (source_ && source_->over()) {
-    return "waveform over";
-  }
-  return ending_signal() == SIGALRM ? "run time over" : "interrupted";
-}
-
-void Session::end_record() {
-  if (!record_) {
-    return;
-  }
-  const RecordLosses losses = record_->finish(reason(), static_cast<int>(verdict.status()));
-  if (losses.none()) {
-    return;
-  }
-  std::ostringstream text;
-  text << "--record " << quoted(*request_.record) << " is not whole: " << losses.events
-       << " events and " << losses.lines << " lines are missing";
-  if (!losses.reason.empty()) {
-    text << ": " << losses.reason;
-  }
-  complain(text.str());
-  if (losses.lines > 0 || !losses.complete) {
-    verdict.add(ExitStatus::kRecordFailed);
-  }
-}
-
-void Session::record_failed_start() {
-  if (!record_) {
-    return;
-  }
-  const struct {
-    const char* what;
-    const ServiceThread& thread;
-    int priority;
-  } service[] = {{"limits", limit_thread, monitor_thread_priority()},
-                 {"fans", fan_thread, fan_thread_priority()},
-                 {"samples", monitor_thread, monitor_thread_priority()},
-                 {"waveform", timing_thread, timing_thread_priority()}};
-  for (const auto& [what, thread, priority] : service) {
-    if (const int error = thread.start_error(); error != 0) {
-      record_->refused(
-          std::string("thread of the ") + what + " at priority " + std::to_string(priority),
-          std::strerror(error));
-    }
-  }
-  // Threads that run already may go on until the program ends; what they see is not read any more.
-  record_->finish("not started", static_cast<int>(ExitStatus::kNotStarted));
-}
-
-ExitStatus Session::conclude(int result) {
-  if (result < 0) {
-    record_failed_start();
-    return ExitStatus::kNotStarted;
-  }
-  limit_thread.join();
-  wrong_results_.reset();
-  judge_start();
-  judge_samples();
-  judge_results();
-  end_record();
-  return verdict.status();
 }
 
 }  // namespace engine

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -39,7 +41,8 @@ class Session : public SampleObserver {
   /// What is said of the run beside vorn's summary.
   void announce() const;
 
-  /// Sets the timer. The time of a run with a waveform counts from its first edge.
+  /// Sets the timer. The time of a run counts from the waveform's first edge, or without one from
+  /// when all loads are made.
   void set_length() const;
 
   /// Makes the record, and starts the threads of the engine's own. Returns 0, or -1 after saying
@@ -50,6 +53,10 @@ class Session : public SampleObserver {
   /// what run() returned.
   ExitStatus conclude(int result);
 
+  /// The status of a process that is ended at once, behind the shutdown path: samples and a record
+  /// that are not whole by then are not going to be. Thread: any.
+  ExitStatus status_at_once() const;
+
   /// Thread: the monitor thread.
   void sample_taken(double elapsed_s) noexcept override;
 
@@ -59,6 +66,9 @@ class Session : public SampleObserver {
   std::optional<Refusal> open_samples();
   std::optional<Refusal> open_record();
   void observe_edges();
+  bool began_late() const;
+  unsigned loads_missed() const;
+  void loads_took_too_long();
   void judge_start() const;
   void judge_samples() const;
   void judge_results() const;
@@ -69,6 +79,11 @@ class Session : public SampleObserver {
   const Request& request_;
   WorkloadHost& host_;
   std::optional<std::int64_t> length_ns_;  ///< of the run; taken before the timer is set
+  std::int64_t longest_making_ns_ = 0;     ///< that loads may take to be made
+  std::atomic<bool> loads_timed_{false};   ///< the run's time counts, from when they were made
+  std::atomic<bool> loads_too_late_{false};
+  std::atomic<bool> started_beside_{false};  ///< nothing below changes its place any more
+  std::atomic<bool> record_ended_{false};
   WaveformChoice choice_;
   std::optional<WatchedSource> source_;
   std::optional<PhaseKeeper> phase_;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 
@@ -20,8 +21,7 @@ class WaveformBegin : public EdgeObserver {
 
   void switched(std::int64_t planned_ns, std::int64_t switched_ns, bool active) noexcept override;
 
-  /// How many loads were not made when the waveform began; 0 if it has not. Thread: any, once the
-  /// timing thread has been joined.
+  /// How many loads were not made when the waveform began; 0 if it has not. Thread: any.
   unsigned loads_missed() const { return loads_missed_; }
 
  private:
@@ -30,7 +30,7 @@ class WaveformBegin : public EdgeObserver {
   EdgeObserver* next_;
   ArmTimer arm_;
   bool begun_ = false;
-  unsigned loads_missed_ = 0;
+  std::atomic<unsigned> loads_missed_{0};
 };
 
 }  // namespace engine

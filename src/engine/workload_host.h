@@ -33,6 +33,7 @@ class WorkloadHost : public WorkloadPlacement, public LoadHost {
 
   /// Which of the run's threads have made their loads. Thread: any.
   const Readiness& readiness() const { return readiness_; }
+  Readiness& readiness() { return readiness_; }
 
   /// What each thread's load has done, in lines; threads whose load does not count have none.
   /// Requires: the workload threads have been joined.

@@ -1,5 +1,6 @@
 #include "vorn/monitor_thread.h"
 
+#include <atomic>
 #include <cerrno>
 #include <iostream>
 #include <list>
@@ -35,7 +36,8 @@ std::unique_ptr<SampleFile>& given_file = *new std::unique_ptr<SampleFile>;
 
 SampleObserver* sample_observer = nullptr;
 
-SamplingReport report;  // the monitor thread's; whoever joins it may read
+SamplingReport report;           // the monitor thread's; whoever sees its end may read
+std::atomic<bool> ended{false};  // behind the report
 
 ClockPair since(const ClockPair& start) {
   const ClockPair present = both_clocks();
@@ -116,6 +118,10 @@ const SamplingReport& sampling_report() {
   return report;
 }
 
+bool sampling_ended() {
+  return ended;
+}
+
 int spawn_monitor() {
   assertion(using_monitor_thread(), "using_monitor_thread()", kDriverModule);
   if (monitor_thread.start(monitor_thread_function, monitor_thread_priority()) != 0) {
@@ -128,6 +134,7 @@ int spawn_monitor() {
 void* monitor_thread_function(void* /*arg*/) {
   assertion(!keys.empty(), "!keys.empty()", kDriverModule);
   report = {};
+  ended = false;
   const std::unique_ptr<SampleFile> file =
       given_file ? std::move(given_file) : std::make_unique<SampleFile>(output);
   say(notes_on_opening(*file));
@@ -137,5 +144,6 @@ void* monitor_thread_function(void* /*arg*/) {
   report.file_error = file->error();
   report.written = file->written();
   report.lost = file->lost();
+  ended = true;
   return nullptr;
 }

@@ -27,8 +27,11 @@ void use_sample_file(std::unique_ptr<SampleFile> file);
 /// Has `observer` told of the samples. Before spawn_monitor(), by the same thread; not owned.
 void use_sample_observer(SampleObserver& observer);
 
-/// Requires: the monitor thread was started, and has been joined.
+/// Requires: the monitor thread was started, and has been joined or sampling_ended().
 const SamplingReport& sampling_report();
+
+/// Whether the monitor thread has written and said all that it will. Thread: any.
+bool sampling_ended();
 
 /// Starts the monitor thread, and gives it half a second for a first sample without load.
 /// Returns 0, or -1. Requires: using_monitor_thread().

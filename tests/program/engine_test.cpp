@@ -169,32 +169,76 @@ TEST(Engine, ALimitEndsTheRunWithItsStatusAndSaysWhichKey) {
   EXPECT_LT(outcome.seconds, 30.0);
 }
 
-// A reader who has stopped reading keeps the process after the run; a signal ends it without him.
-TEST(Engine, KeepsTheStatusOfItsRunIfASignalEndsItBehindThat) {
-  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
-  const std::string fifo = testing::TempDir() + "vorn_engine_stuck_" + std::to_string(getpid());
-  ASSERT_EQ(mkfifo(fifo.c_str(), 0666), 0);
-  chmod(fifo.c_str(), 0666);
-  const int reader = open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  const int writer = open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-  while (write(writer, "\n", 1) == 1) {  // until it takes no more
+/// A pipe whose reader has stopped reading: it is open, and takes no more.
+class StuckPipe {
+ public:
+  explicit StuckPipe(const OpenFolder& folder) : path_(folder.file("stuck")) {
+    EXPECT_EQ(mkfifo(path_.c_str(), 0666), 0);
+    chmod(path_.c_str(), 0666);
+    reader_ = open(path_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    writer_ = open(path_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    while (write(writer_, "\n", 1) == 1) {
+    }
   }
-  Running running(engine({"-c", "1", "-w", "bspin", "-m", "-o", fifo, "--limit", "TC0D=1"}));
-  for (int tries = 0; tries < 3000 && running.err().find("limit TC0D=1") == std::string::npos;
-       ++tries) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  StuckPipe(const StuckPipe&) = delete;
+  StuckPipe& operator=(const StuckPipe&) = delete;
+  ~StuckPipe() {
+    close(reader_);
+    close(writer_);
   }
+
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+  int reader_ = -1;
+  int writer_ = -1;
+};
+
+/// Ends a run that has begun, and its process behind it, by signals again and again: not before the
+/// run has been stopped does a further one end the process. Returns its status.
+int ended_at_once(Running& running) {
   std::thread interrupter([&running] {
-    // Not before the run has been stopped: until then signals are ignored.
     for (int times = 0; times < 3000 && running.send(SIGTERM); ++times) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
   });
-  EXPECT_EQ(running.wait().status, 20);
+  const Outcome outcome = running.wait();
   interrupter.join();
-  close(reader);
-  close(writer);
-  std::filesystem::remove(fifo);
+  return outcome.status;
+}
+
+TEST(Engine, KeepsTheStatusOfItsRunIfASignalEndsItBehindThat) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const OpenFolder folder;
+  const StuckPipe samples(folder);
+  Running running(
+      engine({"-c", "1", "-w", "bspin", "-m", "-o", samples.path(), "--limit", "TC0D=1"}));
+  for (int tries = 0; tries < 3000 && running.err().find("limit TC0D=1") == std::string::npos;
+       ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_EQ(ended_at_once(running), 20);
+}
+
+TEST(Engine, SamplesThatAreNotWholeWhenASignalEndsTheProcessAreItsStatus) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const OpenFolder folder;
+  const StuckPipe samples(folder);
+  Running running(engine({"-c", "1", "-w", "bspin", "-m", "-o", samples.path(), "-t", "60"}));
+  ASSERT_TRUE(running.wait_until_catching());
+  std::this_thread::sleep_for(std::chrono::milliseconds(600));  // the head start of the samples
+  EXPECT_EQ(ended_at_once(running), 21);
+}
+
+TEST(Engine, ARecordThatIsNotWholeWhenASignalEndsTheProcessIsItsStatus) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const OpenFolder folder;
+  const StuckPipe record(folder);
+  Running running(engine({"-c", "1", "-w", "bspin", "--record", record.path(), "-t", "60"}));
+  ASSERT_TRUE(running.wait_until_catching());
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  EXPECT_EQ(ended_at_once(running), 24);
 }
 
 TEST(Engine, LinesThatAreLostEndInAStatusOfTheirOwn) {
@@ -321,6 +365,43 @@ TEST(Engine, TheRunTimeCountsFromTheFirstEdge) {
   ASSERT_FALSE(reader.of("edge").empty());
   EXPECT_GE(std::stoll(reader.of("end").front()[1]) - std::stoll(reader.of("edge").front()[1]),
             300000000);
+}
+
+// The first load takes `ms` to be made.
+program::Command slow_engine(const std::string& ms, std::vector<std::string> arguments) {
+  program::Command command = engine(std::move(arguments));
+  command.path = VORN_ENGINE_FAULTY_PROGRAM;
+  command.environment.push_back("VORN_SLOW_MS=" + ms);
+  return command;
+}
+
+TEST(Engine, TheRunTimeOfALoadWithoutAWaveformCountsFromWhenAllLoadsAreMade) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const OpenFolder folder;
+  const Outcome outcome = program::run(slow_engine(
+      "500", {"-w", "bspin", "-c", "2", "-t", "400ms", "--record", folder.file("record")}));
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  const RecordReader reader(folder.file("record"));
+  EXPECT_GE(std::stoll(reader.of("end").front()[1]) - std::stoll(reader.of("clock").front()[1]),
+            900000000);
+  EXPECT_EQ(reader.of("end").front()[3], "run time over");
+}
+
+TEST(Engine, LoadsThatAreNotReadyInTimeEndTheRunWithAWaveformAndWithout) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const OpenFolder folder;
+  for (const char* option : {"-f", "-t"}) {
+    const Outcome outcome = program::run(slow_engine(
+        "90000", {"-w", "bspin", "-c", "1", option, "10", "--record", folder.file("record")}));
+    EXPECT_EQ(outcome.status, 23) << outcome.err;
+    EXPECT_NE(outcome.err.find("not all loads were ready after 10 s, which ends the run"),
+              std::string::npos)
+        << outcome.err;
+    EXPECT_LT(outcome.seconds, 80.0);
+    const RecordReader reader(folder.file("record"));
+    EXPECT_EQ(reader.of("end").front()[2], "23");
+    EXPECT_EQ(reader.of("end").front()[3], "loads not ready");
+  }
 }
 
 // The load touches its memory for longer than the start is ahead.
