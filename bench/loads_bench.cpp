@@ -11,6 +11,8 @@
 //
 // Kernel and load take turns within milliseconds, since a shared machine is not the same machine a
 // second later. A ratio is the median over the turns. Run it alone on the machine.
+//
+// `loads_bench` takes no arguments and needs no rights. It starts a thread for each processor.
 
 #include <algorithm>
 #include <barrier>
@@ -198,7 +200,11 @@ void other(const char* name, unsigned threads,
 
 }  // namespace
 
-int main() {
+int main(int argc, char* /*argv*/[]) {
+  if (argc != 1) {
+    std::fprintf(stderr, "usage: loads_bench\n");
+    return 2;
+  }
   const unsigned threads = std::max(1U, std::thread::hardware_concurrency());
   const loads::MachineMemory machine =
       loads::read_machine_memory("/sys/devices/system/cpu", "/proc/meminfo");

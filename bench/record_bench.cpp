@@ -34,6 +34,9 @@
 //   begin   from the planned instant of an on edge to a thread's first burst, us
 //   leave   from the planned instant of an off edge to the end of a thread's last burst, us
 //   call    what the record's own call takes, ns: of an edge, and of a burst
+//
+// `record_bench [FILE]` writes the records to FILE, which it leaves there, or to a file in /tmp.
+// Needs the right to fixed priorities up to 64.
 
 namespace {
 
@@ -259,7 +262,11 @@ void print_calls(const std::string& path) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
-  const std::string path = argc > 1 ? argv[1] : "/tmp/record_bench.record";
+  if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
+    std::fprintf(stderr, "usage: record_bench [FILE]\n");
+    return 2;
+  }
+  const std::string path = argc == 2 ? argv[1] : "/tmp/record_bench.record";
   const unsigned threads = std::max(std::thread::hardware_concurrency(), 1U);
   std::printf("%6s %-8s %7s %16s %16s %16s %6s\n", "Hz", "record", "edges", "edge p50/p99",
               "begin p50/p99", "leave p50/p99", "lost");

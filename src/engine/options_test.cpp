@@ -1,5 +1,8 @@
 #include "engine/options.h"
 
+#include <fstream>
+#include <iterator>
+
 #include "engine/conflicts.h"
 #include "support/settings_fixture.h"
 #include "vorn/command_line.h"
@@ -185,6 +188,24 @@ INSTANTIATE_TEST_SUITE_P(
         Contradiction{"Sampling", {"-m", "-k", "TC0D", "-r", "2", "-o", "f", "--header"}, "none"},
         Contradiction{"PinnedBinding", {"--pin", "-b", "0"}, "none"}),
     [](const auto& contradiction) { return std::string(contradiction.param.name); });
+
+TEST_F(EngineOptions, EachIsInTheHelpAndInTheManual) {
+  testing::internal::CaptureStderr();
+  usage("vorn-engine");
+  const std::string help = testing::internal::GetCapturedStderr();
+  std::ifstream file(VORN_MAN "/vorn-engine.1");
+  const std::string manual(std::istreambuf_iterator<char>(file), {});
+  for (const option& each : Options(request_).long_options()) {
+    const std::string name = each.name;
+    EXPECT_NE(help.find("  --" + name + ' '), std::string::npos) << name;
+    const bool takes = each.has_arg == required_argument;
+    const std::string head =
+        takes ? ".TP\n.BI \\-\\-" + name + " \"" : ".TP\n.B \\-\\-" + name + '\n';
+    const std::string second = "\\fR, \" \\-\\-" + name + " \"";  // of two under one head
+    EXPECT_TRUE(manual.find(head) != std::string::npos || manual.find(second) != std::string::npos)
+        << name;
+  }
+}
 
 }  // namespace
 }  // namespace engine
