@@ -1,5 +1,6 @@
 #include "machines/linux_kernel.h"
 
+#include <pthread.h>
 #include <sched.h>
 
 #include <cerrno>
@@ -35,12 +36,8 @@ int linux_kernel::processor_count() {
   return -1;
 }
 
-int linux_kernel::set_fixed_priority(pthread_t thread, int priority) {
-  return process::set_fixed_priority(thread, priority);
-}
-
 bool linux_kernel::may_have_fixed_priority(int priority) {
-  if (set_fixed_priority(pthread_self(), priority) != 0) {
+  if (process::set_fixed_priority(pthread_self(), priority) != 0) {
     return false;
   }
   const sched_param ordinary{};

@@ -52,10 +52,10 @@ struct RecordParts {
   /// Creates the file of the plan, unless `the_file` is one.
   explicit RecordParts(RecordPlan the_plan, std::unique_ptr<RecordFile> the_file = nullptr);
 
-  /// Before any event: the writer may come to its first line only when the load lets it.
-  const ClockReading made = clock_reading();
   EdgeLog edges;
   Ring<SampleEvent> samples;
+  /// Before any event: the writer may come to its first line only when the load lets it.
+  const ClockReading made = clock_reading();
   WordQueue words;
   const RecordPlan plan;
   const std::unique_ptr<RecordFile> file;

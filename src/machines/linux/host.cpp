@@ -1,5 +1,6 @@
 #include "Host/host.h"
 
+#include "Process/fixed_priority.h"
 #include "machines/linux_kernel.h"
 
 // The kernel has no such role: a thread's policy and priority say it all.
@@ -12,5 +13,5 @@ int host::processor_count() {
 }
 
 int host::set_fixed_priority(pthread_t thread, int priority) {
-  return linux_kernel::set_fixed_priority(thread, priority);
+  return process::set_fixed_priority(thread, priority);
 }

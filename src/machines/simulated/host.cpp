@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <string_view>
 
+#include "Process/fixed_priority.h"
 #include "machines/linux_kernel.h"
 #include "machines/simulated/priority_grant.h"
 
@@ -33,5 +34,5 @@ int host::processor_count() {
 }
 
 int host::set_fixed_priority(pthread_t thread, int priority) {
-  return simulated::granted(linux_kernel::set_fixed_priority(thread, priority));
+  return simulated::granted(process::set_fixed_priority(thread, priority));
 }
