@@ -35,7 +35,10 @@ endif()
 
 add_library(vorn_warnings INTERFACE)
 target_compile_options(vorn_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-align
+  -Wall -Wextra -Wpedantic
+  # Of sources that are compiled as one, a parameter stands beside globals that its own does not see.
+  $<$<NOT:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wshadow>
+  -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-align
   -Wdouble-promotion -Wformat=2 -Wnon-virtual-dtor -Woverloaded-virtual -Wundef
   $<$<CXX_COMPILER_ID:GNU>:-Wlogical-op -Wduplicated-cond -Wduplicated-branches -Wuseless-cast>
   $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wextra-semi>

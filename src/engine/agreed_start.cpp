@@ -4,13 +4,12 @@
 #include <limits>
 #include <utility>
 
+#include "engine/nanoseconds.h"
 #include "engine/record/record.h"
 
 namespace engine {
 
 namespace {
-
-constexpr std::int64_t kNsPerSecond = 1000000000;
 
 std::int64_t read(clockid_t clock) {
   timespec t{};

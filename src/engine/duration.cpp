@@ -4,12 +4,12 @@
 #include <limits>
 
 #include "engine/decimal.h"
+#include "engine/nanoseconds.h"
 
 namespace engine {
 
 namespace {
 
-constexpr double kNsPerSecond = 1e9;
 constexpr double kLeast = 1e-6;  // s, what the timer resolves
 
 struct Unit {
@@ -30,9 +30,10 @@ Parsed<std::int64_t> parse_duration(std::string_view text) {
     if (text != unit.name) {
       continue;
     }
-    const double seconds = (static_cast<double>(number.value->whole) +
-                            static_cast<double>(number.value->billionths) / kNsPerSecond) *
-                           unit.seconds;
+    const double seconds =
+        (static_cast<double>(number.value->whole) +
+         static_cast<double>(number.value->billionths) / static_cast<double>(kNsPerSecond)) *
+        unit.seconds;
     if (seconds < kLeast) {
       return Parsed<std::int64_t>::no("it is shorter than 1 us");
     }

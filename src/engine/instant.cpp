@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "engine/decimal.h"
+#include "engine/nanoseconds.h"
 
 namespace engine {
 
@@ -11,7 +12,6 @@ namespace {
 
 using Instant = Parsed<std::int64_t>;
 
-constexpr std::int64_t kNsPerSecond = 1000000000;
 constexpr int kFirstYear = 1970;
 constexpr int kLastYear = 2261;                     // 64 bits of ns end in April 2262
 constexpr std::int64_t kLastSecond = 9214646399LL;  // the last one of that year

@@ -5,12 +5,11 @@
 #include <map>
 #include <vector>
 
+#include "support/milliseconds.h"
 #include "vorn/edge_plan.h"
 
 namespace engine {
 namespace {
-
-constexpr std::int64_t kMs = 1000000;
 
 /// On and off for these times, over and over, `count` intervals in all.
 class Pulses : public IntervalSource {

@@ -2,14 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include "support/milliseconds.h"
+
 namespace engine {
 namespace {
 
-constexpr std::int64_t kMs = 1000000;
-
 std::int64_t time_ns = 0;  // what the tests' clock shows
 
-std::int64_t shown() {
+std::int64_t time_shown() {
   return time_ns;
 }
 
@@ -19,7 +19,7 @@ class StartWhenReadyTest : public testing::Test {
 
   Readiness readiness_;
   int given_up_ = 0;
-  StartWhenReady start_{readiness_, 10'000 * kMs, [this] { ++given_up_; }, shown};
+  StartWhenReady start_{readiness_, 10'000 * kMs, [this] { ++given_up_; }, time_shown};
 };
 
 TEST_F(StartWhenReadyTest, IsFartherAwayThanASleepIsExactAsLongAsALoadIsMissing) {

@@ -5,6 +5,7 @@
 #include <concepts>
 
 #include "engine/loads/vector_target.h"
+#include "engine/nanoseconds.h"
 #include "engine/run_length.h"
 #include "vorn/notes.h"
 #include "vorn/settings.h"
@@ -15,8 +16,6 @@
 namespace engine {
 
 namespace {
-
-constexpr double kNsPerSecond = 1e9;
 
 using Setting = std::pair<std::string, std::string>;
 
@@ -68,8 +67,8 @@ RecordPlan plan_record(const Request& request, const std::vector<std::string>& a
       {request.pin ? "bound_cores" : "cores", processors(threads)},
       {"frequency_hz", text(frequency)},
       {"inverted", text(invert)},
-      {"run_time_s",
-       text(static_cast<double>(run_length(request.length_ns).value_or(0)) / kNsPerSecond)},
+      {"run_time_s", text(static_cast<double>(run_length(request.length_ns).value_or(0)) /
+                          static_cast<double>(kNsPerSecond))},
   };
   if (waveform.description != nullptr) {
     settings.emplace_back("waveform", waveform.description);

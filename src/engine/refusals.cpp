@@ -12,6 +12,7 @@
 
 #include "SMC/SMC.h"
 #include "Workload/WorkloadFactory.h"
+#include "engine/nanoseconds.h"
 #include "vorn/machine_notes.h"
 #include "vorn/service_thread.h"
 #include "vorn/settings.h"
@@ -21,8 +22,6 @@
 namespace engine {
 
 namespace {
-
-constexpr std::int64_t kNsPerMs = 1000000;
 
 // What a run takes to be ready: the monitor thread's half second for a sample without load, and
 // its threads. Fans and P-states take longer, by as much as the machine does.

@@ -9,6 +9,7 @@
 
 #include "engine/complaint.h"
 #include "engine/limit_thread.h"
+#include "engine/nanoseconds.h"
 #include "engine/record/record.h"
 #include "vorn/fan_thread.h"
 #include "vorn/monitor_thread.h"
@@ -27,8 +28,6 @@ namespace {
 // A first edge that is further from the agreed instant than this was not late by a wake-up: the
 // start was missed, or the clock was set in the last moments.
 constexpr std::int64_t kMissed = 10000000;  // ns
-
-constexpr std::int64_t kNsPerSecond = 1000000000;
 
 bool is_whole(const SamplingReport& report) {
   // A fixed priority leaves the kernel a twentieth of the time: what falls in there is no failure.

@@ -9,6 +9,7 @@
 
 #include "engine/agreed_start.h"
 #include "engine/complaint.h"
+#include "engine/nanoseconds.h"
 #include "vorn/ordinary_thread.h"
 
 namespace engine {
@@ -17,8 +18,6 @@ namespace {
 
 /// As RFC 3339 has it, to the millisecond.
 std::string wall_text(std::int64_t at_ns) {
-  constexpr std::int64_t kNsPerSecond = 1000000000;
-  constexpr std::int64_t kNsPerMs = 1000000;
   const Clocks clocks = read_clocks();
   const std::int64_t wall_ns = clocks.wall_ns + (at_ns - clocks.monotonic_ns);
   const std::time_t seconds = wall_ns / kNsPerSecond;

@@ -30,7 +30,7 @@ program::Command engine(std::vector<std::string> arguments, As as = As::kUserWit
   return command;
 }
 
-Outcome run(std::vector<std::string> arguments) {
+Outcome run_engine(std::vector<std::string> arguments) {
   return program::run(engine(std::move(arguments)));
 }
 
@@ -133,7 +133,7 @@ TEST(Engine, AFileForTwoPurposesIsRefusedAndKept) {
 TEST(Engine, EveryLoadRunsAndSaysWhatItDid) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   for (const char* load : {"fma", "mem", "cache", "mix", "int", "bfma", "bmix", "bspin"}) {
-    const Outcome outcome = run({"-w", load, "-c", "2", "-t", "0.3", "-n"});
+    const Outcome outcome = run_engine({"-w", load, "-c", "2", "-t", "0.3", "-n"});
     EXPECT_EQ(outcome.status, 0) << load << outcome.err;
     EXPECT_NE(outcome.err.find("\tworkload thread 1 running \"" + std::string(load) + "\" did "),
               std::string::npos)
@@ -146,7 +146,7 @@ TEST(Engine, AnEdgeListEndsTheRunWhenItIsOver) {
   const OpenFolder folder;
   std::ofstream(folder.file("edges")) << "50000\n100000\n50000\n";
   const std::string record = folder.file("record");
-  const Outcome outcome = run(
+  const Outcome outcome = run_engine(
       {"-w", "bspin", "-c", "2", "--edges", folder.file("edges"), "--record", record, "-t", "60"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_LT(outcome.seconds, 30.0);
@@ -162,7 +162,7 @@ TEST(Engine, AnEdgeListEndsTheRunWhenItIsOver) {
 TEST(Engine, ALimitEndsTheRunWithItsStatusAndSaysWhichKey) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   const Outcome outcome =
-      run({"-w", "mix", "--limit", "TC0D=200", "--limit", "PC0C=16", "-t", "60"});
+      run_engine({"-w", "mix", "--limit", "TC0D=200", "--limit", "PC0C=16", "-t", "60"});
   EXPECT_EQ(outcome.status, 20);
   EXPECT_NE(outcome.err.find("vorn-engine-sim: limit PC0C=16: the key shows "), std::string::npos)
       << outcome.err;
@@ -243,7 +243,8 @@ TEST(Engine, ARecordThatIsNotWholeWhenASignalEndsTheProcessIsItsStatus) {
 
 TEST(Engine, LinesThatAreLostEndInAStatusOfTheirOwn) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
-  const Outcome outcome = run({"-m", "-r", "20", "-o", "/dev/full", "-w", "bspin", "-t", "0.8"});
+  const Outcome outcome =
+      run_engine({"-m", "-r", "20", "-o", "/dev/full", "-w", "bspin", "-t", "0.8"});
   EXPECT_EQ(outcome.status, 21) << outcome.err;
 }
 
@@ -278,8 +279,8 @@ TEST(Engine, SamplesThatAreLeftOutEndInTheSameStatus) {
 
 TEST(Engine, TheSampleFileMayBeginWithWhatItsColumnsAre) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
-  const Outcome outcome =
-      run({"-m", "-r", "4", "-k", "PC0C", "-k", "TC0D", "--header", "-w", "bspin", "-t", "0.8"});
+  const Outcome outcome = run_engine(
+      {"-m", "-r", "4", "-k", "PC0C", "-k", "TC0D", "--header", "-w", "bspin", "-t", "0.8"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_TRUE(
       outcome.out.starts_with("# time\ts\tsince the first sample\n"
@@ -292,8 +293,8 @@ TEST(Engine, TheSampleFileMayBeginWithWhatItsColumnsAre) {
 TEST(Engine, ThreadsAreBoundToTheProcessorsThatTheyAreSaidToBe) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   const OpenFolder folder;
-  const Outcome outcome = run({"-w", "bspin", "-c", "2", "--pin", "-b", "0", "-t", "0.3",
-                               "--record", folder.file("record")});
+  const Outcome outcome = run_engine({"-w", "bspin", "-c", "2", "--pin", "-b", "0", "-t", "0.3",
+                                      "--record", folder.file("record")});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_NE(outcome.err.find("2 threads share one core"), std::string::npos) << outcome.err;
   EXPECT_NE(outcome.err.find("thread 0 is bound to core 0, thread 1 is bound to core 0"),
@@ -308,8 +309,9 @@ TEST(Engine, ThreadsAreBoundToTheProcessorsThatTheyAreSaidToBe) {
 TEST(Engine, AnAgreedStartFindsSamplesBeforeItAndTheLoadBehindIt) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   const OpenFolder folder;
-  const Outcome outcome = run({"-m", "-r", "20", "-o", folder.file("samples"), "-w", "bfma", "--at",
-                               in(2.0), "-t", "500ms", "--record", folder.file("record")});
+  const Outcome outcome =
+      run_engine({"-m", "-r", "20", "-o", folder.file("samples"), "-w", "bfma", "--at", in(2.0),
+                  "-t", "500ms", "--record", folder.file("record")});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_GE(outcome.seconds, 2.0);
   const RecordReader reader(folder.file("record"));
@@ -331,8 +333,8 @@ TEST(Engine, TheWaveformWaitsForLoadsThatTakeTheirTimeToBeMade) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   const OpenFolder folder;
   std::ofstream(folder.file("edges")) << "5000\n5000\n5000\n5000\n";
-  const Outcome outcome = run({"-w", "bfma", "-c", "2", "--edges", folder.file("edges"), "--record",
-                               folder.file("record")});
+  const Outcome outcome = run_engine({"-w", "bfma", "-c", "2", "--edges", folder.file("edges"),
+                                      "--record", folder.file("record")});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   const RecordReader reader(folder.file("record"));
   const auto edges = reader.of("edge");
@@ -345,8 +347,8 @@ TEST(Engine, TheWaveformWaitsForLoadsThatTakeTheirTimeToBeMade) {
 TEST(Engine, AWaveformThatBeginsOffLetsNoLoadBegin) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   const OpenFolder folder;
-  const Outcome outcome = run({"-w", "bint", "-c", "2", "-f", "10", "--duty", "0", "-t", "200ms",
-                               "--record", folder.file("record")});
+  const Outcome outcome = run_engine({"-w", "bint", "-c", "2", "-f", "10", "--duty", "0", "-t",
+                                      "200ms", "--record", folder.file("record")});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   const RecordReader reader(folder.file("record"));
   const auto edges = reader.of("edge");
@@ -358,8 +360,8 @@ TEST(Engine, AWaveformThatBeginsOffLetsNoLoadBegin) {
 TEST(Engine, TheRunTimeCountsFromTheFirstEdge) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   const OpenFolder folder;
-  const Outcome outcome =
-      run({"-w", "bmix", "-c", "2", "-f", "20", "-t", "300ms", "--record", folder.file("record")});
+  const Outcome outcome = run_engine(
+      {"-w", "bmix", "-c", "2", "-f", "20", "-t", "300ms", "--record", folder.file("record")});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   const RecordReader reader(folder.file("record"));
   ASSERT_FALSE(reader.of("edge").empty());
@@ -409,7 +411,8 @@ TEST(Engine, AnAgreedStartThatALoadMissesEndsInItsStatus) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   // Each takes some 20 ms of a processor before it is ready, so the last is half a second late.
   const std::string loads = std::to_string(64 * std::thread::hardware_concurrency());
-  const Outcome outcome = run({"-w", "bint", "-c", loads, "-f", "5", "--at", in(0.16), "-t", "2s"});
+  const Outcome outcome =
+      run_engine({"-w", "bint", "-c", loads, "-f", "5", "--at", in(0.16), "-t", "2s"});
   if (outcome.status == 14) {
     GTEST_SKIP() << "the machine took longer to start the program than the start was ahead";
   }

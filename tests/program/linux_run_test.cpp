@@ -21,7 +21,6 @@ using program::As;
 using program::Outcome;
 using program::Running;
 
-constexpr const char* kBothRestored = "Power balancing restored\nFans restored\n";
 constexpr const char* kMachine = "two_socket_intel";
 
 class LinuxRun : public testing::Test {

@@ -22,8 +22,6 @@ using program::Command;
 using program::Outcome;
 using program::Running;
 
-constexpr const char* kBothRestored = "Power balancing restored\nFans restored\n";
-
 class SimulatedFans : public testing::Test {
  protected:
   void SetUp() override { SKIP_UNLESS_MAY_RUN(As::kRoot); }

@@ -16,6 +16,9 @@ inline program::Command vorn(std::vector<std::string> arguments,
   return command;
 }
 
+/// What a run says at its end that forced the fans and the P-state.
+constexpr const char* kBothRestored = "Power balancing restored\nFans restored\n";
+
 /// The note that every program prints whose user may not have a fixed priority.
 constexpr const char* kPriorityNote =
     "vorn: note: this user has no right to a fixed priority; give it to the program (sudo setcap "

@@ -157,21 +157,21 @@ TEST(TwoEngines, WithTheSameStartRunInPhase) {
     GTEST_SKIP() << "two processors are needed";
   }
   constexpr std::int64_t kTogether = 20000;  // ns: what reading two clocks may differ by
-  const int seconds = runs_of_each_shape() >= 36 ? 60 : 15;   // a minute where there is time for it
+  const int seconds = runs_of_each_shape() >= 36 ? 60 : 6;    // a minute where there is time for it
   const auto edges = static_cast<std::size_t>(20 * seconds);  // at 20 Hz
   const OpenFolder folder;
   const double now =
       std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
   char at[32];
-  std::snprintf(at, sizeof at, "%.3f", now + 4.0);
+  std::snprintf(at, sizeof at, "%.3f", now + 2.5);
   const auto one = [&](const char* processor) {
     return engine({"-w", "bspin", "-c", "1", "--pin", "-b", processor, "-f", "20", "--at", at, "-t",
                    std::to_string(seconds), "--record", folder.file(processor)});
   };
   Running first(one("0"));
-  usleep(2000000);  // started seconds apart
+  usleep(1500000);  // started seconds apart
   Running second(one("1"));
-  usleep(7000000);
+  usleep(4000000);
   second.send(SIGSTOP);
   usleep(333000);
   second.send(SIGCONT);

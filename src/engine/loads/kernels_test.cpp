@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/loads/bytes.h"
 #include "engine/loads/calibration.h"
 #include "engine/loads/fma_kernel.h"
 #include "engine/loads/int_kernel.h"
@@ -21,8 +22,6 @@
 
 namespace loads {
 namespace {
-
-constexpr std::size_t kKiB = 1024;
 
 struct NamedKernel {
   std::string name;

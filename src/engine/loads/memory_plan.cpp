@@ -9,13 +9,12 @@
 #include <set>
 #include <utility>
 
+#include "engine/loads/bytes.h"
+
 namespace loads {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr std::size_t kKiB = 1024;
-constexpr std::size_t kMiB = 1024 * kKiB;
 
 std::string first_line(const fs::path& file) {
   std::ifstream in(file);

@@ -7,13 +7,13 @@
 #include <fstream>
 #include <string>
 
+#include "engine/loads/bytes.h"
+
 namespace loads {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kKiB = 1024;
-constexpr std::size_t kMiB = 1024 * kKiB;
 constexpr std::size_t kGiB = 1024 * kMiB;
 
 /// The kernel's folder of a machine's processors, and its file of memory.

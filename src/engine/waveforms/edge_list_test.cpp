@@ -14,7 +14,7 @@ Edges play(const std::string& text, Playing playing, std::size_t count) {
   return edges_of(*raw_edges(file.path(), playing), count);
 }
 
-std::string complaint_about(const std::string& text, Playing playing = Playing::once) {
+std::string complaint_about_edges(const std::string& text, Playing playing = Playing::once) {
   return complaint(TestFile(text),
                    [playing](const std::string& path) { read_edges(path, playing); });
 }
@@ -56,23 +56,25 @@ TEST(EdgeList, CarriesWhatIsLessThanANanosecond) {
 }
 
 TEST(EdgeListFile, ComplainsWithTheLineAndWhatIsWrong) {
-  EXPECT_EQ(complaint_about(""), ": the file says nothing");
-  EXPECT_EQ(complaint_about("0\n"), ": an interval of 0 must be followed by another");
-  EXPECT_EQ(complaint_about("1\n-2\n"), ":2: interval \"-2\" is negative");
-  EXPECT_EQ(complaint_about("1\n0\n"), ":2: interval \"0\" is shorter than 1 us");
-  EXPECT_EQ(complaint_about("0.5\n"), ":1: interval \"0.5\" is shorter than 1 us");
-  EXPECT_EQ(complaint_about("1\n1e15\n"), ":2: interval \"1e15\" is longer than a year");
-  EXPECT_EQ(complaint_about("3e13\n3e13\n"), ":2: the intervals up to here are longer than a year");
-  EXPECT_EQ(complaint_about("1\n2 3\n"), ":2: one interval belongs here, and there is \"2 3\"");
-  EXPECT_EQ(complaint_about("1\n2,\n"), ":2: one interval belongs here, and there is \"2,\"");
-  EXPECT_EQ(complaint_about("1\n# on\ntwo\n"), ":3: \"two\" is not a number");
+  EXPECT_EQ(complaint_about_edges(""), ": the file says nothing");
+  EXPECT_EQ(complaint_about_edges("0\n"), ": an interval of 0 must be followed by another");
+  EXPECT_EQ(complaint_about_edges("1\n-2\n"), ":2: interval \"-2\" is negative");
+  EXPECT_EQ(complaint_about_edges("1\n0\n"), ":2: interval \"0\" is shorter than 1 us");
+  EXPECT_EQ(complaint_about_edges("0.5\n"), ":1: interval \"0.5\" is shorter than 1 us");
+  EXPECT_EQ(complaint_about_edges("1\n1e15\n"), ":2: interval \"1e15\" is longer than a year");
+  EXPECT_EQ(complaint_about_edges("3e13\n3e13\n"),
+            ":2: the intervals up to here are longer than a year");
+  EXPECT_EQ(complaint_about_edges("1\n2 3\n"),
+            ":2: one interval belongs here, and there is \"2 3\"");
+  EXPECT_EQ(complaint_about_edges("1\n2,\n"), ":2: one interval belongs here, and there is \"2,\"");
+  EXPECT_EQ(complaint_about_edges("1\n# on\ntwo\n"), ":3: \"two\" is not a number");
 }
 
 TEST(EdgeListFile, ThatWouldNeverSwitchTheLoadIsNotLooped) {
   const char* const text = ": a single interval cannot be looped: the load would never be switched";
-  EXPECT_EQ(complaint_about("5\n", Playing::looped), text);
-  EXPECT_EQ(complaint_about("0\n5\n", Playing::looped), text);
-  EXPECT_EQ(complaint_about("5\n", Playing::once), "nothing thrown");
+  EXPECT_EQ(complaint_about_edges("5\n", Playing::looped), text);
+  EXPECT_EQ(complaint_about_edges("0\n5\n", Playing::looped), text);
+  EXPECT_EQ(complaint_about_edges("5\n", Playing::once), "nothing thrown");
 }
 
 TEST(EdgeListFile, OfMoreThanAMillionIntervalsIsRefused) {
@@ -80,7 +82,7 @@ TEST(EdgeListFile, OfMoreThanAMillionIntervalsIsRefused) {
   for (int interval = 0; interval <= 1000000; ++interval) {
     text += "7\n";
   }
-  EXPECT_EQ(complaint_about(text), ":1000001: there are more than 1000000 intervals");
+  EXPECT_EQ(complaint_about_edges(text), ":1000001: there are more than 1000000 intervals");
 }
 
 }  // namespace

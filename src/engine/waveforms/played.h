@@ -6,6 +6,8 @@
 
 #include "vorn/interval_source.h"
 
+constexpr std::int64_t kSecond = 1000000000;  // ns
+
 /// The first `count` edges of a source, in ns since the waveform began; fewer if it is over.
 inline std::vector<std::int64_t> edges_of(IntervalSource& source, std::size_t count) {
   std::vector<std::int64_t> edges;

@@ -10,14 +10,12 @@ namespace {
 
 using Edges = std::vector<std::int64_t>;
 
-constexpr std::int64_t kSecond = 1000000000;
-
 Edges play(const std::string& text, double carrier_hz, Playing playing, std::size_t count) {
   const TestFile file(text);
   return edges_of(*profile_duty(carrier_hz, file.path(), playing), count);
 }
 
-std::string complaint_about(const std::string& text) {
+std::string complaint_about_profile(const std::string& text) {
   return complaint(TestFile(text), [](const std::string& path) { read_profile(path); });
 }
 
@@ -108,34 +106,37 @@ TEST(ProfileFile, IsNotNeededAnyMoreOnceItIsRead) {
 }
 
 TEST(ProfileFile, ComplainsWithTheLineAndWhatIsWrong) {
-  EXPECT_EQ(complaint_about(""), ": the file says nothing");
-  EXPECT_EQ(complaint_about("# only this\n\n"), ": the file says nothing");
-  EXPECT_EQ(complaint_about("0 0.5\n1 0.5\n"),
+  EXPECT_EQ(complaint_about_profile(""), ": the file says nothing");
+  EXPECT_EQ(complaint_about_profile("# only this\n\n"), ": the file says nothing");
+  EXPECT_EQ(complaint_about_profile("0 0.5\n1 0.5\n"),
             ":1: the first line must be \"steps\" or \"lines\", and is \"0 0.5\"");
-  EXPECT_EQ(complaint_about("steps\n"),
+  EXPECT_EQ(complaint_about_profile("steps\n"),
             ": there must be two points at least: the last one says when the profile ends");
-  EXPECT_EQ(complaint_about("steps\n\n0 0.5\n1 1.2\n"), ":4: duty 1.2 is not between 0 and 1");
-  EXPECT_EQ(complaint_about("steps\n0 -0.5\n"), ":2: duty -0.5 is not between 0 and 1");
-  EXPECT_EQ(complaint_about("steps\n1 0.5\n"), ":2: the first time must be 0, and is 1");
-  EXPECT_EQ(complaint_about("steps\n-1 0.5\n"), ":2: time -1 is not between 0 and 3.16224e+07 s");
-  EXPECT_EQ(complaint_about("steps\n0 0\n1 0\n1 1\n"), ":4: time 1 does not come after 1");
-  EXPECT_EQ(complaint_about("steps\n0 0\n1700000000 0\n"),
+  EXPECT_EQ(complaint_about_profile("steps\n\n0 0.5\n1 1.2\n"),
+            ":4: duty 1.2 is not between 0 and 1");
+  EXPECT_EQ(complaint_about_profile("steps\n0 -0.5\n"), ":2: duty -0.5 is not between 0 and 1");
+  EXPECT_EQ(complaint_about_profile("steps\n1 0.5\n"), ":2: the first time must be 0, and is 1");
+  EXPECT_EQ(complaint_about_profile("steps\n-1 0.5\n"),
+            ":2: time -1 is not between 0 and 3.16224e+07 s");
+  EXPECT_EQ(complaint_about_profile("steps\n0 0\n1 0\n1 1\n"), ":4: time 1 does not come after 1");
+  EXPECT_EQ(complaint_about_profile("steps\n0 0\n1700000000 0\n"),
             ":3: time 1.7e+09 is not between 0 and 3.16224e+07 s");
-  EXPECT_EQ(complaint_about("lines\n0 0\n1 x\n"), ":3: \"x\" is not a number");
-  EXPECT_EQ(complaint_about("lines\n0 0\n1 0.5x\n"), ":3: \"0.5x\" is not a number");
-  EXPECT_EQ(complaint_about("lines\n0 0\nnan 0\n"), ":3: \"nan\" is not a number");
-  EXPECT_EQ(complaint_about("lines\n0 0\ninf 0\n"), ":3: \"inf\" is not a number");
-  EXPECT_EQ(complaint_about("lines\n0 0\n1e999 0\n"), ":3: \"1e999\" is not a number");
-  EXPECT_EQ(complaint_about("lines\n0 0\n1\n"),
+  EXPECT_EQ(complaint_about_profile("lines\n0 0\n1 x\n"), ":3: \"x\" is not a number");
+  EXPECT_EQ(complaint_about_profile("lines\n0 0\n1 0.5x\n"), ":3: \"0.5x\" is not a number");
+  EXPECT_EQ(complaint_about_profile("lines\n0 0\nnan 0\n"), ":3: \"nan\" is not a number");
+  EXPECT_EQ(complaint_about_profile("lines\n0 0\ninf 0\n"), ":3: \"inf\" is not a number");
+  EXPECT_EQ(complaint_about_profile("lines\n0 0\n1e999 0\n"), ":3: \"1e999\" is not a number");
+  EXPECT_EQ(complaint_about_profile("lines\n0 0\n1\n"),
             ":3: a time and a duty belong here, and there is \"1\"");
-  EXPECT_EQ(complaint_about("lines\n0 0\n1 0.5 7\n"),
+  EXPECT_EQ(complaint_about_profile("lines\n0 0\n1 0.5 7\n"),
             ":3: a time and a duty belong here, and there is \"1 0.5 7\"");
-  EXPECT_EQ(complaint_about("lines\n0 0\n1,,0.5\n"),
+  EXPECT_EQ(complaint_about_profile("lines\n0 0\n1,,0.5\n"),
             ":3: a time and a duty belong here, and there is \"1,,0.5\"");
-  EXPECT_EQ(complaint_about("lines\n0 0\n1 0,5\n"),
+  EXPECT_EQ(complaint_about_profile("lines\n0 0\n1 0,5\n"),
             ":3: a time and a duty belong here, and there is \"1 0,5\"");
-  EXPECT_EQ(complaint_about(std::string("lines\n0 0\n1 0\0\n", 14)), ":3: \"0?\" is not a number");
-  EXPECT_EQ(complaint_about("lines\n" + std::string(2000, '7')),
+  EXPECT_EQ(complaint_about_profile(std::string("lines\n0 0\n1 0\0\n", 14)),
+            ":3: \"0?\" is not a number");
+  EXPECT_EQ(complaint_about_profile("lines\n" + std::string(2000, '7')),
             ":2: the line is longer than 1000 bytes");
 }
 
@@ -160,7 +161,7 @@ TEST(ProfileFile, OfMoreThanAMillionPointsIsRefused) {
   for (int point = 0; point <= 1000000; ++point) {
     text << point << "e-3 1\n";
   }
-  EXPECT_EQ(complaint_about(text.str()), ":1000002: there are more than 1000000 points");
+  EXPECT_EQ(complaint_about_profile(text.str()), ":1000002: there are more than 1000000 points");
 }
 
 TEST(ProfileFile, OfCommentsWithoutEndIsRefused) {
@@ -168,7 +169,7 @@ TEST(ProfileFile, OfCommentsWithoutEndIsRefused) {
   while (text.size() <= (std::size_t{64} << 20)) {
     text.append(999, '#').append("\n");
   }
-  EXPECT_EQ(complaint_about(text), ": the file is larger than 64 MiB");
+  EXPECT_EQ(complaint_about_profile(text), ": the file is larger than 64 MiB");
 }
 
 }  // namespace

@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr std::int64_t kSecond = 1000000000;
-
 std::string refusal(double carrier_hz, double duty) {
   try {
     constant_duty(carrier_hz, duty);

@@ -16,7 +16,7 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-Names names(const std::vector<Key>& keys) {
+Names names_of(const std::vector<Key>& keys) {
   Names all;
   all.reserve(keys.size());
   for (const Key& key : keys) {
@@ -71,13 +71,13 @@ class MachineTest : public testing::TestWithParam<std::string> {
 
 TEST_P(MachineTest, HasTheKeysThatItHasSourcesFor) {
   ASSERT_TRUE(kKeys.contains(GetParam()));
-  EXPECT_EQ(names(Machine(world.surroundings).keys()), kKeys.at(GetParam()));
+  EXPECT_EQ(names_of(Machine(world.surroundings).keys()), kKeys.at(GetParam()));
 }
 
 TEST_P(MachineTest, HasTheSameKeysForAnOrdinaryUser) {
   tree.superuser = false;
   world.user = 1000;
-  EXPECT_EQ(names(Machine(world.surroundings).keys()), kKeys.at(GetParam()));
+  EXPECT_EQ(names_of(Machine(world.surroundings).keys()), kKeys.at(GetParam()));
 }
 
 TEST_P(MachineTest, SaysWhatStandsBehindEachKey) {

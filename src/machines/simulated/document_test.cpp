@@ -52,7 +52,7 @@ void expect_row_begins(std::initializer_list<std::string> cells) {
   EXPECT_NE(document().find(row), std::string::npos) << row;
 }
 
-void force_all(Model& model, double part_of_most) {
+void force_all_to(Model& model, double part_of_most) {
   for (std::size_t fan = 0; fan < kFans.size(); ++fan) {
     model.fans().set_target_rpm(fan, part_of_most * kFans[fan].most_rpm);
   }
@@ -65,7 +65,7 @@ void expect_settled_row(const std::string& load_name, double load,
   Model model;
   model.force_pstate(pstate);
   if (forced_part) {
-    force_all(model, *forced_part);
+    force_all_to(model, *forced_part);
   }
   model.advance(3'000'000'000'000, load);  // twenty time constants of the slowest
   const std::string fans = !forced_part ? "automatic" : *forced_part == 0 ? "stopped" : "maximum";
@@ -95,7 +95,7 @@ void expect_said(const std::string& text) {
 double sink_time_constant(double part_of_most) {
   constexpr std::int64_t kApartNs = 100'000'000'000;
   Model model;
-  force_all(model, part_of_most);
+  force_all_to(model, part_of_most);
   model.advance(8 * kApartNs, 1);  // to where the leakage is nearly that of the end
   const double first = model.sink_c();
   model.advance(kApartNs, 1);
@@ -151,7 +151,7 @@ std::complex<double> measured_die_per_power(double hz) {
   const int period = static_cast<int>(std::lround(1 / hz / kSliceS));
   const int settling = 20 * period;
   Model model;
-  force_all(model, 1);
+  force_all_to(model, 1);
   model.advance(300'000'000'000, 0.5);
   std::complex<double> power;
   std::complex<double> die;

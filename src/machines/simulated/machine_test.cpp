@@ -10,11 +10,10 @@
 #include <vector>
 
 #include "machines/simulated/fake_surroundings.h"
+#include "support/milliseconds.h"
 
 namespace simulated {
 namespace {
-
-constexpr std::int64_t kMs = 1'000'000;
 
 const Key& key(const char (&name)[5]) {
   return *find_key(four_characters(name));

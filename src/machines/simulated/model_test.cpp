@@ -7,11 +7,11 @@
 #include <random>
 
 #include "machines/simulated/power.h"
+#include "support/milliseconds.h"
 
 namespace simulated {
 namespace {
 
-constexpr std::int64_t kMs = 1'000'000;
 constexpr std::int64_t kSecond = 1'000'000'000;
 constexpr std::int64_t kLong = 1500 * kSecond;
 

@@ -9,11 +9,10 @@
 #include <vector>
 
 #include "machines/simulated/fake_surroundings.h"
+#include "support/milliseconds.h"
 
 namespace simulated {
 namespace {
-
-constexpr std::int64_t kMs = 1'000'000;
 
 /// One connection to a driver, and what a program says through it.
 class Connection {

@@ -3,11 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "Workload/activity.h"
+#include "support/milliseconds.h"
 
 namespace simulated {
 namespace {
-
-constexpr std::int64_t kMs = 1'000'000;
 
 class WeightedTimeTest : public testing::Test {
  protected:

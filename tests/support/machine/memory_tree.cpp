@@ -9,7 +9,7 @@
 #include "machines/linux/sysfs/parse.h"
 #include "support/machine/machine_file.h"
 
-using Lock = std::lock_guard<std::recursive_mutex>;
+using TreeLock = std::lock_guard<std::recursive_mutex>;
 
 MemoryTree::MemoryTree(const std::string& machine) {
   for (const MachineEntry& entry : parse_machine(machine)) {
@@ -23,20 +23,20 @@ MemoryTree::MemoryTree(const std::string& machine) {
 }
 
 void MemoryTree::put(const std::string& path, const std::string& text, int mode) {
-  const Lock lock(mutex_);
+  const TreeLock lock(mutex_);
   File& file = files_[resolve(path)];
   file.text = text;
   file.mode = mode;
 }
 
 void MemoryTree::link(const std::string& path, const std::string& target) {
-  const Lock lock(mutex_);
+  const TreeLock lock(mutex_);
   const std::filesystem::path from = std::filesystem::path(path).parent_path();
   links_[path] = (from / target).lexically_normal();
 }
 
 void MemoryTree::remove(const std::string& path) {
-  const Lock lock(mutex_);
+  const TreeLock lock(mutex_);
   const std::string real = resolve(path);
   std::erase_if(files_, [&](const auto& file) {
     return file.first == real || file.first.starts_with(real + "/");
@@ -45,28 +45,28 @@ void MemoryTree::remove(const std::string& path) {
 }
 
 void MemoryTree::on_read(const std::string& path, OnRead answer) {
-  const Lock lock(mutex_);
+  const TreeLock lock(mutex_);
   files_.at(resolve(path)).on_read = std::move(answer);
 }
 
 void MemoryTree::on_write(const std::string& path, OnWrite take) {
-  const Lock lock(mutex_);
+  const TreeLock lock(mutex_);
   files_.at(resolve(path)).on_write = std::move(take);
 }
 
 void MemoryTree::fail(const std::string& path, int error) {
-  const Lock lock(mutex_);
+  const TreeLock lock(mutex_);
   files_.at(resolve(path)).error = error;
 }
 
 std::string MemoryTree::text(const std::string& path) {
-  const Lock lock(mutex_);
+  const TreeLock lock(mutex_);
   const auto at = files_.find(resolve(path));
   return at == files_.end() ? "" : std::string(sysfs::trimmed(at->second.text));
 }
 
 std::map<std::string, std::string> MemoryTree::snapshot() {
-  const Lock lock(mutex_);
+  const TreeLock lock(mutex_);
   std::map<std::string, std::string> all;
   for (const auto& [path, file] : files_) {
     all[path] = sysfs::trimmed(file.text);
@@ -75,7 +75,7 @@ std::map<std::string, std::string> MemoryTree::snapshot() {
 }
 
 int MemoryTree::open_handles() {
-  const Lock lock(mutex_);
+  const TreeLock lock(mutex_);
   return static_cast<int>(handles_.size());
 }
 
@@ -93,7 +93,7 @@ std::string MemoryTree::resolve(std::string path) const {
 }
 
 int MemoryTree::open(const char* path, sysfs::Mode mode) {
-  const Lock lock(mutex_);
+  const TreeLock lock(mutex_);
   const auto at = files_.find(resolve(path));
   if (at == files_.end()) {
     return -ENOENT;
@@ -107,7 +107,7 @@ int MemoryTree::open(const char* path, sysfs::Mode mode) {
 }
 
 ssize_t MemoryTree::read(int handle, std::span<char> text) {
-  const Lock lock(mutex_);
+  const TreeLock lock(mutex_);
   File& file = files_.at(handles_.at(handle));
   if (file.error != 0) {
     return -file.error;
@@ -131,7 +131,7 @@ ssize_t MemoryTree::read(int handle, std::span<char> text) {
 }
 
 ssize_t MemoryTree::write(int handle, std::string_view text) {
-  const Lock lock(mutex_);
+  const TreeLock lock(mutex_);
   ++writes_;
   File& file = files_.at(handles_.at(handle));
   if (file.error != 0) {
@@ -151,12 +151,12 @@ ssize_t MemoryTree::write(int handle, std::string_view text) {
 }
 
 void MemoryTree::close(int handle) {
-  const Lock lock(mutex_);
+  const TreeLock lock(mutex_);
   handles_.erase(handle);
 }
 
 int MemoryTree::list(const char* folder, std::vector<std::string>& names) {
-  const Lock lock(mutex_);
+  const TreeLock lock(mutex_);
   const std::string real = resolve(folder);
   const std::string below = real.empty() ? "" : real + "/";
   std::set<std::string> found;
@@ -176,7 +176,7 @@ int MemoryTree::list(const char* folder, std::vector<std::string>& names) {
 }
 
 std::string MemoryTree::real_path(const char* path) {
-  const Lock lock(mutex_);
+  const TreeLock lock(mutex_);
   std::string real = resolve(path);
   const bool there = std::any_of(files_.begin(), files_.end(), [&](const auto& file) {
     return file.first == real || file.first.starts_with(real + "/");

@@ -17,7 +17,7 @@
 
 namespace {
 
-using Lock = std::lock_guard<std::mutex>;
+using FansLock = std::lock_guard<std::mutex>;
 
 constexpr double kLagS = 1;
 constexpr double kStandstillRpm = 60;  // below it friction stops a fan that is not driven
@@ -26,7 +26,7 @@ constexpr double kBend = 0.85;         // fans turn faster at half pwm than half
 // A plain file keeps the end of a longer text when a shorter one is written over it.
 constexpr std::size_t kPaddedTo = 48;
 
-std::string padded(std::string_view text) {
+std::string padded_rpm(std::string_view text) {
   std::string whole(sysfs::trimmed(text));
   whole.resize(std::max(whole.size(), kPaddedTo), ' ');
   return whole + "\n";
@@ -80,7 +80,7 @@ long long MovingFans::number(const std::string& path, long long otherwise) {
 }
 
 ssize_t MovingFans::put(const std::string& path, const std::string& text) {
-  const sysfs::Result<sysfs::Done> written = sysfs::write_text(below_, path, padded(text));
+  const sysfs::Result<sysfs::Done> written = sysfs::write_text(below_, path, padded_rpm(text));
   return written ? 0 : -written.failure().error;
 }
 
@@ -186,7 +186,7 @@ ssize_t MovingFans::write_mode(std::size_t fan, long long value) {
 }
 
 int MovingFans::open(const char* path, sysfs::Mode mode) {
-  const Lock lock(mutex_);
+  const FansLock lock(mutex_);
   const int handle = below_.open(path, mode);
   if (handle >= 0) {
     open_[handle] = role_of(below_.real_path(path));
@@ -195,7 +195,7 @@ int MovingFans::open(const char* path, sysfs::Mode mode) {
 }
 
 ssize_t MovingFans::read(int handle, std::span<char> text) {
-  const Lock lock(mutex_);
+  const FansLock lock(mutex_);
   const ssize_t got = below_.read(handle, text);
   if (got < 0) {
     return got;  // what cannot be read below cannot be read here
@@ -211,13 +211,13 @@ ssize_t MovingFans::read(int handle, std::span<char> text) {
 }
 
 ssize_t MovingFans::write(int handle, std::string_view text) {
-  const Lock lock(mutex_);
+  const FansLock lock(mutex_);
   const Open open = open_[handle];
   if (open.role != Role::pwm && open.role != Role::enable) {
     for (std::size_t i = 0; i < fans_.size(); ++i) {
       turn(i);  // it may be a target
     }
-    const ssize_t written = below_.write(handle, padded(text));
+    const ssize_t written = below_.write(handle, padded_rpm(text));
     return written < 0 ? written : static_cast<ssize_t>(text.size());
   }
   const std::optional<long long> value = sysfs::parse_integer(text);
@@ -230,7 +230,7 @@ ssize_t MovingFans::write(int handle, std::string_view text) {
 }
 
 void MovingFans::close(int handle) {
-  const Lock lock(mutex_);
+  const FansLock lock(mutex_);
   open_.erase(handle);
   below_.close(handle);
 }
@@ -244,7 +244,7 @@ std::string MovingFans::real_path(const char* path) {
 }
 
 void MovingFans::block(std::size_t fan, bool blocked) {
-  const Lock lock(mutex_);
+  const FansLock lock(mutex_);
   turn(fan);
   blocked_.erase(fan);
   if (blocked) {
@@ -253,7 +253,7 @@ void MovingFans::block(std::size_t fan, bool blocked) {
 }
 
 void MovingFans::refuse_mode(std::size_t fan, int mode, int error) {
-  const Lock lock(mutex_);
+  const FansLock lock(mutex_);
   refused_modes_.erase({fan, mode});
   if (error != 0) {
     refused_modes_[{fan, mode}] = -error;
