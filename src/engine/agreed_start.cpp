@@ -1,7 +1,5 @@
 #include "engine/agreed_start.h"
 
-#include <ctime>
-#include <limits>
 #include <utility>
 
 #include "engine/nanoseconds.h"
@@ -9,34 +7,8 @@
 
 namespace engine {
 
-namespace {
-
-std::int64_t read(clockid_t clock) {
-  timespec t{};
-  clock_gettime(clock, &t);
-  return t.tv_sec * kNsPerSecond + t.tv_nsec;
-}
-
-}  // namespace
-
-Clocks read_clocks() {
-  constexpr int kTries = 5;  // a reader that is interrupted between two clocks tries again
-  Clocks best{};
-  std::int64_t least = std::numeric_limits<std::int64_t>::max();
-  for (int tries = 0; tries < kTries; ++tries) {
-    const std::int64_t before = read(CLOCK_MONOTONIC);
-    const std::int64_t wall = read(CLOCK_REALTIME);
-    const std::int64_t after = read(CLOCK_MONOTONIC);
-    if (after - before < least) {
-      least = after - before;
-      best = {.wall_ns = wall, .monotonic_ns = before + least / 2};
-    }
-  }
-  return best;
-}
-
 std::int64_t AgreedStart::instant_ns() {
-  const Clocks clocks = clocks_();
+  const ClockReading clocks = clocks_();
   const std::int64_t instant_ns = clocks.monotonic_ns + (wall_ns_ - clocks.wall_ns);
   if (record_ != nullptr) {
     record_->start_agreed(wall_ns_, instant_ns);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "engine/record/clock_reading.h"
 #include "vorn/edge_observer.h"
 #include "vorn/interval_source.h"
 #include "vorn/waveform.h"
@@ -12,21 +13,12 @@ class Record;
 
 namespace engine {
 
-/// Both clocks at one instant, in ns.
-struct Clocks {
-  std::int64_t wall_ns;       ///< since 1970
-  std::int64_t monotonic_ns;  ///< CLOCK_MONOTONIC
-};
-
-/// Reads both clocks within some microseconds of each other, if the machine allows it. Thread: any.
-Clocks read_clocks();
-
 /// The waveform begins at an instant of the wall clock, which may be set meanwhile.
 class AgreedStart : public WaveformStart {
  public:
-  using ReadClocks = Clocks (*)();
+  using ReadClocks = ClockReading (*)();
 
-  explicit AgreedStart(std::int64_t wall_ns, ReadClocks clocks = read_clocks)
+  explicit AgreedStart(std::int64_t wall_ns, ReadClocks clocks = clock_reading)
       : wall_ns_(wall_ns), clocks_(clocks) {}
 
   std::int64_t wall_ns() const { return wall_ns_; }

@@ -8,27 +8,27 @@
 namespace engine {
 namespace {
 
-Clocks clocks{};  // what the tests' machine shows
+ClockReading clocks{};  // what the tests' machine shows
 
-Clocks shown() {
+ClockReading shown() {
   return clocks;
 }
 
 class AgreedStartTest : public testing::Test {
  protected:
-  AgreedStartTest() { clocks = {.wall_ns = 1000, .monotonic_ns = 70}; }
+  AgreedStartTest() { clocks = {.monotonic_ns = 70, .wall_ns = 1000, .width_ns = 0}; }
 };
 
 TEST_F(AgreedStartTest, IsAsFarAheadOnTheMonotonicClockAsOnTheWallClock) {
   AgreedStart start(1500, shown);
   EXPECT_EQ(start.instant_ns(), 570);
-  clocks = {.wall_ns = 1400, .monotonic_ns = 470};
+  clocks = {.monotonic_ns = 470, .wall_ns = 1400, .width_ns = 0};
   EXPECT_EQ(start.instant_ns(), 570);
 }
 
 TEST_F(AgreedStartTest, MovesWhenTheWallClockIsSet) {
   AgreedStart start(1500, shown);
-  clocks = {.wall_ns = 1100, .monotonic_ns = 70};
+  clocks = {.monotonic_ns = 70, .wall_ns = 1100, .width_ns = 0};
   EXPECT_EQ(start.instant_ns(), 470);
 }
 
@@ -44,7 +44,7 @@ TEST_F(AgreedStartTest, TheFirstEdgeSaysHowLateTheWaveformBegan) {
 TEST_F(AgreedStartTest, AClockThatWasSetTooLateToFollowMakesTheStartLate) {
   AgreedStart start(1500, shown);
   StartWatch watch(start, nullptr);
-  clocks = {.wall_ns = 1600, .monotonic_ns = 570};
+  clocks = {.monotonic_ns = 570, .wall_ns = 1600, .width_ns = 0};
   watch.switched(570, 570, true);
   EXPECT_EQ(watch.late_ns(), 100);
 }
@@ -64,9 +64,9 @@ TEST_F(AgreedStartTest, EveryEdgeIsPassedOn) {
   EXPECT_EQ(edges.seen, (std::vector<std::int64_t>{570, -650}));
 }
 
-TEST(Clocks, AreReadTogether) {
-  const Clocks first = read_clocks();
-  const Clocks second = read_clocks();
+TEST(ClockReading, IsOfBothClocksTogether) {
+  const ClockReading first = clock_reading();
+  const ClockReading second = clock_reading();
   EXPECT_GE(second.monotonic_ns, first.monotonic_ns);
   EXPECT_GT(first.wall_ns, 1600000000000000000);
 }

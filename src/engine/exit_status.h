@@ -31,6 +31,9 @@ class Verdict {
 
   ExitStatus status() const;
 
+  /// For another run in the same process.
+  void clear() { gravity_ = 0; }
+
  private:
   std::atomic<int> gravity_{0};
 };

@@ -25,6 +25,7 @@ class LimitThread : public MachineFixture {
  protected:
   LimitThread() {
     ended = false;
+    verdict.clear();
     former_ = std::signal(SIGINT, end);
   }
   ~LimitThread() override {

@@ -11,6 +11,7 @@
 #include "engine/loads/load_factories.h"
 #include "engine/loads/vector_target.h"
 #include "engine/processors.h"
+#include "engine/record/clock_reading.h"
 #include "engine/record/record.h"
 #include "engine/record/record_file.h"
 #include "engine/record_plan.h"
@@ -118,7 +119,7 @@ std::optional<Refusal> Session::refuse() const {
       return refusal;
     }
   }
-  if (auto refusal = refuse_start(request_, read_clocks().wall_ns, monitor)) {
+  if (auto refusal = refuse_start(request_, clock_reading().wall_ns, monitor)) {
     return refusal;
   }
   if (request_.record) {

@@ -13,7 +13,10 @@ namespace {
 
 class WorkloadHostTest : public SettingsFixture {
  protected:
-  WorkloadHostTest() { workloads = {"bint"}; }
+  WorkloadHostTest() {
+    workloads = {"bint"};
+    verdict.clear();
+  }
 
   /// A workload thread `t` whose load does `operations`, and gets `wrong` results.
   void run(unsigned t, std::uint64_t operations, int wrong) {

@@ -7,9 +7,9 @@
 #include <cstdio>
 #include <string>
 
-#include "engine/agreed_start.h"
 #include "engine/complaint.h"
 #include "engine/nanoseconds.h"
+#include "engine/record/clock_reading.h"
 #include "vorn/ordinary_thread.h"
 
 namespace engine {
@@ -18,7 +18,7 @@ namespace {
 
 /// As RFC 3339 has it, to the millisecond.
 std::string wall_text(std::int64_t at_ns) {
-  const Clocks clocks = read_clocks();
+  const ClockReading clocks = clock_reading();
   const std::int64_t wall_ns = clocks.wall_ns + (at_ns - clocks.monotonic_ns);
   const std::time_t seconds = wall_ns / kNsPerSecond;
   std::tm utc{};
