@@ -3,7 +3,8 @@
 #include <algorithm>
 
 // After a stop the timing thread goes on from then, so that it has no edges to race through. Its
-// plan is later than the waveform by the length of the stop, and would stay so.
+// plan is later than the waveform by the length of the stop, and would stay so. A lateness that is
+// no stop (vorn/edge_plan.h) leaves the plan in its place, and there is nothing to bring back.
 //
 // How much later is known from the edges that it tells: an edge should have been planned as far
 // from the begin as all intervals up to it are long together. The edge at the end of the interval

@@ -8,9 +8,9 @@
 // So a lateness that cannot be a wake-up's is a stop, and the plan goes on from now.
 //
 // A host that has better things to do makes the wake-ups of a virtual processor up to some
-// milliseconds late, which is no stop: at 500 Hz the plan would be moved many times a minute. But
-// the 50 ms of a second are one, which the kernel takes from fixed priorities that leave nothing to
-// others.
+// milliseconds late, which is no stop: at 500 Hz the plan would be moved many times a minute. So
+// the plan stays, and may hold edges that are overdue. But the 50 ms of a second are a stop, which
+// the kernel takes from fixed priorities that leave nothing to others.
 
 namespace {
 

@@ -55,8 +55,8 @@ void switch_to(bool active) {
 }
 
 // An interval of no length is over at once: no sleep, no lock, and nobody is woken for it. The
-// waiters see it at their next test. So is one that was over before this thread woke: the load does
-// not see the edges that it slept through one after the other.
+// waiters see it at their next test. The same holds for an interval that was over before this
+// thread woke: of several edges that are overdue, the loads are woken for the last one alone.
 void switch_in_passing(bool active) {
   params.active = active;
 }
