@@ -16,8 +16,8 @@ enum class Counted {
 };
 
 /// Has the end of the core's timer listened for, in a run of that length: start_run_time() sets
-/// it. Until then it is never, or `longest_ns` from the program's start, the longest that loads may
-/// take to be made; the waveform's start looks at that by itself. A run without a length has no
+/// it. Until then it is never, or `longest_ns` from when the core arms it, the longest that loads
+/// may take to be made; the waveform's start looks at that by itself. A run without a length has no
 /// timer. Thread: as run_length().
 void set_run_length(std::optional<std::int64_t> length_ns, Counted counted,
                     std::int64_t longest_ns);

@@ -41,8 +41,8 @@ class Session : public SampleObserver {
   /// What is said of the run beside vorn's summary.
   void announce() const;
 
-  /// Sets the timer. The time of a run counts from the waveform's first edge, or without one from
-  /// when all loads are made.
+  /// Says how long the core's timer is to wait at first. The time of a run counts from the
+  /// waveform's begin, or without a waveform from when all loads are made, and is set then.
   void set_length() const;
 
   /// Makes the record, and starts the threads of the engine's own. Returns 0, or -1 after saying
