@@ -1,5 +1,8 @@
 # A test's source is small, and what it includes is not: several are compiled as one. Shipped sources
 # are not, since some tests link parts of a library without the others, and put their own in place.
+#
+# So the anonymous namespaces of these sources are one, and a name that two of them define does not
+# compile. The preset tsan compiles each source by itself.
 option(VORN_JOIN_TESTS "Compile several sources of a test program at once" OFF)
 
 # vorn_join_tests(): to be called when every target is there.

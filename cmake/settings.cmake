@@ -36,7 +36,7 @@ endif()
 add_library(vorn_warnings INTERFACE)
 target_compile_options(vorn_warnings INTERFACE
   -Wall -Wextra -Wpedantic
-  # Of sources that are compiled as one, a parameter stands beside globals that its own does not see.
+  # Where sources are compiled as one, a parameter may have the name of another source's global.
   $<$<NOT:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wshadow>
   -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-align
   -Wdouble-promotion -Wformat=2 -Wnon-virtual-dtor -Woverloaded-virtual -Wundef
