@@ -18,8 +18,19 @@ class Readiness {
   /// `threads`: how many there will be. Until this is called nobody is ready.
   void expect(unsigned threads) { missing_ = threads; }
 
-  /// Has `all_made` called by the last thread to make its load. Before the threads.
-  void tell(std::function<void()> all_made) { all_made_ = std::move(all_made); }
+  /// Has `first_begins` called by the first thread that is about to make its load, and `all_made`
+  /// by the last one that has made it. Before the threads.
+  void tell(std::function<void()> first_begins, std::function<void()> all_made) {
+    first_begins_ = std::move(first_begins);
+    all_made_ = std::move(all_made);
+  }
+
+  /// A thread is about to make its load.
+  void begins() {
+    if (!begun_.exchange(true) && first_begins_) {
+      first_begins_();
+    }
+  }
 
   /// One more thread has made its load. At most once for each.
   void made() {
@@ -31,7 +42,9 @@ class Readiness {
   unsigned missing() const noexcept { return missing_; }
 
  private:
+  std::atomic<bool> begun_{false};
   std::atomic<unsigned> missing_{1};
+  std::function<void()> first_begins_;
   std::function<void()> all_made_;
 };
 

@@ -63,15 +63,19 @@ TEST_F(StartWhenReadyTest, WaitsLongerForThreadsThatShareAProcessor) {
   EXPECT_EQ(longest_making_ns(64, 2), 320'000 * kMs);
 }
 
-TEST(Readiness, TellsOnceWhenTheLastThreadHasMadeItsLoad) {
+TEST(Readiness, TellsOnceWhenTheFirstThreadBeginsAndWhenTheLastHasMadeItsLoad) {
   Readiness readiness;
-  int told = 0;
-  readiness.tell([&told] { ++told; });
+  int begun = 0;
+  int all_made = 0;
+  readiness.tell([&begun] { ++begun; }, [&all_made] { ++all_made; });
   readiness.expect(2);
+  readiness.begins();
+  readiness.begins();
+  EXPECT_EQ(begun, 1);
   readiness.made();
-  EXPECT_EQ(told, 0);
+  EXPECT_EQ(all_made, 0);
   readiness.made();
-  EXPECT_EQ(told, 1);
+  EXPECT_EQ(all_made, 1);
 }
 
 TEST(Readiness, IsNotGivenBeforeItIsKnownHowManyThreadsThereAre) {

@@ -26,13 +26,12 @@ std::optional<std::int64_t> run_length(std::optional<std::int64_t> length_ns) {
   return trial_time * kUsPerSecond * kNsPerUs;
 }
 
-void set_run_length(std::optional<std::int64_t> length_ns, Counted counted,
-                    std::int64_t longest_ns) {
+void set_run_length(std::optional<std::int64_t> length_ns) {
   if (!run_length(length_ns)) {
     return;
   }
   trial_time = 0;
-  additional_time_us = counted == Counted::kFromTheLoads ? longest_ns / kNsPerUs : kNever;
+  additional_time_us = kNever;
 }
 
 void start_run_time(std::int64_t length_ns) {

@@ -10,12 +10,8 @@ namespace {
 
 using RunLength = SettingsFixture;
 
-constexpr std::int64_t kLongest = 20000000000;
-
-TEST_F(RunLength, WithoutOneThereIsNoTimerWhereverItCountsFrom) {
-  set_run_length(std::nullopt, Counted::kFromTheLoads, kLongest);
-  EXPECT_FALSE(using_timer());
-  set_run_length(std::nullopt, Counted::kFromTheWaveform, kLongest);
+TEST_F(RunLength, WithoutOneThereIsNoTimer) {
+  set_run_length(std::nullopt);
   EXPECT_FALSE(using_timer());
   EXPECT_EQ(run_length(std::nullopt), std::nullopt);
 }
@@ -29,18 +25,12 @@ TEST_F(RunLength, TakesFractions) {
   EXPECT_EQ(run_length(1500000000), 1500000000);
 }
 
-TEST_F(RunLength, CountedFromTheLoadsLeavesTheTimerSetToTheLongestThatTheyMayTake) {
+TEST_F(RunLength, LeavesTheTimerSetToNever) {
+  constexpr std::int64_t kYear = 365LL * 86400 * 1000000;
   trial_time = 3;
-  set_run_length(std::nullopt, Counted::kFromTheLoads, kLongest);
+  set_run_length(std::nullopt);
   EXPECT_TRUE(using_timer());
   EXPECT_EQ(trial_time, 0);
-  EXPECT_EQ(additional_time_us, kLongest / 1000);
-}
-
-TEST_F(RunLength, CountedFromTheWaveformLeavesTheTimerSetToNever) {
-  constexpr std::int64_t kYear = 365LL * 86400 * 1000000;
-  set_run_length(500000000, Counted::kFromTheWaveform, kLongest);
-  EXPECT_TRUE(using_timer());
   EXPECT_GT(additional_time_us, 50 * kYear);
 }
 

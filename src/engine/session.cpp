@@ -189,8 +189,7 @@ void Session::announce() const {
 }
 
 void Session::set_length() const {
-  set_run_length(request_.length_ns, source_ ? Counted::kFromTheWaveform : Counted::kFromTheLoads,
-                 longest_making_ns_);
+  set_run_length(request_.length_ns);
 }
 
 int Session::start_beside(const std::vector<std::string>& arguments) {
@@ -213,13 +212,15 @@ int Session::start_beside(const std::vector<std::string>& arguments) {
   host_.use(*placement_, *wrong_results_, record_.get(), request_.pin, threads);
   workload_placement = &host_;
   if (length_ns_ && !source_) {
-    host_.readiness().tell([this] {
+    const auto time_the_making = [this] { start_run_time(longest_making_ns_); };
+    const auto time_the_run = [this] {
       if (params.terminate) {
         return;
       }
       loads_timed_ = true;
       start_run_time(*length_ns_);
-    });
+    };
+    host_.readiness().tell(time_the_making, time_the_run);
   }
   if (!request_.limits.empty() && spawn_limits(request_.limits) < 0) {
     complain("the thread that watches the limits cannot be started");

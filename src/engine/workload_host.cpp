@@ -38,6 +38,7 @@ unsigned WorkloadHost::core(unsigned t) const {
 void WorkloadHost::begin(unsigned t, std::uint32_t core) {
   this_thread = {.number = t, .core = core};
   placement_->begin(t, core);
+  readiness_.begins();
 }
 
 void WorkloadHost::ready(const std::shared_ptr<LoadReport>& report) {

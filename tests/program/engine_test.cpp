@@ -389,21 +389,29 @@ TEST(Engine, TheRunTimeOfALoadWithoutAWaveformCountsFromWhenAllLoadsAreMade) {
   EXPECT_EQ(reader.of("end").front()[3], "run time over");
 }
 
-TEST(Engine, LoadsThatAreNotReadyInTimeEndTheRunWithAWaveformAndWithout) {
-  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+/// Expects that a run with `option` that is never ready ends, and says so.
+void expect_end_of_a_run_that_is_never_ready(const char* option) {
   const OpenFolder folder;
-  for (const char* option : {"-f", "-t"}) {
-    const Outcome outcome = program::run(slow_engine(
-        "90000", {"-w", "bspin", "-c", "1", option, "10", "--record", folder.file("record")}));
-    EXPECT_EQ(outcome.status, 23) << outcome.err;
-    EXPECT_NE(outcome.err.find("not all loads were ready after 10 s, which ends the run"),
-              std::string::npos)
-        << outcome.err;
-    EXPECT_LT(outcome.seconds, 80.0);
-    const RecordReader reader(folder.file("record"));
-    EXPECT_EQ(reader.of("end").front()[2], "23");
-    EXPECT_EQ(reader.of("end").front()[3], "loads not ready");
-  }
+  const Outcome outcome = program::run(slow_engine(
+      "90000", {"-w", "bspin", "-c", "1", option, "10", "--record", folder.file("record")}));
+  EXPECT_EQ(outcome.status, 23) << outcome.err;
+  EXPECT_NE(outcome.err.find("not all loads were ready after 10 s, which ends the run"),
+            std::string::npos)
+      << outcome.err;
+  EXPECT_LT(outcome.seconds, 80.0);
+  const RecordReader reader(folder.file("record"));
+  EXPECT_EQ(reader.of("end").front()[2], "23");
+  EXPECT_EQ(reader.of("end").front()[3], "loads not ready");
+}
+
+TEST(EngineThatIsNotReady, EndsWithAWaveform) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  expect_end_of_a_run_that_is_never_ready("-f");
+}
+
+TEST(EngineThatIsNotReady, EndsWithoutAWaveform) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  expect_end_of_a_run_that_is_never_ready("-t");
 }
 
 // The load touches its memory for longer than the start is ahead.

@@ -16,6 +16,11 @@ inline program::Command vorn(std::vector<std::string> arguments,
   return command;
 }
 
+/// What vorn-sim says at its start to such a user.
+constexpr const char* kSimulatedNotice =
+    "vorn-sim: no right to fixed priorities, threads run at ordinary priority; CAP_SYS_NICE "
+    "(setcap, or a container's --cap-add) gives them\n";
+
 /// What a run says at its end that forced the fans and the P-state.
 constexpr const char* kBothRestored = "Power balancing restored\nFans restored\n";
 
