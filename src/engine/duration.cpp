@@ -17,7 +17,8 @@ struct Unit {
   double seconds;
 };
 
-constexpr Unit kUnits[] = {{"", 1.0}, {"s", 1.0}, {"ms", 1e-3}, {"m", 60.0}, {"h", 3600.0}};
+constexpr Unit kUnits[] = {{"", 1.0},    {"s", 1.0},  {"ms", 1e-3},
+                           {"us", 1e-6}, {"m", 60.0}, {"h", 3600.0}};
 
 }  // namespace
 

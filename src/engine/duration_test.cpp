@@ -28,6 +28,7 @@ TEST(Duration, TakesUnits) {
   EXPECT_EQ(length_of("2m"), 120000000000);
   EXPECT_EQ(length_of("500ms"), 500000000);
   EXPECT_EQ(length_of("0.001ms"), 1000);
+  EXPECT_EQ(length_of("250us"), 250000);
 }
 
 TEST(Duration, IsExactToTheNanosecondOverWeeks) {

@@ -6,7 +6,6 @@
 
 #include "engine/loads/vector_target.h"
 #include "engine/nanoseconds.h"
-#include "engine/run_length.h"
 #include "vorn/notes.h"
 #include "vorn/settings.h"
 #include "vorn/version.h"
@@ -58,7 +57,8 @@ std::string limits(const Request& request) {
 
 }  // namespace
 
-RecordPlan plan_record(const Request& request, const std::vector<std::string>& arguments) {
+RecordPlan plan_record(const Request& request, std::optional<std::int64_t> length_ns,
+                       const std::vector<std::string>& arguments) {
   const auto threads = static_cast<unsigned>(num_workload_threads());
   std::vector<Setting> settings = {
       {"workloads", joined(workloads)},
@@ -67,11 +67,12 @@ RecordPlan plan_record(const Request& request, const std::vector<std::string>& a
       {request.pin ? "bound_cores" : "cores", processors(threads)},
       {"frequency_hz", text(frequency)},
       {"inverted", text(invert)},
-      {"run_time_s", text(static_cast<double>(run_length(request.length_ns).value_or(0)) /
-                          static_cast<double>(kNsPerSecond))},
+      {"run_time_s",
+       text(static_cast<double>(length_ns.value_or(0)) / static_cast<double>(kNsPerSecond))},
   };
   if (waveform.description != nullptr) {
-    settings.emplace_back("waveform", waveform.description);
+    const std::string said = waveform.description;
+    settings.emplace_back("waveform", said.empty() ? "square" : said);
   }
   if (request.at_ns) {
     settings.emplace_back("at_ns", text(*request.at_ns));
@@ -98,7 +99,8 @@ RecordPlan plan_record(const Request& request, const std::vector<std::string>& a
           .arguments = arguments,
           .settings = std::move(settings),
           .threads = threads,
-          .active = &params.active};
+          .active = &params.active,
+          .samples_per_second = using_monitor_thread() ? monitor_rate : 0.0};
 }
 
 }  // namespace engine

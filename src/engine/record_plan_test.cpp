@@ -2,6 +2,7 @@
 
 #include "support/settings_fixture.h"
 #include "vorn/settings.h"
+#include "vorn/waveform.h"
 
 namespace engine {
 namespace {
@@ -12,7 +13,7 @@ class ARecordsPlan : public SettingsFixture {
 
   std::string setting(const std::string& name) {
     request_.record = "record";
-    for (const auto& [known, value] : plan_record(request_, {}).settings) {
+    for (const auto& [known, value] : plan_record(request_, length_ns_, {}).settings) {
       if (known == name) {
         return value;
       }
@@ -21,19 +22,26 @@ class ARecordsPlan : public SettingsFixture {
   }
 
   Request request_;
+  std::optional<std::int64_t> length_ns_;
 };
 
 TEST_F(ARecordsPlan, HasTheRunTimeThatWasAskedForWhateverTheTimerIsSetTo) {
   additional_time_us = 3000000;
-  trial_time = 90;
-  EXPECT_EQ(setting("run_time_s"), "90");
-  request_.length_ns = 300000000;
+  length_ns_ = 300000000;
   EXPECT_EQ(setting("run_time_s"), "0.3");
+  length_ns_.reset();
+  EXPECT_EQ(setting("run_time_s"), "0");
+}
+
+TEST_F(ARecordsPlan, NamesASquareWaveToo) {
+  waveform.description = "";
+  EXPECT_EQ(setting("waveform"), "square");
+  waveform.description = nullptr;
 }
 
 TEST_F(ARecordsPlan, HasEveryDigitOfANumber) {
   frequency = 1234.56789;
-  request_.length_ns = 12345678000;
+  length_ns_ = 12345678000;
   request_.limits = {{"TC0D", 95.1F}};
   EXPECT_EQ(setting("frequency_hz"), "1234.56789");
   EXPECT_EQ(setting("run_time_s"), "12.345678");

@@ -183,14 +183,18 @@ std::optional<Refusal> refuse_keys(const Request& request) {
     asked.push_back(limit.key);
   }
   for (const std::string& key : asked) {
+    if (const Notes notes = notes_on_sampling(ask_machine({key}, KeyUse::sampling));
+        !notes.empty()) {
+      return Refusal{ExitStatus::kKeyUnknown, notes.front().text};
+    }
     try {
       SMC smc({key});
       std::list<float> sample;
       smc.sample(sample);
     } catch (const SMCException& failure) {
-      return Refusal{ExitStatus::kKeyUnknown, "key \"" + key +
-                                                  "\" cannot be read: " + failure.description() +
-                                                  "; vorn-keys lists the keys of this machine"};
+      return Refusal{ExitStatus::kKeyUnknown,
+                     "key \"" + key + "\" cannot be read: " + failure.description() + "; " +
+                         keys_program() + " --check says what this user may read"};
     }
   }
   return std::nullopt;

@@ -196,7 +196,8 @@ int Session::start_beside(const std::vector<std::string>& arguments) {
   const auto threads = static_cast<unsigned>(num_workload_threads());
   if (request_.record) {
     try {
-      record_ = std::make_unique<Record>(plan_record(request_, arguments), std::move(record_file_));
+      record_ = std::make_unique<Record>(plan_record(request_, length_ns_, arguments),
+                                         std::move(record_file_));
     } catch (const RecordError& error) {
       complain(error.what());
       return -1;

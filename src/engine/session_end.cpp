@@ -135,6 +135,9 @@ void Session::end_record() {
        << " events and " << losses.lines << " lines are missing";
   if (!losses.reason.empty()) {
     text << ": " << losses.reason;
+  } else if (losses.events > 0) {
+    text << ": the disk, or a load that left nothing to its writer, was slower than its buffers "
+            "last; write it to another disk, or sample less often";
   }
   complain(text.str());
 }

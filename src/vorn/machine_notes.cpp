@@ -36,12 +36,16 @@ KeyState state_of(SMC& controller, const std::string& name, KeyUse use) {
   if (size == 0 || (use == KeyUse::fans && !is_fan(controller, name))) {
     return KeyState::unknown;
   }
-  return size == kUsableSize ? KeyState::usable : KeyState::other_size;
-}
-
-/// The companion program that goes with this one: "vorn-sim" has "vorn-keys-sim".
-std::string keys_program() {
-  return program_beside(program_name().ends_with("-sim") ? "vorn-keys-sim" : "vorn-keys");
+  if (size != kUsableSize) {
+    return KeyState::other_size;
+  }
+  if (use == KeyUse::sampling) {
+    const smc_code type = controller.get_key_infodata(*code).dataType;
+    if (!SMC::is_fixed_point(type) && !SMC::is_signed_point(type)) {
+      return KeyState::other_type;
+    }
+  }
+  return KeyState::usable;
 }
 
 std::string simulated_program() {
@@ -55,6 +59,10 @@ Note no_controller(const std::string& instead) {
 }
 
 }  // namespace
+
+std::string keys_program() {
+  return program_beside(program_name().ends_with("-sim") ? "vorn-keys-sim" : "vorn-keys");
+}
 
 MachineFacts ask_machine(const std::list<std::string>& keys, KeyUse use) {
   MachineFacts facts;
@@ -92,6 +100,12 @@ Notes notes_on_sampling(const MachineFacts& machine) {
       notes.push_back({NoteKind::key_not_sampled,
                        ::quoted(key.name) + " cannot be sampled: it has not two bytes; " +
                            keys_program() + " lists the keys with their sizes"});
+    } else if (key.state == KeyState::other_type) {
+      notes.push_back(
+          {NoteKind::key_not_sampled, ::quoted(key.name) +
+                                          " cannot be sampled: it is no number with a fixed "
+                                          "point (fp.. or sp..); " +
+                                          keys_program() + " lists the keys with their types"});
     }
   }
   return notes;

@@ -15,6 +15,7 @@ enum class KeyState {
   malformed,   ///< not the name of a key: not four characters
   unknown,     ///< the controller has no such key
   other_size,  ///< it has, of another size
+  other_type,  ///< it has, but sampling it aborts the program: no number with a fixed point
 };
 
 /// What the keys were to be used for.
@@ -34,6 +35,9 @@ struct MachineFacts {
   bool power_plugin = true;
   std::vector<AskedKey> keys;  ///< those that were asked for
 };
+
+/// The companion program that goes with this one: "vorn-sim" has "vorn-keys-sim".
+std::string keys_program();
 
 /// Asks the machine for these keys, and whether it has a controller and a power plugin. Changes
 /// nothing on it. What cannot be told counts as well. Thread: any.

@@ -39,6 +39,15 @@ TEST_F(MachineNotes, NameEachKeyThatCannotBeSampledAndWhy) {
             "sizes");
 }
 
+TEST_F(MachineNotes, NameAKeyOfATypeThatSamplingAborts) {
+  controller->add_key("FS! ", "ui16", 2);
+  const Notes notes = notes_on_sampling(ask_machine({"FS! ", "PC0C"}, KeyUse::sampling));
+  ASSERT_EQ(notes.size(), 1U);
+  EXPECT_EQ(notes[0].text,
+            "\"FS! \" cannot be sampled: it is no number with a fixed point (fp.. or sp..); "
+            "vorn-keys lists the keys with their types");
+}
+
 TEST_F(MachineNotes, NameAFanThatTheMachineOrTheProgramDoesNotKnow) {
   for (const char* name : {"F3Tg", "TC0D", "fan"}) {
     const Notes notes = notes_on_fans(ask_machine({"F0Tg", name}, KeyUse::fans));

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -84,8 +85,9 @@ TEST(Engine, AWrongCommandLineIsNamedAndNotStarted) {
 TEST(Engine, WhatCannotBeDoneHereIsRefusedWithAStatusForEachReason) {
   expect_refused({"-m", "-o", "/nowhere/file"}, 10, "--output \"/nowhere/file\" cannot be written");
   expect_refused({"--record", "/nowhere/file"}, 10, "--record \"/nowhere/file\" cannot be written");
-  expect_refused({"-m", "-k", "XXXX"}, 11, "key \"XXXX\" cannot be read");
-  expect_refused({"--limit", "XXXX=1"}, 11, "key \"XXXX\" cannot be read");
+  expect_refused({"-m", "-k", "XXXX"}, 11, "this machine has no key \"XXXX\"");
+  expect_refused({"--limit", "XXXX=1"}, 11, "this machine has no key \"XXXX\"");
+  expect_refused({"--limit", "FS! =1"}, 11, "\"FS! \" cannot be sampled: it is no number");
   expect_refused({"-s", "2000"}, 12, "--rpm changes the machine, which takes root");
   expect_refused({"-p", "1"}, 12, "--pstate changes the machine, which takes root");
   expect_refused({"--pin", "-b", "100000"}, 12, "--bind 100000 is not among the cores");
@@ -449,6 +451,9 @@ TEST(Engine, AWrongResultIsSaidRecordedAndTheStatus) {
   EXPECT_EQ(errors[0][4], "wrong result");
   EXPECT_EQ(reader.of("end").front()[2], "22");
   EXPECT_EQ(reader.of("end").front()[3], "run time over");
+  const auto settings = reader.of("setting");
+  EXPECT_NE(std::find(settings.begin(), settings.end(), RecordLine{"setting", "run_time_s", "1"}),
+            settings.end());
 }
 
 TEST(Engine, AUserWithoutTheRightToAFixedPriorityIsRefusedBeforeAnythingIsStarted) {

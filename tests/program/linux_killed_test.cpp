@@ -27,7 +27,7 @@ class LinuxKilled : public testing::Test {
   }
 
   program::Command everything_at_once() const {
-    return machine_.vorn({"-c", "1", "-w", "bspin", "-f", "50", "-s", "1500", "-F", "3", "-p", "2",
+    return machine_.vorn({"-c", "2", "-w", "bspin", "-f", "50", "-s", "1500", "-F", "3", "-p", "2",
                           "-m", "-r", "20", "-k", "F0Ac"});
   }
 

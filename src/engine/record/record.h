@@ -32,6 +32,7 @@ struct RecordPlan {
   unsigned threads = 0;                                       ///< workload threads
   /// Whether the load is on. The file is written when it is off, if that is soon.
   const RelaxedFlag* active = nullptr;
+  double samples_per_second = 0.0;  ///< of the run; 0: none
   std::string sys = "/sys";
   std::string proc = "/proc";
 };

@@ -22,9 +22,13 @@ std::size_t bursts_of_each(unsigned threads) {
   return std::clamp<std::size_t>(kBurstsOfAll / std::max(threads, 1U), 1024, kMostBursts);
 }
 
-/// A few seconds of ten samples each, with all threads.
-std::size_t room_for_samples(unsigned threads) {
-  return std::size_t{64} * (threads + 1);
+/// 16 s of samples with all threads, but not more than 16 MB.
+std::size_t room_for_samples(unsigned threads, double samples_per_second) {
+  constexpr double kSeconds = 16.0;
+  constexpr double kLeast = 64.0;  // samples
+  constexpr double kMost = 16e6 / sizeof(SampleEvent);
+  const double samples = std::max(kSeconds * samples_per_second, kLeast);
+  return static_cast<std::size_t>(std::min(samples * (threads + 1), kMost));
 }
 
 std::vector<std::unique_ptr<ThreadRecord>> records_of(unsigned threads) {
@@ -62,7 +66,7 @@ bool Signal::wait(int ms) noexcept {
 
 RecordParts::RecordParts(RecordPlan the_plan, std::unique_ptr<RecordFile> the_file)
     : edges(kEdges),
-      samples(room_for_samples(the_plan.threads)),
+      samples(room_for_samples(the_plan.threads, the_plan.samples_per_second)),
       plan(std::move(the_plan)),
       file(the_file ? std::move(the_file) : std::make_unique<RecordFile>(plan.path)),
       threads(records_of(plan.threads)) {}

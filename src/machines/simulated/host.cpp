@@ -4,7 +4,7 @@
 
 #include <atomic>
 #include <cerrno>
-#include <string_view>
+#include <string>
 
 #include "Process/fixed_priority.h"
 #include "machines/linux_kernel.h"
@@ -16,11 +16,11 @@ int simulated::granted(int kernel_answer) {
     return kernel_answer;
   }
   if (!said.exchange(true)) {
-    constexpr std::string_view kNotice =
-        "vorn-sim: no right to fixed priorities, threads run at ordinary priority; "
-        "CAP_SYS_NICE (setcap, or a container's --cap-add) gives them\n";
+    const std::string notice = std::string(program_invocation_short_name) +
+                               ": no right to fixed priorities, threads run at ordinary priority; "
+                               "CAP_SYS_NICE (setcap, or a container's --cap-add) gives them\n";
     // One write: other threads may be printing.
-    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kNotice.data(), kNotice.size());
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, notice.data(), notice.size());
   }
   return 0;
 }
