@@ -184,8 +184,9 @@ class NoExtension : public OptionExtension {
 
 std::vector<option> all_long_options(const OptionExtension& extension) {
   std::vector<option> all(std::begin(kLongOptions), std::end(kLongOptions));
-  const std::vector<option> more = extension.long_options();
-  all.insert(all.end(), more.begin(), more.end());
+  for (const option& more : extension.long_options()) {
+    all.push_back(more);
+  }
   all.push_back({nullptr, 0, nullptr, 0});
   return all;
 }
