@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
 #include <vector>
+
+#include "support/passed_edges.h"
+#include "support/scripted_source.h"
 
 namespace engine {
 namespace {
@@ -50,13 +52,7 @@ TEST_F(AgreedStartTest, AClockThatWasSetTooLateToFollowMakesTheStartLate) {
 }
 
 TEST_F(AgreedStartTest, EveryEdgeIsPassedOn) {
-  struct Edges : EdgeObserver {
-    void switched(std::int64_t planned_ns, std::int64_t switched_ns,
-                  bool active) noexcept override {
-      seen.push_back(active ? planned_ns : -switched_ns);
-    }
-    std::vector<std::int64_t> seen;
-  } edges;
+  PassedEdges edges;
   AgreedStart start(1500, shown);
   StartWatch watch(start, &edges);
   watch.switched(570, 573, true);
@@ -85,19 +81,6 @@ TEST(WatchedSource, KnowsWhenTheWaveformIsOver) {
   EXPECT_EQ(watched.next_ns(), std::nullopt);
   EXPECT_TRUE(watched.over());
 }
-
-/// Plays what it is given, then nothing.
-class ScriptedSource : public IntervalSource {
- public:
-  explicit ScriptedSource(std::vector<std::int64_t> intervals) : intervals_(std::move(intervals)) {}
-  std::optional<std::int64_t> next_ns() override {
-    return next_ < intervals_.size() ? std::optional(intervals_[next_++]) : std::nullopt;
-  }
-
- private:
-  std::vector<std::int64_t> intervals_;
-  std::size_t next_ = 0;
-};
 
 TEST(WatchedSource, LeavesOutAFirstIntervalOfNoLength) {
   ScriptedSource script({0, 5, 0});

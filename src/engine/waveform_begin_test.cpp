@@ -4,6 +4,8 @@
 
 #include <vector>
 
+#include "support/passed_edges.h"
+
 namespace engine {
 namespace {
 
@@ -46,13 +48,7 @@ TEST_F(WaveformBeginTest, KeepsHowManyLoadsWereMissingAtTheFirstEdge) {
 }
 
 TEST_F(WaveformBeginTest, PassesEveryEdgeOn) {
-  struct Edges : EdgeObserver {
-    void switched(std::int64_t planned_ns, std::int64_t switched_ns,
-                  bool active) noexcept override {
-      seen.push_back(active ? planned_ns : -switched_ns);
-    }
-    std::vector<std::int64_t> seen;
-  } edges;
+  PassedEdges edges;
   WaveformBegin begin(readiness_, std::nullopt, &edges, arm);
   begin.switched(10, 11, true);
   begin.switched(20, 21, false);

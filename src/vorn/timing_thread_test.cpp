@@ -15,6 +15,7 @@
 
 #include "Workload/gate.h"
 #include "support/interruption.h"
+#include "support/scripted_source.h"
 #include "support/settings_fixture.h"
 #include "vorn/clock.h"
 #include "vorn/edge_observer.h"
@@ -130,19 +131,6 @@ TEST_F(TimingThread, SleepsOnWhenASignalInterruptsIt) {
   std::this_thread::sleep_for(milliseconds(20));
   EXPECT_TRUE(params.active);
 }
-
-/// Plays what it is given, then nothing.
-class ScriptedSource : public IntervalSource {
- public:
-  explicit ScriptedSource(std::vector<std::int64_t> intervals) : intervals_(std::move(intervals)) {}
-  std::optional<std::int64_t> next_ns() override {
-    return next_ < intervals_.size() ? std::optional(intervals_[next_++]) : std::nullopt;
-  }
-
- private:
-  std::vector<std::int64_t> intervals_;
-  std::size_t next_ = 0;
-};
 
 struct Edge {
   std::int64_t planned_ns;
