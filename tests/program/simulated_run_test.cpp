@@ -68,14 +68,19 @@ GridError grid_error(const Samples& samples) {
 TEST(SimulatedRun, KeepsItsSamplesOnTheGridBesideAWaveformOnEveryProcessor) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   // Two samples in two hundred are the 99th percentile: a host that looks away twice makes it late.
+  // Such a run is repeated.
   constexpr int kRuns = 3;
+  constexpr double kLookedAway = 0.001;  // s
   double beyond = 1.0;
-  for (int run = 0; run < kRuns && beyond >= 0.0; ++run) {
+  double held_up = 1.0;
+  for (int run = 0; run < kRuns && beyond >= 0.0 && held_up > kLookedAway; ++run) {
     const HoldUps hold_ups;
+    const auto start = HoldUps::Clock::now();
     const Samples samples = sampled_beside({"-w", "bspin", "-f", "100"});
     ASSERT_GT(samples.size(), 180U) << "of 200";
     beyond = grid_error(samples).percentile99 - (program::kSanitized ? 0.010 : 0.002) -
              hold_ups.percentile99();
+    held_up = hold_ups.longest_since(start);
   }
   EXPECT_LT(beyond, 0.0);
 }

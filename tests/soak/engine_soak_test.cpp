@@ -13,6 +13,7 @@
 #include "program/samples.h"
 #include "program/vorn_program.h"
 #include "soak/moments.h"
+#include "support/hold_ups.h"
 #include "support/record_reader.h"
 
 // The engine's modes, each ended at random moments; and two engines that begin together.
@@ -143,27 +144,24 @@ std::vector<std::int64_t> apart(const std::vector<Edge>& first, const std::vecto
   return distances;
 }
 
-/// Expects most of `edges`, and half of them within a millisecond. A busy machine has edges that
-/// one of the two slept through.
+/// Expects nearly all of `edges`, and half of them within a millisecond.
 void expect_together(const char* what, const std::vector<std::int64_t>& distances,
                      std::size_t edges) {
-  ASSERT_GT(distances.size(), edges * 2 / 3) << what;
+  ASSERT_GT(distances.size(), edges * 9 / 10) << what;
   std::printf("%zu of those planned together were %s %.1f us apart at the median, %.1f at p99\n",
               distances.size(), what, 1e-3 * static_cast<double>(distances[distances.size() / 2]),
               1e-3 * static_cast<double>(distances[distances.size() * 99 / 100]));
   EXPECT_LT(distances[distances.size() / 2], 1000000) << what;
 }
 
-// One of them is stopped on the way, and comes back into phase; so does either after a moment in
-// which a busy machine stands still.
-TEST(TwoEngines, WithTheSameStartRunInPhase) {
-  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
-  if (std::thread::hardware_concurrency() < 2) {
-    GTEST_SKIP() << "two processors are needed";
-  }
-  constexpr std::int64_t kTogether = 20000;  // ns: what reading two clocks may differ by
-  const int seconds = runs_of_each_shape() >= 36 ? 60 : 6;    // a minute where there is time for it
-  const auto edges = static_cast<std::size_t>(20 * seconds);  // at 20 Hz
+/// The on edges of two engines.
+struct TwoRecords {
+  std::vector<Edge> first;
+  std::vector<Edge> second;
+};
+
+/// Two engines at 20 Hz, started seconds apart with one start. The second is stopped on the way.
+TwoRecords two_engines(int seconds) {
   const OpenFolder folder;
   const double now =
       std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
@@ -174,7 +172,7 @@ TEST(TwoEngines, WithTheSameStartRunInPhase) {
                    std::to_string(seconds), "--record", folder.file(processor)});
   };
   Running first(one("0"));
-  usleep(1500000);  // started seconds apart
+  usleep(1500000);
   Running second(one("1"));
   usleep(4000000);
   second.send(SIGSTOP);
@@ -182,13 +180,37 @@ TEST(TwoEngines, WithTheSameStartRunInPhase) {
   second.send(SIGCONT);
   const Outcome first_outcome = first.wait(90.0);
   const Outcome second_outcome = second.wait(90.0);
-  ASSERT_EQ(first_outcome.status, 0) << first_outcome.err;
-  ASSERT_EQ(second_outcome.status, 0) << second_outcome.err;
-  const std::vector<Edge> a = on_edges(folder.file("0"));
-  const std::vector<Edge> b = on_edges(folder.file("1"));
-  std::printf("%zu and %zu edges\n", a.size(), b.size());
-  expect_together("switched", apart(a, b, kTogether, &Edge::switched_ns), edges);
-  expect_together("entered by the load", apart(a, b, kTogether, &Edge::entered_ns), edges);
+  EXPECT_EQ(first_outcome.status, 0) << first_outcome.err;
+  EXPECT_EQ(second_outcome.status, 0) << second_outcome.err;
+  return {on_edges(folder.file("0")), on_edges(folder.file("1"))};
+}
+
+// The stopped one comes back into phase; so does either after a moment in which a busy machine
+// stands still. A run with too many such moments is repeated.
+TEST(TwoEngines, WithTheSameStartRunInPhase) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  if (std::thread::hardware_concurrency() < 2) {
+    GTEST_SKIP() << "two processors are needed";
+  }
+  constexpr std::int64_t kTogether = 20000;  // ns: what reading two clocks may differ by
+  constexpr double kStoodStill = 0.025;      // s: an on phase
+  constexpr int kRuns = 3;
+  const int seconds = runs_of_each_shape() >= 36 ? 60 : 10;   // a minute where there is time for it
+  const auto edges = static_cast<std::size_t>(20 * seconds);  // at 20 Hz
+  std::vector<std::int64_t> switched;
+  std::vector<std::int64_t> entered;
+  double held_up = 1.0;
+  for (int run = 0; run < kRuns && held_up > kStoodStill && entered.size() <= edges * 9 / 10;
+       ++run) {
+    const HoldUps hold_ups;
+    const auto start = HoldUps::Clock::now();
+    const TwoRecords records = two_engines(seconds);
+    held_up = hold_ups.longest_since(start);
+    switched = apart(records.first, records.second, kTogether, &Edge::switched_ns);
+    entered = apart(records.first, records.second, kTogether, &Edge::entered_ns);
+  }
+  expect_together("switched", switched, edges);
+  expect_together("entered by the load", entered, edges);
 }
 
 }  // namespace

@@ -210,19 +210,28 @@ Latencies measure(const program::Command& command, std::mt19937& random) {
 
 class ShutdownLatency : public testing::TestWithParam<LoadShape> {};
 
-// At the 99th percentile, beside what other programs hold up a thread above all loads. Measured
-// again: one run in a hundred may meet the 50 ms that the kernel withholds from fixed priorities.
+// At the 99th percentile. Measured again: one run in a hundred may meet the 50 ms that the kernel
+// withholds from fixed priorities. Only if other programs held the machine up in each measurement
+// does none of them tell.
 TEST_P(ShutdownLatency, IsBelowFiftyMilliseconds) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   constexpr double kLimit = 0.050;
+  constexpr double kQuiet = 0.010;
+  constexpr int kMeasurements = 5;
   std::mt19937 random(20060824);
   const program::Command command = vorn(GetParam().options);
-  Latencies latencies = measure(command, random);
-  const auto beyond = [&] { return latencies.percentile99() - latencies.held_up; };
-  for (int more = 0; more < 4 && beyond() >= kLimit; ++more) {
-    latencies = measure(command, random);
+  bool quiet = false;
+  for (int measurement = 0; measurement < kMeasurements; ++measurement) {
+    const Latencies latencies = measure(command, random);
+    if (latencies.percentile99() < kLimit) {
+      return;
+    }
+    quiet = quiet || latencies.held_up <= kQuiet;
   }
-  EXPECT_LT(beyond(), kLimit);
+  if (!quiet) {
+    GTEST_SKIP() << "other programs held the machine up all the time";
+  }
+  FAIL() << "not below " << 1e3 * kLimit << " ms in any of " << kMeasurements << " measurements";
 }
 
 INSTANTIATE_TEST_SUITE_P(Runs, ShutdownLatency,
