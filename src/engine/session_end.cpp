@@ -136,8 +136,8 @@ void Session::end_record() {
   if (!losses.reason.empty()) {
     text << ": " << losses.reason;
   } else if (losses.events > 0) {
-    text << ": the disk, or a load that left nothing to its writer, was slower than its buffers "
-            "last; write it to another disk, or sample less often";
+    text << ": the disk was too slow, or a load left its writer no time; write it to another disk, "
+            "or sample less often";
   }
   complain(text.str());
 }
