@@ -39,6 +39,22 @@ const std::map<std::string, Modules> kMayInclude = {
     {"engine",
      {"Process", "Assertion", "Host", "Kx", "SMC", "PlatformPlugin", "Workload", "SpinLoop",
       "BlockingSpinLoop", "WorkloadRegistry", "vorn", "Inspection"}},
+    // Beside all others, which hold rights: it starts them as programs.
+    {"lab", {"Process"}},
+};
+
+/// Within the lab, by folder: the same rule once more.
+const std::map<std::string, Modules> kLabMayInclude = {
+    {"data", {}},
+    {"plan", {"data"}},
+    {"folder", {"data", "plan"}},
+    {"analysis", {"data"}},
+    {"engine_process", {"data", "plan", "folder"}},
+    {"live", {"data"}},
+    {"report", {"data", "plan", "folder", "analysis"}},
+    {"questions", {"data", "plan", "folder", "analysis"}},
+    {"commands",
+     {"data", "plan", "folder", "analysis", "engine_process", "live", "report", "questions"}},
 };
 
 /// Within the Linux machine, by folder: the same rule once more.
@@ -125,11 +141,13 @@ TEST(Layers, EveryMainFirstHoldsTheStandardDescriptors) {
   EXPECT_GE(mains, 2) << "the walk found nothing to judge";
 }
 
-TEST(Layers, NoPartOfTheLinuxMachineIncludesOneAboveIt) {
-  static const std::regex kInclude("^#include \"machines/linux/([a-z_]+)/");
+/// Judges each folder of `place`, a path below the sources, by what it may include. Returns how
+/// many files were looked at.
+int judge_parts(const std::string& place, const std::map<std::string, Modules>& may_include) {
+  const std::regex kInclude("^#include \"" + place + "/([a-z_]+)/");
   int files = 0;
-  for (const auto& [part, allowed] : kLinuxMayInclude) {
-    const fs::path folder = fs::path(VORN_SOURCES) / "machines" / "linux" / part;
+  for (const auto& [part, allowed] : may_include) {
+    const fs::path folder = fs::path(VORN_SOURCES) / place / part;
     for (const auto& entry : fs::directory_iterator(folder)) {
       if (is_test(entry.path())) {
         continue;
@@ -144,7 +162,15 @@ TEST(Layers, NoPartOfTheLinuxMachineIncludesOneAboveIt) {
       }
     }
   }
-  EXPECT_GT(files, 50) << "the walk found nothing to judge";
+  return files;
+}
+
+TEST(Layers, NoPartOfTheLinuxMachineIncludesOneAboveIt) {
+  EXPECT_GT(judge_parts("machines/linux", kLinuxMayInclude), 50);
+}
+
+TEST(Layers, NoPartOfTheLabIncludesOneAboveIt) {
+  EXPECT_GT(judge_parts("lab", kLabMayInclude), 10);
 }
 
 }  // namespace

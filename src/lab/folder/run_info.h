@@ -1,0 +1,50 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace lab {
+
+/// A key that was sampled.
+struct KeyInfo {
+  std::string name;
+  std::string unit;
+  std::string source;
+};
+
+/// How a run ended.
+enum class RunEnd {
+  cut_short,    ///< killed, or still going on: what a folder says until its run has ended
+  complete,     ///< as planned
+  interrupted,  ///< by the user
+  limit,        ///< a key showed more than its limit
+  failed,       ///< the engine could not go on
+};
+
+/// The text of run.json for it, such as "cut short".
+const char* text(RunEnd end);
+
+/// run.json: everything about a run that is neither asked for (plan) nor measured (samples).
+struct RunInfo {
+  std::string question;
+  RunEnd end = RunEnd::cut_short;
+  std::string end_reason;  ///< the engine's words for it; may be empty
+  int engine_status = -1;  ///< exit status of the engine; -1: it has none
+  std::string host;
+  std::string system;     ///< kernel, release and kind of machine
+  std::string processor;  ///< its model
+  int processors = 0;
+  bool simulated = false;
+  std::string lab_version;
+  std::string engine_version;
+  std::vector<std::string> command;                       ///< of the user
+  std::vector<std::vector<std::string>> engine_commands;  ///< as started, in their order
+  std::vector<KeyInfo> keys;
+  std::string begun;   ///< wall clock, RFC 3339 with the offset
+  std::string ended;   ///< empty until then
+  std::string fans;    ///< how the fans really were held, in words
+  std::string pstate;  ///< likewise
+  std::vector<std::string> warnings;
+};
+
+}  // namespace lab

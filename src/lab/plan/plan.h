@@ -1,0 +1,58 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace lab {
+
+/// How the duty of the load goes during a phase.
+struct Drive {
+  enum class Shape { constant, sinusoid, triangle };
+  Shape shape = Shape::constant;
+  double duty = 0;          ///< 0 to 1: the duty, or the least one of a shape
+  double depth = 0;         ///< 0 to 1: how far the duty of a shape rises from there
+  double frequency_hz = 0;  ///< of a shape
+};
+
+/// A setting of the machine that a run forces, or leaves to the machine.
+struct Fans {
+  enum class Hold { automatic, maximum, speed };
+  Hold hold = Hold::automatic;
+  int rpm = 0;  ///< with `speed`
+};
+
+/// One stretch of a run.
+struct Phase {
+  std::string name;
+  Drive drive;
+  double duration_s = 0;            ///< how long; with `until_settled`, how long at most
+  bool until_settled = false;       ///< ends as soon as no temperature drifts any more
+  std::optional<std::string> load;  ///< instead of the plan's
+  std::optional<Fans> fans;
+  std::optional<int> pstate;
+};
+
+/// What is to be done to a machine, and what to look at meanwhile. A plain value: plan_file.h reads
+/// and writes it.
+struct Plan {
+  std::string question;           ///< "step", "run", ...: who made it, and who analyses the run
+  std::string load = "bmix";      ///< one of the engine's that follow a waveform
+  int threads = 0;                ///< 0: one for each processor
+  double carrier_hz = 20;         ///< of a duty between 0 and 1
+  double rate_hz = 10;            ///< of the samples
+  std::vector<std::string> keys;  ///< empty: every temperature, power and fan speed of the machine
+  std::string power;              ///< the key of the power that heats; empty: found by its name
+  Fans fans;
+  std::optional<int> pstate;             ///< nothing: left to the machine
+  std::map<std::string, double> limits;  ///< the run ends when a key shows more
+  std::vector<Phase> phases;
+  std::vector<std::string> engine_options;  ///< of `run`: given to the engine as they stand
+};
+
+/// The seconds that the plan takes, settled phases at their longest. Infinite if a phase, or the
+/// engine's own options, set no end.
+double longest_s(const Plan& plan);
+
+}  // namespace lab
