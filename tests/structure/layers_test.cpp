@@ -62,9 +62,10 @@ const std::map<std::string, Modules> kLinuxMayInclude = {
     {"sysfs", {}},
     {"giving_back", {"sysfs"}},
     {"sensors", {"sysfs"}},
-    {"fans", {"sysfs", "giving_back"}},
-    {"cpufreq", {"sysfs", "giving_back"}},
-    {"checkup", {"sysfs", "giving_back", "sensors", "fans", "cpufreq"}},
+    {"guardian", {"sysfs", "giving_back"}},
+    {"fans", {"sysfs", "giving_back", "guardian"}},
+    {"cpufreq", {"sysfs", "giving_back", "guardian"}},
+    {"checkup", {"sysfs", "giving_back", "guardian", "sensors", "fans", "cpufreq"}},
 };
 
 bool is_test(const fs::path& file) {

@@ -5,7 +5,7 @@
 #include "Kx/driver.h"
 #include "machines/linux/cpufreq/pstate_control.h"
 #include "machines/linux/fans/fan_control.h"
-#include "machines/linux/giving_back/ledger.h"
+#include "machines/linux/guardian/ledger.h"
 #include "machines/linux/keys.h"
 #include "machines/linux/surroundings.h"
 

@@ -8,7 +8,7 @@
 
 #include "machines/linux/cpufreq/pin.h"
 #include "machines/linux/cpufreq/policy.h"
-#include "machines/linux/giving_back/ledger.h"
+#include "machines/linux/guardian/ledger.h"
 #include "machines/linux/surroundings.h"
 #include "machines/linux/sysfs/result.h"
 

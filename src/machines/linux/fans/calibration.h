@@ -6,7 +6,7 @@
 
 #include "machines/linux/fans/curve.h"
 #include "machines/linux/fans/safety.h"
-#include "machines/linux/giving_back/ledger.h"
+#include "machines/linux/guardian/ledger.h"
 #include "machines/linux/surroundings.h"
 
 namespace linux_machine {

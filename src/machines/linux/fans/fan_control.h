@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "machines/linux/fans/forced_fan.h"
-#include "machines/linux/giving_back/ledger.h"
+#include "machines/linux/guardian/ledger.h"
 #include "machines/linux/surroundings.h"
 
 namespace linux_machine {

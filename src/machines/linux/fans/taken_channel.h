@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "machines/linux/fans/channel.h"
-#include "machines/linux/giving_back/ledger.h"
+#include "machines/linux/guardian/ledger.h"
 #include "machines/linux/surroundings.h"
 #include "machines/linux/sysfs/attribute.h"
 

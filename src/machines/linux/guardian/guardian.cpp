@@ -1,4 +1,4 @@
-#include "machines/linux/giving_back/guardian.h"
+#include "machines/linux/guardian/guardian.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>

@@ -1,12 +1,12 @@
-#include "machines/linux/giving_back/ledger.h"
+#include "machines/linux/guardian/ledger.h"
 
 #include <algorithm>
 #include <optional>
 #include <utility>
 
-#include "machines/linux/giving_back/guardian.h"
 #include "machines/linux/giving_back/repair.h"
 #include "machines/linux/giving_back/restore.h"
+#include "machines/linux/guardian/guardian.h"
 
 namespace linux_machine {
 namespace {

@@ -1,4 +1,4 @@
-#include "machines/linux/giving_back/ledger.h"
+#include "machines/linux/guardian/ledger.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
