@@ -1,0 +1,133 @@
+#include "lab/engine_process/engine_run.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "lab/engine_process/engine_error.h"
+#include "lab/engine_process/machine.h"
+#include "lab/engine_process/programs.h"
+#include "lab/engine_process/segments.h"
+
+namespace lab {
+
+namespace {
+
+// The engine's files are opened here, with the rights of the user who called, and handed on: an
+// engine that root starts would open whatever a name leads to by then.
+Descriptor open_file(const std::filesystem::path& path) {
+  constexpr mode_t kMode = 0666;
+  Descriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, kMode));
+  if (file.number() < 0) {
+    throw EngineError(path.string() + ": " + std::strerror(errno));
+  }
+  return file;
+}
+
+std::string name_of(const Descriptor& file) {
+  return "/dev/fd/" + std::to_string(file.number());
+}
+
+std::vector<std::string> with_files(std::vector<std::string> arguments, const std::string& samples,
+                                    const std::string& record) {
+  arguments.insert(arguments.end(), {"-o", samples, "--record", record});
+  return arguments;
+}
+
+std::vector<std::string> command_of(const EngineRun::Start& start) {
+  std::vector<std::string> command =
+      with_files(start.arguments, start.samples.string(), start.record.string());
+  command.insert(command.begin(), machine().engine);
+  return command;
+}
+
+}  // namespace
+
+EngineRun::EngineRun(const Start& start)
+    : command_(command_of(start)),
+      samples_file_(open_file(start.samples)),
+      record_file_(open_file(start.record)),
+      engine_(
+          {.program = find_program(machine().engine),
+           .arguments = with_files(start.arguments, name_of(samples_file_), name_of(record_file_)),
+           .as_root = start.as_root,
+           .kept = {samples_file_.number(), record_file_.number()}}),
+      samples_(start.samples),
+      record_(start.record),
+      rows_(start.origin) {}
+
+void EngineRun::steer(const Drive& drive) {
+  engine_.write(steering(drive));
+}
+
+void EngineRun::end() {
+  engine_.close_input();
+}
+
+void EngineRun::poll() {
+  const bool over = engine_.status().has_value();
+  samples_.read([&](std::string_view line) { rows_.add_sample(line); });
+  record_.read([&](std::string_view text) {
+    const RecordLine line(text);
+    rows_.add_record(line);
+    delivery_.add(line);
+    if (line.keyword() == "asked") {
+      asked_ns_.push_back(line.whole(0).value_or(0));
+    } else if (line.keyword() == "program") {
+      version_ = line.text(1);
+    }
+  });
+  take_errors();
+  ended_ = over;
+}
+
+std::vector<SampleRow> EngineRun::take_rows() {
+  return rows_.take(ended_);
+}
+
+std::optional<std::int64_t> EngineRun::asked_ns(std::size_t index) const {
+  return index < asked_ns_.size() ? std::optional(asked_ns_[index]) : std::nullopt;
+}
+
+std::optional<int> EngineRun::status() {
+  return ended_ ? engine_.status() : std::nullopt;
+}
+
+std::string EngineRun::end_reason() const {
+  if (!delivery_.end_reason().empty()) {
+    return delivery_.end_reason();
+  }
+  std::string reason;
+  for (const std::string& line : other_errors_) {
+    reason += (reason.empty() ? "" : "; ") + line;
+  }
+  return reason;
+}
+
+std::vector<std::string> EngineRun::take_notes() {
+  return std::exchange(notes_, {});
+}
+
+void EngineRun::take_errors() {
+  std::string output;  // an engine that was asked for nothing there writes nothing there
+  engine_.read_output(output);
+  engine_.read_errors(errors_);
+  const std::string name = std::string(machine().engine) + ": ";
+  for (std::size_t end = errors_.find('\n'); end != std::string::npos; end = errors_.find('\n')) {
+    std::string line = errors_.substr(0, end);
+    errors_.erase(0, end + 1);
+    if (const std::size_t at = line.find(name); at != std::string::npos) {
+      line.erase(0, at + name.size());
+    }
+    constexpr std::string_view kNote = "note: ";
+    if (line.starts_with(kNote)) {
+      notes_.push_back(line.substr(kNote.size()));
+    } else if (line != "Power balancing restored") {  // how an orderly run ends
+      other_errors_.push_back(line);
+    }
+  }
+}
+
+}  // namespace lab

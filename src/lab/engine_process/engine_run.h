@@ -1,0 +1,88 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "lab/engine_process/child.h"
+#include "lab/engine_process/line_tail.h"
+#include "lab/folder/delivery_reader.h"
+#include "lab/folder/sample_rows.h"
+#include "lab/plan/plan.h"
+
+namespace lab {
+
+/// An engine that runs, and what it writes meanwhile. It ends when this process does, however that
+/// may be: it listens to its standard input. Thread: one.
+class EngineRun {
+ public:
+  struct Start {
+    std::vector<std::string> arguments;  ///< without those for files
+    std::filesystem::path samples;       ///< made, or emptied, with the caller's rights
+    std::filesystem::path record;
+    bool as_root = false;
+    SampleRows::Origin origin;
+  };
+
+  /// Starts the engine. Throws EngineError.
+  explicit EngineRun(const Start& start);
+
+  /// Asks for another duty from the next period of the carrier on.
+  void steer(const Drive& drive);
+
+  /// Asks the engine to end in order.
+  void end();
+
+  /// Takes in what has been written since the last call.
+  void poll();
+
+  /// Rows that have become whole since the last call.
+  std::vector<SampleRow> take_rows();
+
+  /// The newest sample, as far as it is known.
+  const std::optional<SampleRow>& newest() const { return rows_.newest(); }
+  std::optional<std::int64_t> zero_ns() const { return rows_.zero_ns(); }
+
+  /// When the duty of steer() number `index`, from 0, took effect: ns of CLOCK_MONOTONIC; nothing
+  /// if that is not known yet.
+  std::optional<std::int64_t> asked_ns(std::size_t index) const;
+
+  /// Its exit status once it has ended and all it wrote has been taken in.
+  std::optional<int> status();
+
+  /// The engine's words for its end, or for why there was no start; empty if there are none.
+  std::string end_reason() const;
+
+  /// The engine's notes to its user since the last call, without its name.
+  std::vector<std::string> take_notes();
+
+  /// The engine's version, as it says it in its record; empty before that.
+  const std::string& version() const { return version_; }
+
+  pid_t process() const { return engine_.process(); }
+
+  /// The command line, with the files' own names.
+  const std::vector<std::string>& command() const { return command_; }
+
+ private:
+  void take_errors();
+
+  std::vector<std::string> command_;
+  Descriptor samples_file_;
+  Descriptor record_file_;
+  Child engine_;
+  LineTail samples_;
+  LineTail record_;
+  SampleRows rows_;
+  DeliveryReader delivery_;
+  std::vector<std::int64_t> asked_ns_;
+  std::string errors_;  // what has come of a line that is not whole
+  std::vector<std::string> notes_;
+  std::vector<std::string> other_errors_;  // what it said that is no note
+  std::string version_;
+  bool ended_ = false;
+};
+
+}  // namespace lab

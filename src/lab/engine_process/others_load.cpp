@@ -1,0 +1,74 @@
+#include "lab/engine_process/others_load.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <fstream>
+#include <limits>
+#include <string>
+#include <thread>
+
+namespace lab {
+
+namespace {
+
+/// The number of field `index` from 0, of fields with blanks between.
+std::int64_t field(std::string_view text, int index) {
+  for (; index >= 0; --index) {
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+    if (index == 0) {
+      std::int64_t value = 0;
+      std::from_chars(text.data(), text.data() + text.size(), value);
+      return value;
+    }
+    text.remove_prefix(std::min(text.find(' '), text.size()));
+  }
+  return 0;
+}
+
+std::string first_line(const std::string& path) {
+  std::ifstream file(path);
+  std::string line;
+  std::getline(file, line);
+  return line;
+}
+
+}  // namespace
+
+std::int64_t busy_ticks(std::string_view stat) {
+  // cpu user nice system idle iowait irq softirq: waiting is not work, nor is time that a host
+  // took.
+  return field(stat, 1) + field(stat, 2) + field(stat, 3) + field(stat, 6) + field(stat, 7);
+}
+
+std::int64_t process_ticks(std::string_view stat) {
+  const std::size_t name_end = stat.rfind(')');  // a name may hold anything
+  if (name_end == std::string_view::npos) {
+    return 0;
+  }
+  stat.remove_prefix(name_end + 1);
+  return field(stat, 11) + field(stat, 12);
+}
+
+double OthersLoad::look(double now_s, pid_t engine) {
+  constexpr double kLook_s = 1;
+  if (!last_ || now_s - last_->at_s >= kLook_s) {
+    const Busy busy{
+        .at_s = now_s,
+        .all = busy_ticks(first_line("/proc/stat")),
+        .engine = process_ticks(first_line("/proc/" + std::to_string(engine) + "/stat"))};
+    if (last_) {
+      const double processors = std::max(1U, std::thread::hardware_concurrency());
+      const double ticks = (now_s - last_->at_s) * static_cast<double>(sysconf(_SC_CLK_TCK));
+      const auto others = static_cast<double>(
+          (busy.all - last_->all) - std::max<std::int64_t>(0, busy.engine - last_->engine));
+      load_ = std::clamp(others / (ticks * processors), 0.0, 1.0);
+      known_ = true;
+    }
+    last_ = busy;
+  }
+  return known_ ? load_ : std::numeric_limits<double>::quiet_NaN();
+}
+
+}  // namespace lab

@@ -1,0 +1,93 @@
+#include "lab/engine_process/segments.h"
+
+#include <array>
+#include <charconv>
+
+namespace lab {
+
+namespace {
+
+bool same(const Fans& one, const Fans& other) {
+  return one.hold == other.hold && one.rpm == other.rpm;
+}
+
+std::string number(double value) {
+  std::array<char, 32> text{};
+  const auto result =
+      std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed);
+  return {text.data(), result.ptr};
+}
+
+void append(std::vector<std::string>& arguments, std::initializer_list<std::string> more) {
+  arguments.insert(arguments.end(), more);
+}
+
+}  // namespace
+
+std::vector<Segment> segments_of(const Plan& plan) {
+  std::vector<Segment> segments;
+  for (std::size_t index = 0; index < plan.phases.size(); ++index) {
+    const Phase& phase = plan.phases[index];
+    const Segment next{.first = index,
+                       .last = index,
+                       .load = phase.load.value_or(plan.load),
+                       .fans = phase.fans.value_or(plan.fans),
+                       .pstate = phase.pstate ? phase.pstate : plan.pstate};
+    if (!segments.empty() && segments.back().load == next.load &&
+        same(segments.back().fans, next.fans) && segments.back().pstate == next.pstate) {
+      segments.back().last = index;
+    } else {
+      segments.push_back(next);
+    }
+  }
+  return segments;
+}
+
+std::vector<std::string> engine_arguments(const Plan& plan, const Segment& segment,
+                                          const Means& means) {
+  std::vector<std::string> arguments{"--steer", "-m", "-r", number(plan.rate_hz)};
+  for (const std::string& key : means.keys) {
+    append(arguments, {"-k", key});
+  }
+  append(arguments, {"-w", segment.load, "-f", number(plan.carrier_hz)});
+  if (plan.threads > 0) {
+    append(arguments, {"-c", std::to_string(plan.threads)});
+  }
+  for (const auto& [key, value] : plan.limits) {
+    append(arguments, {"--limit", key + "=" + number(value)});
+  }
+  if (!means.root) {
+    return arguments;  // fans and P-states are root's
+  }
+  if (segment.fans.hold == Fans::Hold::automatic || means.fan_keys.empty()) {
+    append(arguments, {"-s", "0"});
+  } else {
+    append(
+        arguments,
+        {"-s", segment.fans.hold == Fans::Hold::maximum ? "-1" : std::to_string(segment.fans.rpm)});
+    for (const std::string& key : means.fan_keys) {
+      append(arguments, {"-a", key});
+    }
+  }
+  if (segment.pstate) {
+    append(arguments, {"-p", std::to_string(*segment.pstate)});
+  } else {
+    append(arguments, {"--leave-pstate"});
+  }
+  return arguments;
+}
+
+std::string steering(const Drive& drive) {
+  switch (drive.shape) {
+    case Drive::Shape::constant:
+      return "duty " + number(drive.duty) + "\n";
+    case Drive::Shape::sinusoid:
+    case Drive::Shape::triangle:
+      return std::string(drive.shape == Drive::Shape::sinusoid ? "sinusoid " : "triangle ") +
+             number(drive.frequency_hz) + " " + number(drive.duty) + " " + number(drive.depth) +
+             "\n";
+  }
+  return "";
+}
+
+}  // namespace lab

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "lab/plan/plan.h"
+
+namespace lab {
+
+/// Phases that follow each other and that one engine plays: only their duty differs.
+struct Segment {
+  std::size_t first = 0;  ///< of the plan's phases
+  std::size_t last = 0;
+  std::string load;
+  Fans fans;
+  std::optional<int> pstate;
+};
+
+/// The engine's starts that a plan needs. Pure.
+std::vector<Segment> segments_of(const Plan& plan);
+
+/// What the lab found on the machine, as far as the engine's command line depends on it.
+struct Means {
+  std::vector<std::string> keys;      ///< that are sampled
+  std::vector<std::string> fan_keys;  ///< targets of the machine's fans: "F0Tg"
+  bool root = false;                  ///< the engine is started with root's rights
+};
+
+/// The engine's arguments for a segment, but for its files. Pure.
+std::vector<std::string> engine_arguments(const Plan& plan, const Segment& segment,
+                                          const Means& means);
+
+/// The line for an engine that is steered. Pure.
+std::string steering(const Drive& drive);
+
+}  // namespace lab

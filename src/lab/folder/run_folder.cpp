@@ -1,0 +1,100 @@
+#include "lab/folder/run_folder.h"
+
+#include <algorithm>
+#include <system_error>
+
+#include "lab/folder/folder_error.h"
+#include "lab/folder/recovery.h"
+#include "lab/folder/run_info_file.h"
+#include "lab/folder/samples_file.h"
+#include "lab/folder/whole_file.h"
+#include "lab/plan/plan_file.h"
+
+namespace lab {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kResultVersion = 1;
+
+void name_units(Table& samples, const RunInfo& info) {
+  for (Column& column : samples.columns) {
+    for (const KeyInfo& key : info.keys) {
+      if (key.name == column.name) {
+        column.unit = key.unit;
+        column.source = key.source;
+      }
+    }
+  }
+}
+
+}  // namespace
+
+RunFolder RunFolder::create(const fs::path& path) {
+  std::error_code error;
+  fs::create_directories(path, error);
+  if (error) {
+    throw FolderError(path.string() + ": " + error.message() + ": choose another place with --out");
+  }
+  if (!fs::is_empty(path, error) || error) {
+    throw FolderError(path.string() +
+                      ": it is there already, with something in it: choose another with --out");
+  }
+  return RunFolder(path);
+}
+
+fs::path RunFolder::stimulus(std::size_t start) const {
+  return path_ / (start == 0 ? "stimulus" : "stimulus-" + std::to_string(start + 1));
+}
+
+void RunFolder::write_plan(const Plan& plan) const {
+  write_whole(this->plan(), plan_text(plan));
+}
+
+void RunFolder::write_info(const RunInfo& run_info) const {
+  write_whole(info(), run_info_text(run_info));
+}
+
+void RunFolder::write_result(const Run& run, const Answer& answer) const {
+  write_whole(result(), result_text(run, answer));
+}
+
+Run RunFolder::read() const {
+  if (!fs::exists(info())) {
+    throw FolderError(path_.string() + ": no run.json in it: it is not the folder of a run");
+  }
+  Run run;
+  run.info = parse_run_info(read_whole(info()), info().string());
+  run.plan = read_plan(plan());
+  if (fs::exists(samples())) {
+    run.samples = parse_samples(read_whole(samples()), samples().string());
+  }
+  read_delivery(*this, run);
+  if (fs::exists(engine_samples())) {
+    recover_rows(*this, run);
+  }
+  name_units(run.samples, run.info);
+  return run;
+}
+
+std::vector<std::string> sample_columns(const std::vector<KeyInfo>& keys) {
+  std::vector<std::string> names{std::string(kPhaseColumn), std::string(kAskedColumn),
+                                 std::string(kDeliveredColumn), std::string(kOthersColumn)};
+  std::transform(keys.begin(), keys.end(), std::back_inserter(names),
+                 [](const KeyInfo& key) { return key.name; });
+  return names;
+}
+
+std::string result_text(const Run& run, const Answer& answer) {
+  nlohmann::ordered_json json = {
+      {"version", kResultVersion}, {"question", run.info.question}, {"end", text(run.info.end)},
+      {"decided", answer.decided}, {"answer", answer.sentences},    {"warnings", answer.warnings},
+  };
+  if (answer.figures.is_object()) {
+    json.update(answer.figures);
+  }
+  return json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace lab

@@ -1,0 +1,151 @@
+#include "lab/folder/sample_rows.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+
+namespace lab {
+
+namespace {
+
+constexpr double kSecond = 1e9;  // ns
+constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
+
+// The engine writes its record ten times a second, but puts a write off for up to a second until
+// its load is off.
+constexpr std::int64_t kRecordLateness = 2'000'000'000;  // ns
+
+/// The numbers of a line with tabs between; an empty vector if it is something else.
+std::vector<double> numbers(std::string_view line) {
+  std::vector<double> found;
+  while (!line.empty()) {
+    double value = kUnknown;
+    const auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), value);
+    if (error != std::errc()) {
+      return {};
+    }
+    found.push_back(value);
+    line.remove_prefix(static_cast<std::size_t>(end - line.data()));
+    if (!line.empty() && line.front() != '\t') {
+      return {};
+    }
+    line.remove_prefix(line.empty() ? 0 : 1);
+  }
+  return found;
+}
+
+}  // namespace
+
+void SampleRows::add_sample(std::string_view line) {
+  std::vector<double> values = line.starts_with('#') ? std::vector<double>() : numbers(line);
+  if (values.empty()) {
+    return;
+  }
+  newest_ = SampleRow{.time_s = values[0],
+                      .phase = std::max(0, phase_) + origin_.first_phase,
+                      .asked = kUnknown,
+                      .delivered = kUnknown,
+                      .keys = {values.begin() + 1, values.end()}};
+  values_.push_back(newest_->keys);
+}
+
+void SampleRows::add_record(const RecordLine& line) {
+  const std::string_view keyword = line.keyword();
+  const std::int64_t instant = line.whole(0).value_or(0);
+  if (keyword == "sample") {
+    instants_.push_back(instant);
+    zero_ns_ = zero_ns_.value_or(instant);
+  } else if (keyword == "edge") {
+    edges_.push_back({instant, line.field(2) == "on"});
+  } else if (keyword == "asked") {
+    phases_.push_back(instant);
+  } else if (keyword == "time" || keyword == "use") {
+    times_[line.whole(1).value_or(0)].push_back({instant, line.whole(2).value_or(0)});
+  } else if (keyword == "thread") {
+    load_began_ns_ = load_began_ns_.value_or(newest_ns_);
+    return;
+  } else if (keyword != "clock") {
+    return;
+  }
+  newest_ns_ = std::max(newest_ns_, keyword == "edge" ? line.whole(1).value_or(0) : instant);
+}
+
+/// The part of the time between two instants for which the waveform was to be on.
+double SampleRows::on_part(std::int64_t from_ns, std::int64_t to_ns) {
+  if (!origin_.waveform) {
+    return load_began_ns_ && to_ns > *load_began_ns_ ? 1 : 0;
+  }
+  if (to_ns <= from_ns) {
+    return kUnknown;
+  }
+  while (edges_.size() > 1 && edges_[1].instant_ns <= from_ns) {
+    edges_.pop_front();
+  }
+  std::int64_t on_ns = 0;
+  for (std::size_t index = 0; index < edges_.size(); ++index) {
+    const std::int64_t end =
+        index + 1 < edges_.size() ? std::min(edges_[index + 1].instant_ns, to_ns) : to_ns;
+    const std::int64_t begin = std::max(edges_[index].instant_ns, from_ns);
+    if (edges_[index].on && end > begin) {
+      on_ns += end - begin;
+    }
+  }
+  return static_cast<double>(on_ns) / static_cast<double>(to_ns - from_ns);
+}
+
+/// The processor time of all threads between two instants, as a part of all processors' time.
+double SampleRows::load(std::int64_t from_ns, std::int64_t to_ns) {
+  if (to_ns <= from_ns) {
+    return kUnknown;
+  }
+  const auto at = [](const std::deque<Time>& times, std::int64_t instant_ns) {
+    const auto after = std::find_if(times.begin(), times.end(), [&](const Time& time) {
+      return time.instant_ns >= instant_ns;
+    });
+    if (after == times.begin() || after == times.end()) {
+      const Time& end = after == times.end() ? times.back() : times.front();
+      return static_cast<double>(end.time_ns);
+    }
+    const Time& before = *std::prev(after);
+    const double part = static_cast<double>(instant_ns - before.instant_ns) /
+                        static_cast<double>(after->instant_ns - before.instant_ns);
+    return static_cast<double>(before.time_ns) +
+           part * static_cast<double>(after->time_ns - before.time_ns);
+  };
+  double sum = 0;
+  for (auto& [thread, times] : times_) {
+    while (times.size() > 1 && times[1].instant_ns <= from_ns) {
+      times.pop_front();
+    }
+    sum += at(times, to_ns) - at(times, from_ns);
+  }
+  return sum / (static_cast<double>(to_ns - from_ns) * origin_.processors);
+}
+
+int SampleRows::phase_at(std::int64_t instant_ns) {
+  while (!phases_.empty() && phases_.front() <= instant_ns) {
+    phases_.pop_front();
+    ++phase_;
+  }
+  return std::max(0, phase_) + origin_.first_phase;
+}
+
+std::vector<SampleRow> SampleRows::take(bool all) {
+  std::vector<SampleRow> rows;
+  while (!instants_.empty() && !values_.empty() &&
+         (all || instants_.front() < newest_ns_ - kRecordLateness)) {
+    const std::int64_t instant = instants_.front();
+    const std::int64_t before = last_row_ns_.value_or(instant);
+    rows.push_back({.time_s = static_cast<double>(instant - *zero_ns_) / kSecond,
+                    .phase = phase_at(instant),
+                    .asked = on_part(before, instant),
+                    .delivered = load(before, instant),
+                    .keys = std::move(values_.front())});
+    last_row_ns_ = instant;
+    instants_.pop_front();
+    values_.pop_front();
+  }
+  return rows;
+}
+
+}  // namespace lab

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "lab/folder/record_line.h"
+
+namespace lab {
+
+/// One instant of samples.csv.
+struct SampleRow {
+  double time_s = 0;         ///< since the first sample of the run
+  int phase = 0;             ///< counted from 0: how often the asked duty has changed
+  double asked = 0;          ///< duty since the sample before; NaN: not known
+  double delivered = 0;      ///< load since the sample before; NaN: not known
+  std::vector<double> keys;  ///< in the order of the sample file
+};
+
+/// Puts together what an engine writes about one instant in two files: the sample file, and the
+/// record with the edges and the processor time of its threads. Thread: one.
+class SampleRows {
+ public:
+  struct Origin {
+    std::optional<std::int64_t>
+        zero_ns;  ///< instant of the run's first sample; nothing: this is it
+    int first_phase = 0;
+    int processors = 1;    ///< that a load of 1 keeps busy
+    bool waveform = true;  ///< false: the load is on from its beginning
+  };
+  explicit SampleRows(Origin origin) : origin_(origin), zero_ns_(origin.zero_ns) {}
+
+  /// A line of the sample file, without its newline.
+  void add_sample(std::string_view line);
+  void add_record(const RecordLine& line);
+
+  /// The rows of which all has come; with `all`, of whatever there is. The record says late what
+  /// happened: some rows of a run that goes on are held back for two seconds.
+  std::vector<SampleRow> take(bool all);
+
+  /// The newest line of the sample file, whose row may not be whole yet; its load is NaN.
+  const std::optional<SampleRow>& newest() const { return newest_; }
+
+  std::optional<std::int64_t> zero_ns() const { return zero_ns_; }
+
+ private:
+  struct Edge {
+    std::int64_t instant_ns;
+    bool on;
+  };
+  struct Time {
+    std::int64_t instant_ns;
+    std::int64_t time_ns;
+  };
+
+  double on_part(std::int64_t from_ns, std::int64_t to_ns);
+  double load(std::int64_t from_ns, std::int64_t to_ns);
+  int phase_at(std::int64_t instant_ns);
+
+  Origin origin_;
+  std::optional<std::int64_t> zero_ns_;
+  std::deque<std::vector<double>> values_;          // of samples whose instant has not been matched
+  std::deque<std::int64_t> instants_;               // of samples that have not been taken
+  std::deque<Edge> edges_;                          // from the last one before the last row on
+  std::map<std::int64_t, std::deque<Time>> times_;  // by thread
+  std::deque<std::int64_t> phases_;                 // instants at which the next phase took effect
+  int phase_ = -1;
+  std::int64_t newest_ns_ = 0;
+  std::optional<std::int64_t> load_began_ns_;
+  std::optional<std::int64_t> last_row_ns_;
+  std::optional<SampleRow> newest_;
+};
+
+}  // namespace lab

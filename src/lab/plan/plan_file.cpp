@@ -1,0 +1,296 @@
+#include "lab/plan/plan_file.h"
+
+#include <toml++/toml.h>
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <initializer_list>
+#include <iterator>
+#include <limits>
+#include <sstream>
+
+#include "lab/plan/duration.h"
+#include "lab/plan/plan_error.h"
+
+namespace lab {
+
+namespace {
+
+constexpr double kDay = 86400;
+
+/// The members of one TOML table, which are taken one after the other; what was not taken is a word
+/// that the plan does not know.
+class Members {
+ public:
+  Members(const toml::table& table, const std::string& file, std::string what)
+      : table_(table), file_(file), what_(std::move(what)) {}
+
+  [[noreturn]] void refuse(const toml::source_region& where, const std::string& why) const {
+    std::ostringstream text;
+    text << file_ << ':' << where.begin.line << ':' << where.begin.column << ": " << why;
+    throw PlanError(text.str());
+  }
+
+  [[noreturn]] void refuse(const std::string& why) const { refuse(table_.source(), why); }
+
+  bool has(const char* name) const { return table_.contains(name); }
+
+  const toml::node* take(const char* name) {
+    taken_.emplace_back(name);
+    return table_.get(name);
+  }
+
+  /// A number within [least, most].
+  double number(const char* name, double otherwise, double least, double most) {
+    const toml::node* node = take(name);
+    if (node == nullptr) {
+      return otherwise;
+    }
+    const std::optional<double> value = node->value<double>();
+    if (!value || !(*value >= least && *value <= most)) {
+      std::ostringstream why;
+      why << name << " is to be a number from " << least << " to " << most;
+      refuse(node->source(), why.str());
+    }
+    return *value;
+  }
+
+  int whole_number(const char* name, int otherwise, int least, int most) {
+    const double value = number(name, otherwise, least, most);
+    if (value != std::floor(value)) {
+      refuse(table_.get(name)->source(), std::string(name) + " is to be a whole number");
+    }
+    return static_cast<int>(value);
+  }
+
+  std::string text(const char* name, const std::string& otherwise) {
+    const toml::node* node = take(name);
+    if (node == nullptr) {
+      return otherwise;
+    }
+    return text_of(*node, name);
+  }
+
+  std::vector<std::string> texts(const char* name) {
+    std::vector<std::string> found;
+    const toml::node* node = take(name);
+    if (node == nullptr) {
+      return found;
+    }
+    if (!node->is_array()) {
+      refuse(node->source(), std::string(name) + " is to be a list of texts");
+    }
+    for (const toml::node& item : *node->as_array()) {
+      found.push_back(text_of(item, name));
+    }
+    return found;
+  }
+
+  /// "automatic", "maximum", or a speed in RPM.
+  std::optional<Fans> fans() {
+    const toml::node* node = take("fans");
+    if (node == nullptr) {
+      return std::nullopt;
+    }
+    const auto word = node->value<std::string>();
+    const int rpm = node->is_integer() ? node->value_or(0) : 0;
+    if (word == "automatic") {
+      return Fans{Fans::Hold::automatic, 0};
+    }
+    if (word == "maximum") {
+      return Fans{Fans::Hold::maximum, 0};
+    }
+    if (rpm >= 1 && rpm <= 100000) {
+      return Fans{Fans::Hold::speed, rpm};
+    }
+    refuse(node->source(), "fans is to be \"automatic\", \"maximum\", or a speed in RPM");
+  }
+
+  /// "automatic", or the number of a P-state.
+  std::optional<int> pstate() {
+    const toml::node* node = table_.get("pstate");
+    if (node != nullptr && node->value<std::string>() == "automatic") {
+      take("pstate");
+      return std::nullopt;
+    }
+    const int number = whole_number("pstate", -1, 0, 255);
+    return node == nullptr ? std::nullopt : std::optional<int>(number);
+  }
+
+  /// Seconds, or a text such as "90 s" or "2m".
+  std::optional<double> duration(const char* name) {
+    const toml::node* node = take(name);
+    if (node == nullptr) {
+      return std::nullopt;
+    }
+    std::optional<double> seconds = node->value<double>();
+    if (const auto word = node->value<std::string>()) {
+      seconds = parse_duration(*word);
+    }
+    if (!seconds || !(*seconds > 0) || *seconds > 365 * kDay) {
+      refuse(node->source(),
+             std::string(name) + " is to be a time, such as 90, \"90s\" or \"2m\"" +
+                 (std::string_view(name) == "duration" ? ", or \"until settled\"" : ""));
+    }
+    return seconds;
+  }
+
+  /// Refuses what no call has taken.
+  void nothing_else() const {
+    for (const auto& [key, node] : table_) {
+      if (std::find(taken_.begin(), taken_.end(), key.str()) == taken_.end()) {
+        std::string known;
+        for (const std::string& name : taken_) {
+          known += (known.empty() ? "" : ", ") + name;
+        }
+        refuse(key.source(), "unknown word \"" + std::string(key.str()) + "\" in " + what_ +
+                                 ": it knows " + known);
+      }
+    }
+  }
+
+ private:
+  std::string text_of(const toml::node& node, const char* name) const {
+    const auto value = node.value<std::string>();
+    if (!value) {
+      refuse(node.source(), std::string(name) + " is to be a text in quotes");
+    }
+    return *value;
+  }
+
+  const toml::table& table_;
+  const std::string& file_;
+  std::string what_;
+  std::vector<std::string> taken_;
+};
+
+Drive parse_drive(Members& members) {
+  Drive drive;
+  const bool sinusoid = members.has("sinusoid");
+  const bool triangle = members.has("triangle");
+  if ((sinusoid ? 1 : 0) + (triangle ? 1 : 0) + (members.has("duty") ? 1 : 0) != 1) {
+    members.refuse("a phase has one of duty, sinusoid and triangle");
+  }
+  drive.duty = members.number("duty", 0, 0, 1);
+  constexpr double kLeastHz = 1e-6;
+  constexpr double kMostHz = 1000;
+  const double sinusoid_hz = members.number("sinusoid", 0, kLeastHz, kMostHz);
+  const double triangle_hz = members.number("triangle", 0, kLeastHz, kMostHz);
+  const double offset = members.number("offset", 0, 0, 1);
+  const double depth = members.number("depth", 1 - offset, 0, 1);
+  if (sinusoid || triangle) {
+    drive.shape = sinusoid ? Drive::Shape::sinusoid : Drive::Shape::triangle;
+    drive.frequency_hz = sinusoid_hz + triangle_hz;
+    drive.duty = offset;
+    drive.depth = depth;
+    if (offset + depth > 1 + 1e-9) {
+      members.refuse("offset and depth of a phase are at most 1 together");
+    }
+  } else if (members.has("offset") || members.has("depth")) {
+    members.refuse("offset and depth belong to a sinusoid or a triangle");
+  }
+  return drive;
+}
+
+Phase parse_phase(const toml::table& table, const std::string& file) {
+  Members members(table, file, "a phase");
+  Phase phase;
+  phase.name = members.text("name", "phase");
+  phase.drive = parse_drive(members);
+  const toml::node* duration = table.get("duration");
+  phase.until_settled = duration != nullptr && duration->value<std::string>() == "until settled";
+  if (phase.until_settled) {
+    members.take("duration");
+  }
+  const std::optional<double> fixed =
+      phase.until_settled ? std::nullopt : members.duration("duration");
+  const std::optional<double> at_most = members.duration("at_most");
+  if (phase.until_settled != at_most.has_value()) {
+    members.refuse("a phase \"until settled\" has at_most, and no other has");
+  }
+  if (!phase.until_settled && !fixed) {
+    members.refuse("a phase has a duration, such as 90, \"2m\" or \"until settled\"");
+  }
+  phase.duration_s = phase.until_settled ? *at_most : *fixed;
+  if (members.has("load")) {
+    phase.load = members.text("load", "");
+  }
+  phase.fans = members.fans();
+  phase.pstate = members.pstate();
+  members.take("load");
+  members.nothing_else();
+  return phase;
+}
+
+void parse_limits(const toml::node* node, const Members& members, Plan& plan) {
+  if (node == nullptr) {
+    return;
+  }
+  if (!node->is_table()) {
+    members.refuse(node->source(), "limits is to be a table of keys, such as TC0D = 95");
+  }
+  for (const auto& [key, value] : *node->as_table()) {
+    const auto number = value.value<double>();
+    if (!number || !std::isfinite(*number)) {
+      members.refuse(value.source(), "the limit of a key is to be a number");
+    }
+    plan.limits[std::string(key.str())] = *number;
+  }
+}
+
+}  // namespace
+
+Plan parse_plan(std::string_view text, const std::string& name) {
+  toml::table table;
+  try {
+    table = toml::parse(text, name);
+  } catch (const toml::parse_error& error) {
+    std::ostringstream why;
+    why << name << ':' << error.source().begin.line << ':' << error.source().begin.column << ": "
+        << error.description();
+    throw PlanError(why.str());
+  }
+  Members members(table, name, "a plan");
+  const Plan defaults;
+  Plan plan;
+  plan.question = members.text("question", "run");
+  plan.load = members.text("load", defaults.load);
+  plan.threads = members.whole_number("threads", defaults.threads, 0, 4096);
+  plan.carrier_hz = members.number("carrier", defaults.carrier_hz, 0.001, 10000);
+  plan.rate_hz = members.number("rate", defaults.rate_hz, 0.001, 1000);
+  plan.keys = members.texts("keys");
+  plan.power = members.text("power", "");
+  plan.fans = members.fans().value_or(defaults.fans);
+  plan.pstate = members.pstate();
+  plan.engine_options = members.texts("engine_options");
+  parse_limits(members.take("limits"), members, plan);
+  if (const toml::node* phases = members.take("phase")) {
+    if (!phases->is_array_of_tables()) {
+      members.refuse(phases->source(), "phases are written [[phase]]");
+    }
+    for (const toml::node& phase : *phases->as_array()) {
+      plan.phases.push_back(parse_phase(*phase.as_table(), name));
+    }
+  }
+  members.nothing_else();
+  if (plan.phases.empty() && plan.question != "run") {
+    throw PlanError(name + ": a plan for \"" + plan.question + "\" has phases: [[phase]]");
+  }
+  if (!plan.phases.empty() && !plan.engine_options.empty()) {
+    throw PlanError(name + ": engine_options belong to a plan without phases");
+  }
+  return plan;
+}
+
+Plan read_plan(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  const std::string text(std::istreambuf_iterator<char>(file), {});
+  if (!file) {
+    throw PlanError(path + ": " + std::strerror(errno));
+  }
+  return parse_plan(text, path);
+}
+
+}  // namespace lab

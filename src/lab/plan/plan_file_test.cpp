@@ -1,0 +1,143 @@
+#include "lab/plan/plan_file.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "lab/plan/plan_error.h"
+
+namespace lab {
+namespace {
+
+constexpr const char* kWhole = R"(
+question = "step"
+load = "bfma"
+threads = 2
+carrier = 50
+rate = 5.5
+keys = ["PC0C", "TC0D"]
+power = "PC0C"
+fans = 1500
+pstate = 2
+limits = { TC0D = 95, "TC0P" = 70.5 }
+
+[[phase]]
+name = "idle"
+duty = 0
+duration = 10
+
+[[phase]]
+name = "load"
+sinusoid = 0.1
+offset = 0.25
+depth = 0.5
+duration = "until settled"
+at_most = "2m"
+load = "bmem"
+fans = "automatic"
+pstate = 1
+)";
+
+std::string refusal(const std::string& text) {
+  try {
+    parse_plan(text, "my.toml");
+  } catch (const PlanError& error) {
+    return error.what();
+  }
+  return "";
+}
+
+TEST(PlanFile, EverythingOfAPlanIsRead) {
+  const Plan plan = parse_plan(kWhole, "my.toml");
+  EXPECT_EQ(plan.question, "step");
+  EXPECT_EQ(plan.load, "bfma");
+  EXPECT_EQ(plan.threads, 2);
+  EXPECT_EQ(plan.carrier_hz, 50);
+  EXPECT_EQ(plan.rate_hz, 5.5);
+  EXPECT_THAT(plan.keys, testing::ElementsAre("PC0C", "TC0D"));
+  EXPECT_EQ(plan.power, "PC0C");
+  EXPECT_EQ(plan.fans.hold, Fans::Hold::speed);
+  EXPECT_EQ(plan.fans.rpm, 1500);
+  EXPECT_EQ(plan.pstate, 2);
+  EXPECT_THAT(plan.limits,
+              testing::ElementsAre(testing::Pair("TC0D", 95), testing::Pair("TC0P", 70.5)));
+  ASSERT_EQ(plan.phases.size(), 2U);
+  EXPECT_EQ(plan.phases[0].name, "idle");
+  EXPECT_EQ(plan.phases[0].duration_s, 10);
+  EXPECT_FALSE(plan.phases[0].until_settled);
+  EXPECT_FALSE(plan.phases[0].fans);
+  const Phase& load = plan.phases[1];
+  EXPECT_EQ(load.drive.shape, Drive::Shape::sinusoid);
+  EXPECT_EQ(load.drive.frequency_hz, 0.1);
+  EXPECT_EQ(load.drive.duty, 0.25);
+  EXPECT_EQ(load.drive.depth, 0.5);
+  EXPECT_TRUE(load.until_settled);
+  EXPECT_EQ(load.duration_s, 120);
+  EXPECT_EQ(load.load, "bmem");
+  EXPECT_EQ(load.fans->hold, Fans::Hold::automatic);
+  EXPECT_EQ(load.pstate, 1);
+  EXPECT_EQ(longest_s(plan), 130);
+}
+
+TEST(PlanFile, WhatIsWrittenReadsAsTheSamePlan) {
+  const std::string text = plan_text(parse_plan(kWhole, "my.toml"));
+  EXPECT_EQ(plan_text(parse_plan(text, "again.toml")), text);
+  EXPECT_THAT(text, testing::HasSubstr("sinusoid = 0.1"));
+  EXPECT_THAT(text, testing::HasSubstr("duration = \"until settled\"\nat_most = 120.0"));
+}
+
+TEST(PlanFile, OptionsOfTheEngineAreKeptAsTheyStand) {
+  Plan plan;
+  plan.question = "run";
+  plan.engine_options = {"-w", "bmix", "it's \"quoted\""};
+  EXPECT_EQ(parse_plan(plan_text(plan), "run.toml").engine_options, plan.engine_options);
+}
+
+TEST(PlanFile, AnUnknownWordIsNamedWithLineAndColumn) {
+  EXPECT_THAT(refusal("question = \"step\"\nrrate = 3\n"),
+              testing::StartsWith("my.toml:2:1: unknown word \"rrate\" in a plan: it knows "));
+  EXPECT_THAT(refusal("question = \"step\"\n[[phase]]\nduty = 1\n  until = 3\nduration = 1\n"),
+              testing::StartsWith("my.toml:4:3: unknown word \"until\" in a phase"));
+}
+
+TEST(PlanFile, AValueOutOfItsRangeIsNamedWithLineAndColumn) {
+  EXPECT_EQ(refusal("rate = 0"), "my.toml:1:8: rate is to be a number from 0.001 to 1000");
+  EXPECT_EQ(refusal("threads = 1.5"), "my.toml:1:11: threads is to be a whole number");
+  EXPECT_EQ(refusal("load = 3"), "my.toml:1:8: load is to be a text in quotes");
+  EXPECT_EQ(refusal("keys = \"PC0C\""), "my.toml:1:8: keys is to be a list of texts");
+  EXPECT_EQ(refusal("fans = \"fast\""),
+            "my.toml:1:8: fans is to be \"automatic\", \"maximum\", or a speed in RPM");
+  EXPECT_EQ(refusal("limits = { TC0D = \"hot\" }"),
+            "my.toml:1:19: the limit of a key is to be a number");
+}
+
+TEST(PlanFile, APhaseHasOneDriveAndOneDuration) {
+  EXPECT_THAT(refusal("[[phase]]\nduration = 3"), testing::HasSubstr("one of duty, sinusoid"));
+  EXPECT_THAT(refusal("[[phase]]\nduty = 1\nsinusoid = 1\nduration = 3"),
+              testing::HasSubstr("one of duty, sinusoid"));
+  EXPECT_THAT(refusal("[[phase]]\nduty = 1\noffset = 0.1\nduration = 3"),
+              testing::HasSubstr("belong to a sinusoid"));
+  EXPECT_THAT(refusal("[[phase]]\nsinusoid = 1\noffset = 0.6\ndepth = 0.6\nduration = 3"),
+              testing::HasSubstr("at most 1 together"));
+  EXPECT_THAT(refusal("[[phase]]\nduty = 1"), testing::HasSubstr("has a duration"));
+  EXPECT_THAT(refusal("[[phase]]\nduty = 1\nduration = \"until settled\""),
+              testing::HasSubstr("has at_most"));
+  EXPECT_THAT(refusal("[[phase]]\nduty = 1\nduration = 3\nat_most = 5"),
+              testing::HasSubstr("has at_most"));
+  EXPECT_THAT(refusal("[[phase]]\nduty = 1\nduration = \"soon\""),
+              testing::HasSubstr("my.toml:3:12: duration is to be a time"));
+}
+
+TEST(PlanFile, TextThatIsNoTomlIsNamedWithLineAndColumn) {
+  EXPECT_THAT(refusal("question = \n"), testing::StartsWith("my.toml:1:"));
+}
+
+TEST(PlanFile, AQuestionWithPhasesNeedsThem) {
+  EXPECT_EQ(refusal("question = \"step\""), "my.toml: a plan for \"step\" has phases: [[phase]]");
+}
+
+TEST(PlanFile, AFileThatIsNotThereIsNamed) {
+  EXPECT_THROW(read_plan("/nowhere/my.toml"), PlanError);
+}
+
+}  // namespace
+}  // namespace lab

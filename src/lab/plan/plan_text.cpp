@@ -1,0 +1,104 @@
+#include <toml++/toml.h>
+#include <sstream>
+
+#include "lab/plan/plan_file.h"
+
+namespace lab {
+
+namespace {
+
+std::string quoted(const std::string& text) {
+  std::ostringstream out;
+  out << toml::value<std::string>(text);
+  return out.str();
+}
+
+/// The shortest text that reads as the same number.
+std::string number(double value) {
+  std::ostringstream out;
+  out << toml::value<double>(value);
+  return out.str();
+}
+
+std::string list(const std::vector<std::string>& texts) {
+  std::string out = "[";
+  for (const std::string& text : texts) {
+    out += (out.size() > 1 ? ", " : "") + quoted(text);
+  }
+  return out + "]";
+}
+
+std::string fans_value(const Fans& fans) {
+  switch (fans.hold) {
+    case Fans::Hold::automatic:
+      return quoted("automatic");
+    case Fans::Hold::maximum:
+      return quoted("maximum");
+    case Fans::Hold::speed:
+      return std::to_string(fans.rpm);
+  }
+  return "";
+}
+
+void write_drive(std::ostream& out, const Drive& drive) {
+  if (drive.shape == Drive::Shape::constant) {
+    out << "duty = " << number(drive.duty) << '\n';
+    return;
+  }
+  out << (drive.shape == Drive::Shape::sinusoid ? "sinusoid" : "triangle") << " = "
+      << number(drive.frequency_hz) << "  # Hz\noffset = " << number(drive.duty)
+      << "\ndepth = " << number(drive.depth) << '\n';
+}
+
+void write_phase(std::ostream& out, const Phase& phase) {
+  out << "\n[[phase]]\nname = " << quoted(phase.name) << '\n';
+  write_drive(out, phase.drive);
+  if (phase.until_settled) {
+    out << "duration = \"until settled\"\nat_most = ";
+  } else {
+    out << "duration = ";
+  }
+  out << number(phase.duration_s) << "  # s\n";
+  if (phase.load) {
+    out << "load = " << quoted(*phase.load) << '\n';
+  }
+  if (phase.fans) {
+    out << "fans = " << fans_value(*phase.fans) << '\n';
+  }
+  if (phase.pstate) {
+    out << "pstate = " << *phase.pstate << '\n';
+  }
+}
+
+}  // namespace
+
+std::string plan_text(const Plan& plan) {
+  std::ostringstream out;
+  out << "# A plan of vorn-lab. Run it: vorn-lab " << plan.question << " --plan FILE\n"
+      << "question = " << quoted(plan.question) << '\n';
+  if (!plan.engine_options.empty()) {
+    out << "engine_options = " << list(plan.engine_options) << '\n';
+  } else {
+    out << "load = " << quoted(plan.load) << '\n'
+        << "threads = " << plan.threads << "  # 0: one for each processor\n"
+        << "carrier = " << number(plan.carrier_hz) << "  # Hz, of a duty between 0 and 1\n"
+        << "fans = " << fans_value(plan.fans) << "  # \"automatic\", \"maximum\", or RPM\n"
+        << "pstate = " << (plan.pstate ? std::to_string(*plan.pstate) : quoted("automatic"))
+        << '\n';
+  }
+  out << "rate = " << number(plan.rate_hz) << "  # samples per second\n"
+      << "keys = " << list(plan.keys) << "  # empty: all temperatures, powers and fan speeds\n"
+      << "power = " << quoted(plan.power) << "  # the key of the heat; empty: found by its name\n";
+  if (!plan.limits.empty()) {
+    out << "\n[limits]  # the run ends when a key shows more\n";
+    for (const auto& [key, value] : plan.limits) {
+      out << quoted(key) << " = " << number(value) << '\n';
+    }
+  }
+  for (const Phase& phase : plan.phases) {
+    write_phase(out, phase);
+  }
+  return out.str();
+}
+
+}  // namespace lab
