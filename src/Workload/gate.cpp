@@ -18,7 +18,7 @@
 // own processor, and finds `active` true when it wakes. It sleeps on a futex word and not on the
 // condition variable, whose waiters take the mutex even when their time is up. The word changes
 // only to have everybody look again, wherever they wait: at an instant that is announced to those
-// who wait already, or at a waveform that is on before its instant.
+// who wait already or withdrawn from them, or at a waveform that is on before its instant.
 //
 // A waiter that finds `active` false at the instant was faster than the thread that switches. It
 // looks for a while, and then waits for the broadcast like one that knows of no instant. That is
@@ -108,6 +108,15 @@ void announce_on(workload_params* params, std::int64_t on_ns) {
 
 void announce_on_to_waiters(workload_params* params, std::int64_t on_ns) {
   announce_on(params, on_ns);
+  wake_waiters(params);
+}
+
+void announce_nothing() {
+  announced_of.store(nullptr);
+}
+
+void withdraw_from_waiters(workload_params* params) {
+  announce_nothing();
   wake_waiters(params);
 }
 

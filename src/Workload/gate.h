@@ -19,5 +19,13 @@ void announce_on(workload_params* params, std::int64_t on_ns);
 /// instant instead. For the first instant of a run. Thread: as above.
 void announce_on_to_waiters(workload_params* params, std::int64_t on_ns);
 
+/// Says that nobody knows when the waveform will be on again: those who wait from now on sleep
+/// until it is switched. Thread: as above.
+void announce_nothing();
+
+/// The same for those who wait already as well: an instant that was announced does not come.
+/// Thread: as above.
+void withdraw_from_waiters(workload_params* params);
+
 /// Makes `active` true and lets everybody go who waits, whatever was announced. Thread: any.
 void release_waiters(workload_params* params);

@@ -226,6 +226,24 @@ TEST(Gate, AfterTheInstantABroadcastIsWaitedForAsleep) {
   EXPECT_NE(waiter.passed_ns(), 0);
 }
 
+TEST(Gate, AnInstantIsWithdrawnFromThoseWhoSleepUntilIt) {
+  Waiter waiter;
+  announce_on(&waiter.params(), monotonic_ns() + kHour);
+  waiter.wait_at_the_gate();
+  withdraw_from_waiters(&waiter.params());
+  waiter.broadcast();
+  EXPECT_NE(waiter.passed_ns(), 0);
+}
+
+TEST(Gate, WithNothingAnnouncedABroadcastIsWaitedFor) {
+  Waiter waiter;
+  announce_on(&waiter.params(), monotonic_ns() + kHour);
+  announce_nothing();
+  waiter.wait_at_the_gate();
+  waiter.broadcast();
+  EXPECT_NE(waiter.passed_ns(), 0);
+}
+
 TEST(Gate, AnAnnouncementIsForItsOwnBlockAlone) {
   workload_params other{false, PTHREAD_MUTEX_INITIALIZER, PTHREAD_COND_INITIALIZER, false};
   announce_on(&other, monotonic_ns() + kHour);

@@ -18,4 +18,8 @@ class EdgeObserver {
   /// Thread: the timing thread; must not block, lock, or allocate.
   virtual void switched(std::int64_t planned_ns, std::int64_t switched_ns,
                         bool active) noexcept = 0;
+
+  /// An interval has ended without an edge (IntervalSource::ends_in_edge()), at this planned
+  /// instant. Thread: as above.
+  virtual void stayed(std::int64_t /*planned_ns*/) noexcept {}
 };

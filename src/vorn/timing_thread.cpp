@@ -67,6 +67,12 @@ void tell_observer(std::int64_t planned_ns) {
   }
 }
 
+void tell_observer_of_no_edge(std::int64_t planned_ns) {
+  if (waveform.observer != nullptr) {
+    waveform.observer->stayed(planned_ns);
+  }
+}
+
 /// Waits for the instant at which the waveform begins, or until shortly before if it begins on:
 /// those who wait for it are told of it as of every later edge. Returns the instant, or nothing if
 /// the run ends first.
@@ -106,43 +112,96 @@ std::optional<std::int64_t> begin() {
   return start_ns;
 }
 
+/// What those who wait for the waveform know of it.
+struct Waiters {
+  bool expect_on = false;      ///< they sleep until the end of the present interval
+  bool slept_through = false;  ///< an edge for which nobody was woken, or an interval without one
+};
+
+/// The interval that begins, as things stand.
+struct Coming {
+  std::int64_t length_ns;
+  std::int64_t end_ns;
+  bool edge;     ///< whether it ends in one
+  bool overdue;  ///< whether it is over already
+};
+
+Coming coming_interval(std::int64_t length_ns, EdgePlan plan, bool edge) {
+  const std::int64_t now_ns = monotonic_ns();
+  const std::int64_t end_ns = plan.next(length_ns, now_ns);
+  return {.length_ns = length_ns, .end_ns = end_ns, .edge = edge, .overdue = end_ns <= now_ns};
+}
+
+/// Goes on in the same state where an interval has ended without an edge. Those who wait learn what
+/// is to be expected instead.
+void stay(Waiters& waiters, const Coming& next) {
+  if (params.active) {
+    if (waiters.slept_through) {  // switched on in passing, for the sake of an edge here
+      switch_to(true);
+      waiters.slept_through = false;
+    }
+    return;
+  }
+  if (next.edge) {
+    announce_on_to_waiters(&params, next.end_ns);
+  } else if (waiters.expect_on) {
+    withdraw_from_waiters(&params);
+  }
+  waiters.expect_on = next.edge;
+  waiters.slept_through = true;
+}
+
+/// Switches at `planned_ns`, where an interval of `length_ns` has ended.
+void change(Waiters& waiters, std::int64_t length_ns, std::int64_t planned_ns, const Coming& next) {
+  const bool on = !params.active;
+  if (!on && next.edge) {
+    announce_on(&params, next.end_ns);
+  } else if (!on) {
+    announce_nothing();
+  } else if (!waiters.expect_on) {  // woken ahead of the instant, they wait for the rest
+    announce_on(&params, planned_ns);
+  }
+  waiters.expect_on = !on && next.edge;
+  if (length_ns != 0 && next.length_ns != 0 && next.overdue) {
+    switch_in_passing(on);
+    waiters.slept_through = true;
+  } else if (length_ns == 0 && !waiters.slept_through) {
+    switch_in_passing(on);
+  } else {
+    switch_to(on);
+    waiters.slept_through = waiters.slept_through && !on;
+  }
+}
+
 /// Plays the intervals of `source`. Returns whether it came to their end: the run may end first.
 bool play(IntervalSource& source, std::int64_t begin_ns) {
   EdgePlan plan(begin_ns);
+  Waiters waiters;
   std::optional<std::int64_t> interval = source.next_ns();
-  if (interval && !params.active) {
-    EdgePlan first = plan;
-    announce_on_to_waiters(&params, first.next(*interval, monotonic_ns()));
+  if (interval && !params.active && source.ends_in_edge()) {
+    announce_on_to_waiters(&params, coming_interval(*interval, plan, true).end_ns);
+    waiters.expect_on = true;
   }
-  bool slept_through = false;              // an edge for which nobody was woken
   while (interval && !params.terminate) {  // millions of intervals of no length may follow
-    const bool on = !params.active;
     if (*interval != 0) {
       const std::int64_t planned_ns = plan.next(*interval, monotonic_ns());
-      if (!sleep_until(on ? planned_ns - lead(*interval) : planned_ns)) {
+      if (!sleep_until(params.active ? planned_ns : planned_ns - lead(*interval))) {
         return false;
       }
     }
+    const bool edge = source.ends_in_edge();
     const std::optional<std::int64_t> next = source.next_ns();
     if (!next) {
       break;
     }
-    EdgePlan after = plan;
-    const std::int64_t now_ns = monotonic_ns();
-    const std::int64_t after_ns = after.next(*next, now_ns);
-    if (!on) {
-      announce_on(&params, after_ns);
-    }
-    if (*interval != 0 && *next != 0 && after_ns <= now_ns) {
-      switch_in_passing(on);
-      slept_through = true;
-    } else if (*interval == 0 && !slept_through) {
-      switch_in_passing(on);
+    const Coming coming = coming_interval(*next, plan, source.ends_in_edge());
+    if (edge) {
+      change(waiters, *interval, plan.planned_ns(), coming);
+      tell_observer(plan.planned_ns());
     } else {
-      switch_to(on);
-      slept_through = slept_through && !on;
+      stay(waiters, coming);
+      tell_observer_of_no_edge(plan.planned_ns());
     }
-    tell_observer(plan.planned_ns());
     interval = next;
   }
   return !params.terminate;

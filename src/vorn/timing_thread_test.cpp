@@ -228,6 +228,10 @@ class SourcePlayed : public TimingThread {
   /// The same with an observer of the caller's.
   std::vector<Edge> play(std::vector<std::int64_t> intervals, EdgeList& list) {
     ScriptedSource source(std::move(intervals));
+    return play(source, list);
+  }
+
+  std::vector<Edge> play(IntervalSource& source, EdgeList& list) {
     waveform.source = &source;
     waveform.observer = &list;
     sigset_t interrupt;  // by which the thread ends the run
@@ -368,6 +372,115 @@ TEST_F(SourcePlayed, IsOffFromBeforeTheThreadRuns) {
   start();
   EXPECT_FALSE(params.active);
   end();
+}
+
+/// Notes where intervals ended without an edge.
+class StayList : public EdgeList {
+ public:
+  StayList() { stays_.reserve(100); }
+  void stayed(std::int64_t planned_ns) noexcept override { stays_.push_back(planned_ns); }
+  const std::vector<std::int64_t>& stays() const { return stays_; }
+
+ private:
+  std::vector<std::int64_t> stays_;
+};
+
+TEST_F(SourcePlayed, SleepsAnIntervalWithoutAnEdgeOutAndStaysAsItIs) {
+  for (const bool active : {true, false}) {
+    for (int times = 0; times < kTimes; ++times) {
+      params.terminate = false;
+      params.active = active;
+      ScriptedSource source({3 * kMillisecond, 4 * kMillisecond, 5 * kMillisecond, kMillisecond});
+      source.tell_edges([](std::size_t interval) { return interval == 2; });
+      StayList list;
+      const std::vector<Edge> edges = play(source, list);
+      ASSERT_EQ(edges.size(), 2U);
+      EXPECT_EQ(edges[1].active, !active);
+      ASSERT_EQ(list.stays().size(), 2U);
+      const std::int64_t begin = edges[0].planned_ns;
+      if (edges[1].planned_ns != begin + 12 * kMillisecond) {
+        continue;  // the machine stopped for longer than a wake-up takes
+      }
+      EXPECT_EQ(list.stays()[0], begin + 3 * kMillisecond);
+      EXPECT_EQ(list.stays()[1], begin + 7 * kMillisecond);
+      return;
+    }
+  }
+  GTEST_SKIP() << "the machine stopped in every one of " << kTimes << " runs";
+}
+
+// Behind an interval without an edge, the load is off for another one: whether that ends in an edge
+// is known when it begins, or at its end.
+TEST_F(SourcePlayed, LetsNoLoadPassBeforeAnEdgeBehindAnIntervalWithoutOne) {
+  for (const bool expected : {true, false}) {
+    std::size_t passed = 0;
+    for (int times = 0; times < kTimes; ++times) {
+      params.terminate = false;
+      params.active = false;
+      ScriptedSource source(std::vector<std::int64_t>(90, kMillisecond));
+      std::size_t asked = 0;
+      source.tell_edges([&](std::size_t interval) {
+        const bool at_its_end = std::exchange(asked, interval) == interval;
+        return interval % 3 == 2 || (interval % 3 == 1 && (expected || at_its_end));
+      });
+      EdgeList list;
+      const std::vector<Edge> edges = play(source, list);
+      ASSERT_EQ(edges.size(), 60U);
+      expect_no_passing_before_its_edge(passed_ns_, edges);
+      passed += passed_ns_.size();
+    }
+    EXPECT_GT(passed, 0U);
+  }
+}
+
+TEST_F(SourcePlayed, WakesTheLoadAtTheEndOfAnIntervalOfNoLengthBehindOneWithoutAnEdge) {
+  std::size_t passed = 0;
+  for (int times = 0; times < kTimes; ++times) {
+    params.terminate = false;
+    params.active = false;
+    FixedStart start(monotonic_ns() + 30 * kMillisecond);
+    waveform.start = &start;
+    ScriptedSource source({0, 0, 20 * kMillisecond});
+    int asked = 0;
+    source.tell_edges([&asked](std::size_t interval) {
+      return interval == 1 && ++asked == 2;  // nobody was told of it
+    });
+    EdgeList list;
+    const std::vector<Edge> edges = play(source, list);
+    ASSERT_EQ(edges.size(), 2U);
+    EXPECT_EQ(edges[1].planned_ns, edges[0].planned_ns);
+    expect_no_passing_before_its_edge(passed_ns_, edges);
+    passed += passed_ns_.size();
+  }
+  EXPECT_GT(passed, 0U);
+}
+
+// Those who wait were told of the edge when the load was switched off, and would look for it.
+TEST_F(SourcePlayed, LeavesTheLoadAsleepIfAnEdgeThatWasExpectedDoesNotCome) {
+  params.active = false;
+  ScriptedSource source(
+      {3 * kMillisecond, 3 * kMillisecond, 3 * kMillisecond, 30 * kMillisecond, kMillisecond});
+  int asked = 0;
+  source.tell_edges([&asked](std::size_t interval) {
+    return interval < 2 || (interval == 2 && ++asked == 1) || interval == 4;
+  });
+  StayList list;
+  const std::vector<Edge> edges = play(source, list);
+  ASSERT_EQ(edges.size(), 3U);  // the beginning, on and off
+  EXPECT_EQ(list.stays().size(), 2U);
+  EXPECT_LE(passed_ns_.size(), 1U);
+  expect_no_passing_before_its_edge(passed_ns_, edges);
+}
+
+TEST_F(SourcePlayed, WakesTheLoadThatWasSwitchedOnInPassingIfItStaysOn) {
+  params.active = false;
+  HoldUp hold_up(2, milliseconds(8));
+  ScriptedSource source({kMillisecond, kMillisecond, 5 * kMillisecond, kMillisecond,
+                         kMillisecond / 2, 200 * kMillisecond});
+  source.tell_edges([](std::size_t interval) { return interval < 3; });
+  play(source, hold_up);
+  ASSERT_FALSE(passed_ns_.empty());
+  EXPECT_GE(passed_ns_.back(), hold_up.edges().back().planned_ns);
 }
 
 using TimingThreadDeathTest = TimingThread;
