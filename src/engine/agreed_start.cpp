@@ -41,7 +41,7 @@ std::optional<std::int64_t> SteadySource::next_ns() {
 
 bool WatchedSource::leaves_out_first() {
   const std::optional<std::int64_t> first = source_.next_ns();
-  if (first && *first == 0) {
+  if (first && *first == 0 && source_.ends_in_edge()) {
     return true;
   }
   first_ = first;

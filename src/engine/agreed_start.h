@@ -69,12 +69,13 @@ class WatchedSource : public IntervalSource {
  public:
   explicit WatchedSource(IntervalSource& source) : source_(source) {}
 
-  /// Whether the first interval has no length. It is then left out: a load that begins at that
-  /// instant would be let go for nothing, and be late for its wait. The intervals that follow begin
-  /// in the other state. Before the timing thread.
+  /// Whether the first interval has no length, and ends in an edge. It is then left out: a load
+  /// that begins at that instant would be let go for nothing, and be late for its wait. The
+  /// intervals that follow begin in the other state. Before the timing thread.
   bool leaves_out_first();
 
   std::optional<std::int64_t> next_ns() override;
+  bool ends_in_edge() override { return source_.ends_in_edge(); }
 
   /// Thread: any.
   bool over() const { return over_; }

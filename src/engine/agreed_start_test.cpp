@@ -91,6 +91,17 @@ TEST(WatchedSource, LeavesOutAFirstIntervalOfNoLength) {
   EXPECT_EQ(watched.next_ns(), std::nullopt);
 }
 
+TEST(WatchedSource, PassesAFirstIntervalOnThatEndsWithoutAnEdge) {
+  ScriptedSource script({0, 5});
+  script.tell_edges([](std::size_t interval) { return interval != 0; });
+  WatchedSource watched(script);
+  EXPECT_FALSE(watched.leaves_out_first());
+  EXPECT_EQ(watched.next_ns(), 0);
+  EXPECT_FALSE(watched.ends_in_edge());
+  EXPECT_EQ(watched.next_ns(), 5);
+  EXPECT_TRUE(watched.ends_in_edge());
+}
+
 TEST(WatchedSource, PassesAFirstIntervalOnThatHasALength) {
   ScriptedSource script({7, 5});
   WatchedSource watched(script);

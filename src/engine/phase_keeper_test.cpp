@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <map>
 #include <vector>
 
@@ -49,15 +50,21 @@ std::vector<Edge> play(IntervalSource& source, EdgeObserver& observer,
   std::optional<std::int64_t> interval = source.next_ns();
   while (interval) {
     now = std::max(now, plan.next(*interval, now)) + 20000;  // a wake-up
+    const bool edge = source.ends_in_edge();
     const auto next = source.next_ns();
     if (!next) {
       break;
+    }
+    static_cast<void>(source.ends_in_edge());  // as where the interval begins
+    interval = next;
+    if (!edge) {
+      observer.stayed(plan.planned_ns());
+      continue;
     }
     active = !active;
     edges.push_back({plan.planned_ns(), active});
     observer.switched(plan.planned_ns(), now, active);
     now += stops[static_cast<int>(edges.size()) - 1];
-    interval = next;
   }
   return edges;
 }
@@ -101,6 +108,72 @@ INSTANTIATE_TEST_SUITE_P(For, Stopped,
                                          3600000 * kMs),
                          [](const auto& stop) { return std::to_string(stop.param / 1000) + "Us"; });
 
+constexpr std::array kDuties = {0.3, 0.3, 1.0, 1.0, 1.0, 0.3, 0.0, 0.0, 1.0, 0.0};  // over and over
+
+/// Periods of 10 ms with these duties, `count` in all, on at first. Where a period is on or off
+/// throughout, its ends are edges only if the periods beside it make them so.
+class Steps : public IntervalSource {
+ public:
+  explicit Steps(std::size_t count) : count_(count) {}
+
+  std::optional<std::int64_t> next_ns() override {
+    if (in_off_part_) {
+      in_off_part_ = false;
+      ++period_;
+      return 7 * kMs;
+    }
+    if (period_ == count_) {
+      return std::nullopt;
+    }
+    in_off_part_ = duty() == 0.3;
+    on_ = duty() > 0.0 && !in_off_part_;
+    period_ += in_off_part_ ? 0 : 1;
+    return in_off_part_ ? 3 * kMs : 10 * kMs;
+  }
+
+  bool ends_in_edge() override { return in_off_part_ || (duty() > 0.0) != on_; }
+
+ private:
+  double duty() const { return kDuties[period_ % kDuties.size()]; }
+
+  std::size_t count_;
+  std::size_t period_ = 0;  ///< that begins where the last interval ended, or whose on part it was
+  bool in_off_part_ = false;  ///< the next interval is one
+  bool on_ = false;           ///< at the end of the last interval
+};
+
+/// Whether a waveform of these steps has an edge of its kind there, 0 being its begin.
+bool is_edge_of_steps(std::int64_t at_ns, bool active) {
+  const auto period = static_cast<std::size_t>(at_ns / (10 * kMs));
+  const double duty = kDuties[period % kDuties.size()];
+  const double before = kDuties[(period + kDuties.size() - 1) % kDuties.size()];
+  switch (at_ns % (10 * kMs)) {
+    case 0:
+      return active ? duty > 0.0 && before < 1.0 : duty == 0.0 && before == 1.0;
+    case 3 * kMs:
+      return !active && duty == 0.3;
+    default:
+      return false;
+  }
+}
+
+TEST_P(Stopped, ComesBackInTheRightStateToAWaveformWithPeriodsThatEndWithoutEdges) {
+  for (int edge = 1; edge < 30; ++edge) {
+    Steps steps(400 + static_cast<std::size_t>(GetParam() / (10 * kMs)));
+    PhaseKeeper keeper(steps);
+    const std::vector<Edge> edges = play(keeper, keeper, {{edge, GetParam()}});
+    ASSERT_GT(edges.size(), 200U);
+    int out_of_phase = 0;
+    for (std::size_t i = 1; i < edges.size(); ++i) {
+      const std::int64_t at_ns = edges[i].planned_ns - edges[0].planned_ns;
+      out_of_phase += is_edge_of_steps(at_ns, edges[i].active) ? 0 : 1;
+    }
+    EXPECT_LE(out_of_phase, 8) << "stopped after edge " << edge;
+    EXPECT_TRUE(
+        is_edge_of_steps(edges.back().planned_ns - edges[0].planned_ns, edges.back().active));
+  }
+}
+
 TEST(PhaseKeeper, AWaveformThatEndedDuringAStopIsOver) {
   Pulses pulses(3 * kMs, 7 * kMs, 100);
   PhaseKeeper keeper(pulses);
@@ -111,12 +184,15 @@ TEST(PhaseKeeper, AWaveformThatEndedDuringAStopIsOver) {
 TEST(PhaseKeeper, TellsTheNextObserver) {
   struct Counter : EdgeObserver {
     void switched(std::int64_t, std::int64_t, bool) noexcept override { ++edges; }
+    void stayed(std::int64_t) noexcept override { ++stays; }
     int edges = 0;
+    int stays = 0;
   } counter;
-  Pulses pulses(3 * kMs, 7 * kMs, 10);
-  PhaseKeeper keeper(pulses, &counter);
+  Steps steps(10);
+  PhaseKeeper keeper(steps, &counter);
   play(keeper, keeper, {});
-  EXPECT_EQ(counter.edges, 10);
+  EXPECT_EQ(counter.edges, 8);
+  EXPECT_EQ(counter.stays, 5);
 }
 
 }  // namespace
