@@ -16,14 +16,14 @@ double slots_of_wave(double carrier_hz, double shape_hz) {
   return std::rint(wave_s / slot_s);
 }
 
+}  // namespace
+
 Slot slot_at(const Carrier& carrier, std::uint64_t index, double duty) {
   const auto begin = static_cast<long double>(index);
   return {.begin = carrier.instant_ns(begin),
           .on_end = carrier.instant_ns(begin + static_cast<long double>(duty)),
           .end = carrier.instant_ns(begin + 1)};
 }
-
-}  // namespace
 
 std::optional<Slot> ConstantDuty::slot(std::uint64_t index) const {
   return slot_at(carrier_, index, duty_);
@@ -38,16 +38,16 @@ ShapedDuty::ShapedDuty(Shape shape, double carrier_hz, double shape_hz, double l
 
 std::optional<Slot> ShapedDuty::slot(std::uint64_t index) const {
   const double in_wave = static_cast<double>(index % static_cast<std::uint64_t>(slots_));
-  const double duty = std::clamp(low_ + depth_ * level(in_wave), 0.0, 1.0);
+  const double duty = std::clamp(low_ + depth_ * shape_level(shape_, in_wave, slots_), 0.0, 1.0);
   return slot_at(carrier_, index, duty);
 }
 
-double ShapedDuty::level(double index) const {
-  if (shape_ == Shape::sinusoid) {
-    return 0.5 + std::cos(kTwoPi * index / slots_) * -0.5;
+double shape_level(Shape shape, double index, double slots) {
+  if (shape == Shape::sinusoid) {
+    return 0.5 + std::cos(kTwoPi * index / slots) * -0.5;
   }
-  const double half = slots_ / 2.0;  // not rounded: an odd count peaks between two slots
-  return half > index ? index / half : 1.0 - (index - half) / (slots_ - half);
+  const double half = slots / 2.0;  // not rounded: an odd count peaks between two slots
+  return half > index ? index / half : 1.0 - (index - half) / (slots - half);
 }
 
 std::optional<std::int64_t> HeldLevel::next_ns() {

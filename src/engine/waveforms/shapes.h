@@ -6,6 +6,9 @@
 #include "engine/waveforms/carrier.h"
 #include "engine/waveforms/pulses.h"
 
+/// Period `index` of a carrier, of `duty` (0 to 1).
+Slot slot_at(const Carrier& carrier, std::uint64_t index, double duty);
+
 /// Pulses of one duty, above 0 and below 1.
 class ConstantDuty final : public Pulses {
  public:
@@ -21,6 +24,10 @@ class ConstantDuty final : public Pulses {
 /// The shapes of a wave, from 0 up to 1 and back.
 enum class Shape { sinusoid, triangle };
 
+/// The level of a shape, 0 to 1, at place `index` (0 and up, below `slots`) of a wave that is
+/// `slots` long.
+double shape_level(Shape shape, double index, double slots);
+
 /// Pulses whose duty follows a wave of `shape_hz` between `low` and `low` + `depth`.
 class ShapedDuty final : public Pulses {
  public:
@@ -29,9 +36,6 @@ class ShapedDuty final : public Pulses {
   std::optional<Slot> slot(std::uint64_t index) const override;
 
  private:
-  /// The shape at slot `index` of a wave, 0 to 1.
-  double level(double index) const;
-
   Shape shape_;
   double slots_;  ///< of a wave: whole, at least 1
   double low_;

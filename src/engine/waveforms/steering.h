@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "engine/parsed.h"
+
+namespace engine {
+
+/// What a steered waveform is asked for, from the next period of its carrier on.
+struct Steering {
+  enum class What { duty, sinusoid, triangle, end };
+
+  What what = What::duty;
+  double hz = 0.0;      ///< of a swing; 0 for a duty
+  double offset = 0.0;  ///< the least duty of a swing; the duty
+  double depth = 0.0;   ///< of a swing; 0 for a duty
+};
+
+/// What the lines may say, for a complaint.
+inline constexpr const char* kSteeringTaken =
+    "\"duty D\", \"sinusoid HZ OFFSET DEPTH\", \"triangle HZ OFFSET DEPTH\" or \"end\"";
+
+/// Reads a line for a carrier of `carrier_hz`. Words are parted by blanks. Pure. Thread: any.
+Parsed<Steering> parse_steering(std::string_view line, double carrier_hz);
+
+/// The name of what was asked for, as a line says it.
+const char* steering_name(Steering::What what);
+
+/// Cuts a stream into lines. What is too long to be one is passed over, but for its beginning.
+class SteeringLines {
+ public:
+  static constexpr std::size_t kLongest = 200;  ///< bytes: longer than any that says something
+
+  /// Calls `take` for each line that `text` ends: without the end of the line, and cut off after
+  /// kLongest + 1 bytes. What is behind the last one is kept for the next call.
+  template <class Take>
+  void add(std::string_view text, const Take& take) {
+    for (const char c : text) {
+      if (c == '\n') {
+        take(std::string_view(line_));
+        line_.clear();
+      } else if (line_.size() <= kLongest) {
+        line_.push_back(c);
+      }
+    }
+  }
+
+ private:
+  std::string line_;
+};
+
+}  // namespace engine
