@@ -1,0 +1,52 @@
+#include "lab/report/figure.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "lab/report/inks.h"
+#include "lab/report/sample_figures.h"
+#include "lab/report/thinning.h"
+
+namespace lab {
+
+namespace {
+
+/// Points of one series of an answer, which is a few hundred points as a rule.
+constexpr std::size_t kMostOfAnswer = 20000;
+
+/// Keys first, so that they have the colours without dashes.
+std::vector<std::string> names(const Table& samples) {
+  std::vector<std::string> keys;
+  std::vector<std::string> others;
+  for (const Column& column : samples.columns) {
+    const bool other = column.name == kPhaseColumn || column.name == kAskedColumn ||
+                       column.name == kDeliveredColumn || column.name == kOthersColumn;
+    if (column.name != kPhaseColumn) {
+      (other ? others : keys).push_back(column.name);
+    }
+  }
+  keys.insert(keys.end(), others.begin(), others.end());
+  return keys;
+}
+
+}  // namespace
+
+std::vector<Figure> figures(const Run& run, const Answer& answer, std::size_t most_points) {
+  Inks inks(names(run.samples));
+  std::vector<Figure> all;
+  for (const Chart& chart : answer.charts) {
+    Figure figure;
+    figure.chart = chart;
+    for (Series& series : figure.chart.series) {
+      series = thinned(series, kMostOfAnswer);
+    }
+    figure.inks = inks.of(chart.series);
+    all.push_back(std::move(figure));
+  }
+  std::vector<Figure> samples = sample_figures(run, most_points, inks);
+  all.insert(all.end(), std::make_move_iterator(samples.begin()),
+             std::make_move_iterator(samples.end()));
+  return all;
+}
+
+}  // namespace lab

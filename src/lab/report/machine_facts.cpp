@@ -1,0 +1,58 @@
+#include "lab/report/facts.h"
+#include "lab/report/number_text.h"
+
+namespace lab {
+
+namespace {
+
+std::string processor_text(const RunInfo& info) {
+  if (info.processors <= 0) {
+    return info.processor;
+  }
+  const std::string count =
+      std::to_string(info.processors) + (info.processors == 1 ? " processor" : " processors");
+  return info.processor.empty() ? count : info.processor + ", " + count;
+}
+
+std::string versions_text(const RunInfo& info) {
+  std::string text = info.lab_version;
+  if (!info.engine_version.empty() && info.engine_version != info.lab_version) {
+    text += (text.empty() ? "" : ", ") + info.engine_version;
+  }
+  return text;
+}
+
+std::string end_text(const RunInfo& info) {
+  std::string said = text(info.end);
+  if (!info.end_reason.empty()) {
+    said += ": " + info.end_reason;
+  }
+  if (info.engine_status > 0) {
+    said += " (exit status " + std::to_string(info.engine_status) + " of the engine)";
+  }
+  return said;
+}
+
+}  // namespace
+
+std::vector<Fact> machine_facts(const Run& run) {
+  const RunInfo& info = run.info;
+  std::vector<Fact> facts;
+  const auto add = [&facts](const char* name, const std::string& text) {
+    if (!text.empty()) {
+      facts.push_back({.name = name, .text = text});
+    }
+  };
+  add("Machine", info.host + (info.simulated ? " (simulated)" : ""));
+  add("Processor", processor_text(info));
+  add("System", info.system);
+  add("Programs", versions_text(info));
+  add("Begun", info.begun);
+  add("Ended", info.ended);
+  add("How it ended", end_text(info));
+  add("Fans, as they were", info.fans);
+  add("P-state, as it was", info.pstate);
+  return facts;
+}
+
+}  // namespace lab

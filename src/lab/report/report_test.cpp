@@ -1,0 +1,147 @@
+#include "lab/report/report.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+#include "lab/example_run.h"
+
+namespace lab {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+ReportAssets some_assets() {
+  return {.script = "SCRIPT", .style = "STYLE", .problem = ""};
+}
+
+std::string report(const Run& run, const Answer& answer,
+                   const ReportAssets& assets = some_assets()) {
+  std::ostringstream out;
+  write_report(out, run, answer, assets);
+  return out.str();
+}
+
+/// The places of the texts in the page ascend.
+testing::AssertionResult in_order(const std::string& page, const std::vector<std::string>& texts) {
+  std::size_t at = 0;
+  for (const std::string& text : texts) {
+    const std::size_t found = page.find(text, at);
+    if (found == std::string::npos) {
+      return testing::AssertionFailure() << "no \"" << text << "\" behind those before it";
+    }
+    at = found;
+  }
+  return testing::AssertionSuccess();
+}
+
+TEST(Report, GivesTheAnswerFirstAndWhatRepeatsItLast) {
+  EXPECT_TRUE(
+      in_order(report(example_run(), example_answer()),
+               {"<h1>step on bench-3</h1>", "TC0D warms by 0.83 K", "Thermal stages against PC0C",
+                "0.3094 K/W", "0.3012 to 0.3181", "Thermal impedance", "Temperatures over time",
+                "How it was measured", "coretemp: Package id 0", "the run is too short",
+                "To do it again", "vorn-lab step -k TC0D --out &#39;runs/new cooler&#39;",
+                "[[phase]]", "vorn-engine -w bmix"}));
+}
+
+TEST(Report, SaysHowLoadAndSamplesWereDelivered) {
+  EXPECT_THAT(
+      report(example_run(), example_answer()),
+      AllOf(HasSubstr("50 % asked, 49.87 % delivered"),
+            HasSubstr("median 3.2 µs, 99 % within 7.9 µs"),
+            HasSubstr("median 21 µs, 99 % within 55 µs"),
+            HasSubstr("3, together 0.0062 s, the longest 0.0031 s"), HasSubstr("1,800, none lost"),
+            HasSubstr("Load of other programs"), HasSubstr("at their maximum, 1480 and 1455 RPM")));
+}
+
+TEST(Report, IsTheSameForTheSameRun) {
+  EXPECT_EQ(report(example_run(), example_answer()), report(example_run(), example_answer()));
+}
+
+TEST(Report, ShowsAtOnceThatARunDidNotEndAsPlanned) {
+  for (const RunEnd end : {RunEnd::cut_short, RunEnd::interrupted, RunEnd::limit, RunEnd::failed}) {
+    lab::Run run = example_run();
+    run.info.end = end;
+    run.info.end_reason = "because of <that>";
+    EXPECT_TRUE(
+        in_order(report(run, example_answer()),
+                 {"class=\"alarm\" role=\"alert\"", "because of &lt;that&gt;", "id=\"answer\""}))
+        << text(end);
+  }
+  EXPECT_THAT(report(example_run(), example_answer()), Not(HasSubstr("class=\"alarm\"")));
+}
+
+TEST(Report, ShowsAtOnceThatTheMachineWasSlowedDownOrCalculatesWrong) {
+  lab::Run run = example_run();
+  run.delivery.throttled = 3;
+  run.delivery.wrong_results = 2;
+  EXPECT_TRUE(in_order(report(run, example_answer()),
+                       {"2 wrong results", "slowed down for heat 3 times", "id=\"answer\""}));
+}
+
+TEST(Report, SaysThatTheDataCannotDecide) {
+  Answer answer = example_answer();
+  answer.decided = false;
+  EXPECT_THAT(report(example_run(), answer), HasSubstr("The data cannot decide this question."));
+}
+
+TEST(Report, EscapesAllThatComesFromElsewhere) {
+  const std::string evil = "<script>alert('x')</script>";
+  lab::Run run = example_run();
+  run.info.host = run.info.processor = run.info.fans = run.info.question = evil;
+  run.info.command = {evil};
+  run.info.warnings = {evil};
+  run.info.engine_commands = {{evil}};
+  run.delivery.errors = {evil};
+  run.plan.phases[0].name = evil;
+  run.plan.load = evil;
+  for (Column& column : run.samples.columns) {
+    column.source = evil;
+  }
+  run.samples.columns.back().name = evil;
+  run.samples.columns.back().unit = evil;
+  Answer answer = example_answer();
+  answer.sentences = {evil};
+  answer.tables[0].title = answer.tables[0].head[0] = evil;
+  answer.tables[0].rows[0][0] = evil;
+  answer.charts[0].title = answer.charts[0].x_label = answer.charts[0].note = evil;
+  answer.charts[0].series[0].name = evil;
+  const std::string page = report(run, answer);
+  EXPECT_THAT(page, AllOf(Not(HasSubstr("<script>")), Not(HasSubstr("alert('x')</script"))));
+  EXPECT_THAT(page, HasSubstr("&lt;script&gt;alert(&#39;x&#39;)"));
+}
+
+TEST(Report, AllowsNoRequestsAndNoScriptsButItsOwn) {
+  const std::string page = report(example_run(), example_answer());
+  EXPECT_THAT(page, HasSubstr("default-src 'none'; script-src 'nonce-"));
+  EXPECT_THAT(page, Not(HasSubstr("src=")));
+  EXPECT_THAT(page, Not(HasSubstr("http://")));
+  EXPECT_THAT(page, Not(HasSubstr("https://")));
+}
+
+TEST(Report, HasItsChartsWithoutTheInstalledScript) {
+  const std::string page = report(example_run(), example_answer(), assets_in("/no/such/folder"));
+  EXPECT_THAT(page, AllOf(HasSubstr("cannot read /no/such/folder/dygraph.min.js: No such file"),
+                          HasSubstr("libjs-dygraphs"), HasSubstr("<svg class=\"drawn\""),
+                          Not(HasSubstr("<script"))));
+}
+
+TEST(Report, CanBeWrittenOfARunThatHasNothing) {
+  EXPECT_THAT(report({}, {}), AllOf(HasSubstr("<h1>run</h1>"), HasSubstr("cut short"),
+                                    Not(HasSubstr("Charts")), HasSubstr("</html>")));
+}
+
+TEST(Report, OfADayIsSmallAndSaysWhatItsPointsStandFor) {
+  const std::string page = report(long_run(864'000, 1), {});
+  EXPECT_LT(page.size(), 10'000'000U);
+  EXPECT_TRUE(page.find("the least and the largest value of every 16 samples") !=
+              std::string::npos);
+}
+
+}  // namespace
+}  // namespace lab

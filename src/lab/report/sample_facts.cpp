@@ -1,0 +1,97 @@
+#include <algorithm>
+
+#include "lab/report/column_range.h"
+#include "lab/report/facts.h"
+#include "lab/report/number_text.h"
+#include "lab/report/time_axis.h"
+
+namespace lab {
+
+namespace {
+
+std::string drive_text(const Drive& drive) {
+  if (drive.shape == Drive::Shape::constant) {
+    return drive.duty == 0 ? "none" : percent_text(drive.duty);
+  }
+  return std::string(drive.shape == Drive::Shape::sinusoid ? "sinusoid" : "triangle") + " of " +
+         with_unit(number_text(drive.frequency_hz), "Hz") + ", " + percent_text(drive.duty) +
+         " to " + percent_text(drive.duty + drive.depth);
+}
+
+std::string fans_text(const Fans& fans) {
+  switch (fans.hold) {
+    case Fans::Hold::automatic:
+      return "left to the machine";
+    case Fans::Hold::maximum:
+      return "maximum";
+    case Fans::Hold::speed:
+      return with_unit(std::to_string(fans.rpm), "RPM");
+  }
+  return "";
+}
+
+/// What a column that holds a share stands for; empty: it holds something else.
+std::string share_text(const std::string& name) {
+  if (name == kAskedColumn) {
+    return "duty that was asked for";
+  }
+  if (name == kDeliveredColumn) {
+    return "processor time of the load";
+  }
+  return name == kOthersColumn ? "processor time of other programs" : "";
+}
+
+std::string seconds_text(double seconds) {
+  return with_unit(number_text(seconds, 5), "s");
+}
+
+std::string planned_text(const Phase& phase) {
+  return (phase.until_settled ? "until settled, at most " : "") + seconds_text(phase.duration_s);
+}
+
+}  // namespace
+
+std::vector<PhaseFacts> phase_facts(const Run& run) {
+  std::vector<PhaseFacts> facts;
+  for (const Phase& phase : run.plan.phases) {
+    const std::optional<int> pstate = phase.pstate.has_value() ? phase.pstate : run.plan.pstate;
+    const std::string drive = drive_text(phase.drive);
+    facts.push_back(
+        {.name = phase.name,
+         .load = drive == "none" ? drive : phase.load.value_or(run.plan.load) + ", " + drive,
+         .planned = planned_text(phase),
+         .lasted = {},
+         .fans = fans_text(phase.fans.value_or(run.plan.fans)),
+         .pstate = pstate.has_value() ? std::to_string(*pstate) : "left to the machine"});
+  }
+  for (const Stretch& stretch : phases_in(run.samples, run.plan)) {
+    const auto phase = std::find_if(facts.begin(), facts.end(), [&](const PhaseFacts& each) {
+      return each.name == stretch.name && each.lasted.empty();
+    });
+    if (phase != facts.end()) {
+      phase->lasted = seconds_text(stretch.end - stretch.begin);
+    }
+  }
+  return facts;
+}
+
+std::vector<ColumnFacts> column_facts(const Run& run) {
+  std::vector<ColumnFacts> facts;
+  for (const Column& column : run.samples.columns) {
+    if (column.name == kPhaseColumn) {
+      continue;
+    }
+    const std::string share = share_text(column.name);
+    const double factor = share.empty() ? 1 : 100;
+    const Range range = range_of(column.values);
+    facts.push_back({.name = column.name,
+                     .unit = share.empty() ? unit_text(column.unit) : "%",
+                     .source = share.empty() ? column.source : share,
+                     .least = number_text(range.least * factor),
+                     .mean = number_text(range.mean * factor),
+                     .largest = number_text(range.largest * factor)});
+  }
+  return facts;
+}
+
+}  // namespace lab
