@@ -14,6 +14,15 @@ struct EdgeEvent {
   bool active;
 };
 
+/// What a steered waveform plays from an instant on.
+struct AskedEvent {
+  std::int64_t at_ns;  ///< of CLOCK_MONOTONIC
+  const char* shape;   ///< a text that stays
+  double hz;
+  double offset;
+  double depth;
+};
+
 /// Where the waveform was to begin, and where it did.
 struct MetStart {
   std::int64_t wanted_wall_ns;  ///< since 1970
@@ -25,7 +34,7 @@ struct MetStart {
 /// The part of the record that the timing thread writes.
 class EdgeLog final : public EdgeObserver {
  public:
-  explicit EdgeLog(std::size_t capacity) : events_(capacity) {}
+  EdgeLog(std::size_t edges, std::size_t asked) : events_(edges), asked_(asked) {}
 
   /// As Record::start_agreed(). Thread: one.
   void start_agreed(std::int64_t wall_ns, std::int64_t planned_ns) noexcept;
@@ -36,6 +45,7 @@ class EdgeLog final : public EdgeObserver {
   std::optional<MetStart> start() const noexcept;
 
   Ring<EdgeEvent>& events() noexcept { return events_; }
+  Ring<AskedEvent>& asked() noexcept { return asked_; }
 
  private:
   static constexpr std::int64_t kNone = -1;
@@ -48,4 +58,5 @@ class EdgeLog final : public EdgeObserver {
   std::atomic<bool> begun_{false};  ///< released after `start_` can be read
   bool first_ = true;
   Ring<EdgeEvent> events_;
+  Ring<AskedEvent> asked_;
 };

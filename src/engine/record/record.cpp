@@ -70,6 +70,10 @@ void Record::start_agreed(std::int64_t wall_ns, std::int64_t planned_ns) noexcep
   parts_->edges.start_agreed(wall_ns, planned_ns);
 }
 
+void Record::asked(const AskedEvent& asked) noexcept {
+  parts_->edges.asked().push(asked);
+}
+
 void Record::sample_taken(double elapsed_s) noexcept {
   parts_->samples.push({.thread = SampleEvent::kTheSample,
                         .at_ns = clock_reading().monotonic_ns,

@@ -12,6 +12,7 @@
 #include "engine/record/thread_record.h"
 
 class EdgeObserver;
+struct AskedEvent;
 struct RecordParts;
 
 /// The record cannot be made. what() names the path and the reason.
@@ -74,6 +75,10 @@ class Record {
   /// the monotonic clock as things stand. The record says how well the first edge met it. May be
   /// repeated when the clocks have moved, until the first edge. Thread: one.
   void start_agreed(std::int64_t wall_ns, std::int64_t planned_ns) noexcept;
+
+  /// A steered waveform plays something else. Neither waits nor allocates. Thread: the timing
+  /// thread.
+  void asked(const AskedEvent& asked) noexcept;
 
   /// A sample was taken `elapsed_s` after the sampling began: notes each thread's processor time
   /// and work. Neither waits nor allocates. Thread: one, the monitor thread.

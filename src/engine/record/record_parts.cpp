@@ -15,6 +15,7 @@ namespace {
 // fixed priority leaves it nothing, or the disk is busy. At 2 kHz an edge comes 4000 times a
 // second.
 constexpr std::size_t kEdges = 65536;            // 16 s at 2 kHz, 1.5 MB
+constexpr std::size_t kAsked = 8192;             // as fast as they are read: 500 times a second
 constexpr std::size_t kMostBursts = 65536;       // of one thread: 16 s at 2 kHz, 1.5 MB
 constexpr std::size_t kBurstsOfAll = 4u << 20U;  // 96 MB, from 64 threads on
 
@@ -65,7 +66,7 @@ bool Signal::wait(int ms) noexcept {
 }
 
 RecordParts::RecordParts(RecordPlan the_plan, std::unique_ptr<RecordFile> the_file)
-    : edges(kEdges),
+    : edges(kEdges, kAsked),
       samples(room_for_samples(the_plan.threads, the_plan.samples_per_second)),
       plan(std::move(the_plan)),
       file(the_file ? std::move(the_file) : std::make_unique<RecordFile>(plan.path)),

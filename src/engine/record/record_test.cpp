@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "engine/record/clock_reading.h"
+#include "engine/record/edge_log.h"
 #include "engine/record/record_parts.h"
 #include "engine/record/record_writer.h"
 #include "engine/record/ring.h"
@@ -126,6 +127,16 @@ TEST_F(TheRecord, SaysEachEdgeAndHowEachThreadFollowedIt) {
   EXPECT_GE(number(reader.of("left")[0][3]), 0);  // where this thread is
   ASSERT_EQ(reader.of("gap").size(), 1U);
   EXPECT_EQ(reader.of("gap")[0][4], "200");
+}
+
+TEST_F(TheRecord, SaysWhatASteeredWaveformWasAskedFor) {
+  Record record(plan());
+  record.asked({.at_ns = 100, .shape = "duty", .hz = 0.0, .offset = 0.35, .depth = 0.0});
+  record.asked({.at_ns = 200, .shape = "triangle", .hz = 0.1, .offset = 0.25, .depth = 0.5});
+  record.finish("", 0);
+  EXPECT_EQ(RecordReader(path_).of("asked"),
+            (std::vector<RecordLine>{{"asked", "100", "duty", "0", "0.35", "0"},
+                                     {"asked", "200", "triangle", "0.1", "0.25", "0.5"}}));
 }
 
 TEST_F(TheRecord, SaysHowTheAgreedStartWasMet) {

@@ -67,6 +67,7 @@ void RecordWriter::take_all() {
   take_words();
   take_thread_begins();
   take_start();
+  take_asked();
   take_edges();
   take_bursts();
   take_samples();
@@ -116,6 +117,17 @@ void RecordWriter::take_start() {
         .add(start->planned_ns)
         .add(start->switched_ns)
         .add(start->switched_wall_ns - start->wanted_wall_ns);
+  }
+}
+
+void RecordWriter::take_asked() {
+  for (AskedEvent asked{}; parts_.edges.asked().pop(asked);) {
+    Line(text_, "asked")
+        .add(asked.at_ns)
+        .add(asked.shape)
+        .add(asked.hz)
+        .add(asked.offset)
+        .add(asked.depth);
   }
 }
 
@@ -184,6 +196,9 @@ bool RecordWriter::more_dropped(std::uint64_t dropped, std::uint64_t& known) {
 void RecordWriter::say_what_was_dropped() {
   if (more_dropped(parts_.edges.events().dropped(), edges_dropped_)) {
     Line(text_, "dropped").add("edge").add(edges_dropped_);
+  }
+  if (more_dropped(parts_.edges.asked().dropped(), asked_dropped_)) {
+    Line(text_, "dropped").add("asked").add(asked_dropped_);
   }
   if (more_dropped(parts_.samples.dropped(), samples_dropped_)) {
     Line(text_, "dropped").add("sample").add(samples_dropped_);

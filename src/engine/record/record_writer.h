@@ -25,6 +25,7 @@ class RecordWriter {
   void take_thread_begins();
   void take_start();
   void take_edges();
+  void take_asked();
   void take_bursts();
   void take_samples();
   void say_what_was_dropped();
@@ -48,6 +49,7 @@ class RecordWriter {
   bool start_said_ = false;
   std::vector<Throttles> throttles_;  ///< as they were said last
   std::uint64_t edges_dropped_ = 0;
+  std::uint64_t asked_dropped_ = 0;
   std::uint64_t samples_dropped_ = 0;
   std::uint64_t words_dropped_ = 0;
   std::vector<std::uint64_t> bursts_dropped_;
