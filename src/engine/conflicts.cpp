@@ -26,6 +26,9 @@ std::vector<std::string> shapes(const Request& request) {
   if (request.edges) {
     given.emplace_back("--edges");
   }
+  if (request.steer) {
+    given.emplace_back("--steer");
+  }
   if (sinusoid > 0.0) {
     given.emplace_back("--sinusoid");
   }
@@ -60,6 +63,9 @@ std::optional<std::string> waveform_conflict(const Request& request) {
   }
   if (invert && given.empty() && !carrier) {
     return "--invert flips a waveform: add --frequency or --edges";
+  }
+  if (invert && request.steer) {
+    return "--invert flips a waveform, and --steer says when the load is on; leave out --invert";
   }
   const double shape = sinusoid > 0.0 ? sinusoid : triangle;
   if (swings && shape > frequency / 2) {

@@ -29,6 +29,8 @@ enum Code : int {
   kPin,
   kLimit,
   kHeader,
+  kSteer,
+  kAttached,
 };
 
 constexpr option kLongOptions[] = {
@@ -43,6 +45,8 @@ constexpr option kLongOptions[] = {
     {"pin", no_argument, nullptr, kPin},
     {"limit", required_argument, nullptr, kLimit},
     {"header", no_argument, nullptr, kHeader},
+    {"steer", no_argument, nullptr, kSteer},
+    {"attached", no_argument, nullptr, kAttached},
 };
 
 constexpr const char* kUsage =
@@ -51,6 +55,8 @@ constexpr const char* kUsage =
     "        --profile <file>   follow the duties in <file>, then exit\n"
     "        --edges <file>     switch after the intervals in <file>, then exit\n"
     "        --loop             play <file> over and over\n"
+    "        --steer            follow the duties that standard input says, until it ends\n"
+    "        --attached         end the run when standard input ends\n"
     "        --depth <d>        swing sinusoid or triangle over <d> of duty (default: up to 1)\n"
     "        --offset <o>       swing sinusoid or triangle from duty <o> (default: 0)\n"
     "        --at <time>        begin at <time>: RFC 3339, or seconds since 1970\n"
@@ -158,6 +164,13 @@ OptionExtension::Reading Options::read_own(int code, const char* argument) {
       return read_limit(request_.limits, argument);
     case kHeader:
       request_.header = true;
+      return Reading::kTaken;
+    case kSteer:
+      request_.steer = true;
+      request_.attached = true;
+      return Reading::kTaken;
+    case kAttached:
+      request_.attached = true;
       return Reading::kTaken;
     default:
       return Reading::kNotMine;

@@ -15,6 +15,8 @@ struct Request {
   std::optional<double> duty;             ///< constant, 0 to 1
   std::optional<std::string> profile;     ///< file of duties
   std::optional<std::string> edges;       ///< file of intervals
+  bool steer = false;                     ///< follow what standard input says
+  bool attached = false;                  ///< end with standard input
   bool loop = false;                      ///< play the file again and again
   std::optional<double> depth;            ///< of a shape: between its least and its greatest duty
   std::optional<double> offset;           ///< of a shape: its least duty

@@ -7,6 +7,7 @@
 
 #include "Inspection/inspection.h"
 #include "engine/complaint.h"
+#include "engine/input_thread.h"
 #include "engine/limit_thread.h"
 #include "engine/loads/load_factories.h"
 #include "engine/loads/vector_target.h"
@@ -67,7 +68,7 @@ std::optional<Refusal> Session::prepare() {
   placement_.emplace(std::move(allowed), given_binding(),
                      request_.pin ? Placement::Binding::kBound : Placement::Binding::kLabels);
   workload_placement = &*placement_;
-  threads_beside = !request_.limits.empty();
+  threads_beside = !request_.limits.empty() || request_.attached;
   return std::nullopt;
 }
 
@@ -80,6 +81,9 @@ std::optional<Refusal> Session::take_waveform() {
   if (choice_.source) {
     if (source_.emplace(*choice_.source).leaves_out_first()) {
       params.active = !params.active;
+    }
+    if (choice_.steered != nullptr) {
+      params.active = false;  // until something else is said
     }
     waveform.source = &phase_.emplace(*source_);
     waveform.description = choice_.description.c_str();
@@ -223,12 +227,24 @@ int Session::start_beside(const std::vector<std::string>& arguments) {
     };
     host_.readiness().tell(time_the_making, time_the_run);
   }
+  if (start_threads_beside() < 0) {
+    return -1;
+  }
+  started_beside_ = true;
+  return 0;
+}
+
+int Session::start_threads_beside() {
   if (!request_.limits.empty() && spawn_limits(request_.limits) < 0) {
     complain("the thread that watches the limits cannot be started");
     say({note_on_refused_thread(limit_thread.start_error())});
     return -1;
   }
-  started_beside_ = true;
+  if (request_.attached && spawn_input(choice_.steered, frequency) < 0) {
+    complain("the thread that listens to standard input cannot be started");
+    say({note_on_refused_thread(input_thread.start_error())});
+    return -1;
+  }
   return 0;
 }
 
@@ -242,6 +258,9 @@ void Session::observe_edges() {
   }
   if (phase_) {
     observer = &begin_.emplace(host_.readiness(), length_ns_, observer, start_run_time);
+    if (record_ && choice_.steered != nullptr) {
+      observer = &asked_watch_.emplace(*choice_.steered, *record_, *observer);
+    }
     phase_->tell(observer);
     waveform.observer = &*phase_;
   }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "engine/agreed_start.h"
+#include "engine/asked_watch.h"
 #include "engine/exit_status.h"
 #include "engine/options.h"
 #include "engine/phase_keeper.h"
@@ -66,6 +67,7 @@ class Session : public SampleObserver {
   std::optional<Refusal> open_samples();
   std::optional<Refusal> open_record();
   void observe_edges();
+  int start_threads_beside();
   bool began_late() const;
   unsigned loads_missed() const;
   void loads_took_too_long();
@@ -91,6 +93,7 @@ class Session : public SampleObserver {
   std::optional<StartWhenReady> start_when_ready_;
   std::optional<StartWatch> start_watch_;
   std::optional<WaveformBegin> begin_;
+  std::optional<AskedWatch> asked_watch_;
   std::optional<Placement> placement_;
   std::unique_ptr<WrongResults> wrong_results_;
   std::unique_ptr<RecordFile> record_file_;  ///< opened, until the record takes it

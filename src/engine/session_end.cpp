@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "engine/complaint.h"
+#include "engine/input_thread.h"
 #include "engine/limit_thread.h"
 #include "engine/nanoseconds.h"
 #include "engine/record/record.h"
@@ -115,6 +116,9 @@ std::string Session::reason() const {
   if (source_ && source_->over()) {
     return "waveform over";
   }
+  if (input_ended_run() && ending_signal() != SIGALRM) {
+    return "input over";
+  }
   return ending_signal() == SIGALRM ? "run time over" : "interrupted";
 }
 
@@ -151,6 +155,7 @@ void Session::record_failed_start() {
     const ServiceThread& thread;
     int priority;
   } service[] = {{"limits", limit_thread, monitor_thread_priority()},
+                 {"standard input", input_thread, input_thread_priority()},
                  {"fans", fan_thread, fan_thread_priority()},
                  {"samples", monitor_thread, monitor_thread_priority()},
                  {"waveform", timing_thread, timing_thread_priority()}};
@@ -166,6 +171,7 @@ void Session::record_failed_start() {
 }
 
 ExitStatus Session::conclude(int result) {
+  end_input();
   if (result < 0) {
     record_failed_start();
     return ExitStatus::kNotStarted;

@@ -1,8 +1,10 @@
 #include "engine/waveform_choice.h"
 
 #include <sstream>
+#include <utility>
 
 #include "engine/agreed_start.h"
+#include "engine/waveforms/steered.h"
 #include "engine/waveforms/waveforms.h"
 #include "vorn/interval_source.h"
 #include "vorn/settings.h"
@@ -44,6 +46,11 @@ WaveformChoice choose_waveform(const Request& request) {
   if (request.profile) {
     return {profile_duty(frequency, *request.profile, playing(request)),
             of_file("profile", *request.profile, request)};
+  }
+  if (request.steer) {
+    auto source = std::make_unique<SteeredSource>(frequency);
+    SteeredSource* const steered = source.get();
+    return {std::move(source), "steered by standard input", steered};
   }
   if (request.duty) {
     std::ostringstream text;

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "engine/waveforms/steered.h"
 #include "engine/waveforms/waveform_error.h"
 #include "support/settings_fixture.h"
 #include "vorn/interval_source.h"
@@ -65,6 +66,17 @@ TEST_F(WaveformChoiceTest, IsAListOfIntervalsOnceOrInALoop) {
   request_.loop = true;
   EXPECT_EQ(first(4), (Intervals{100000, 250000, 100000, 250000}));
   EXPECT_EQ(choice_.description, "edges \"" + file_ + "\" in a loop");
+}
+
+TEST_F(WaveformChoiceTest, IsSteered) {
+  frequency = 10.0;
+  request_.steer = true;
+  EXPECT_EQ(first(3), (Intervals{0, 0, 100000000}));
+  EXPECT_EQ(choice_.description, "steered by standard input");
+  EXPECT_EQ(choice_.steered, choice_.source.get());
+  request_.steer = false;
+  first(1);
+  EXPECT_EQ(choice_.steered, nullptr);
 }
 
 TEST_F(WaveformChoiceTest, IsASwing) {

@@ -12,6 +12,7 @@
 #include <fstream>
 #include <thread>
 
+#include "program/engine_program.h"
 #include "program/samples.h"
 #include "program/vorn_program.h"
 #include "support/record_reader.h"
@@ -23,13 +24,6 @@ namespace {
 using program::As;
 using program::Outcome;
 using program::Running;
-
-program::Command engine(std::vector<std::string> arguments, As as = As::kUserWithFixedPriority) {
-  program::Command command = vorn(std::move(arguments), as);
-  command.path = VORN_ENGINE_SIM_PROGRAM;
-  command.called = "vorn-engine-sim";
-  return command;
-}
 
 Outcome run_engine(std::vector<std::string> arguments) {
   return program::run(engine(std::move(arguments)));
@@ -64,6 +58,8 @@ TEST(Engine, ItsHelpIsThatOfVornAndItsOwnOptions) {
       "        --profile <file>   follow the duties in <file>, then exit\n"
       "        --edges <file>     switch after the intervals in <file>, then exit\n"
       "        --loop             play <file> over and over\n"
+      "        --steer            follow the duties that standard input says, until it ends\n"
+      "        --attached         end the run when standard input ends\n"
       "        --depth <d>        swing sinusoid or triangle over <d> of duty (default: up to 1)\n"
       "        --offset <o>       swing sinusoid or triangle from duty <o> (default: 0)\n"
       "        --at <time>        begin at <time>: RFC 3339, or seconds since 1970\n"

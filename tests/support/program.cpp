@@ -108,7 +108,8 @@ void become(const Command& command) {
 // In the child, after fork.
 [[noreturn]] void become_program(const Command& command, int executable, int out, int err) {
   must(dup2(out, STDOUT_FILENO) >= 0 && dup2(err, STDERR_FILENO) >= 0, "dup2");
-  must(dup2(open("/dev/null", O_RDONLY), STDIN_FILENO) >= 0, "dup2");
+  const int in = command.standard_input >= 0 ? command.standard_input : open("/dev/null", O_RDONLY);
+  must(dup2(in, STDIN_FILENO) >= 0, "dup2");
   for (const int signo : command.ignored_signals) {
     std::signal(signo, SIG_IGN);
   }

@@ -49,6 +49,7 @@ struct Command {
   std::vector<int> closed;                     ///< descriptors that are closed from the start
   bool one_processor = false;                  ///< it may run on the first one alone
   std::string standard_output;                 ///< a path; empty: captured
+  int standard_input = -1;                     ///< a descriptor; -1: nothing to read
   std::string called = "vorn";                 ///< argv[0]
   std::vector<std::string> environment;        ///< NAME=value; else it is empty
 };

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "program/vorn_program.h"
+
+/// The built engine with `arguments`, on the simulated machine, for an ordinary user who has the
+/// right to a fixed priority.
+inline program::Command engine(std::vector<std::string> arguments,
+                               program::As as = program::As::kUserWithFixedPriority) {
+  program::Command command = vorn(std::move(arguments), as);
+  command.path = VORN_ENGINE_SIM_PROGRAM;
+  command.called = "vorn-engine-sim";
+  return command;
+}
