@@ -1,6 +1,5 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,8 +15,8 @@
 #include "program/samples.h"
 #include "support/record_reader.h"
 
-// What a program does that starts the engine and holds its standard input: steering, an end that
-// nobody asked for, and files that are handed over open.
+// What a program does that starts the engine and holds its standard input: steering, and an end
+// that nobody asked for.
 
 namespace {
 
@@ -65,20 +64,15 @@ program::Command engine_behind(const InputPipe& input, std::vector<std::string> 
   return command;
 }
 
-/// Waits until a file has `text` in it. False after some time.
+/// Waits until a file has `text` in it. False after a minute.
 bool comes_to_say(const std::string& path, const std::string& text) {
-  for (int tries = 0; tries < 600; ++tries) {
+  for (int tries = 0; tries < 6000; ++tries) {
     if (access(path.c_str(), R_OK) == 0 && read_file(path).find(text) != std::string::npos) {
       return true;
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   return false;
-}
-
-std::string reason_of(const std::string& record) {
-  const auto ends = RecordReader(record).of("end");
-  return ends.size() == 1 ? ends[0][2] + ", " + ends[0][3] : "no end";
 }
 
 /// Which part of the time the first thread had its processor, between two instants.
@@ -224,8 +218,8 @@ TEST(AttachedEngine, EndsInOrderWithItsInput) {
     const OpenFolder folder;
     const std::string record = folder.file("record");
     InputPipe input;
-    Running running(
-        engine_behind(input, {"-w", load, "--attached", "--record", record, "-t", "60"}));
+    Running running(engine_behind(
+        input, {"-w", load, "-c", "1", "--attached", "--record", record, "-t", "60"}));
     input.say("whatever\n");
     ASSERT_TRUE(comes_to_say(record, "thread\t0"));
     input.end();
@@ -275,63 +269,6 @@ TEST(AttachedEngine, EndsInOrderIfTheProgramThatStartedItIsKilled) {
     ASSERT_TRUE(comes_to_say(record, "\nend\t"));
     EXPECT_EQ(reason_of(record), "0, input over");
   }
-}
-
-/// A file of the test's that the programs it starts inherit open, and that holds something.
-class OpenFile {
- public:
-  explicit OpenFile(const std::string& path) : file_(open(path.c_str(), O_RDWR | O_CREAT, 0666)) {
-    fchmod(file_, 0666);
-    const std::string old(100000, 'x');
-    EXPECT_EQ(write(file_, old.data(), old.size()), static_cast<ssize_t>(old.size()));
-  }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-  ~OpenFile() { close(file_); }
-
-  std::string path() const { return "/dev/fd/" + std::to_string(file_); }
-
- private:
-  int file_;
-};
-
-TEST(Engine, WritesSamplesAndRecordToFilesThatItInheritsOpen) {
-  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
-  const OpenFolder folder;
-  const OpenFile record(folder.file("record"));
-  const OpenFile samples(folder.file("samples"));
-  InputPipe input;
-  Running running(engine_behind(
-      input, {"-w", "bspin", "-c", "1", "-f", "20", "--steer", "-t", "0.4", "-m", "-r", "20",
-              "--header", "-o", samples.path(), "--record", record.path()}));
-  input.say("duty 0.5\n");
-  const Outcome outcome = running.wait();
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-  const RecordReader reader(folder.file("record"));
-  EXPECT_EQ(reader.lines().front().front(), "vorn-record");
-  EXPECT_EQ(reason_of(folder.file("record")), "0, run time over");
-  const std::string text = read_file(folder.file("samples"));
-  EXPECT_EQ(text.front(), '#');
-  EXPECT_EQ(text.find('x'), std::string::npos);
-  EXPECT_GT(reader.of("sample").size(), 4U);
-}
-
-// Their names may be gone, or lead to another file by then.
-TEST(Engine, WritesToInheritedFilesWithoutANameAndRefusesOneForTwoPurposes) {
-  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
-  const OpenFolder folder;
-  const OpenFile record(folder.file("record"));
-  const std::string kept = "/proc/" + std::to_string(getpid()) + "/fd/" +
-                           record.path().substr(std::string_view("/dev/fd/").size());
-  ASSERT_EQ(unlink(folder.file("record").c_str()), 0);
-  const Outcome both = program::run(
-      engine({"-w", "bspin", "-t", "0.1", "-m", "-o", record.path(), "--record", record.path()}));
-  EXPECT_EQ(both.status, 10) << both.err;
-  EXPECT_EQ(read_file(kept).size(), 100000U);
-  const Outcome outcome =
-      program::run(engine({"-w", "bspin", "-c", "1", "-t", "0.1", "--record", record.path()}));
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_EQ(reason_of(kept), "0, run time over");
 }
 
 }  // namespace
