@@ -179,6 +179,7 @@ TEST_F(InputThread, LeavesATerminalAloneUntilItHangsUp) {
   ASSERT_EQ(write(keyboard, "typed\n", 6), 6);
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
   EXPECT_FALSE(run_ended);
+  fcntl(STDIN_FILENO, F_SETFL, O_RDONLY | O_NONBLOCK);
   char typed[16] = {};
   EXPECT_EQ(read(STDIN_FILENO, typed, sizeof typed), 6);
   EXPECT_EQ(std::string_view(typed), "typed\n");
