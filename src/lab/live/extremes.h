@@ -8,7 +8,7 @@
 
 namespace lab {
 
-struct Range {
+struct Extent {
   double least = std::numeric_limits<double>::quiet_NaN();  ///< NaN: nothing was measured
   double most = std::numeric_limits<double>::quiet_NaN();
 };
@@ -22,11 +22,11 @@ class Extremes {
   void take(const Table& table);
 
   /// Of the column with that index. Requires: take() has seen it.
-  const Range& of(std::size_t column) const { return ranges_[column]; }
+  const Extent& of(std::size_t column) const { return extents_[column]; }
 
  private:
   std::size_t taken_ = 0;
-  std::vector<Range> ranges_;
+  std::vector<Extent> extents_;
 };
 
 }  // namespace lab

@@ -28,7 +28,7 @@ std::string spaces(int count) {
 
 }  // namespace
 
-int width(std::string_view text) {
+int display_width(std::string_view text) {
   int columns = 0;
   while (!text.empty()) {
     const Character next = first_character(text);
@@ -42,7 +42,7 @@ std::string clipped(std::string_view text, int columns, Look look) {
   if (columns <= 0) {
     return "";
   }
-  if (width(text) <= columns) {
+  if (display_width(text) <= columns) {
     return std::string(text);
   }
   return std::string(text.substr(0, bytes_within(text, columns - 1))).append(look.utf8 ? "…" : "~");
@@ -50,24 +50,24 @@ std::string clipped(std::string_view text, int columns, Look look) {
 
 std::string left_aligned(std::string_view text, int columns, Look look) {
   const std::string shown = clipped(text, columns, look);
-  return shown + spaces(columns - width(shown));
+  return shown + spaces(columns - display_width(shown));
 }
 
 std::string right_aligned(std::string_view text, int columns, Look look) {
   const std::string shown = clipped(text, columns, look);
-  return spaces(columns - width(shown)) + shown;
+  return spaces(columns - display_width(shown)) + shown;
 }
 
 std::string at_both_ends(std::string_view left, std::string_view right, int columns, Look look) {
   constexpr int kLeastOfLeft = 8;
-  const int for_left = columns - width(right) - 1;
-  if (right.empty() || for_left < std::min(kLeastOfLeft, width(left))) {
+  const int for_left = columns - display_width(right) - 1;
+  if (right.empty() || for_left < std::min(kLeastOfLeft, display_width(left))) {
     return clipped(left, columns, look);
   }
   return left_aligned(left, for_left, look) + ' ' + std::string(right);
 }
 
-std::vector<std::string> wrapped(std::string_view text, int columns) {
+std::vector<std::string> broken_into_lines(std::string_view text, int columns) {
   std::vector<std::string> lines;
   while (!text.empty()) {
     std::size_t end = bytes_within(text, columns);

@@ -10,7 +10,7 @@ namespace lab {
 
 // Printable text in columns of a terminal.
 
-int width(std::string_view text);
+int display_width(std::string_view text);
 
 /// The text, its end left out for a mark if it takes more columns.
 std::string clipped(std::string_view text, int columns, Look look);
@@ -25,6 +25,6 @@ std::string right_aligned(std::string_view text, int columns, Look look);
 std::string at_both_ends(std::string_view left, std::string_view right, int columns, Look look);
 
 /// Lines of at most that many columns (at least 1), broken between words where that is possible.
-std::vector<std::string> wrapped(std::string_view text, int columns);
+std::vector<std::string> broken_into_lines(std::string_view text, int columns);
 
 }  // namespace lab

@@ -11,9 +11,9 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 TEST(Fitting, WidthCountsColumnsAndNotBytes) {
-  EXPECT_EQ(width("45 °C"), 5);
-  EXPECT_EQ(width("温度"), 4);
-  EXPECT_EQ(width("e\u0301"), 1);
+  EXPECT_EQ(display_width("45 °C"), 5);
+  EXPECT_EQ(display_width("温度"), 4);
+  EXPECT_EQ(display_width("e\u0301"), 1);
 }
 
 TEST(Fitting, ClippingLeavesAMarkAndNeverHalfACharacter) {
@@ -38,14 +38,15 @@ TEST(Fitting, TheRightEndIsLeftOutBeforeTheLeftOneBecomesUnreadable) {
 }
 
 TEST(Fitting, BreaksLinesBetweenWords) {
-  EXPECT_THAT(wrapped("hold the fans", 8), ElementsAre("hold the", "fans"));
-  EXPECT_THAT(wrapped("hold the fans", 7), ElementsAre("hold", "the", "fans"));
-  EXPECT_THAT(wrapped("", 7), IsEmpty());
+  EXPECT_THAT(broken_into_lines("hold the fans", 8), ElementsAre("hold the", "fans"));
+  EXPECT_THAT(broken_into_lines("hold the fans", 7), ElementsAre("hold", "the", "fans"));
+  EXPECT_THAT(broken_into_lines("", 7), IsEmpty());
 }
 
 TEST(Fitting, BreaksWordsThatAreLongerThanALine) {
-  EXPECT_THAT(wrapped("/sys/class", 4), ElementsAre("/sys", "/cla", "ss"));
-  EXPECT_THAT(wrapped("温度", 1), ElementsAre("温", "度")) << "an end even where nothing fits";
+  EXPECT_THAT(broken_into_lines("/sys/class", 4), ElementsAre("/sys", "/cla", "ss"));
+  EXPECT_THAT(broken_into_lines("温度", 1), ElementsAre("温", "度"))
+      << "an end even where nothing fits";
 }
 
 }  // namespace

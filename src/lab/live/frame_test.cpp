@@ -135,7 +135,7 @@ TEST(Frame, FitsTerminalsOfEverySize) {
       const auto lines = run.frame({.columns = columns, .rows = rows});
       ASSERT_EQ(lines.size(), static_cast<std::size_t>(rows));
       for (const std::string& line : lines) {
-        ASSERT_LE(width(line), columns) << columns << " x " << rows << ": " << line;
+        ASSERT_LE(display_width(line), columns) << columns << " x " << rows << ": " << line;
       }
     }
   }

@@ -53,11 +53,11 @@ Widths widths_of(const std::vector<KeyText>& keys, int columns) {
   Widths widths;
   int longest_source = 0;
   for (const KeyText& key : keys) {
-    widths.name = std::max(widths.name, std::min(width(key.name), kMostOfName));
-    longest_source = std::max(longest_source, width(key.source));
-    widths.unit = std::max(widths.unit, width(key.unit));
+    widths.name = std::max(widths.name, std::min(display_width(key.name), kMostOfName));
+    longest_source = std::max(longest_source, display_width(key.source));
+    widths.unit = std::max(widths.unit, display_width(key.unit));
     for (const std::string* text : {&key.now, &key.least, &key.most}) {
-      widths.number = std::max(widths.number, width(*text));
+      widths.number = std::max(widths.number, display_width(*text));
     }
   }
   const int value = widths.name + 1 + widths.number + 1 + widths.unit;
@@ -100,11 +100,11 @@ std::string head(const Widths& widths, double span_s, Look look) {
 }
 
 /// What a steady sensor may waver by without showing a change.
-double least_height(const Column& column, const Range& range) {
+double least_height(const Column& column, const Extent& extent) {
   constexpr double kDegrees = 4;
   constexpr double kPart = 0.05;
   return column.unit == "degC" ? kDegrees
-                               : kPart * std::max(std::abs(range.least), std::abs(range.most));
+                               : kPart * std::max(std::abs(extent.least), std::abs(extent.most));
 }
 
 }  // namespace
@@ -154,9 +154,9 @@ std::vector<std::string> key_rows(const Table& samples, const Extremes& extremes
     std::string row = clipped(start_of_row(key, widths, look), columns, look);
     if (widths.line > 0) {
       const Column& column = samples.columns[key.column];
-      const Range& range = extremes.of(key.column);
-      row += ' ' + painted(sparkline(cell_means(time_s, column.values, span_s, widths.line), range,
-                                     least_height(column, range), look),
+      const Extent& extent = extremes.of(key.column);
+      row += ' ' + painted(sparkline(cell_means(time_s, column.values, span_s, widths.line), extent,
+                                     least_height(column, extent), look),
                            Paint::accent, look);
     }
     lines.push_back(row);

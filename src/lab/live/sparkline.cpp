@@ -67,10 +67,10 @@ std::vector<double> cell_means(const std::vector<double>& time_s, const std::vec
   return means;
 }
 
-std::string sparkline(const std::vector<double>& values, Range range, double least_height,
+std::string sparkline(const std::vector<double>& values, Extent extent, double least_height,
                       Look look) {
-  const double height = std::max(range.most - range.least, least_height);
-  const double bottom = (range.least + range.most - height) / 2;
+  const double height = std::max(extent.most - extent.least, least_height);
+  const double bottom = (extent.least + extent.most - height) / 2;
   // Rounding does not decide between two steps, or a value that stays would waver.
   constexpr double kRounding = 1e-6;
   std::string line;

@@ -16,7 +16,8 @@ std::vector<std::string> warning_rows(const std::vector<std::string>& warnings, 
     const std::string mark =
         lines.empty() && most == 1 && older > 1 ? "! (+ " + std::to_string(older - 1) + ") " : "! ";
     const std::string text = printable(warnings[older - 1], look.utf8);
-    std::vector<std::string> next = wrapped(text, std::max(1, columns - width(mark)));
+    std::vector<std::string> next =
+        broken_into_lines(text, std::max(1, columns - display_width(mark)));
     if (!lines.empty() && lines.size() + next.size() + (older > 1 ? 1 : 0) > most) {
       break;
     }
