@@ -47,10 +47,8 @@ const char* style_name(Series::Style style) {
   return "";
 }
 
-ordered_json series_json(const Series& series, Ink ink, Arrays& arrays) {
-  ordered_json json{{"colour", ink.colour},
-                    {"dash", ink.dash},
-                    {"style", style_name(series.style)},
+ordered_json series_json(const Series& series, Arrays& arrays) {
+  ordered_json json{{"style", style_name(series.style)},
                     {"x", arrays.index(base64_doubles(series.x))},
                     {"y", arrays.index(base64_floats(series.y))}};
   if (!series.low.empty() && series.low.size() == series.high.size()) {
@@ -80,8 +78,8 @@ std::string chart_data(const std::vector<Figure>& figures) {
   ordered_json all = ordered_json::array();
   for (const Figure& figure : figures) {
     ordered_json series = ordered_json::array();
-    for (std::size_t i = 0; i < figure.chart.series.size(); ++i) {
-      series.push_back(series_json(figure.chart.series[i], figure.inks[i], arrays));
+    for (const Series& each : figure.chart.series) {
+      series.push_back(series_json(each, arrays));
     }
     ordered_json phases = ordered_json::array();
     for (const Stretch& phase : figure.phases) {

@@ -2,7 +2,6 @@
 (function () {
   "use strict";
 
-  var DASHES = [null, [7, 4], [2, 3], [9, 3, 2, 3]];
   var data = JSON.parse(document.getElementById("data").textContent);
   var decoded = [];
   var charts = [];
@@ -72,9 +71,18 @@
     };
   }
 
-  function colours(figure) {
+  // A series looks as it does in the legend.
+  function looks(chart) {
+    return chart.swatches.map(function (swatch) { return getComputedStyle(swatch); });
+  }
+
+  function dashes(look) {
+    return look.strokeDasharray === "none" ? null : look.strokeDasharray.split(",").map(parseFloat);
+  }
+
+  function colours(chart) {
     return {
-      colors: figure.series.map(function (series) { return colour("--ink" + series.colour); }),
+      colors: looks(chart).map(function (look) { return look.stroke; }),
       gridLineColor: colour("--grid"),
       axisLineColor: colour("--axis")
     };
@@ -123,10 +131,12 @@
       logscale: figure.yLog,
       strokeWidth: 1.6,
       fillAlpha: 0.18,
+      gridLineWidth: 1,
       axisLabelFontSize: 12,
       highlightCircleSize: 3,
       labelsKMB: false,
       xRangePad: 0,
+      yRangePad: figure.phases.length > 0 ? 26 : 8,
       axes: {
         x: { logscale: figure.xLog, axisLabelFormatter: tick, valueFormatter: short, drawGrid: true },
         y: { axisLabelFormatter: tick, valueFormatter: short, axisLabelWidth: 54 }
@@ -166,10 +176,10 @@
         drawPoints: points,
         pointSize: points ? 2 : 1,
         stepPlot: series.style === "steps",
-        strokePattern: DASHES[series.dash]
+        strokePattern: points ? null : dashes(looks(chart)[at])
       };
     });
-    return Object.assign(all, colours(figure));
+    return Object.assign(all, colours(chart));
   }
 
   function makeChart(place, index) {
@@ -177,7 +187,8 @@
     var chart = {
       figure: figure,
       window: null,
-      legend: Array.from(place.parentNode.querySelectorAll(".legend .now"))
+      legend: Array.from(place.parentNode.querySelectorAll(".legend .now")),
+      swatches: Array.from(place.parentNode.querySelectorAll(".swatch .curve"))
     };
     var live = document.createElement("div");
     live.className = "live";
@@ -211,7 +222,7 @@
 
   matchMedia("(prefers-color-scheme: dark)").addEventListener("change", function () {
     busy = true;
-    charts.forEach(function (chart) { chart.graph.updateOptions(colours(chart.figure)); });
+    charts.forEach(function (chart) { chart.graph.updateOptions(colours(chart)); });
     busy = false;
   });
 })();

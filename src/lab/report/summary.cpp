@@ -1,5 +1,8 @@
 #include "lab/report/summary.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "lab/report/clean_text.h"
 #include "lab/report/number_text.h"
 #include "lab/report/text_lines.h"
@@ -20,16 +23,12 @@ TextCell text_cell(const ResultTable::Cell& cell) {
 
 void write_table(std::ostream& out, const ResultTable& table, std::size_t columns) {
   std::vector<std::string> head;
-  for (const std::string& name : table.head) {
-    head.push_back(clean_text(name));
-  }
+  std::transform(table.head.begin(), table.head.end(), std::back_inserter(head),
+                 [](const std::string& name) { return clean_text(name); });
   std::vector<std::vector<TextCell>> rows;
   for (const auto& row : table.rows) {
-    std::vector<TextCell> cells;
-    for (const ResultTable::Cell& cell : row) {
-      cells.push_back(text_cell(cell));
-    }
-    rows.push_back(std::move(cells));
+    std::vector<TextCell>& cells = rows.emplace_back();
+    std::transform(row.begin(), row.end(), std::back_inserter(cells), text_cell);
   }
   out << '\n';
   if (!table.title.empty()) {

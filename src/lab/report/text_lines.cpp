@@ -1,6 +1,7 @@
 #include "lab/report/text_lines.h"
 
 #include <algorithm>
+#include <iterator>
 #include <sstream>
 
 #include "lab/report/clean_text.h"
@@ -80,9 +81,10 @@ std::string text_table(const std::vector<std::string>& head,
   std::vector<std::string> lines(rows.size() + 1);
   for (std::size_t column = 0; column < head.size(); ++column) {
     std::vector<TextCell> cells;
-    for (const std::vector<TextCell>& row : rows) {
-      cells.push_back(column < row.size() ? row[column] : TextCell{});
-    }
+    std::transform(rows.begin(), rows.end(), std::back_inserter(cells),
+                   [&](const std::vector<TextCell>& row) {
+                     return column < row.size() ? row[column] : TextCell{};
+                   });
     std::vector<std::string> texts = column_lines(cells);
     texts.insert(texts.begin(), head[column]);
     const std::size_t columns = widest(texts);
