@@ -5,7 +5,7 @@ cd "$(dirname "$0")/.."
 . scripts/packages.sh
 . scripts/stages.sh
 
-need_packages cmake ninja-build g++ libhwy-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev libeigen3-dev libgtest-dev libgmock-dev libbenchmark-dev clang \
+need_packages cmake ninja-build g++ libhwy-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev libeigen3-dev libgtest-dev libgmock-dev libjs-dygraphs gnuplot-nox chromium libbenchmark-dev clang \
   clang-tidy clang-format llvm man-db
 # Where clang's sanitizer and fuzzer runtimes are a package of their own.
 runtime=$(apt-cache search --names-only '^libclang-rt-dev$' 2>/dev/null | cut -d' ' -f1)
