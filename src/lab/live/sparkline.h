@@ -19,9 +19,9 @@ double cell_span_s(double elapsed_s, double sample_interval_s, int cells);
 std::vector<double> cell_means(const std::vector<double>& time_s, const std::vector<double>& values,
                                double span_s, int cells);
 
-/// One character for each value, blank for NaN, in eight steps from least to most of the extent. A
-/// extent of less than `least_height` is widened, so that noise of a steady sensor does not look
-/// like a change.
+/// One character for each value, blank for NaN, in eight steps from least to most of the extent.
+/// One of less than `least_height` is widened, so that noise of a steady sensor does not look like
+/// a change.
 std::string sparkline(const std::vector<double>& values, Extent extent, double least_height,
                       Look look);
 
