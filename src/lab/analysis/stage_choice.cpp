@@ -1,0 +1,69 @@
+#include "lab/analysis/stage_choice.h"
+
+#include <cmath>
+
+#include "lab/analysis/uncertainty.h"
+
+namespace lab {
+
+namespace {
+
+constexpr int kMostStages = 4;
+
+// How much better, by the criterion, the fit with more parameters is: above zero, it is worth them.
+// What residuals are worth is judged by the simpler fit: what it misses makes them correlated, and
+// that only asks for more evidence.
+double gain(const FosterFit& simple, const FosterFit& rich, const Observed& observed) {
+  const Eigen::VectorXd residuals = weighted_rows(observed.value - simple.fitted, observed);
+  const double count = effective_count(static_cast<double>(residuals.size()), noise_of(residuals));
+  const auto more = static_cast<double>(rich.slopes.cols() - simple.slopes.cols());
+  // Squares that are rounding alone say nothing.
+  const double floor = 1e-24 * (1 + observed.value.squaredNorm());
+  return count * std::log((simple.squares + floor) / (rich.squares + floor)) -
+         more * std::log(std::max(count, 2.0));
+}
+
+}  // namespace
+
+bool distinct(const FosterFit& fit, const Observed& observed) {
+  double all = 0;
+  for (const double resistance : fit.resistance) {
+    all += std::abs(resistance);
+  }
+  const Eigen::MatrixXd covariance = uncertainty(fit, observed).covariance;
+  const std::size_t stages = fit.tau_s.size();
+  for (std::size_t stage = 0; stage < stages; ++stage) {
+    const auto at = static_cast<Eigen::Index>(stage);
+    const double error = std::sqrt(covariance(1 + at, 1 + at));
+    if (std::abs(fit.resistance[stage]) < 0.01 * all ||
+        !(std::abs(fit.resistance[stage]) > 2 * error)) {
+      return false;
+    }
+    if (stage > 0 && fit.tau_s[stage] < 1.5 * fit.tau_s[stage - 1]) {
+      return false;
+    }
+  }
+  return true;
+}
+
+FosterFit choose_stages(const HeatCurve& curve, const Observed& observed,
+                        const FosterStart& start) {
+  FosterFit best = foster_fit(curve, observed, start.one_more({}), Start::unsettled);
+  for (int stages = 2; stages <= kMostStages; ++stages) {
+    FosterFit richer = foster_fit(curve, observed, start.one_more(best.tau_s), Start::unsettled);
+    if (stages == 2) {
+      FosterFit afresh = foster_fit(curve, observed, start.two(), Start::unsettled);
+      if (afresh.squares < richer.squares) {
+        richer = std::move(afresh);
+      }
+    }
+    if (gain(best, richer, observed) <= 0 || !distinct(richer, observed)) {
+      break;
+    }
+    best = std::move(richer);
+  }
+  FosterFit settled = foster_fit(curve, observed, best.tau_s, Start::settled);
+  return gain(settled, best, observed) > 0 ? best : settled;
+}
+
+}  // namespace lab

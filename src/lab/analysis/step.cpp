@@ -1,0 +1,141 @@
+#include "lab/analysis/step.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "lab/analysis/heat_curve.h"
+#include "lab/analysis/step_charts.h"
+#include "lab/analysis/step_judgement.h"
+#include "lab/analysis/step_key.h"
+#include "lab/analysis/step_words.h"
+
+namespace lab {
+
+namespace {
+
+// Enough for an hour at 4 Hz as it is. Beyond, rows far from a change of heat are put together.
+constexpr std::size_t kMostRows = 16000;
+
+std::vector<double> chosen(const std::vector<double>& values, const std::vector<std::size_t>& at) {
+  std::vector<double> result;
+  result.reserve(at.size());
+  for (const std::size_t index : at) {
+    result.push_back(values[index]);
+  }
+  return result;
+}
+
+// The input without instants that are missing or do not ascend.
+StepInput ascending(const StepInput& input, std::size_t& left_out) {
+  std::vector<std::size_t> good;
+  for (std::size_t at = 0; at < input.time_s.size(); ++at) {
+    if (std::isfinite(input.time_s[at]) &&
+        (good.empty() || input.time_s[at] > input.time_s[good.back()])) {
+      good.push_back(at);
+    }
+  }
+  left_out = input.time_s.size() - good.size();
+  if (left_out == 0) {
+    return input;
+  }
+  StepInput result = input;
+  result.time_s = chosen(input.time_s, good);
+  result.heat = chosen(input.heat, good);
+  for (std::vector<Column>* columns : {&result.temperatures, &result.beside}) {
+    for (Column& column : *columns) {
+      column.values = chosen(column.values, good);
+    }
+  }
+  return result;
+}
+
+nlohmann::ordered_json heat_figures(const StepInput& input) {
+  double sum = 0;
+  double count = 0;
+  double low = INFINITY;
+  double high = -INFINITY;
+  for (const double heat : input.heat) {
+    if (std::isfinite(heat)) {
+      sum += heat;
+      count += 1;
+      low = std::min(low, heat);
+      high = std::max(high, heat);
+    }
+  }
+  return {{"name", input.heat_name},
+          {"unit", input.heat_is_power ? "W" : ""},
+          {"minimum", low},
+          {"mean", sum / count},
+          {"maximum", high}};
+}
+
+Answer undecided(const std::string& why) {
+  Answer answer;
+  answer.decided = false;
+  answer.sentences = {why};
+  answer.warnings = {why};
+  answer.figures = {{"keys", nlohmann::ordered_json::object()}};
+  return answer;
+}
+
+}  // namespace
+
+Answer analyse_step(const StepInput& input) {
+  std::size_t left_out = 0;
+  const StepInput record = ascending(input, left_out);
+  constexpr std::size_t kFewest = 20;
+  if (record.time_s.size() < kFewest) {
+    return undecided("The record has " + std::to_string(record.time_s.size()) +
+                     " samples, too few for a fit: record longer, or sample more often.");
+  }
+  if (std::none_of(record.heat.begin(), record.heat.end(),
+                   [](double heat) { return std::isfinite(heat); })) {
+    return undecided("Neither power nor load was measured: nothing can be said of what heat does.");
+  }
+  const HeatCurve curve = heat_curve(record.time_s, record.heat, record.heat_delay_s, kMostRows);
+  const std::string what = record.heat_is_power ? "power" : "load";
+  if (const std::string why = judge_heat(record, curve); !why.empty()) {
+    Answer answer = undecided(why);
+    answer.figures[what] = heat_figures(record);
+    return answer;
+  }
+  const StartGrid grid(curve);
+  const std::string unit = record.heat_is_power ? "K/W" : "K";
+  std::vector<KeyResult> results;
+  for (const Column& temperature : record.temperatures) {
+    results.push_back(fit_key(record, temperature, curve, grid, unit));
+  }
+  lend_time_constants(curve, unit, results);
+  for (KeyResult& result : results) {
+    refine_key(record, curve, unit, result);
+  }
+  name_lent_time_constants(results);
+  for (KeyResult& result : results) {
+    if (!result.stages.empty()) {
+      judge_key(record, curve, result);
+    }
+  }
+  if (results.empty()) {
+    return undecided("No temperature was measured: name a key that is one.");
+  }
+  Answer answer;
+  answer.decided = std::any_of(results.begin(), results.end(),
+                               [](const KeyResult& result) { return result.decided; });
+  for (const KeyResult& result : results) {
+    answer.sentences.push_back(step_sentence(result, record.heat_is_power));
+  }
+  answer.tables = step_tables(results);
+  answer.charts = step_charts(results, curve, record.heat_is_power);
+  answer.warnings = judge_record(record);
+  if (left_out > 0) {
+    answer.warnings.push_back(std::to_string(left_out) +
+                              " samples were left out: their instants do not ascend.");
+  }
+  for (const KeyResult& result : results) {
+    answer.warnings.insert(answer.warnings.end(), result.warnings.begin(), result.warnings.end());
+  }
+  answer.figures = {{"keys", step_figures(results)}, {what, heat_figures(record)}};
+  return answer;
+}
+
+}  // namespace lab

@@ -1,0 +1,187 @@
+#include "lab/analysis/step_judgement.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "lab/analysis/spoken_number.h"
+
+namespace lab {
+
+namespace {
+
+constexpr double kInfinite = std::numeric_limits<double>::infinity();
+
+std::vector<double> finite_values(const std::vector<double>& values) {
+  std::vector<double> finite;
+  std::copy_if(values.begin(), values.end(), std::back_inserter(finite),
+               [](double value) { return std::isfinite(value); });
+  return finite;
+}
+
+double quantile(std::vector<double> values, double share) {
+  const auto at = static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
+  std::nth_element(values.begin(), values.begin() + at, values.end());
+  return values[static_cast<std::size_t>(at)];
+}
+
+const Column* find(const std::vector<Column>& columns, std::string_view name) {
+  const auto found = std::find_if(columns.begin(), columns.end(),
+                                  [&](const Column& column) { return column.name == name; });
+  return found == columns.end() ? nullptr : &*found;
+}
+
+void judge_fan(const Column& fan, std::vector<std::string>& warnings) {
+  const std::vector<double> speeds = finite_values(fan.values);
+  if (speeds.size() < 2) {
+    return;
+  }
+  const double low = quantile(speeds, 0.05);
+  const double high = quantile(speeds, 0.95);
+  if (high - low > 0.1 * high) {
+    warnings.push_back(fan.name + " ran between " + spoken_number(low) + " and " +
+                       spoken_number(high) +
+                       " RPM: with the air flow the resistance changed during the record, and the "
+                       "results are a mixture. Hold the fans at one speed.");
+  }
+}
+
+void judge_load(const StepInput& input, std::vector<std::string>& warnings) {
+  const Column* asked = find(input.beside, kAskedColumn);
+  const Column* delivered = find(input.beside, kDeliveredColumn);
+  if (asked != nullptr && delivered != nullptr) {
+    double asked_sum = 0;
+    double delivered_sum = 0;
+    for (std::size_t at = 0; at < asked->values.size(); ++at) {
+      if (std::isfinite(asked->values[at]) && std::isfinite(delivered->values[at])) {
+        asked_sum += asked->values[at];
+        delivered_sum += delivered->values[at];
+      }
+    }
+    if (asked_sum > 0 && delivered_sum < 0.9 * asked_sum) {
+      warnings.push_back("Only " + spoken_number(100 * delivered_sum / asked_sum, 2) +
+                         " % of the load that was asked for was delivered. The fit uses the heat "
+                         "that was measured; for more of it, leave the processors to the run.");
+    }
+  }
+  const Column* others = find(input.beside, kOthersColumn);
+  if (others != nullptr) {
+    const std::vector<double> loads = finite_values(others->values);
+    if (!loads.empty() && quantile(loads, 0.9) > 0.1) {
+      warnings.push_back("Other programs took up to " +
+                         spoken_number(100 * quantile(loads, 0.9), 2) +
+                         " % of the processors: their heat may come at another place, and without "
+                         "measured power it is not counted at all. Stop them.");
+    }
+  }
+}
+
+void judge_slowest(const HeatCurve& curve, KeyResult& result) {
+  const std::vector<HeatStep> steps = heat_steps(curve);
+  const double after_s = curve.time_s.back() - (steps.empty() ? 0 : steps.front().time_s);
+  Stage& slowest = result.stages.back();
+  if (slowest.time_constant.value <= after_s / 3) {
+    return;
+  }
+  slowest.time_constant.high = slowest.resistance.high = result.resistance.high = kInfinite;
+  result.decided = false;
+  result.warnings.push_back(
+      result.name + ": its slowest time constant comes out as " +
+      spoken_number(slowest.time_constant.value, 2) + " s, more than a third of the " +
+      spoken_number(after_s) +
+      " s behind the first change of heat. It cannot be told from so short a record, and the "
+      "resistance is only part of the whole. Record at least three times as long.");
+}
+
+void judge_fastest(KeyResult& result) {
+  const Estimate& fastest = result.stages.front().time_constant;
+  const SensorTruth& sensor = result.sensor;
+  if (sensor.slow() && *sensor.update_interval_s > fastest.value) {
+    result.warnings.push_back(
+        result.name + ": its sensor measures only every " +
+        spoken_number(*sensor.update_interval_s, 2) +
+        " s, which is slower than the time constant of " + spoken_number(fastest.value, 2) +
+        " s. That stage and everything faster is a guess: use another key, or repeat the step "
+        "many times.");
+  } else if (sensor.sampled_every_s > fastest.value) {
+    result.warnings.push_back(result.name + ": it was read every " +
+                              spoken_number(sensor.sampled_every_s, 2) +
+                              " s, which is slower than the time constant of " +
+                              spoken_number(fastest.value, 2) + " s. Read it more often.");
+  }
+  for (const Stage& stage : result.stages) {
+    if (stage.time_constant.high > 1.35 * stage.time_constant.low &&
+        std::isfinite(stage.time_constant.high)) {
+      result.warnings.push_back(
+          result.name + ": the time constant of " + spoken_number(stage.time_constant.value, 2) +
+          " s is known only to between " + spoken_number(stage.time_constant.low, 2) + " and " +
+          spoken_number(stage.time_constant.high, 2) +
+          " s. Repeat the step: four times as many periods halve that.");
+    }
+  }
+}
+
+void judge_rise(const StepInput& input, KeyResult& result) {
+  const double step = result.sensor.step;
+  if (step > 0 && result.moved < 3 * step) {
+    result.decided = result.decided && result.moved >= step;
+    result.warnings.push_back(result.name + " moved by " + spoken_number(result.moved, 2) +
+                              " K, and its sensor steps by " + spoken_number(step, 2) +
+                              " K: too coarse for more than a rough figure. Use more heat, a finer "
+                              "sensor, or many repeated periods.");
+  }
+  const double half = (result.resistance.high - result.resistance.low) / 2;
+  if (std::isfinite(half) && half > 0.5 * std::abs(result.resistance.value)) {
+    result.decided = false;
+    result.warnings.push_back(result.name + ": what it does with the " +
+                              (input.heat_is_power ? "power" : "load") +
+                              " is lost in what it does by itself. Use more heat, and repeat.");
+  }
+}
+
+}  // namespace
+
+std::string judge_heat(const StepInput& input, const HeatCurve& curve) {
+  const std::vector<double> heat = finite_values(input.heat);
+  const double high = quantile(heat, 0.995);
+  const double least_change = input.heat_is_power ? 0.05 * std::abs(high) : 0.05;
+  if (curve.range > least_change && curve.range > 0) {
+    return "";
+  }
+  const std::string what = input.heat_is_power ? "power" : "load";
+  return "The " + what + " stayed at " + spoken_number(quantile(heat, 0.5)) +
+         (input.heat_is_power ? " W" : "") +
+         " throughout: without a change of it nothing can be said of resistances and time "
+         "constants. Record some time without load, then load, then none again.";
+}
+
+std::vector<std::string> judge_record(const StepInput& input) {
+  std::vector<std::string> warnings;
+  if (!input.heat_is_power) {
+    warnings.emplace_back(
+        "No power was measured: results are for the whole load, not for a watt, and a power that "
+        "changes at constant load (leakage, clock) is taken for the thermal path. Name a key that "
+        "measures power.");
+  }
+  const auto missing = static_cast<double>(input.heat.size() - finite_values(input.heat).size());
+  if (missing > 0.01 * static_cast<double>(input.heat.size())) {
+    warnings.push_back(spoken_number(100 * missing / static_cast<double>(input.heat.size()), 2) +
+                       " % of the readings of " + input.heat_name +
+                       " are missing: the next one was taken for each.");
+  }
+  for (const Column& column : input.beside) {
+    if (column.unit == "RPM") {
+      judge_fan(column, warnings);
+    }
+  }
+  judge_load(input, warnings);
+  return warnings;
+}
+
+void judge_key(const StepInput& input, const HeatCurve& curve, KeyResult& result) {
+  judge_slowest(curve, result);
+  judge_fastest(result);
+  judge_rise(input, result);
+}
+
+}  // namespace lab
