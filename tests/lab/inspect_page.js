@@ -10,6 +10,9 @@
   // Whether a canvas has a pixel of the colour of the first curve in its chart's legend.
   function isDrawn(plot) {
     var canvas = plot.querySelector(".live canvas");
+    if (!canvas) {
+      return false;
+    }
     var copy = document.createElement("canvas");
     copy.width = canvas.width;
     copy.height = canvas.height;
@@ -42,7 +45,7 @@
 
   function useTheCharts() {
     noted.axesBefore = axes().join("|");
-    var canvas = plots[1].querySelectorAll(".live canvas")[1];
+    var canvas = plots[plots.length - 1].querySelectorAll(".live canvas")[1];
     var box = canvas.getBoundingClientRect();
     var y = box.top + box.height / 2;
     mouse("mousedown", canvas, box.left + 250, y);

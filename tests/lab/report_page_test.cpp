@@ -11,6 +11,7 @@
 #include <regex>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "lab/browser.h"
@@ -152,6 +153,28 @@ TEST_F(ReportPage, NamesTheValuesBelowThePointer) {
 TEST_F(ReportPage, LetsItsTextBeSelected) {
   OpenedPage page = example();
   EXPECT_THAT(page.data["selected"], HasSubstr("TC0D warms by 0.83 K for each watt"));
+}
+
+TEST_F(ReportPage, DrawsPointsWithOneXBandsWithoutBoundsAndLoops) {
+  constexpr double kInfinite = std::numeric_limits<double>::infinity();
+  const auto series = [](const std::string& name, Series::Style style, std::vector<double> x) {
+    return Series{
+        .name = name, .style = style, .x = std::move(x), .y = {1, 2, 3}, .low = {}, .high = {}};
+  };
+  Chart unsure;
+  unsure.series = {series("a", Series::Style::line, {1, 2, 3}),
+                   series("b", Series::Style::points, {2, 2, 2})};
+  unsure.series[0].low = {-kInfinite, 1, 2};
+  unsure.series[0].high = {2, 3, kInfinite};
+  Chart loop;
+  loop.series = {series("c", Series::Style::line, {1, 2, 1})};
+  Answer answer;
+  answer.charts = {unsure, loop};
+  OpenedPage page = open(inspected(report(example_run(), answer)));
+  EXPECT_EQ(page.data["plots"], "6");
+  EXPECT_EQ(page.data["drawn"], "5") << "the loop stays a drawing";
+  EXPECT_EQ(page.data["colourful"], "5");
+  EXPECT_THAT(page.console, IsEmpty());
 }
 
 TEST_F(ReportPage, FollowsTheColoursOfTheReader) {

@@ -81,6 +81,9 @@ std::string heading_part(const Run& run, const Answer& answer) {
 }
 
 std::string answer_part(const Answer& answer) {
+  if (answer.decided && answer.sentences.empty() && answer.tables.empty()) {
+    return "";
+  }
   std::string html = html::element("h2", "Answer");
   if (!answer.decided) {
     html += html::text("p class=\"alarm\"", "The data cannot decide this question.");

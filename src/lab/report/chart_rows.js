@@ -94,25 +94,58 @@ var chartRows = (function () {
     return rows;
   }
 
-  // The rows of a chart whose series have each their own x: null where a series has no point.
-  function merged(all, xLog, bands) {
+  // A point of a series: with its band, where it has one that the chart can show.
+  function point(series, at, yLog, bands) {
+    var y = isFinite(series.y[at]) ? series.y[at] : NaN;
+    if (!bands) {
+      return y;
+    }
+    var low = series.low[at];
+    var high = series.high[at];
+    var shown = isFinite(low) && isFinite(high) && (!yLog || low > 0);
+    return shown ? [low, y, high] : [y, y, y];
+  }
+
+  // The rows of a chart whose series have each their own x: null where a series has no point. A
+  // series with several points at one x has as many rows there.
+  function merged(all, figure, bands) {
     var byX = new Map();
     all.forEach(function (series, at) {
       for (var i = 0; i < series.x.length; ++i) {
         var x = series.x[i];
-        if (xLog && !(x > 0)) {
+        if (!isFinite(x) || (figure.xLog && x <= 0)) {
           continue;
         }
         if (!byX.has(x)) {
-          byX.set(x, [x].concat(all.map(function () {
-            return bands ? [null, null, null] : null;
-          })));
+          byX.set(x, []);
         }
-        byX.get(x)[at + 1] = bands ? [series.low[i], series.y[i], series.high[i]] : series.y[i];
+        var rows = byX.get(x);
+        var row = rows.find(function (each) { return !each.taken[at]; });
+        if (!row) {
+          row = { taken: {}, values: [x].concat(all.map(function () {
+            return bands ? [null, null, null] : null;
+          })) };
+          rows.push(row);
+        }
+        row.taken[at] = true;
+        row.values[at + 1] = point(series, i, figure.yLog, bands);
       }
     });
-    return Array.from(byX.values()).sort(function (a, b) { return a[0] - b[0]; });
+    var sorted = Array.from(byX.keys()).sort(function (a, b) { return a - b; });
+    return [].concat.apply([], sorted.map(function (x) {
+      return byX.get(x).map(function (row) { return row.values; });
+    }));
   }
 
-  return { gaps: gaps, timed: timed, merged: merged };
+  // Whether a line along these points goes from left to right, as those that can be zoomed must.
+  function ascends(xs) {
+    for (var i = 1; i < xs.length; ++i) {
+      if (xs[i] < xs[i - 1]) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  return { gaps: gaps, timed: timed, merged: merged, ascends: ascends };
 })();

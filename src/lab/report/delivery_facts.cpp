@@ -1,6 +1,7 @@
 #include <cmath>
 #include <optional>
 
+#include "lab/plan/duration.h"
 #include "lab/report/column_range.h"
 #include "lab/report/facts.h"
 #include "lab/report/number_text.h"
@@ -49,10 +50,16 @@ std::string holes_text(const Delivery& delivery) {
   return text;
 }
 
+std::string length_text(const Table& samples) {
+  return samples.time_s.size() < 2
+             ? ""
+             : " in " + spoken(samples.time_s.back() - samples.time_s.front());
+}
+
 std::string samples_text(const Run& run) {
   const Delivery& delivery = run.delivery;
   std::string text =
-      count_text(delivery.samples) + ", " +
+      count_text(delivery.samples) + length_text(run.samples) + ", " +
       (delivery.samples_lost == 0 ? "none lost" : count_text(delivery.samples_lost) + " lost");
   if (delivery.sample_gap_max_s.has_value()) {
     text += ", at most " + with_unit(number_text(*delivery.sample_gap_max_s, 3), "s") +

@@ -182,8 +182,18 @@
     return Object.assign(all, colours(chart));
   }
 
+  // A loop, whose line goes back, stays a drawing.
+  function canZoom(figure) {
+    return figure.series.every(function (series) {
+      return series.style === "points" || chartRows.ascends(numbers(series.x, Float64Array));
+    });
+  }
+
   function makeChart(place, index) {
     var figure = data.figures[index];
+    if (!canZoom(figure)) {
+      return;
+    }
     var chart = {
       figure: figure,
       window: null,
@@ -201,7 +211,7 @@
       chart.gaps = chartRows.gaps(chart.ys, chart.xs.length);
       rows = chartRows.timed(chart, null, Math.max(live.clientWidth, 200));
     } else {
-      rows = chartRows.merged(figure.series.map(decodedSeries), figure.xLog, hasBands(figure));
+      rows = chartRows.merged(figure.series.map(decodedSeries), figure, hasBands(figure));
     }
     if (rows.length === 0) {
       place.classList.remove("is-live");

@@ -13,7 +13,7 @@ namespace lab {
 
 /// Title, machine, and what is alarming about the run.
 std::string heading_part(const Run& run, const Answer& answer);
-/// The answer in words, and its tables.
+/// The answer in words, and its tables. Nothing if it has neither: a run without a question.
 std::string answer_part(const Answer& answer);
 /// A chart for each figure; `problem` says why they cannot be zoomed, or is empty.
 std::string charts_part(const std::vector<Figure>& figures, const std::string& problem);

@@ -155,7 +155,7 @@ std::string svg_chart(const Figure& figure) {
   for (std::size_t i = 0; i < figure.chart.series.size(); ++i) {
     const Series series = thinned(figure.chart.series[i], kMostPoints);
     const std::string ink = class_of(series, figure.inks[i]);
-    if (!series.low.empty()) {
+    if (series.low.size() == series.x.size() && series.high.size() == series.x.size()) {
       svg += "<path class=\"band " + ink + "\" d=\"" + drawing.band(series) + "\"/>";
     }
     svg += "<path class=\"curve " + ink + "\" d=\"" +

@@ -83,6 +83,9 @@ double Thinning::rows_in_a_bucket() const {
 }
 
 Series thinned(const Series& series, std::size_t most) {
+  if (!std::is_sorted(series.x.begin(), series.x.end())) {
+    return series;
+  }
   const Thinning thinning(series.x.size(), most);
   const bool band = series.low.size() == series.x.size() && series.high.size() == series.x.size();
   return {.name = series.name,

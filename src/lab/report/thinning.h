@@ -32,7 +32,8 @@ class Thinning {
   std::vector<std::size_t> begins_;  ///< the first row of each bucket, and the end of the last one
 };
 
-/// A series of about so many points at most, its band likewise.
+/// A series of about so many points at most, its band likewise. One whose x does not ascend, such
+/// as a loop, stays as it is: its neighbours are not neighbours in the picture.
 Series thinned(const Series& series, std::size_t most);
 
 }  // namespace lab

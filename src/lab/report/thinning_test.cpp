@@ -80,5 +80,18 @@ TEST(Thinning, ThinsTheBandOfASeriesToo) {
   EXPECT_EQ(few.high.back(), 99);
 }
 
+TEST(Thinning, LeavesALoopAsItIs) {
+  std::vector<double> there_and_back = counting(50);
+  const std::vector<double> there = there_and_back;
+  there_and_back.insert(there_and_back.end(), there.rbegin(), there.rend());
+  const Series series{.name = "a",
+                      .style = Series::Style::line,
+                      .x = there_and_back,
+                      .y = counting(100),
+                      .low = {},
+                      .high = {}};
+  EXPECT_EQ(thinned(series, 10).x.size(), 100U);
+}
+
 }  // namespace
 }  // namespace lab
