@@ -64,6 +64,14 @@
     noted.axesAfter = axes().join("|");
   }
 
+  function hideACurve() {
+    var plot = plots[plots.length - 1];
+    plot.parentNode.querySelector(".legend li").click();
+    noted.hidden = !isDrawn(plot);
+    plot.parentNode.querySelector(".legend li").click();
+    noted.shown = isDrawn(plot);
+  }
+
   function selected() {
     getSelection().selectAllChildren(document.querySelector("main"));
     return getSelection().toString();
@@ -77,6 +85,7 @@
     noted.wider = document.documentElement.scrollWidth > innerWidth;
     noted.selected = selected().replace(/\s+/g, " ").slice(0, 400);
     useTheCharts();
+    hideACurve();
     setTimeout(function () { noted.refused = refused; }, 0);
   });
 })();

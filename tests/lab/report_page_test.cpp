@@ -145,6 +145,12 @@ TEST_F(ReportPage, ZoomsItsChartsOverTimeTogether) {
   EXPECT_EQ(page.data["axes-after"], page.data["axes-before"]) << "a double click shows all again";
 }
 
+TEST_F(ReportPage, HidesACurveWhoseNameIsClicked) {
+  OpenedPage page = example();
+  EXPECT_EQ(page.data["hidden"], "true");
+  EXPECT_EQ(page.data["shown"], "true");
+}
+
 TEST_F(ReportPage, NamesTheValuesBelowThePointer) {
   OpenedPage page = example();
   EXPECT_EQ(page.data["values"], "8") << "of all series over time";

@@ -76,7 +76,7 @@ std::string charts_part(const std::vector<Figure>& figures, const std::string& p
   if (problem.empty()) {
     html += html::text("p class=\"hint live-only\"",
                        "Drag across a chart to zoom, drag with Shift to pan, double-click to see "
-                       "all. Charts over time zoom together.");
+                       "all. Charts over time zoom together. Click a name to hide its curve.");
   } else {
     html += html::text("p class=\"hint\"", "The charts cannot be zoomed: " + problem + ".");
   }

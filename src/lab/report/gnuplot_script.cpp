@@ -119,10 +119,11 @@ std::string phases(const Figure& figure) {
   std::string all = figure.phases.empty() ? "" : "set offsets 0, 0, graph 0.13, 0\n";
   for (const Stretch& phase : figure.phases) {
     const std::string at = number(phase.begin);
-    all += "set arrow from " + at + ", graph 0 to " + at + ", graph 1 nohead dt (2,3) lc rgb '" +
-           paper_colour("phase") + "'\n";
-    all += "set label " + quoted(phase.name) + " at " + at +
-           ", graph 0.95 offset character 0.5,0 textcolor rgb '" + paper_colour("quiet") + "'\n";
+    all.append("set arrow from ").append(at).append(", graph 0 to ").append(at);
+    all.append(", graph 1 nohead dt (2,3) lc rgb '").append(paper_colour("phase")).append("'\n");
+    all.append("set label ").append(quoted(phase.name)).append(" at ").append(at);
+    all.append(", graph 0.95 offset character 0.5,0 textcolor rgb '");
+    all.append(paper_colour("quiet")).append("'\n");
   }
   return all;
 }

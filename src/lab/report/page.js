@@ -189,6 +189,27 @@
     });
   }
 
+  // A name in the legend hides its curve, and shows it again.
+  function makeSwitches(chart, place) {
+    Array.from(place.parentNode.querySelectorAll(".legend li")).forEach(function (item, at) {
+      function toggle() {
+        var shown = item.getAttribute("aria-pressed") !== "true";
+        item.setAttribute("aria-pressed", shown);
+        chart.graph.setVisibility(at, shown);
+      }
+      item.tabIndex = 0;
+      item.setAttribute("role", "button");
+      item.setAttribute("aria-pressed", "true");
+      item.addEventListener("click", toggle);
+      item.addEventListener("keydown", function (event) {
+        if (event.key === "Enter" || event.key === " ") {
+          event.preventDefault();
+          toggle();
+        }
+      });
+    });
+  }
+
   function makeChart(place, index) {
     var figure = data.figures[index];
     if (!canZoom(figure)) {
@@ -220,6 +241,7 @@
     }
     chart.graph = new Dygraph(live, rows, options(chart));
     charts.push(chart);
+    makeSwitches(chart, place);
     chart.graph.ready(function () {
       document.body.dataset.drawn = Number(document.body.dataset.drawn || 0) + 1;
       document.body.dataset.drawnAfterMs = Math.round(performance.now());
