@@ -1,12 +1,11 @@
-#include <dirent.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
-#include <fstream>
 #include <random>
 
+#include "program/guardians.h"
 #include "program/tree_machine.h"
 #include "program/vorn_program.h"
 
@@ -81,24 +80,6 @@ TEST_F(LinuxKilled, AnAbortIsGivenBackToo) {
   EXPECT_EQ(machine_.tree().snapshot(), before_);
 }
 
-/// The guardians that live, by process number. One that has ended may stay in the list of processes
-/// until somebody asks for its end.
-std::vector<pid_t> living_guardians() {
-  std::vector<pid_t> found;
-  DIR* const proc = opendir("/proc");
-  while (const dirent* const entry = readdir(proc)) {
-    std::ifstream in(std::string("/proc/") + entry->d_name + "/stat");
-    std::string number;
-    std::string name;
-    char state = 0;
-    if (in >> number >> name >> state && name == "(vorn-guardian)" && state != 'Z') {
-      found.push_back(static_cast<pid_t>(std::stol(number)));
-    }
-  }
-  closedir(proc);
-  return found;
-}
-
 // Its user may not put anything back by himself: the guardian kept the right to.
 TEST_F(LinuxKilled, IsGivenBackForTheUserOfASetUserIdProgram) {
   if (program::kSanitized) {
@@ -123,7 +104,7 @@ TEST_F(LinuxKilled, WhatBothWereKilledWithIsRepairedByHand) {
   Running running(everything_at_once());
   ASSERT_TRUE(running.wait_until_catching());
   std::this_thread::sleep_for(std::chrono::seconds(1));
-  const std::vector<pid_t> guardians = living_guardians();
+  const std::vector<pid_t> guardians = living_guardians(machine_.folder());
   EXPECT_EQ(guardians.size(), 2U);
   for (const pid_t guardian : guardians) {
     kill(guardian, SIGKILL);
@@ -143,7 +124,7 @@ TEST_F(LinuxKilled, WhatBothWereKilledWithIsRepairedByTheNextRun) {
   Running running(everything_at_once());
   ASSERT_TRUE(running.wait_until_catching());
   std::this_thread::sleep_for(std::chrono::seconds(1));
-  for (const pid_t guardian : living_guardians()) {
+  for (const pid_t guardian : living_guardians(machine_.folder())) {
     kill(guardian, SIGKILL);
   }
   running.send(SIGKILL);
@@ -160,10 +141,10 @@ TEST_F(LinuxKilled, GuardiansEndWithTheirRun) {
   const Outcome outcome =
       program::run(machine_.vorn({"-c", "1", "-s", "1500", "-p", "2", "-t", "1"}));
   EXPECT_EQ(outcome.status, 0);
-  for (int tries = 0; tries < 500 && !living_guardians().empty(); ++tries) {
+  for (int tries = 0; tries < 500 && !living_guardians(machine_.folder()).empty(); ++tries) {
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
-  EXPECT_TRUE(living_guardians().empty());
+  EXPECT_TRUE(living_guardians(machine_.folder()).empty());
 }
 
 }  // namespace

@@ -162,14 +162,18 @@ TEST_F(LinuxRun, LeavesTheFansToAnotherDaemon) {
   EXPECT_EQ(machine_.tree().snapshot(), before_);
 }
 
-TEST_F(LinuxRun, LeavesWhatWasSetWhenTheStartFails) {
-  const Outcome outcome = run({"-s", "1500", "-p", "99", "-t", "1"});
+TEST_F(LinuxRun, LeavesWhatItSetToItsGuardianWhenTheStartFails) {
+  Running running(machine_.vorn({"-s", "1500", "-p", "99", "-t", "1"}));
+  const Outcome outcome = running.wait();
   EXPECT_EQ(outcome.status, 255);
-  EXPECT_NE(machine_.tree().snapshot(), before_) << "the fans stay as they were set";
-  const Outcome restored = program::run(machine_.keys({"--restore"}));
-  EXPECT_EQ(restored.out, "fans: given back\n");
-  EXPECT_EQ(restored.status, 0);
+  EXPECT_TRUE(machine_.is_given_back_in_a_second());
   EXPECT_EQ(machine_.tree().snapshot(), before_);
+  const std::string line = "vorn: the run ended without giving back its fans: given back now\n";
+  for (int tries = 0; tries < 1000 && running.err().find(line) == std::string::npos; ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  EXPECT_NE(running.err().find("Unable to set P-state 99\n"), std::string::npos);
+  EXPECT_NE(running.err().find(line), std::string::npos) << running.err();
 }
 
 TEST_F(LinuxRun, GivesEverythingBackAtWhateverMomentItIsInterrupted) {

@@ -62,8 +62,9 @@ const std::map<std::string, Modules> kLinuxMayInclude = {
     {"sysfs", {}},
     {"giving_back", {"sysfs"}},
     {"sensors", {"sysfs"}},
-    {"guardian", {"sysfs", "giving_back"}},
-    {"fans", {"sysfs", "giving_back", "guardian"}},
+    {"watch", {"sysfs", "giving_back"}},
+    {"guardian", {"sysfs", "giving_back", "watch"}},
+    {"fans", {"sysfs", "giving_back", "watch", "guardian"}},
     {"cpufreq", {"sysfs", "giving_back", "guardian"}},
     {"checkup", {"sysfs", "giving_back", "guardian", "sensors", "fans", "cpufreq"}},
 };

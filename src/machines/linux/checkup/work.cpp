@@ -34,7 +34,7 @@ bool measure_and_keep(Machine& machine, const Surroundings& surroundings, const 
 
 bool restore_part(const Surroundings& surroundings, const std::string& part,
                   const Console& console) {
-  const sysfs::Result<StateFile> state = StateFile::lock(surroundings, part);
+  const sysfs::Result<StateFile> state = StateFile::lock_or_take_over(surroundings, part);
   if (!state) {
     console.complain(state.failure().message);
     return false;
@@ -42,6 +42,10 @@ bool restore_part(const Surroundings& surroundings, const std::string& part,
   if (!repair(surroundings, *state)) {
     console.complain(part + ": could not all be given back; " + state->path() +
                      " keeps what is left to do");
+    return false;
+  }
+  if (const auto removed = state->remove_if_taken_over(); !removed) {
+    console.complain(removed.failure().message);
     return false;
   }
   console.print(part + ": given back");
@@ -70,6 +74,10 @@ bool calibrate(Machine& machine, const Surroundings& surroundings, const Console
 }
 
 bool restore_parts(const Surroundings& surroundings, const Console& console) {
+  if (surroundings.effective_user() != 0) {
+    console.complain("giving back needs root: sudo vorn-keys --restore");
+    return false;
+  }
   bool all = true;
   const std::vector<std::string> parts = parts_with_state(surroundings);
   for (const std::string& part : parts) {

@@ -1,6 +1,10 @@
 #include "machines/linux/checkup/work.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <array>
 
 #include <algorithm>
 #include <cerrno>
@@ -221,6 +225,37 @@ TEST_F(Restore, LeavesAloneWhatARunHolds) {
   EXPECT_FALSE(restore());
   EXPECT_HAS(kept.complaints, "another run holds the fans");
   EXPECT_EQ(tree.text("devices/a"), "5");
+}
+
+TEST_F(Restore, TakesOverFromAHolderWhoShowsNoLife) {
+  leave("fans", set_line("devices/a", "1") + "\n");
+  const auto stopped = StateFile::lock(world.surroundings, "fans");
+  ASSERT_TRUE(stopped);
+  const std::array<timespec, 2> long_ago{timespec{.tv_sec = 1000, .tv_nsec = 0},
+                                         timespec{.tv_sec = 1000, .tv_nsec = 0}};
+  ASSERT_EQ(futimens(stopped->descriptor(), long_ago.data()), 0);
+  EXPECT_TRUE(restore());
+  EXPECT_EQ(kept.printed, "fans: given back\n");
+  EXPECT_EQ(tree.text("devices/a"), "1");
+  EXPECT_TRUE(stopped->is_removed()) << "which tells him";
+  EXPECT_TRUE(StateFile::lock(world.surroundings, "fans")) << "for the next run";
+}
+
+TEST_F(Restore, NeedsRoot) {
+  leave("fans", set_line("devices/a", "1") + "\n");
+  world.user = 1000;
+  EXPECT_FALSE(restore());
+  EXPECT_EQ(kept.complaints, "giving back needs root: sudo vorn-keys --restore\n");
+  EXPECT_EQ(tree.text("devices/a"), "5");
+}
+
+TEST_F(Restore, LeavesWhatSomebodyHasSetSince) {
+  leave("P-states",
+        set_line("devices/a", "1", "3") + "\n" + set_line("devices/b", "2", "5") + "\n");
+  EXPECT_TRUE(restore());
+  EXPECT_EQ(tree.text("devices/a"), "5") << "which is neither 1 nor 3";
+  EXPECT_EQ(tree.text("devices/b"), "2");
+  EXPECT_TRUE(world.reported("devices/a reads 5, which was set since: left as it is"));
 }
 
 }  // namespace

@@ -55,6 +55,9 @@ Result<Done> PStateControl::force(std::uint32_t n) {
     return begun;
   }
   Result<Done> pinned = pin(n);
+  if (pinned && !ledger_.holds()) {  // this process stood still meanwhile, and nobody is behind it
+    pinned = Failure{Trouble::refused, ECANCELED, "P-states: they have been given back meanwhile"};
+  }
   if (pinned) {
     return pinned;
   }
@@ -120,7 +123,12 @@ Result<Done> PStateControl::save(const PinPlan& plan) {
     // The first value stays: later ones may be those that were forced. The ledger keeps what it
     // has already.
     const std::string& value = saved_.emplace(original.attribute, original.value).first->second;
-    if (Result<Done> noted = ledger_.note(set_line(original.attribute, value)); !noted) {
+    const auto forced =
+        std::find_if(plan.writes.begin(), plan.writes.end(),
+                     [&](const Setting& write) { return write.attribute == original.attribute; });
+    const std::string line =
+        set_line(original.attribute, value, forced == plan.writes.end() ? "" : forced->value);
+    if (Result<Done> noted = ledger_.note(line); !noted) {
       return noted;
     }
   }

@@ -8,6 +8,7 @@
 #include "machines/linux/fans/daemons.h"
 #include "machines/linux/fans/settling.h"
 #include "machines/linux/fans/taken_channel.h"
+#include "machines/linux/watch/fan_watch.h"
 
 // From full speed downwards, coarsely where a fan follows its pwm, finely where it may stop: the
 // last pwm at which it still turned is its lowest steady one. Then the stop: pwm 0 must bring it to
@@ -33,17 +34,18 @@ constexpr int kStartMargin = 20;
 
 constexpr std::int64_t kStartPatienceNs = 4 * kNsPerS;  // the grace that a started fan gets
 constexpr std::int64_t kSampleNs = 500 * kNsPerMs;
+constexpr int kMostFailedReads = 3;  // in a row
 
 constexpr double kSweepShare = 0.7;  // of the time, roughly
 
 class Calibration {
  public:
   Calibration(const Surroundings& surroundings, const FanChannel& fan, TakenChannel& channel,
-              Thermometers& thermometers, const CalibrationProgress& progress)
+              Ledger& ledger, const CalibrationProgress& progress)
       : surroundings_(surroundings),
         fan_(fan),
         channel_(channel),
-        thermometers_(thermometers),
+        ledger_(ledger),
         progress_(progress) {}
 
   Result<Curve> run();
@@ -69,17 +71,15 @@ class Calibration {
   const Surroundings& surroundings_;
   const FanChannel& fan_;
   TakenChannel& channel_;
-  Thermometers& thermometers_;
+  Ledger& ledger_;
   const CalibrationProgress& progress_;
-  Safety safety_;
   std::vector<CurvePoint> points_;
   int start_pwm_ = 0;
 };
 
 Result<Done> Calibration::may_go_on() {
-  const std::vector<TemperatureReading> temperatures = thermometers_.read();
-  if (const auto reason = safety_.judge(temperatures, {})) {
-    return Failure{Trouble::refused, ECANCELED, "the measurement was ended: " + *reason};
+  if (const auto alarm = ledger_.alarm()) {
+    return Failure{Trouble::refused, ECANCELED, "the measurement was ended: " + alarm->reason};
   }
   return Done{};
 }
@@ -146,7 +146,7 @@ Result<bool> Calibration::comes_to(bool turning, std::int64_t patience_ns) {
     }
     const Result<double> rpm = channel_.speed_rpm();
     failed = rpm ? 0 : failed + 1;
-    if (failed == kFailedReads) {
+    if (failed == kMostFailedReads) {
       return rpm.failure();
     }
     if (rpm && (*rpm > 0) == turning) {
@@ -252,19 +252,25 @@ Result<Done> may_calibrate(const Surroundings& surroundings, const FanChannel& f
 Result<Curve> measure_curve(const Surroundings& surroundings, Ledger& ledger, const FanChannel& fan,
                             const std::vector<WatchedTemperature>& temperatures,
                             const CalibrationProgress& progress) {
-  Thermometers thermometers(temperatures);
   Result<Done> may = may_calibrate(surroundings, fan);
   if (may) {
-    may = thermometers.open(surroundings.sys);
+    may = ledger.begin();
+  }
+  for (auto one = temperatures.begin(); may && one != temperatures.end(); ++one) {
+    may = ledger.watch(*one);
+  }
+  if (may) {
+    may = ledger.watch(WatchedFan{
+        .attribute = fan.input(), .slow = fan.kind().one_switch, .turns_from_ns = kMayStand});
   }
   if (!may) {
     return may.failure();
   }
   std::vector<std::string> noted;
   Result<TakenChannel> channel = TakenChannel::take(surroundings, ledger, fan, noted);
-  Result<Curve> curve = channel
-                            ? Calibration(surroundings, fan, *channel, thermometers, progress).run()
-                            : Result<Curve>(channel.failure());
+  Result<Curve> curve = channel ? Calibration(surroundings, fan, *channel, ledger, progress).run()
+                                : Result<Curve>(channel.failure());
+  ledger.forget_fan(fan.input());
   bool given_back = true;
   for (const std::string& line : noted) {
     given_back = ledger.give_back(line) && given_back;

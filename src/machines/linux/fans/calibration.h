@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "machines/linux/fans/curve.h"
-#include "machines/linux/fans/safety.h"
 #include "machines/linux/guardian/ledger.h"
 #include "machines/linux/surroundings.h"
 

@@ -44,7 +44,7 @@ FanControl::FanControl(const Surroundings& surroundings, Ledger& ledger,
                             const auto curve = load_curve(surroundings.curves_folder, fan);
                             return curve && curve->has_value();
                           })),
-      thermometers_(std::move(temperatures)) {
+      temperatures_(std::move(temperatures)) {
   for (const FanChannel& channel : channels_) {
     Fan fan{};
     fan.channel = &channel;

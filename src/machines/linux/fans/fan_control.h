@@ -17,9 +17,10 @@
 
 namespace linux_machine {
 
-/// The machine's fans as the controller's keys present them: a force bit and a target for each,
-/// and the watch that gives them back when something is amiss. Speeds are RPM; fans are numbered
-/// as in channels().
+/// The machine's fans as the controller's keys present them: a force bit and a target for each. It
+/// forces them and keeps them at their speed; who stands behind the ledger watches, and a thread of
+/// its own asks him and gives up what may be held no longer. Speeds are RPM; fans are numbered as
+/// in channels().
 ///
 /// The end of its life leaves the fans as they stand: see Ledger. Thread: any; a call may wait for
 /// another that measures a maximum, up to 10 s a fan.
@@ -74,8 +75,8 @@ class FanControl {
   /// Thread: any, and it waits for nothing.
   bool tripped() const { return tripped_; }
 
-  /// One round of the watch: gives the fans back if need be, else corrects their speeds. To be
-  /// called each kWatchPeriodNs while a bit is set.
+  /// One round: gives the fans up if there is an alarm, else corrects their speeds. To be called
+  /// each kWatchPeriodNs while a bit is set.
   void watch();
 
   static constexpr std::int64_t kWatchPeriodNs = 500 * kNsPerMs;
@@ -111,6 +112,7 @@ class FanControl {
   sysfs::Result<Done> force(Fan& fan);
   sysfs::Result<Done> force_all(std::uint16_t bits);
   sysfs::Result<Done> apply_target(Fan& fan);
+  sysfs::Result<Done> drive(Fan& fan);
   sysfs::Result<double> measured_maximum(Fan& fan);
   sysfs::Result<double> measure_unforced(Fan& fan);
   bool give_back(Fan& fan);
@@ -121,7 +123,11 @@ class FanControl {
   Failure canceled() const;
   sysfs::Result<Done> pay_owed();
   bool owes_now() const;
+  sysfs::Result<Done> begin_watch();
+  sysfs::Result<Done> tell_watch(const Fan& fan);
+  bool undo_late_command(TakenChannel& channel);
   sysfs::Result<Done> judge();
+  void read_speeds();
   void correct(Fan& fan, const std::optional<double>& rpm);
   void trip_if_alarmed();
   void begin_watching();
@@ -138,10 +144,9 @@ class FanControl {
   std::vector<Fan> fans_;
   std::vector<Owed> owed_;
   int rounds_owing_ = 0;  ///< of the watch with the privilege, since something is owed
-  Thermometers thermometers_;
-  Safety safety_;
+  const std::vector<WatchedTemperature> temperatures_;
   std::vector<std::optional<double>> speeds_;  ///< by fan, if read in the last round
-  std::optional<std::string> alarm_;           ///< what the last round found amiss
+  std::optional<Ledger::Alarm> alarm_;         ///< what the last round found amiss
   std::string trip_reason_;                    ///< once tripped
   std::atomic<bool> tripped_{false};           ///< written with the mutex held
   bool no_temperature_told_ = false;

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+#include "machines/linux/watch/fan_watch.h"
+
 namespace linux_machine {
 namespace {
 
@@ -12,7 +14,8 @@ using sysfs::Result;
 
 constexpr std::int64_t kMaximumPatienceNs = 10 * kNsPerS;  // a key's reader waits for it
 
-constexpr std::int64_t kSlowReadNs = 2 * kNsPerS;  // reads that take 500 ms, and stall the machine
+// Reads that take 500 ms, and stall the machine. Who watches over the fan reads it too.
+constexpr std::int64_t kSeldomNs = 6 * kNsPerS;
 
 constexpr int kMostLosses = 3;  // in a row: who takes the fan away does so for good
 
@@ -79,13 +82,16 @@ Result<Done> ForcedFan::drive_by_pwm(double target_rpm, const Curve& curve, std:
 }
 
 bool ForcedFan::read_is_due(std::int64_t now_ns) const {
-  return !channel_.chip().one_switch || now_ns - read_ns_ >= kSlowReadNs;
+  return !channel_.chip().one_switch || now_ns - read_ns_ >= kSeldomNs;
 }
 
-FanReading ForcedFan::read(std::int64_t now_ns) {
+Result<double> ForcedFan::read(std::int64_t now_ns) {
   read_ns_ = now_ns;
-  return {channel_.input(), channel_.speed_rpm(),
-          !may_stand() && now_ns - told_to_turn_ns_ >= kStartGraceNs};
+  return channel_.speed_rpm();
+}
+
+std::int64_t ForcedFan::turns_from_ns() const {
+  return may_stand() ? kMayStand : told_to_turn_ns_ + kStartGraceNs;
 }
 
 std::optional<std::string> ForcedFan::keep_mode(std::int64_t now_ns) {

@@ -4,7 +4,6 @@
 
 #include "machines/linux/fans/curve.h"
 #include "machines/linux/fans/regulator.h"
-#include "machines/linux/fans/safety.h"
 #include "machines/linux/fans/settling.h"
 #include "machines/linux/fans/taken_channel.h"
 
@@ -24,11 +23,14 @@ class ForcedFan {
                                           std::int64_t now_ns);
 
   /// Whether read() is due in this round: a chip that stalls the machine when it is read is asked
-  /// each 2 s only.
+  /// seldom.
   bool read_is_due(std::int64_t now_ns) const;
 
-  /// One round: reads the speed, for correct() and for who watches.
-  FanReading read(std::int64_t now_ns);
+  /// One round: reads the speed, for correct().
+  sysfs::Result<double> read(std::int64_t now_ns);
+
+  /// From when on the fan has to turn; kMayStand: it may stand.
+  std::int64_t turns_from_ns() const;
 
   /// One round: puts the fan back into its mode if something (the firmware, a resume) took it out
   /// of it. Returns why it cannot be kept there, naming the attribute; none if all is well.
@@ -74,7 +76,7 @@ class ForcedFan {
   int times_lost_ = 0;            ///< rounds in a row in which it was not in its mode
   std::int64_t told_to_turn_ns_;  ///< since when it may not stand any more
   std::int64_t commanded_ns_;     ///< when its pwm was last changed, or the chip's target
-  std::int64_t read_ns_;          ///< when its speed was last read for the watch
+  std::int64_t read_ns_;          ///< when its speed was last read
 };
 
 /// The speed of a fan at full pwm, or what it has come to within 10 s. One that does not turn is a

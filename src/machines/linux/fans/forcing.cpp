@@ -4,6 +4,7 @@
 
 #include "machines/linux/fans/daemons.h"
 #include "machines/linux/fans/fan_control.h"
+#include "machines/linux/watch/fan_watch.h"
 
 // The half of FanControl that takes fans and gives them back.
 //
@@ -35,7 +36,23 @@ Result<sysfs::Done> FanControl::may_force(const Fan& fan) {
   if (const std::optional<std::string> daemon = running_fan_daemon(surroundings_.proc)) {
     return Failure{Trouble::refused, EBUSY, beside_daemon(*daemon)};
   }
-  return thermometers_.open(surroundings_.sys);
+  return Done{};
+}
+
+/// Makes this process the one that holds the fans, with all temperatures watched.
+Result<sysfs::Done> FanControl::begin_watch() {
+  Result<Done> begun = ledger_.begin();
+  for (auto one = temperatures_.begin(); begun && one != temperatures_.end(); ++one) {
+    begun = ledger_.watch(*one);
+  }
+  return begun;
+}
+
+Result<sysfs::Done> FanControl::tell_watch(const Fan& fan) {
+  const TakenChannel& channel = fan.forced->channel();
+  return ledger_.watch(WatchedFan{.attribute = channel.input(),
+                                  .slow = channel.chip().one_switch,
+                                  .turns_from_ns = fan.forced->turns_from_ns()});
 }
 
 Result<sysfs::Done> FanControl::force_all(std::uint16_t bits) {
@@ -50,8 +67,8 @@ Result<sysfs::Done> FanControl::force_all(std::uint16_t bits) {
       return may;
     }
   }
-  if (bits_now() == 0) {
-    safety_.begin_anew();
+  if (Result<Done> begun = begin_watch(); !begun) {
+    return begun;
   }
   for (Fan* fan : wanted) {
     if (Result<Done> done = force(*fan); !done) {
@@ -63,7 +80,7 @@ Result<sysfs::Done> FanControl::force_all(std::uint16_t bits) {
       return done;
     }
   }
-  if (thermometers_.none() && !std::exchange(no_temperature_told_, true)) {
+  if (temperatures_.empty() && !std::exchange(no_temperature_told_, true)) {
     surroundings_.report(
         "fans are forced, and no temperature of the processor is watched: none was found");
   }
@@ -83,10 +100,19 @@ Result<sysfs::Done> FanControl::force(Fan& fan) {
   }
   fan.forced = std::make_unique<ForcedFan>(std::move(*taken), surroundings_.now_ns());
   fan.applied.reset();
-  return fan.target ? apply_target(fan) : Done{};
+  Result<Done> watched = tell_watch(fan);
+  return watched && fan.target ? apply_target(fan) : watched;
 }
 
 Result<sysfs::Done> FanControl::apply_target(Fan& fan) {
+  Result<Done> driven = drive(fan);
+  if (fan.forced) {  // a measurement on the way may have ended in giving it back
+    tell_watch(fan);
+  }
+  return driven;
+}
+
+Result<sysfs::Done> FanControl::drive(Fan& fan) {
   const double target = *fan.target;
   if (fan.applied == target) {
     return Done{};
@@ -138,6 +164,14 @@ Result<double> FanControl::measure_unforced(Fan& fan) {
   Result<Done> may = may_force(fan);
   if (may) {
     may = pay_owed();
+  }
+  if (may) {
+    may = begin_watch();
+  }
+  if (may) {
+    may = ledger_.watch(WatchedFan{.attribute = fan.channel->input(),
+                                   .slow = fan.channel->kind().one_switch,
+                                   .turns_from_ns = kMayStand});
   }
   if (!may) {
     return may.failure();
@@ -191,6 +225,10 @@ bool FanControl::give_back(Fan& fan) {
 }
 
 bool FanControl::give_back(TakenChannel& channel) {
+  ledger_.forget_fan(channel.input());
+  if (alarm_ && alarm_->given_back) {
+    return undo_late_command(channel);
+  }
   const std::vector<std::string>& lines = channel.lines();
   const bool needed = std::any_of(lines.begin(), lines.end(),
                                   [this](const std::string& line) { return shared(line); });
@@ -198,6 +236,16 @@ bool FanControl::give_back(TakenChannel& channel) {
   channel.put_back(mode_switch);
   // A line that cannot be paid may have ended at full speed.
   return give_back_lines(lines, channel.enable()) || channel.put_back(mode_switch);
+}
+
+/// The guardian has given the fan back. A command that was under way when this process was stopped
+/// comes after that; what stands as it was forced is ours still. Whatever else it is, is somebody
+/// else's by now.
+bool FanControl::undo_late_command(TakenChannel& channel) {
+  for (const std::string& line : channel.lines()) {
+    ledger_.give_back(line);
+  }
+  return !channel.is_in_its_mode() || channel.put_back(TakenChannel::Switch::put_back);
 }
 
 Result<sysfs::Done> FanControl::pay_owed() {

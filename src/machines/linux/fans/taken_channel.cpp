@@ -102,11 +102,27 @@ Result<TakenChannel> TakenChannel::take(const Surroundings& surroundings, Ledger
   }
   std::vector<std::string> lines;
   const bool full = fan.kind().zero_is_full_speed;
-  FanState state{fan.folder,  fan.channel,    fan.chip, before->target,
-                 before->pwm, before->enable, false,    full};
+  FanState state{.folder = fan.folder,
+                 .channel = fan.channel,
+                 .chip = fan.chip,
+                 .target = before->target,
+                 .pwm = before->pwm,
+                 .enable = before->enable,
+                 .zero_is_full_speed = full,
+                 .forced_modes = {fan.kind().manual_mode}};
+  if (before->target) {
+    state.forced_modes.push_back(*fan.kind().target_mode);
+  }
   lines.push_back(fan_line(state));
   if (fan.kind().one_switch) {
-    FanState all{fan.folder, 1, fan.chip, {}, {}, {}, true, full};
+    const FanState all{.folder = fan.folder,
+                       .channel = 1,
+                       .chip = fan.chip,
+                       .target = {},
+                       .pwm = {},
+                       .enable = {},
+                       .enable_unreadable = true,
+                       .zero_is_full_speed = full};
     lines.push_back(fan_line(all));
   }
   Result<TakenChannel> taken = open(surroundings.sys, fan, *before, lines);

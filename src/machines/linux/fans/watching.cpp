@@ -7,7 +7,8 @@
 #include "Process/thread_user.h"
 #include "machines/linux/fans/fan_control.h"
 
-// The half of FanControl that watches forced fans.
+// The half of FanControl that keeps forced fans at their speed, and gives them up when whoever
+// watches over them says so.
 
 namespace linux_machine {
 namespace {
@@ -34,11 +35,14 @@ void FanControl::watch() {
   }
   judge();
   for (std::size_t i = 0; i < fans_.size() && !alarm_; ++i) {
-    if (fans_[i].forced) {
-      alarm_ = fans_[i].forced->keep_mode(surroundings_.now_ns());
+    const auto lost = fans_[i].forced ? fans_[i].forced->keep_mode(surroundings_.now_ns())
+                                      : std::optional<std::string>();
+    if (lost) {
+      alarm_ = Ledger::Alarm{.reason = *lost, .given_back = false};
     }
   }
   trip_if_alarmed();
+  read_speeds();
   for (std::size_t i = 0; i < fans_.size(); ++i) {
     if (fans_[i].forced) {
       correct(fans_[i], speeds_[i]);
@@ -58,29 +62,29 @@ void FanControl::correct(Fan& fan, const std::optional<double>& rpm) {
   fan.forced->correct(rpm, surroundings_.now_ns());
 }
 
-/// Reads everything that is watched. Only finds out: it is asked in the middle of a measurement
-/// too, when the fans are not to be touched by anyone else.
+/// Only finds out: it is asked in the middle of a measurement too, when the fans are not to be
+/// touched by anyone else.
 Result<sysfs::Done> FanControl::judge() {
-  const std::vector<TemperatureReading> temperatures = thermometers_.read();
-  std::vector<FanReading> readings;
+  alarm_ = ledger_.alarm();
+  return alarm_ ? Result<Done>(Failure{Trouble::refused, ECANCELED, alarm_->reason}) : Done{};
+}
+
+void FanControl::read_speeds() {
   speeds_.assign(fans_.size(), std::nullopt);
   for (std::size_t i = 0; i < fans_.size(); ++i) {
     const std::int64_t now_ns = surroundings_.now_ns();
     if (fans_[i].forced && fans_[i].forced->read_is_due(now_ns)) {
-      readings.push_back(fans_[i].forced->read(now_ns));
-      const Result<double>& rpm = readings.back().rpm;
+      const Result<double> rpm = fans_[i].forced->read(now_ns);
       speeds_[i] = rpm ? std::optional<double>(*rpm) : std::nullopt;
     }
   }
-  alarm_ = safety_.judge(temperatures, readings);
-  return alarm_ ? Result<Done>(Failure{Trouble::refused, ECANCELED, *alarm_}) : Done{};
 }
 
 void FanControl::trip_if_alarmed() {
   if (!alarm_ || tripped_) {
     return;
   }
-  trip_reason_ = *alarm_;
+  trip_reason_ = alarm_->reason;
   tripped_ = true;
   std::string said = bits_now() != 0 ? "the fans are given back" : "no fan is forced";
   std::string lost;
@@ -92,7 +96,9 @@ void FanControl::trip_if_alarmed() {
   if (!lost.empty()) {
     said = "no fan is forced any more, but this could not be put back: " + lost;
   }
-  surroundings_.report(said + ": " + trip_reason_);
+  if (!alarm_->given_back || !lost.empty()) {  // else the guardian has said it
+    surroundings_.report(said + ": " + trip_reason_);
+  }
 }
 
 bool FanControl::owes_now() const {
@@ -141,7 +147,9 @@ void FanControl::watch_while_forced() {
 /// Nobody must watch with a privilege that nobody gave him, nor may fans be forced unwatched.
 void FanControl::refuse_to_watch(int error) {
   const Lock lock(mutex_);
-  alarm_ = "their watch cannot give up its privilege: " + std::generic_category().message(error);
+  alarm_ = Ledger::Alarm{.reason = "their watch cannot give up its privilege: " +
+                                   std::generic_category().message(error),
+                         .given_back = false};
   trip_if_alarmed();
   thread_runs_ = false;
   changed_.notify_all();

@@ -5,6 +5,8 @@
 namespace linux_machine {
 namespace {
 
+constexpr std::string_view kForced = " forced=";
+
 std::string number_or_none(const std::optional<long long>& number) {
   return number ? std::to_string(*number) : std::string(kNotThere);
 }
@@ -26,10 +28,34 @@ bool take_field(std::string_view& text, std::string_view name, std::string_view&
   return true;
 }
 
+std::string forced_field(std::string_view forced) {
+  return forced.empty() ? std::string() : std::string(kForced).append(forced);
+}
+
+std::string between_commas(const std::vector<int>& modes) {
+  std::string text;
+  for (const int mode : modes) {
+    text += (text.empty() ? "" : ",") + std::to_string(mode);
+  }
+  return text;
+}
+
+/// Cuts the field off the end of a line. Empty if there is none.
+std::string_view take_forced(std::string_view& line) {
+  const std::size_t at = line.rfind(kForced);
+  if (at == std::string_view::npos) {
+    return {};
+  }
+  const std::string_view forced = line.substr(at + kForced.size());
+  line = line.substr(0, at);
+  return forced;
+}
+
 }  // namespace
 
-std::string set_line(std::string_view attribute, std::string_view value) {
-  return "set " + std::string(attribute) + " " + std::string(value);
+std::string set_line(std::string_view attribute, std::string_view value, std::string_view forced) {
+  std::string line("set ");
+  return line.append(attribute).append(" ").append(value).append(forced_field(forced));
 }
 
 std::string fan_line(const FanState& state) {
@@ -37,7 +63,8 @@ std::string fan_line(const FanState& state) {
       state.enable_unreadable ? std::string(kUnreadable) : number_or_none(state.enable);
   return "fan " + state.folder + " " + std::to_string(state.channel) + " " + state.chip +
          " target=" + number_or_none(state.target) + " pwm=" + number_or_none(state.pwm) +
-         " enable=" + enable + (state.zero_is_full_speed ? " zero=full" : " zero=off");
+         " enable=" + enable + (state.zero_is_full_speed ? " zero=full" : " zero=off") +
+         forced_field(between_commas(state.forced_modes));
 }
 
 bool next_line(std::string_view& journal, std::string_view& line) {
@@ -50,16 +77,18 @@ bool next_line(std::string_view& journal, std::string_view& line) {
   return true;
 }
 
-bool parse_set_line(std::string_view line, std::string_view& attribute, std::string_view& value) {
+bool parse_set_line(std::string_view line, SetLine& set) {
+  set.forced = take_forced(line);
   if (take_word(line) != "set") {
     return false;
   }
-  attribute = take_word(line);
-  value = line;
-  return !attribute.empty() && !value.empty();
+  set.attribute = take_word(line);
+  set.value = line;
+  return !set.attribute.empty() && !set.value.empty();
 }
 
 bool parse_fan_line(std::string_view line, FanLine& fan) {
+  fan.forced = take_forced(line);
   if (take_word(line) != "fan") {
     return false;
   }

@@ -6,12 +6,17 @@ namespace linux_machine {
 namespace {
 
 TEST(Journal, ALineIsReadAsItWasWritten) {
-  std::string_view attribute;
-  std::string_view value;
-  const std::string set = set_line("a/energy_performance_preference", "balance power");
-  ASSERT_TRUE(parse_set_line(set, attribute, value));
-  EXPECT_EQ(attribute, "a/energy_performance_preference");
-  EXPECT_EQ(value, "balance power");
+  SetLine set;
+  const std::string preference = set_line("a/energy_performance_preference", "balance power");
+  ASSERT_TRUE(parse_set_line(preference, set));
+  EXPECT_EQ(set.attribute, "a/energy_performance_preference");
+  EXPECT_EQ(set.value, "balance power");
+  EXPECT_EQ(set.forced, "");
+  const std::string limit = set_line("a/max", "3000", "1200");
+  EXPECT_EQ(limit, "set a/max 3000 forced=1200");
+  ASSERT_TRUE(parse_set_line(limit, set));
+  EXPECT_EQ(set.value, "3000");
+  EXPECT_EQ(set.forced, "1200");
 
   FanState state;
   state.folder = "devices/platform/nct6775.656/hwmon/hwmon3";
@@ -33,6 +38,14 @@ TEST(Journal, ALineIsReadAsItWasWritten) {
   EXPECT_EQ(fan.pwm, "153");
   EXPECT_EQ(fan.enable, "5");
   EXPECT_EQ(fan.zero, kZeroIsFull);
+  EXPECT_EQ(fan.forced, "");
+
+  state.forced_modes = {1, 4};
+  const std::string forced = fan_line(state);
+  EXPECT_EQ(forced, line + " forced=1,4");
+  ASSERT_TRUE(parse_fan_line(forced, fan));
+  EXPECT_EQ(fan.zero, kZeroIsFull);
+  EXPECT_EQ(fan.forced, "1,4");
 }
 
 TEST(Journal, AModeThatCannotBeReadIsMarked) {
@@ -45,13 +58,12 @@ TEST(Journal, AModeThatCannotBeReadIsMarked) {
 }
 
 TEST(Journal, OtherLinesAreNone) {
-  std::string_view attribute;
-  std::string_view value;
+  SetLine set;
   FanLine fan;
   for (const char* line : {"", "set", "set a", "set a ", "fan a 1", "settle a b",
                            "fan f 1 chip pwm=1 target=1 enable=1 zero=off",
                            "fan f 1 chip target=1 pwm=1 enable=1", "fan f 1 chip target= pwm=1"}) {
-    EXPECT_FALSE(parse_set_line(line, attribute, value)) << line;
+    EXPECT_FALSE(parse_set_line(line, set)) << line;
     EXPECT_FALSE(parse_fan_line(line, fan)) << line;
   }
 }

@@ -8,10 +8,12 @@
 
 namespace linux_machine {
 
-/// Text built in place, without allocating, cut off at its end. Always ends in a zero byte.
-class LineText {
+/// Text of less than `Size` bytes built in place, without allocating, cut off at its end. Always
+/// ends in a zero byte.
+template <std::size_t Size>
+class BasicLineText {
  public:
-  LineText& add(std::string_view text) {
+  BasicLineText& add(std::string_view text) {
     const std::size_t fits = std::min(text.size(), buffer_.size() - 1 - length_);
     std::memcpy(buffer_.data() + length_, text.data(), fits);
     length_ += fits;
@@ -19,13 +21,21 @@ class LineText {
     return *this;
   }
 
+  BasicLineText& clear() {
+    length_ = 0;
+    buffer_[0] = '\0';
+    return *this;
+  }
+
   const char* c_str() const { return buffer_.data(); }
   std::string_view view() const { return {buffer_.data(), length_}; }
 
  private:
-  static constexpr std::size_t kLongest = 1024;
-  std::array<char, kLongest> buffer_{};
+  std::array<char, Size> buffer_{};
   std::size_t length_ = 0;
 };
+
+/// As long as what a user is told.
+using LineText = BasicLineText<1024>;
 
 }  // namespace linux_machine

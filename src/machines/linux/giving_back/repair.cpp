@@ -16,9 +16,9 @@ bool repair(const Surroundings& surroundings, const StateFile& state) {
   const std::function<void(std::string_view)> report = [&](std::string_view line) {
     surroundings.report(std::string(line));
   };
-  return journal->empty() ||
-         (restore(surroundings.sys, *journal, {surroundings.sleep_for, report}) &&
-          state.replace(""));
+  return journal->empty() || (restore(surroundings.sys, *journal, {surroundings.sleep_for, report},
+                                      PutBack::what_reads_as_forced) &&
+                              state.replace(""));
 }
 
 std::vector<std::string> parts_with_state(const Surroundings& surroundings) {

@@ -1,5 +1,7 @@
 #include "machines/linux/giving_back/restore.h"
 
+#include <bitset>
+#include <cstdlib>
 #include <cstring>
 
 #include "machines/linux/giving_back/direct_attribute.h"
@@ -66,8 +68,8 @@ bool is_held_down(sysfs::Tree& tree, std::string_view attribute, const char* pat
 }
 
 /// One line in one round. Returns whether nothing is left to do for it.
-bool write_line(sysfs::Tree& tree, std::string_view attribute, std::string_view value, Round round,
-                const RestoreTools& tools) {
+bool write_line(sysfs::Tree& tree, const SetLine& set, Round round, const RestoreTools& tools) {
+  const auto& [attribute, value, forced] = set;
   LineText path;
   path.add(attribute);
   const Settled before = settled(tree, path.c_str(), value);
@@ -95,38 +97,100 @@ bool write_line(sysfs::Tree& tree, std::string_view attribute, std::string_view 
   return false;
 }
 
-/// One round over all "set" lines. Returns whether all are as they are to be.
-bool write_round(sysfs::Tree& tree, std::string_view journal, Round round,
-                 const RestoreTools& tools) {
-  bool all = true;
+/// Which lines of a journal are left alone, by their number. Those beyond it never are.
+using Lines = std::bitset<8192>;
+
+bool is_left_alone(const Lines& left_alone, std::size_t line) {
+  return line < left_alone.size() && left_alone[line];
+}
+
+/// Calls `act(number, set)` for each "set" line.
+template <class Act>
+void for_each_set_line(std::string_view journal, Act act) {
   std::string_view line;
-  std::string_view attribute;
-  std::string_view value;
-  while (next_line(journal, line)) {
-    if (parse_set_line(line, attribute, value)) {
-      all = write_line(tree, attribute, value, round, tools) && all;
+  SetLine set;
+  for (std::size_t number = 0; next_line(journal, line); ++number) {
+    if (parse_set_line(line, set)) {
+      act(number, set);
     }
   }
+}
+
+/// Whether a limit reads as it was forced, but for the rounding of a driver that thinks in other
+/// steps.
+bool reads_as(std::string_view shown, std::string_view forced) {
+  constexpr long long kHundredth = 100;
+  const auto has = sysfs::parse_integer(shown);
+  const auto wanted = sysfs::parse_integer(forced);
+  return shown == forced || (has && wanted && *wanted >= kHundredth &&
+                             std::llabs(*has - *wanted) * kHundredth <= *wanted);
+}
+
+/// What somebody has set since: what reads neither as it was nor as any line says that it was
+/// forced. It is reported.
+Lines set_by_others(sysfs::Tree& tree, std::string_view journal, const RestoreTools& tools) {
+  Lines theirs;
+  for_each_set_line(journal, [&](std::size_t number, const SetLine& set) {
+    LineText path;
+    path.add(set.attribute);
+    DirectBuffer buffer;
+    const DirectAnswer answer = read_directly(tree, path.c_str(), buffer);
+    bool ours = answer.error != 0 || number >= theirs.size();
+    bool told = false;
+    for_each_set_line(journal, [&](std::size_t other_number, const SetLine& other) {
+      if (other.attribute == set.attribute) {
+        ours = ours || other.forced.empty() || answer.text == other.value ||
+               reads_as(answer.text, other.forced);
+        told = told || other_number < number;
+      }
+    });
+    if (!ours) {
+      theirs[number] = true;
+      if (!told) {
+        tools.report(LineText()
+                         .add(set.attribute)
+                         .add(" reads ")
+                         .add(answer.text)
+                         .add(", which was set since: left as it is")
+                         .view());
+      }
+    }
+  });
+  return theirs;
+}
+
+/// One round over all "set" lines. Returns whether all are as they are to be.
+bool write_round(sysfs::Tree& tree, std::string_view journal, const Lines& left_alone, Round round,
+                 const RestoreTools& tools) {
+  bool all = true;
+  for_each_set_line(journal, [&](std::size_t number, const SetLine& set) {
+    if (!is_left_alone(left_alone, number)) {
+      all = write_line(tree, set, round, tools) && all;
+    }
+  });
   return all;
 }
 
-bool restore_attributes(sysfs::Tree& tree, std::string_view journal, const RestoreTools& tools) {
-  if (write_round(tree, journal, Round::first, tools)) {
+bool restore_attributes(sysfs::Tree& tree, std::string_view journal, const RestoreTools& tools,
+                        PutBack what) {
+  const Lines left_alone =
+      what == PutBack::everything ? Lines() : set_by_others(tree, journal, tools);
+  if (write_round(tree, journal, left_alone, Round::first, tools)) {
     return true;
   }
   for (int round = 0; round < kRounds; ++round) {
-    if (write_round(tree, journal, Round::middle, tools)) {
+    if (write_round(tree, journal, left_alone, Round::middle, tools)) {
       return true;
     }
     tools.sleep_for(kBetweenRoundsNs);
   }
-  return write_round(tree, journal, Round::last, tools);
+  return write_round(tree, journal, left_alone, Round::last, tools);
 }
 
 }  // namespace
 
-bool restore(sysfs::Tree& tree, std::string_view journal, const RestoreTools& tools) {
-  bool all = restore_attributes(tree, journal, tools);
+bool restore(sysfs::Tree& tree, std::string_view journal, const RestoreTools& tools, PutBack what) {
+  bool all = restore_attributes(tree, journal, tools, what);
   // Where one switch makes all fans of a chip automatic, it comes when each has its pwm.
   for (const bool switches : {false, true}) {
     std::string_view rest = journal;
@@ -134,7 +198,7 @@ bool restore(sysfs::Tree& tree, std::string_view journal, const RestoreTools& to
     FanLine fan;
     while (next_line(rest, line)) {
       if (parse_fan_line(line, fan) && (fan.enable == kUnreadable) == switches) {
-        all = restore_fan(tree, fan, tools) && all;
+        all = restore_fan(tree, fan, tools, what) && all;
       }
     }
   }

@@ -15,6 +15,14 @@ struct RestoreTools {
   const std::function<void(std::string_view)>& report;
 };
 
+/// What of a journal is put back.
+enum class PutBack {
+  everything,
+  /// What reads as it was forced, or as it was: what reads otherwise has been set by somebody
+  /// since, and is his. For a journal that nobody has stood behind for a while.
+  what_reads_as_forced,
+};
+
 /// Puts back everything that `journal` (see journal.h) holds, and confirms it by reading.
 ///
 /// "set" attributes are written in their order, then read back; those that read differently
@@ -23,8 +31,10 @@ struct RestoreTools {
 /// not read back as it was is put at full speed instead.
 ///
 /// Returns whether everything is as it was. An attribute that has gone (a processor taken offline,
-/// a driver unloaded) is reported, and is no failure: there is nothing left to put back.
+/// a driver unloaded) is reported, and is no failure: there is nothing left to put back. So is what
+/// somebody else has set since.
 /// Allocates nothing of its own, so that it may run in a process forked from one with threads.
-bool restore(sysfs::Tree& tree, std::string_view journal, const RestoreTools& tools);
+bool restore(sysfs::Tree& tree, std::string_view journal, const RestoreTools& tools,
+             PutBack what = PutBack::everything);
 
 }  // namespace linux_machine

@@ -1,5 +1,6 @@
 #include "machines/linux/giving_back/restore_fan.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -117,6 +118,32 @@ bool put_at_full_speed(sysfs::Tree& tree, const Paths& paths, const FanLine& fan
          reads(tree, paths.enable, kFullSpeedMode);
 }
 
+enum class Whose {
+  ours,
+  back,    ///< its mode is as it was, and not one that it is forced in
+  theirs,  ///< somebody has put it into another mode since
+};
+
+/// By its mode, if that can be read: what a chip shows as its pwm is not always what it was told.
+Whose whose_mode(sysfs::Tree& tree, const Paths& paths, const FanLine& fan) {
+  DirectBuffer buffer;
+  const DirectAnswer answer = read_directly(tree, paths.enable.c_str(), buffer);
+  if (fan.forced.empty() || fan.enable == kNotThere || fan.enable == kUnreadable ||
+      answer.error != 0) {
+    return Whose::ours;
+  }
+  for (std::string_view modes = fan.forced; !modes.empty();) {
+    const std::string_view mode = modes.substr(0, modes.find(','));
+    modes.remove_prefix(std::min(mode.size() + 1, modes.size()));
+    const bool full_shown_as_zero =
+        fan.zero == kZeroIsFull && mode == kManual && answer.text == kFullSpeedMode;
+    if (answer.text == mode || full_shown_as_zero) {
+      return Whose::ours;
+    }
+  }
+  return same_mode(answer.text, fan) ? Whose::back : Whose::theirs;
+}
+
 enum class Chip { this_one, another, unknown };
 
 /// Whose channel `paths` is. A name that cannot be read now does not keep a fan from being put
@@ -157,10 +184,17 @@ bool find_renumbered(sysfs::Tree& tree, const FanLine& fan, Paths& paths) {
 
 }  // namespace
 
-bool restore_fan(sysfs::Tree& tree, const FanLine& fan, const RestoreTools& tools) {
+bool restore_fan(sysfs::Tree& tree, const FanLine& fan, const RestoreTools& tools, PutBack what) {
   Paths paths(fan.folder, fan.channel);
   if (chip_at(tree, paths, fan) == Chip::another && !find_renumbered(tree, fan, paths)) {
     tools.report(LineText().add(fan.folder).add(" has gone, or is no ").add(fan.chip).view());
+    return true;
+  }
+  const Whose whose = what == PutBack::everything ? Whose::ours : whose_mode(tree, paths, fan);
+  if (whose == Whose::theirs) {
+    tools.report(LineText().add(paths.enable.view()).add(" was set since: left as it is").view());
+  }
+  if (whose != Whose::ours) {
     return true;
   }
   int error = 0;

@@ -7,6 +7,6 @@ namespace linux_machine {
 
 /// Puts one fan channel back as its line says, or else at full speed; see restore(). Returns
 /// whether it is as it was.
-bool restore_fan(sysfs::Tree& tree, const FanLine& fan, const RestoreTools& tools);
+bool restore_fan(sysfs::Tree& tree, const FanLine& fan, const RestoreTools& tools, PutBack what);
 
 }  // namespace linux_machine

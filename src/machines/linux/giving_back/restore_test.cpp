@@ -32,7 +32,10 @@ constexpr const char* kFan = "fan h 2 nct6779 target=- pwm=153 enable=5 zero=ful
 class RestoreTest : public testing::Test {
  protected:
   bool restored(const std::string& journal) { return restored(tree_, journal); }
-  bool restored(sysfs::Tree& tree, const std::string& journal) {
+  bool restored_if_forced(const std::string& journal) {
+    return restored(tree_, journal, PutBack::what_reads_as_forced);
+  }
+  bool restored(sysfs::Tree& tree, const std::string& journal, PutBack what = PutBack::everything) {
     const std::function<void(std::int64_t)> sleep = [this](std::int64_t ns) {
       slept_ns_ += ns;
       if (on_sleep_) {
@@ -42,7 +45,7 @@ class RestoreTest : public testing::Test {
     const std::function<void(std::string_view)> report = [this](std::string_view line) {
       reports_.emplace_back(line);
     };
-    return restore(tree, journal, {sleep, report});
+    return restore(tree, journal, {sleep, report}, what);
   }
 
   /// The fan chip: refuses its pwm while automatic.
@@ -279,6 +282,44 @@ TEST_F(RestoreTest, FaultsForEverAreReportedByAttribute) {
                   testing::AnyOf(HasSubstr("h/pwm2_enable"), HasSubstr("p/scaling_max_freq")));
     }
   }
+}
+
+TEST_F(RestoreTest, OfAStaleJournalOnlyWhatReadsAsForcedIsPutBack) {
+  EXPECT_TRUE(restored_if_forced(
+      "set p/scaling_max_freq 3000 forced=1000\nset p/scaling_min_freq 800 forced=1200\n"));
+  EXPECT_EQ(tree_.text("p/scaling_max_freq"), "3000");
+  EXPECT_EQ(tree_.text("p/scaling_min_freq"), "1000");
+  EXPECT_THAT(reports_, ElementsAre("p/scaling_min_freq reads 1000, which was set since: left as "
+                                    "it is"));
+}
+
+TEST_F(RestoreTest, WhatADriverRoundedReadsAsForced) {
+  EXPECT_TRUE(restored_if_forced("set p/scaling_max_freq 3000 forced=1009\n"));
+  EXPECT_EQ(tree_.text("p/scaling_max_freq"), "3000");
+}
+
+TEST_F(RestoreTest, WhatWasForcedTwiceReadsAsOneOfBoth) {
+  EXPECT_TRUE(restored_if_forced(
+      "set p/scaling_max_freq 3000 forced=2000\nset p/scaling_max_freq 3000 forced=1000\n"));
+  EXPECT_EQ(tree_.text("p/scaling_max_freq"), "3000");
+  EXPECT_THAT(reports_, IsEmpty());
+}
+
+TEST_F(RestoreTest, AFanOfAStaleJournalIsPutBackInAModeThatItWasForcedIn) {
+  const std::string forced = "fan h 2 nct6779 target=- pwm=153 enable=5 zero=full forced=1,4\n";
+  tree_.put("h/pwm2_enable", "2");
+  EXPECT_TRUE(restored_if_forced(forced));
+  EXPECT_EQ(tree_.text("h/pwm2_enable"), "2");
+  EXPECT_THAT(reports_, ElementsAre("h/pwm2_enable was set since: left as it is"));
+  tree_.put("h/pwm2_enable", "5");
+  EXPECT_TRUE(restored_if_forced(forced));
+  EXPECT_EQ(tree_.text("h/pwm2"), "255") << "it is back, and not touched";
+  for (const char* mode : {"1", "0", "4"}) {  // 0: manual at full pwm, as some chips show it
+    tree_.put("h/pwm2_enable", mode);
+    EXPECT_TRUE(restored_if_forced(forced));
+    EXPECT_EQ(tree_.text("h/pwm2_enable"), "5") << mode;
+  }
+  EXPECT_EQ(reports_.size(), 1U);
 }
 
 }  // namespace

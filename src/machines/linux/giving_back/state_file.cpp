@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -17,15 +18,22 @@ using sysfs::Failure;
 using sysfs::Result;
 
 constexpr std::int64_t kLongestWaitNs = 2 * kNsPerS;
+// Until a guardian has noticed that its run shows no life, and has given back.
+constexpr std::int64_t kWaitForGuardianNs = 4 * kNsPerS;
+constexpr std::int64_t kLongestSilenceNs = 3 * kNsPerS;  // a holder who lives touches it at 4 Hz
 constexpr std::int64_t kBetweenTriesNs = 20 * kNsPerMs;
 
-int lock_patiently(int descriptor, const Surroundings& surroundings) {
+/// Ends early when `in_vain()`. Returns 0, EBUSY or another errno value.
+template <class InVain>
+int lock_patiently(int descriptor, const Surroundings& surroundings, std::int64_t patience_ns,
+                   InVain in_vain) {
   for (std::int64_t waited = 0;; waited += kBetweenTriesNs) {
     if (flock(descriptor, LOCK_EX | LOCK_NB) == 0) {
       return 0;
     }
-    if (errno != EWOULDBLOCK || waited >= kLongestWaitNs) {
-      return errno == EWOULDBLOCK ? EBUSY : errno;
+    const int error = errno == EWOULDBLOCK ? EBUSY : errno;
+    if (error != EBUSY || waited >= patience_ns || in_vain()) {
+      return error;
     }
     surroundings.sleep_for(kBetweenTriesNs);
   }
@@ -59,9 +67,31 @@ Result<Done> make_folder(const std::string& folder) {
   return Done{};
 }
 
+Failure not_locked(int error, const std::string& part, const std::string& path) {
+  if (error == EBUSY) {
+    return Failure{
+        sysfs::Trouble::refused, EBUSY,
+        "another run holds the " + part + " (" + path + "); wait for its end, or end it"};
+  }
+  return sysfs::failure("locking", path, error);
+}
+
+/// Whether no holder who lives has touched the file for long.
+bool is_silent(int descriptor) {
+  struct stat status {};
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  if (fstat(descriptor, &status) != 0) {
+    return false;
+  }
+  const std::int64_t age_ns =
+      (now.tv_sec - status.st_mtim.tv_sec) * kNsPerS + now.tv_nsec - status.st_mtim.tv_nsec;
+  return age_ns > kLongestSilenceNs;
+}
+
 }  // namespace
 
-Result<StateFile> StateFile::lock(const Surroundings& surroundings, const std::string& part) {
+Result<StateFile> StateFile::open_own(const Surroundings& surroundings, const std::string& part) {
   const Result<Done> folder = make_folder(surroundings.state_folder);
   if (!folder) {
     return folder.failure();
@@ -77,24 +107,55 @@ Result<StateFile> StateFile::lock(const Surroundings& surroundings, const std::s
       !is_ours_alone(status)) {
     return not_ours(file.path());
   }
-  const int refused = lock_patiently(descriptor, surroundings);
-  if (refused == EBUSY) {
-    return Failure{
-        sysfs::Trouble::refused, EBUSY,
-        "another run holds the " + part + " (" + file.path() + "); wait for its end, or end it"};
-  }
-  if (refused != 0) {
-    return sysfs::failure("locking", file.path(), refused);
-  }
   return file;
 }
 
+Result<StateFile> StateFile::lock(const Surroundings& surroundings, const std::string& part) {
+  Result<StateFile> file = open_own(surroundings, part);
+  if (!file) {
+    return file;
+  }
+  const int refused =
+      lock_patiently(file->descriptor(), surroundings, kLongestWaitNs, [] { return false; });
+  return refused == 0 ? std::move(file) : not_locked(refused, part, file->path());
+}
+
+Result<StateFile> StateFile::lock_or_take_over(const Surroundings& surroundings,
+                                               const std::string& part) {
+  Result<StateFile> file = open_own(surroundings, part);
+  if (!file) {
+    return file;
+  }
+  const auto silent = [&] { return is_silent(file->descriptor()); };
+  const int refused = lock_patiently(file->descriptor(), surroundings, kWaitForGuardianNs, silent);
+  if (refused != EBUSY || !silent()) {
+    return refused == 0 ? std::move(file) : not_locked(refused, part, file->path());
+  }
+  file->taken_over_ = true;
+  return file;
+}
+
+Result<Done> StateFile::remove_if_taken_over() const {
+  if (taken_over_ && unlink(path_.c_str()) != 0) {
+    return sysfs::failure("removing", path_, errno);
+  }
+  return Done{};
+}
+
+bool StateFile::is_removed() const {
+  struct stat status {};
+  return fstat(descriptor_, &status) == 0 && status.st_nlink == 0;
+}
+
 StateFile::StateFile(StateFile&& other) noexcept
-    : path_(std::move(other.path_)), descriptor_(std::exchange(other.descriptor_, -1)) {}
+    : path_(std::move(other.path_)),
+      descriptor_(std::exchange(other.descriptor_, -1)),
+      taken_over_(other.taken_over_) {}
 
 StateFile& StateFile::operator=(StateFile&& other) noexcept {
   std::swap(path_, other.path_);
   std::swap(descriptor_, other.descriptor_);
+  std::swap(taken_over_, other.taken_over_);
   return *this;
 }
 

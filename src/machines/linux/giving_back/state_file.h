@@ -18,6 +18,12 @@ class StateFile {
   /// for another holder, who may be about to end; after that the failure's error is EBUSY.
   static sysfs::Result<StateFile> lock(const Surroundings& surroundings, const std::string& part);
 
+  /// The same for root, who may end the hold of a run that shows no life: a file whose lock another
+  /// one neither gives up nor, as a guardian does, touches within some seconds is opened all the
+  /// same. It is to be repaired, and then removed.
+  static sysfs::Result<StateFile> lock_or_take_over(const Surroundings& surroundings,
+                                                    const std::string& part);
+
   StateFile(StateFile&& other) noexcept;
   StateFile& operator=(StateFile&& other) noexcept;
   StateFile(const StateFile&) = delete;
@@ -33,14 +39,25 @@ class StateFile {
   /// more than a page.
   sysfs::Result<sysfs::Done> replace(std::string_view text) const;
 
+  /// Takes its name away if it was opened without its lock: the next run makes another one, and
+  /// who holds the lock finds that out.
+  sysfs::Result<sysfs::Done> remove_if_taken_over() const;
+
+  /// Whether its name has been taken away. Thread: any.
+  bool is_removed() const;
+
   int descriptor() const { return descriptor_; }
   const std::string& path() const { return path_; }
 
  private:
+  static sysfs::Result<StateFile> open_own(const Surroundings& surroundings,
+                                           const std::string& part);
+
   StateFile(std::string path, int descriptor) : path_(std::move(path)), descriptor_(descriptor) {}
 
   std::string path_;
   int descriptor_;
+  bool taken_over_ = false;
 };
 
 }  // namespace linux_machine

@@ -1,190 +1,185 @@
 #include "machines/linux/guardian/guardian.h"
 
-#include <fcntl.h>
-#include <sys/prctl.h>
+#include <pthread.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
-#include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
-#include <utility>
 
-#include "machines/linux/giving_back/line_text.h"
-#include "machines/linux/giving_back/restore.h"
-#include "machines/linux/giving_back/standard_error.h"
-
-// The guardian is forked from a process with threads, so until its end it uses only what is safe
-// then: system calls, and memory that was there before. The pipe between the two carries no words
-// but one byte, "leave it as it is": its end without that byte is the death of the run.
+#include "Process/thread_user.h"
+#include "machines/linux/guardian/apart.h"
+#include "machines/linux/guardian/guardian_process.h"
+#include "machines/linux/guardian/message.h"
 
 namespace linux_machine {
 namespace {
 
-constexpr char kLeave = 'L';
+using sysfs::Failure;
+using sysfs::Result;
 
-// More than a journal can be: 70 bytes for each of 6 attributes of 1024 policies.
-std::array<char, std::size_t{512} * 1024> journal_room;
+constexpr int kReadyPatienceMs = 5000;
 
-constexpr int kMostGuardians = 16;
-std::array<std::atomic<int>, kMostGuardians> pipes_in_use{};  // 0: none; else the descriptor + 1
-
-void stand_down(int pipe) {
-  send(pipe, &kLeave, 1, MSG_NOSIGNAL);  // a guardian that was killed needs no word
-  close(pipe);
-}
-
-void stand_down_all() {
-  for (std::atomic<int>& slot : pipes_in_use) {
-    if (const int taken = slot.exchange(0); taken != 0) {
-      stand_down(taken - 1);
-    }
-  }
-}
-
-/// False: there is no room for another one.
-bool stand_down_at_exit(int pipe) {
-  [[maybe_unused]] static const int registered = std::atexit(stand_down_all);
-  return std::any_of(pipes_in_use.begin(), pipes_in_use.end(), [pipe](std::atomic<int>& slot) {
-    int none = 0;
-    return slot.compare_exchange_strong(none, pipe + 1);
-  });
-}
-
-/// Whether the caller is the one to tell the guardian; at exit, stand_down_all may have been.
-bool take_off_the_list(int pipe) {
-  return std::any_of(pipes_in_use.begin(), pipes_in_use.end(), [pipe](std::atomic<int>& slot) {
-    int expected = pipe + 1;
-    return slot.compare_exchange_strong(expected, 0);
-  });
-}
-
-/// The run it guards is the better choice. Needs a right that even root may lack.
-void be_spared_when_memory_is_short() {
-  const int file = open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
-  if (file >= 0) {
-    [[maybe_unused]] const ssize_t asked = write(file, "-1000", 5);
-    close(file);
-  }
-}
-
-/// Everything but standard error and these two, so that nobody waits for the end of a stream that
-/// this process holds without knowing.
-void close_all_but(int one, int other) {
-  const auto close_between = [](int first, int last) {
-    if (first <= last) {
-      close_range(static_cast<unsigned>(first), static_cast<unsigned>(last), 0);
-    }
-  };
-  close_between(0, STDERR_FILENO - 1);
-  close_between(STDERR_FILENO + 1, std::min(one, other) - 1);
-  close_between(std::min(one, other) + 1, std::max(one, other) - 1);
-  close_range(static_cast<unsigned>(std::max(one, other)) + 1, ~0U, 0);
-}
-
-void restore_all(const Surroundings& surroundings, const char* part, int state) {
-  const ssize_t got = pread(state, journal_room.data(), journal_room.size(), 0);
-  if (got <= 0) {
-    return;
-  }
-  // Made of pointers that are there already: nothing is allocated for it.
-  const std::function<void(std::string_view)> report = say_on_standard_error;
-  if (restore(surroundings.sys, {journal_room.data(), static_cast<std::size_t>(got)},
-              {surroundings.sleep_for, report})) {
-    [[maybe_unused]] const int emptied = ftruncate(state, 0);
-    say_on_standard_error(LineText()
-                              .add("the run ended without giving back its ")
-                              .add(part)
-                              .add(": given back now")
-                              .view());
-  } else {
-    say_on_standard_error(LineText()
-                              .add("the run ended without giving back its ")
-                              .add(part)
-                              .add(", and not all could be given back: run vorn-keys --restore")
-                              .view());
-  }
-}
-
-[[noreturn]] void guard(const Surroundings& surroundings, const char* part, int pipe, int state) {
-  sigset_t all;
-  sigfillset(&all);
-  sigprocmask(SIG_BLOCK, &all, nullptr);
-  if (geteuid() == 0) {               // of a set-user-id program: not for its user to kill
-    syscall(SYS_setresuid, 0, 0, 0);  // the library's would ask threads that are not here
-  }
-  prctl(PR_SET_NAME, "vorn-guardian");
-  [[maybe_unused]] const int moved = chdir("/");
-  be_spared_when_memory_is_short();
-  close_all_but(pipe, state);
-  char word = 0;
-  ssize_t got = 0;
-  while ((got = read(pipe, &word, 1)) < 0 && errno == EINTR) {
-  }
-  if (got != 1 || word != kLeave) {
-    restore_all(surroundings, part, state);
-  } else if (pread(state, journal_room.data(), 1, 0) == 1) {
-    say_on_standard_error(LineText()
-                              .add("the ")
-                              .add(part)
-                              .add(" stay as the run set them; sudo vorn-keys --restore gives them "
-                                   "back")
-                              .view());
-  }
-  _exit(0);
-}
-
-/// Forks twice, so that the guardian is no child of the run and nobody has to wait for it.
-int start_process(const Surroundings& surroundings, const char* part, int pipe, int state) {
+/// Forks twice, so that the guardian is no child of the run and nobody has to wait for it. Both
+/// children leave the caller's reach first, since a signal of his may come at any time. Whether the
+/// guardian was started is for its own word to say: with SIGCHLD ignored, there is no status.
+/// Returns 0, or an errno value if not even the first fork was possible.
+int fork_guardian(const Birth& birth) {
   const pid_t between = fork();
   if (between < 0) {
     return errno;
   }
   if (between == 0) {
+    take_away_from_caller();
     setsid();
-    const pid_t guardian = fork();
-    if (guardian == 0) {
-      guard(surroundings, part, pipe, state);
+    if (fork() == 0) {
+      guard(birth);
     }
-    _exit(guardian < 0 ? errno : 0);
+    _exit(EXIT_SUCCESS);
   }
-  int status = 0;
-  while (waitpid(between, &status, 0) < 0 && errno == EINTR) {
-  }
-  return WIFEXITED(status) ? WEXITSTATUS(status) : ECHILD;
+  return 0;
 }
+
+/// What the guardian said first: nothing, or why it does not guard.
+std::optional<Failure> wait_until_ready(int socket, const std::string& part) {
+  wait_for_message(socket, kReadyPatienceMs);
+  const std::string action = "starting the guardian of the " + part;
+  Message message;
+  switch (receive_message(socket, message)) {
+    case Heard::message:
+      if (message.word == Word::ready) {
+        return std::nullopt;
+      }
+      return Failure{sysfs::Trouble::refused, EPERM,
+                     action + ": " + std::string(message.text()) +
+                         ", by which its caller could stop it; only root itself may change the " +
+                         part + " here"};
+    case Heard::end:
+      return Failure{sysfs::Trouble::refused, ECHILD,
+                     action + ": it was ended before it was ready"};
+    case Heard::nothing:
+      break;
+  }
+  return Failure{sysfs::Trouble::refused, ETIMEDOUT, action + ": it does not answer"};
+}
+
+/// Signals are for the threads that listen for them.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, &before_);
+  }
+  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+ private:
+  sigset_t before_{};
+};
 
 }  // namespace
 
-sysfs::Result<Guardian> Guardian::start(const Surroundings& surroundings, const std::string& part,
-                                        const StateFile& state) {
+Result<std::unique_ptr<Guardian>> Guardian::start(const Surroundings& surroundings,
+                                                  const std::string& part, const StateFile& state) {
+  const std::string starting = "starting the guardian of the";
   std::array<int, 2> ends{};
-  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
-    return sysfs::failure("starting the guardian of", part, errno);
+  if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+    return sysfs::failure(starting.c_str(), part, errno);
   }
-  const int error = start_process(surroundings, part.c_str(), ends[0], state.descriptor());
+  const std::vector<GroupHierarchy> hierarchies = mounted_group_hierarchies();
+  int error = 0;
+  {
+    // In the children as well, from their first moment.
+    const SignalsBlocked blocked;
+    error = fork_guardian({.surroundings = surroundings,
+                           .part = part.c_str(),
+                           .hierarchies = hierarchies,
+                           .of_root = getuid() == 0,
+                           .socket = ends[0],
+                           .state = state.descriptor()});
+  }
   close(ends[0]);
-  if (error != 0) {
+  std::optional<Failure> failed =
+      error != 0 ? sysfs::failure(starting.c_str(), part, error) : wait_until_ready(ends[1], part);
+  if (failed) {
     close(ends[1]);
-    return sysfs::failure("starting the guardian of", part, error);
+    return *std::move(failed);
   }
-  if (!stand_down_at_exit(ends[1])) {
-    stand_down(ends[1]);
-    return sysfs::failure("starting the guardian of", part, EMFILE);
-  }
-  return Guardian(ends[1]);
+  return std::unique_ptr<Guardian>(new Guardian(ends[1]));
 }
 
-Guardian::Guardian(Guardian&& other) noexcept : pipe_(std::exchange(other.pipe_, -1)) {}
+Guardian::Guardian(int socket) : socket_(socket), pulse_([this] { exchange_signs_of_life(); }) {}
 
 Guardian::~Guardian() {
-  if (pipe_ >= 0 && take_off_the_list(pipe_)) {
-    stand_down(pipe_);
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    stops_ = true;
+    changed_.notify_all();
+  }
+  pulse_.join();
+  close(socket_);
+}
+
+std::optional<Guardian::End> Guardian::end() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  hear();
+  return end_;
+}
+
+bool Guardian::watch_temperature(std::string_view attribute, double critical_c) {
+  constexpr double kPerDegree = 1000;
+  return send_message(socket_, Word::temperature, std::llround(critical_c * kPerDegree), attribute);
+}
+
+bool Guardian::watch_fan(std::string_view attribute, bool slow, std::int64_t turns_from_ns) {
+  return send_message(socket_, slow ? Word::slow_fan : Word::fan, turns_from_ns, attribute);
+}
+
+void Guardian::forget_fan(std::string_view attribute) {
+  send_message(socket_, Word::forget_fan, 0, attribute);
+}
+
+/// The body of the pulse thread. Its creator may run with a raised user id.
+void Guardian::exchange_signs_of_life() {
+  const bool lowered = process::set_thread_effective_user(getuid()) == 0;
+  pthread_setname_np(pthread_self(), "vorn-pulse");
+  std::unique_lock<std::mutex> lock(mutex_);
+  if (!lowered) {
+    end_ = End{.gave_back = false, .reason = "its signs of life cannot be sent without privilege"};
+  }
+  while (!stops_ && !end_) {
+    send_message(socket_, Word::alive);
+    changed_.wait_for(lock, std::chrono::milliseconds(kRoundMs), [this] { return stops_; });
+    ++silent_rounds_;
+    hear();
+    if (!end_ && silent_rounds_ >= kSilentRounds) {
+      end_ = End{.gave_back = false, .reason = "their guardian has shown no sign of life for 2 s"};
+    }
+  }
+}
+
+void Guardian::hear() {
+  for (Message message; !end_;) {
+    switch (receive_message(socket_, message)) {
+      case Heard::nothing:
+        return;
+      case Heard::end:
+        end_ = End{.gave_back = false, .reason = "their guardian has been ended"};
+        return;
+      case Heard::message:
+        silent_rounds_ = 0;
+        if (message.word == Word::given_back) {
+          end_ = End{.gave_back = true, .reason = std::string(message.text())};
+        }
+        break;
+    }
   }
 }
 

@@ -1,18 +1,23 @@
 #include "machines/linux/guardian/ledger.h"
 
 #include <algorithm>
-#include <optional>
+#include <cerrno>
+#include <functional>
 #include <utility>
 
 #include "machines/linux/giving_back/repair.h"
 #include "machines/linux/giving_back/restore.h"
 #include "machines/linux/guardian/guardian.h"
+#include "machines/linux/sysfs/attribute.h"
+#include "machines/linux/watch/fan_watch.h"
 
 namespace linux_machine {
 namespace {
 
 using sysfs::Done;
+using sysfs::Failure;
 using sysfs::Result;
+using sysfs::Trouble;
 
 std::string as_text(const std::vector<std::string>& lines) {
   std::string text;
@@ -20,6 +25,10 @@ std::string as_text(const std::vector<std::string>& lines) {
     text += line + "\n";
   }
   return text;
+}
+
+Result<Done> cannot_be_watched(const std::string& attribute) {
+  return Failure{Trouble::refused, ENOSPC, attribute + ": its watch is not to be had"};
 }
 
 /// Whether there was something to repair.
@@ -32,26 +41,73 @@ Result<bool> repair_left(const Surroundings& surroundings, const StateFile& stat
     return false;  // nothing, or a line that was cut off before anything was changed
   }
   if (!repair(surroundings, state)) {
-    return sysfs::Failure{
-        sysfs::Trouble::silent, 0,
-        "what an earlier run left changed cannot be given back: see " + state.path()};
+    return Failure{Trouble::silent, 0,
+                   "what an earlier run left changed cannot be given back: see " + state.path()};
   }
   return true;
 }
 
 }  // namespace
 
-/// What is held while the part is this run's. The guardian is told before the lock is given up.
+/// What is held while the part is this run's. The guardian hears of the end before the lock is
+/// given up.
 class Ledger::Holding {
  public:
-  Holding(StateFile state, std::optional<Guardian> guardian)
-      : state_(std::move(state)), guardian_(std::move(guardian)) {}
+  Holding(const Surroundings& surroundings, StateFile state, std::unique_ptr<Guardian> guardian)
+      : now_ns_(surroundings.now_ns), state_(std::move(state)), guardian_(std::move(guardian)) {
+    if (!guardian_) {
+      watch_ = std::make_unique<FanWatch>(surroundings.sys);
+    }
+  }
 
   const StateFile& state() const { return state_; }
 
+  bool watch(const WatchedTemperature& one) {
+    return guardian_ ? guardian_->watch_temperature(one.attribute, one.critical_c)
+                     : watch_->watch_temperature(one.attribute, one.critical_c);
+  }
+  bool watch(const WatchedFan& fan) {
+    using Reads = FanWatch::Reads;
+    return guardian_
+               ? guardian_->watch_fan(fan.attribute, fan.slow, fan.turns_from_ns)
+               : watch_->watch_fan(fan.attribute, fan.slow ? Reads::seldom : Reads::each_round,
+                                   fan.turns_from_ns);
+  }
+  void forget_fan(const std::string& attribute) {
+    if (guardian_) {
+      guardian_->forget_fan(attribute);
+    } else {
+      watch_->forget_fan(attribute);
+    }
+  }
+
+  std::optional<Alarm> alarm() {
+    if (state_.is_removed()) {
+      return Alarm{.reason = "they have been taken over", .given_back = true};
+    }
+    if (guardian_) {
+      const std::optional<Guardian::End> past = end();
+      return past ? std::optional<Alarm>({past->reason, past->gave_back}) : std::nullopt;
+    }
+    LineText why;
+    return watch_->alarmed(now_ns_(), why) ? std::optional<Alarm>({std::string(why.view()), false})
+                                           : std::nullopt;
+  }
+
+  /// What the guardian has come to, if it does not stand behind this process any more.
+  std::optional<Guardian::End> end() { return guardian_ ? guardian_->end() : std::nullopt; }
+
+  /// Whether the part has been given back in this process's place.
+  bool is_given_back() {
+    const std::optional<Guardian::End> past = end();
+    return state_.is_removed() || (past && past->gave_back);
+  }
+
  private:
+  const std::function<std::int64_t()>& now_ns_;
   StateFile state_;
-  std::optional<Guardian> guardian_;
+  std::unique_ptr<Guardian> guardian_;
+  std::unique_ptr<FanWatch> watch_;  ///< without a guardian
 };
 
 Ledger::Ledger(const Surroundings& surroundings, std::string part)
@@ -62,7 +118,10 @@ Ledger::~Ledger() = default;
 Result<Done> Ledger::begin() {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (holding_) {
-    return Done{};
+    if (is_ours()) {
+      return Done{};
+    }
+    return Failure{Trouble::refused, ECANCELED, "the " + part_ + " have been given back"};
   }
   Result<StateFile> state = StateFile::lock(surroundings_, part_);
   if (!state) {
@@ -75,16 +134,52 @@ Result<Done> Ledger::begin() {
   if (*repaired) {
     surroundings_.report("an earlier run had left the " + part_ + " changed: given back first");
   }
-  std::optional<Guardian> guardian;
+  std::unique_ptr<Guardian> guardian;
   if (surroundings_.guarded) {
-    Result<Guardian> started = Guardian::start(surroundings_, part_, *state);
+    Result<std::unique_ptr<Guardian>> started = Guardian::start(surroundings_, part_, *state);
     if (!started) {
       return started.failure();
     }
-    guardian.emplace(std::move(*started));
+    guardian = std::move(*started);
   }
-  holding_ = std::make_unique<Holding>(std::move(*state), std::move(guardian));
+  holding_ = std::make_unique<Holding>(surroundings_, std::move(*state), std::move(guardian));
   return Done{};
+}
+
+bool Ledger::is_ours() {
+  return holding_ && !holding_->is_given_back();
+}
+
+bool Ledger::holds() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return holding_ && !holding_->end();
+}
+
+Result<Done> Ledger::watch(const WatchedTemperature& temperature) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (const auto opened =
+          sysfs::Attribute::open(surroundings_.sys, temperature.attribute, sysfs::Mode::read);
+      !opened) {
+    return opened.failure();
+  }
+  return holding_->watch(temperature) ? Done{} : cannot_be_watched(temperature.attribute);
+}
+
+Result<Done> Ledger::watch(const WatchedFan& fan) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return holding_->watch(fan) ? Done{} : cannot_be_watched(fan.attribute);
+}
+
+void Ledger::forget_fan(const std::string& attribute) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (holding_) {
+    holding_->forget_fan(attribute);
+  }
+}
+
+std::optional<Ledger::Alarm> Ledger::alarm() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return holding_ ? holding_->alarm() : std::nullopt;
 }
 
 Result<Done> Ledger::note(const std::string& line) {
@@ -102,32 +197,28 @@ Result<Done> Ledger::note(const std::string& line) {
 bool Ledger::give_back(const std::string& line) {
   const std::lock_guard<std::mutex> lock(mutex_);
   const auto at = std::find(lines_.begin(), lines_.end(), line);
-  if (at == lines_.end()) {
-    return true;
-  }
-  const std::function<void(std::string_view)> report = [this](std::string_view text) {
-    surroundings_.report(std::string(text));
-  };
-  if (!restore(surroundings_.sys, line + "\n", {surroundings_.sleep_for, report})) {
-    return false;
-  }
-  lines_.erase(at);
-  return static_cast<bool>(holding_->state().replace(as_text(lines_)));
+  return at == lines_.end() || give_back_some({*at});
 }
 
 bool Ledger::give_back_all() {
   const std::lock_guard<std::mutex> lock(mutex_);
-  if (lines_.empty()) {
-    return true;
-  }
+  return lines_.empty() || give_back_some(lines_);
+}
+
+/// `lines` by value: those of them that are given back are forgotten.
+bool Ledger::give_back_some(const std::vector<std::string> lines) {
+  const bool ours = is_ours();
   const std::function<void(std::string_view)> report = [this](std::string_view text) {
     surroundings_.report(std::string(text));
   };
-  if (!restore(surroundings_.sys, as_text(lines_), {surroundings_.sleep_for, report})) {
+  if (!restore(surroundings_.sys, as_text(lines), {surroundings_.sleep_for, report},
+               ours ? PutBack::everything : PutBack::what_reads_as_forced)) {
     return false;
   }
-  lines_.clear();
-  return static_cast<bool>(holding_->state().replace(""));
+  std::erase_if(lines_, [&](const std::string& line) {
+    return std::find(lines.begin(), lines.end(), line) != lines.end();
+  });
+  return !ours || holding_->state().replace(as_text(lines_));
 }
 
 void Ledger::end() {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,11 +12,25 @@
 
 namespace linux_machine {
 
-/// Who may change a part of the machine ("fans", "pstates") and what must then be given back.
+/// A processor's temperature that is watched while fans are forced.
+struct WatchedTemperature {
+  std::string attribute;  ///< in millidegrees, below the root
+  double critical_c;      ///< where the processor protects itself
+};
+
+/// A fan that is watched while it is forced.
+struct WatchedFan {
+  std::string attribute;       ///< its speed in RPM, below the root
+  bool slow;                   ///< it stalls the machine when it is read
+  std::int64_t turns_from_ns;  ///< by the surroundings' clock; kMayStand: it may stand
+};
+
+/// Who may change a part of the machine ("fans", "P-states") and what must then be given back.
 ///
 /// The first begin() of a run locks the part's state file, repairs what a run that was killed left
-/// behind, and starts a guardian: a process that outlives this one if it is killed, and then
-/// restores what the file says. An ordinary end of the process leaves the machine as it stands.
+/// behind, and starts a guardian: a process that restores what the file says when this one has
+/// ended, shows no sign of life, or has something in danger of what is watched. On a machine in
+/// memory there is none, and who asks for an alarm() watches by that.
 /// Thread: any.
 class Ledger {
  public:
@@ -25,26 +41,49 @@ class Ledger {
   Ledger& operator=(const Ledger&) = delete;
 
   /// Makes this process the one that may change the part. Idempotent. A failure with error EBUSY
-  /// means that another run holds it.
+  /// means that another run holds it; ECANCELED, that the guardian has given the part back.
   sysfs::Result<sysfs::Done> begin();
 
   /// Adds a line of the journal. To be called before the change that it undoes; a line that is
   /// there already is not added again. Requires: begin() succeeded.
   sysfs::Result<sysfs::Done> note(const std::string& line);
 
+  /// Whether the part is this process's, and its guardian stands behind it.
+  bool holds();
+
+  // What is watched from now on. Requires: begin() succeeded.
+
+  /// A failure: it cannot be opened, or there is no place for it.
+  sysfs::Result<sysfs::Done> watch(const WatchedTemperature& temperature);
+  /// The same; said again, when the fan has to turn is what is new.
+  sysfs::Result<sysfs::Done> watch(const WatchedFan& fan);
+  void forget_fan(const std::string& attribute);
+
+  /// Why the part cannot be held any longer. Without a guardian, this is one round of the watch.
+  struct Alarm {
+    std::string reason;
+    bool given_back;  ///< by the guardian: the part is not this process's any more
+  };
+  std::optional<Alarm> alarm();
+
   /// Puts back what one noted line says (see restore), reporting what cannot be, and forgets it if
-  /// that worked. True for a line that is not noted.
+  /// that worked. True for a line that is not noted. After the guardian has given the part back,
+  /// only what still reads as this process forced it is put back.
   bool give_back(const std::string& line);
 
   /// The same for everything noted, in the order of the lines.
   bool give_back_all();
 
-  /// Ends what begin() began, so that other runs may change the part: nothing that is still noted
-  /// is restored, but the state file keeps it.
+  /// Ends what begin() began, so that other runs may change the part. What is still noted is for
+  /// the guardian to put back.
   void end();
 
  private:
   class Holding;
+
+  // Both want the mutex held.
+  bool is_ours();
+  bool give_back_some(std::vector<std::string> lines);
 
   const Surroundings& surroundings_;
   const std::string part_;

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -180,6 +181,12 @@ class GuardianTest : public testing::Test {
 
   /// A run that changes `a` and then does `end`. Returns its status, as waitpid gives it.
   int run(const std::function<void()>& end) {
+    int status = 0;
+    waitpid(start(end), &status, 0);
+    return status;
+  }
+
+  pid_t start(const std::function<void()>& end) {
     const pid_t child = fork();
     if (child == 0) {
       Ledger& ledger = *new Ledger(for_runs_.surroundings, "fans");
@@ -189,9 +196,7 @@ class GuardianTest : public testing::Test {
       end();
       _exit(98);
     }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return status;
+    return child;
   }
 
   /// "" in the moment when it is being written.
@@ -201,7 +206,7 @@ class GuardianTest : public testing::Test {
   }
 
   bool a_becomes(const std::string& text) {
-    for (int tries = 0; tries < 1000 && a() != text; ++tries) {
+    for (int tries = 0; tries < 5000 && a() != text; ++tries) {
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return a() == text;
@@ -233,14 +238,53 @@ TEST_F(GuardianTest, LetsGoOfThePartOnlyWhenItIsGivenBack) {
   EXPECT_THAT(for_runs_.reports(), IsEmpty()) << "there was nothing left to repair";
 }
 
-TEST_F(GuardianTest, LeavesEverythingAsItIsAtAnOrdinaryEnd) {
-  const int status = run([] { std::exit(0); });
+TEST_F(GuardianTest, GivesBackWhatARunLeftAtItsOrdinaryEnd) {
+  const int status = run([] { std::_Exit(0); });
   EXPECT_EQ(status, 0);
-  Ledger next(for_runs_.surroundings, "other");
-  ASSERT_TRUE(next.begin());
-  std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  EXPECT_EQ(a(), "9");
-  EXPECT_THAT(parts_with_state(for_runs_.surroundings), ElementsAre("fans"));
+  EXPECT_TRUE(a_becomes("1"));
+}
+
+/// At which of the forks to come the new process is killed at once; 0: at none.
+int fork_to_be_killed = 0;
+
+void be_killed_if_it_is_that_fork() {
+  if (fork_to_be_killed > 0 && --fork_to_be_killed == 0) {
+    kill(getpid(), SIGKILL);
+  }
+}
+
+// Whoever kills it at its birth must not get a run without one. With SIGCHLD ignored, there is no
+// status to learn that from.
+TEST_F(GuardianTest, NothingBeginsWithoutItsWord) {
+  for (const bool ignored : {false, true}) {
+    for (const int killed : {1, 2}) {
+      const pid_t child = fork();
+      if (child == 0) {
+        signal(SIGCHLD, ignored ? SIG_IGN : SIG_DFL);
+        pthread_atfork(nullptr, nullptr, be_killed_if_it_is_that_fork);
+        fork_to_be_killed = killed;
+        Ledger ledger(for_runs_.surroundings, "fans");
+        const auto begun = ledger.begin();
+        const std::string wanted =
+            "starting the guardian of the fans: it was ended before it was ready";
+        std::_Exit(begun || begun.failure().message != wanted ? 1 : 0);
+      }
+      int status = -1;
+      waitpid(child, &status, 0);
+      EXPECT_EQ(status, 0) << killed << ignored;
+    }
+  }
+}
+
+TEST_F(GuardianTest, GivesBackWhenTheRunStandsStill) {
+  const pid_t stopped = start([] { pause(); });
+  ASSERT_TRUE(a_becomes("9"));
+  kill(stopped, SIGSTOP);
+  EXPECT_TRUE(a_becomes("1"));
+  Ledger next(for_runs_.surroundings, "fans");
+  EXPECT_TRUE(next.begin()) << "though the stopped run has the file open";
+  kill(stopped, SIGKILL);
+  waitpid(stopped, nullptr, 0);
 }
 
 TEST_F(GuardianTest, DoesNotKeepTheRunsStreamsOpen) {
