@@ -198,7 +198,7 @@ CoarseFit coarse_fit(const HeatCurve& curve, const Observed& observed, FosterFit
   beyond[0] = sigma * sigma;
   const Noise correlated = noise_from(beyond, count);
   if (correlated.shared > 0) {
-    noise.shared = correlated.shared;
+    noise.shared = std::min(1.0, correlated.shared);
     noise.memory = correlated.memory;
     const Simulation coloured(rows, step, noise, spread, kDraws, 0);
     const Eigen::MatrixXd errors =

@@ -46,13 +46,22 @@ Noise noise_from(const Eigen::VectorXd& autocovariance, double count) {
     sum += correlation[distance];
   }
   noise.memory = std::clamp(1 - correlation[1] / sum, 0.05, 0.998);
-  noise.shared = std::min(1.0, correlation[1] / noise.memory);
+  noise.shared = correlation[1] / noise.memory;
   return noise;
 }
 
 Noise noise_of(const Eigen::VectorXd& residuals) {
-  const Eigen::Index most = std::min(kMostDistance, residuals.size() / 4);
-  return noise_from(autocovariance(residuals, most), static_cast<double>(residuals.size()));
+  const auto count = static_cast<double>(residuals.size());
+  const Eigen::Index longest = std::min(kMostDistance, residuals.size() / 4);
+  // Most series have forgotten themselves soon.
+  for (Eigen::Index most = std::min<Eigen::Index>(10, longest);;
+       most = std::min(6 * most, longest)) {
+    const Eigen::VectorXd products = autocovariance(residuals, most);
+    const bool forgotten = products.minCoeff() <= products[0] / std::sqrt(count);
+    if (forgotten || most >= longest) {
+      return noise_from(products, count);
+    }
+  }
 }
 
 Eigen::MatrixXd propagated(const Eigen::MatrixXd& gain, const Noise& noise) {

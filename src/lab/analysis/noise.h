@@ -8,7 +8,7 @@ namespace lab {
 /// correlation at a distance of k > 0 values is shared * memory^k.
 struct Noise {
   double sigma = 0;   ///< standard deviation
-  double shared = 0;  ///< 0 to 1
+  double shared = 0;  ///< 0 to 1; above 1 if the values are means of neighbours
   double memory = 0;  ///< 0 to below 1
 };
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "lab/analysis/beside_judgement.h"
 #include "lab/analysis/spoken_number.h"
 
 namespace lab {
@@ -11,70 +12,6 @@ namespace lab {
 namespace {
 
 constexpr double kInfinite = std::numeric_limits<double>::infinity();
-
-std::vector<double> finite_values(const std::vector<double>& values) {
-  std::vector<double> finite;
-  std::copy_if(values.begin(), values.end(), std::back_inserter(finite),
-               [](double value) { return std::isfinite(value); });
-  return finite;
-}
-
-double quantile(std::vector<double> values, double share) {
-  const auto at = static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
-  std::nth_element(values.begin(), values.begin() + at, values.end());
-  return values[static_cast<std::size_t>(at)];
-}
-
-const Column* find(const std::vector<Column>& columns, std::string_view name) {
-  const auto found = std::find_if(columns.begin(), columns.end(),
-                                  [&](const Column& column) { return column.name == name; });
-  return found == columns.end() ? nullptr : &*found;
-}
-
-void judge_fan(const Column& fan, std::vector<std::string>& warnings) {
-  const std::vector<double> speeds = finite_values(fan.values);
-  if (speeds.size() < 2) {
-    return;
-  }
-  const double low = quantile(speeds, 0.05);
-  const double high = quantile(speeds, 0.95);
-  if (high - low > 0.1 * high) {
-    warnings.push_back(fan.name + " ran between " + spoken_number(low) + " and " +
-                       spoken_number(high) +
-                       " RPM: with the air flow the resistance changed during the record, and the "
-                       "results are a mixture. Hold the fans at one speed.");
-  }
-}
-
-void judge_load(const StepInput& input, std::vector<std::string>& warnings) {
-  const Column* asked = find(input.beside, kAskedColumn);
-  const Column* delivered = find(input.beside, kDeliveredColumn);
-  if (asked != nullptr && delivered != nullptr) {
-    double asked_sum = 0;
-    double delivered_sum = 0;
-    for (std::size_t at = 0; at < asked->values.size(); ++at) {
-      if (std::isfinite(asked->values[at]) && std::isfinite(delivered->values[at])) {
-        asked_sum += asked->values[at];
-        delivered_sum += delivered->values[at];
-      }
-    }
-    if (asked_sum > 0 && delivered_sum < 0.9 * asked_sum) {
-      warnings.push_back("Only " + spoken_number(100 * delivered_sum / asked_sum, 2) +
-                         " % of the load that was asked for was delivered. The fit uses the heat "
-                         "that was measured; for more of it, leave the processors to the run.");
-    }
-  }
-  const Column* others = find(input.beside, kOthersColumn);
-  if (others != nullptr) {
-    const std::vector<double> loads = finite_values(others->values);
-    if (!loads.empty() && quantile(loads, 0.9) > 0.1) {
-      warnings.push_back("Other programs took up to " +
-                         spoken_number(100 * quantile(loads, 0.9), 2) +
-                         " % of the processors: their heat may come at another place, and without "
-                         "measured power it is not counted at all. Stop them.");
-    }
-  }
-}
 
 void judge_slowest(const HeatCurve& curve, KeyResult& result) {
   const std::vector<HeatStep> steps = heat_steps(curve);
@@ -143,13 +80,13 @@ void judge_rise(const StepInput& input, KeyResult& result) {
 
 std::string judge_heat(const StepInput& input, const HeatCurve& curve) {
   const std::vector<double> heat = finite_values(input.heat);
-  const double high = quantile(heat, 0.995);
+  const double high = share_below(heat, 0.995);
   const double least_change = input.heat_is_power ? 0.05 * std::abs(high) : 0.05;
   if (curve.range > least_change && curve.range > 0) {
     return "";
   }
   const std::string what = input.heat_is_power ? "power" : "load";
-  return "The " + what + " stayed at " + spoken_number(quantile(heat, 0.5)) +
+  return "The " + what + " stayed at " + spoken_number(share_below(heat, 0.5)) +
          (input.heat_is_power ? " W" : "") +
          " throughout: without a change of it nothing can be said of resistances and time "
          "constants. Record some time without load, then load, then none again.";
@@ -170,11 +107,14 @@ std::vector<std::string> judge_record(const StepInput& input) {
                        " are missing: the next one was taken for each.");
   }
   for (const Column& column : input.beside) {
-    if (column.unit == "RPM") {
-      judge_fan(column, warnings);
+    if (const std::string varied = judge_fan(column); !varied.empty()) {
+      warnings.push_back(varied +
+                         " With the air flow the resistance changed, and the results are "
+                         "a mixture. Hold the fans at one speed.");
     }
   }
-  judge_load(input, warnings);
+  const std::vector<std::string> load = judge_load(input.beside);
+  warnings.insert(warnings.end(), load.begin(), load.end());
   return warnings;
 }
 
