@@ -117,6 +117,9 @@ std::optional<std::string> conflict(const Request& request) {
   if (auto found = load_conflict()) {
     return found;
   }
+  if (was_given('p') && request.leave_pstate) {
+    return "--pstate forces a P-state, and --leave-pstate none; choose one";
+  }
   if (was_given('b') && !request.pin) {
     return "--bind names a core, and only --pin binds to it; add --pin";
   }

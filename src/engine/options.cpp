@@ -31,6 +31,7 @@ enum Code : int {
   kHeader,
   kSteer,
   kAttached,
+  kLeavePstate,
 };
 
 constexpr option kLongOptions[] = {
@@ -47,6 +48,7 @@ constexpr option kLongOptions[] = {
     {"header", no_argument, nullptr, kHeader},
     {"steer", no_argument, nullptr, kSteer},
     {"attached", no_argument, nullptr, kAttached},
+    {"leave-pstate", no_argument, nullptr, kLeavePstate},
 };
 
 constexpr const char* kUsage =
@@ -63,6 +65,7 @@ constexpr const char* kUsage =
     "        --record <file>    write what happened to <file>\n"
     "        --pin              bind each thread to its core\n"
     "        --limit <k>=<v>    end the run when key <k> shows more than <v>; may be repeated\n"
+    "        --leave-pstate     force no P-state (superuser; the default of everybody else)\n"
     "        --header           begin the sample file with what its columns are\n"
     "   -t | --time <t>         takes fractions and units: 500ms, 90s, 2m, 1.5h\n";
 
@@ -171,6 +174,10 @@ OptionExtension::Reading Options::read_own(int code, const char* argument) {
       return Reading::kTaken;
     case kAttached:
       request_.attached = true;
+      return Reading::kTaken;
+    case kLeavePstate:
+      request_.leave_pstate = true;
+      pstate = default_pstate(false);
       return Reading::kTaken;
     default:
       return Reading::kNotMine;

@@ -24,6 +24,7 @@ struct Request {
   std::optional<std::string> record;      ///< file
   bool pin = false;                       ///< bind each workload thread to its processor
   std::vector<Limit> limits;              ///< in the order given
+  bool leave_pstate = false;              ///< force none, although the run is root's
   bool header = false;                    ///< at the head of the sample file
   std::optional<std::int64_t> length_ns;  ///< run time, if vorn's whole seconds do not hold it
 };

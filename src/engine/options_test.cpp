@@ -78,6 +78,12 @@ TEST_F(EngineOptions, AreAllTaken) {
   EXPECT_EQ(cores, 2U);
 }
 
+TEST_F(EngineOptions, LeaveTheFastestPstateThatRootForcesByDefault) {
+  pstate = default_pstate(true);
+  EXPECT_EQ(refusal_of({"--leave-pstate"}), "valid");
+  EXPECT_FALSE(setting_pstate());
+}
+
 TEST_F(EngineOptions, AreAllAbsentByDefault) {
   EXPECT_EQ(refusal_of({}), "valid");
   EXPECT_FALSE(request_.duty || request_.profile || request_.edges || request_.depth ||
@@ -168,6 +174,9 @@ INSTANTIATE_TEST_SUITE_P(
         Contradiction{"ShapeTooFast",
                       {"-f", "5", "-e", "3"},
                       "--triangle is above half of --frequency, which cannot show it"},
+        Contradiction{"PstateForcedAndLeft",
+                      {"--leave-pstate", "-p", "1"},
+                      "--pstate forces a P-state, and --leave-pstate none; choose one"},
         Contradiction{"SteeredDuty",
                       {"-f", "5", "--duty", "0.1", "--steer"},
                       "--duty and --steer are two waveforms; choose one"},

@@ -66,6 +66,7 @@ TEST(Engine, ItsHelpIsThatOfVornAndItsOwnOptions) {
       "        --record <file>    write what happened to <file>\n"
       "        --pin              bind each thread to its core\n"
       "        --limit <k>=<v>    end the run when key <k> shows more than <v>; may be repeated\n"
+      "        --leave-pstate     force no P-state (superuser; the default of everybody else)\n"
       "        --header           begin the sample file with what its columns are\n"
       "   -t | --time <t>         takes fractions and units: 500ms, 90s, 2m, 1.5h\n"))
       << outcome.err;
