@@ -60,6 +60,14 @@ void RunFolder::write_result(const Run& run, const Answer& answer) const {
   write_whole(result(), result_text(run, answer));
 }
 
+void RunFolder::discard() const {
+  std::error_code error;  // what cannot be removed stays
+  for (const fs::path& file : {plan(), info(), samples(), engine_samples(), stimulus()}) {
+    fs::remove(file, error);
+  }
+  fs::remove(path_, error);
+}
+
 Run RunFolder::read() const {
   if (!fs::exists(info())) {
     throw FolderError(path_.string() + ": no run.json in it: it is not the folder of a run");

@@ -34,6 +34,9 @@ class RunFolder {
   void write_info(const RunInfo& info) const;
   void write_result(const Run& run, const Answer& answer) const;
 
+  /// Removes what a run that has not begun has put there, and the folder if nothing else is in it.
+  void discard() const;
+
   /// The run in the folder, as far as there is one. Throws FolderError or PlanError.
   Run read() const;
 

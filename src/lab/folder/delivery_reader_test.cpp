@@ -1,0 +1,101 @@
+#include "lab/folder/delivery_reader.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace lab {
+namespace {
+
+constexpr std::int64_t kMillisecond = 1'000'000;
+
+class DeliveryReaderTest : public testing::Test {
+ protected:
+  void add(const std::string& line) { reader_.add(RecordLine(line)); }
+
+  /// A square wave: on for `on_ms` of each 100 ms; the switch 10 us late, thread 0 in 20 us and
+  /// thread 1 in 50 us after the edge, both busy throughout the on phase.
+  void play(int periods, int on_ms) {
+    for (int period = 0; period < periods; ++period) {
+      const std::int64_t on = 1'000'000'000 + period * 100 * kMillisecond;
+      const std::int64_t off = on + on_ms * kMillisecond;
+      add("edge\t" + std::to_string(on) + "\t" + std::to_string(on + 10'000) + "\ton");
+      add("edge\t" + std::to_string(off) + "\t" + std::to_string(off + 10'000) + "\toff");
+      add("entered\t" + std::to_string(on + 20'000) + "\t0\t0");
+      add("entered\t" + std::to_string(on + 50'000) + "\t1\t1");
+      for (const char* thread : {"0", "1"}) {
+        add("time\t" + std::to_string(on) + "\t" + thread + "\t" +
+            std::to_string(period * on_ms * kMillisecond));
+      }
+    }
+  }
+
+  DeliveryReader reader_;
+};
+
+TEST_F(DeliveryReaderTest, LatenessIsTheSwitchBehindItsPlan) {
+  play(20, 30);
+  const Delivery delivery = reader_.delivery();
+  EXPECT_EQ(delivery.edges, 40);
+  EXPECT_NEAR(delivery.edge_lateness_p50_us.value_or(0), 10, 1e-3);
+  EXPECT_NEAR(delivery.edge_lateness_p99_us.value_or(0), 10, 1e-3);
+}
+
+TEST_F(DeliveryReaderTest, SkewIsTheLastThreadBehindTheFirst) {
+  play(100, 30);  // ten seconds: on phases that are settled, and some that are not
+  EXPECT_NEAR(reader_.delivery().skew_p50_us.value_or(0), 30, 1e-3);
+  EXPECT_NEAR(reader_.delivery().skew_p99_us.value_or(0), 30, 1e-3);
+}
+
+TEST_F(DeliveryReaderTest, DutyAskedComesFromThePlanAndDeliveredFromTheThreads) {
+  play(50, 30);
+  const Delivery delivery = reader_.delivery();
+  // From the first on edge to the last off edge.
+  EXPECT_NEAR(delivery.duty_asked.value_or(0), 50 * 30.0 / (49 * 100 + 30), 1e-9);
+  EXPECT_NEAR(delivery.duty_delivered.value_or(0), 0.3, 1e-9);
+}
+
+TEST_F(DeliveryReaderTest, ProcessorTimeBeforeTheWaveformIsNotDelivered) {
+  add("time\t900000000\t0\t0");
+  add("time\t950000000\t0\t50000000");
+  play(2, 30);
+  EXPECT_NEAR(reader_.delivery().duty_delivered.value_or(0), 0.3, 1e-9);
+}
+
+TEST_F(DeliveryReaderTest, HolesSamplesThrottlingAndErrorsAreCounted) {
+  add("gap\t5\t0\t0\t2000000");
+  add("gap\t9\t1\t1\t50000000");
+  add("sample\t1000000000\t0");
+  add("sample\t1100000000\t0.1");
+  add("sample\t1500000000\t0.5");
+  add("throttled\t1\t0\t7\t1");  // counts since the machine started
+  add("throttled\t2\t0\t9\t1");
+  add("error\t3\t0\t0\t1 + 1 is 3");
+  add("lost\t4\t2");
+  add("end\t9\t20\tlimit reached");
+  const Delivery delivery = reader_.delivery();
+  EXPECT_EQ(delivery.holes, 2);
+  EXPECT_NEAR(delivery.holes_s, 0.052, 1e-9);
+  EXPECT_NEAR(delivery.longest_hole_s.value_or(0), 0.05, 1e-9);
+  EXPECT_EQ(delivery.samples, 3);
+  EXPECT_NEAR(delivery.sample_gap_max_s.value_or(0), 0.4, 1e-9);
+  EXPECT_EQ(delivery.throttled, 2);
+  EXPECT_EQ(delivery.wrong_results, 1);
+  EXPECT_THAT(delivery.errors, testing::ElementsAre("1 + 1 is 3"));
+  EXPECT_EQ(delivery.events_dropped, 4);
+  EXPECT_TRUE(delivery.whole);
+  EXPECT_EQ(reader_.end_reason(), "limit reached");
+  EXPECT_EQ(reader_.end_status(), 20);
+}
+
+TEST_F(DeliveryReaderTest, AnEmptyRecordSaysNothing) {
+  const Delivery delivery = reader_.delivery();
+  EXPECT_FALSE(delivery.duty_asked);
+  EXPECT_FALSE(delivery.skew_p99_us);
+  EXPECT_FALSE(delivery.whole);
+  EXPECT_EQ(reader_.end_status(), -1);
+}
+
+}  // namespace
+}  // namespace lab

@@ -1,0 +1,115 @@
+#include "lab/folder/sample_rows.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+namespace lab {
+namespace {
+
+constexpr std::int64_t kMs = 1'000'000;
+constexpr std::int64_t kZero = 5'000'000'000;
+
+class SampleRowsTest : public testing::Test {
+ protected:
+  void record(const std::string& line) { rows_.add_record(RecordLine(line)); }
+
+  static std::string at(std::int64_t ms) { return std::to_string(kZero + ms * kMs); }
+
+  void sample(std::int64_t ms, double value) {
+    record("sample\t" + at(ms) + "\t" + std::to_string(static_cast<double>(ms) / 1000));
+    rows_.add_sample(std::to_string(static_cast<double>(ms) / 1000) + "\t" + std::to_string(value));
+  }
+
+  SampleRows rows_{{.zero_ns = std::nullopt, .first_phase = 0, .processors = 2, .waveform = true}};
+};
+
+TEST_F(SampleRowsTest, AskedIsThePartOfTheTimeThatTheWaveformWasPlannedOn) {
+  sample(0, 30);
+  record("edge\t" + at(50) + "\t" + at(51) + "\ton");
+  sample(100, 31);
+  record("edge\t" + at(120) + "\t" + at(121) + "\toff");
+  sample(200, 32);
+  sample(300, 33);
+  const std::vector<SampleRow> rows = rows_.take(true);
+  ASSERT_EQ(rows.size(), 4U);
+  EXPECT_TRUE(std::isnan(rows[0].asked));
+  EXPECT_NEAR(rows[1].asked, 0.5, 1e-9);
+  EXPECT_NEAR(rows[2].asked, 0.2, 1e-9);
+  EXPECT_NEAR(rows[3].asked, 0, 1e-9);
+  EXPECT_NEAR(rows[2].time_s, 0.2, 1e-9);
+  EXPECT_THAT(rows[3].keys, testing::ElementsAre(33));
+}
+
+TEST_F(SampleRowsTest, DeliveredIsTheThreadsTimeOverThatOfAllProcessors) {
+  record("time\t" + at(0) + "\t0\t0");
+  record("time\t" + at(0) + "\t1\t0");
+  sample(0, 30);
+  record("time\t" + at(100) + "\t0\t100000000");
+  record("time\t" + at(200) + "\t1\t100000000");  // half of that in the first tenth
+  sample(100, 31);
+  const std::vector<SampleRow> rows = rows_.take(true);
+  ASSERT_EQ(rows.size(), 2U);
+  EXPECT_NEAR(rows[1].delivered, 0.75, 1e-9);
+}
+
+TEST_F(SampleRowsTest, ARowIsHeldBackUntilItsRecordHasCome) {
+  sample(0, 30);
+  sample(100, 31);
+  EXPECT_TRUE(rows_.take(false).empty());
+  record("clock\t" + at(2050) + "\t0\t50");
+  EXPECT_EQ(rows_.take(false).size(), 1U);
+  record("clock\t" + at(2150) + "\t0\t50");
+  EXPECT_EQ(rows_.take(false).size(), 1U);
+}
+
+TEST_F(SampleRowsTest, TheNewestSampleIsKnownAtOnce) {
+  EXPECT_FALSE(rows_.newest());
+  rows_.add_sample("# time\ts");
+  EXPECT_FALSE(rows_.newest());
+  sample(100, 31);
+  ASSERT_TRUE(rows_.newest());
+  EXPECT_NEAR(rows_.newest()->time_s, 0.1, 1e-9);
+  EXPECT_TRUE(std::isnan(rows_.newest()->delivered));
+}
+
+TEST_F(SampleRowsTest, PhasesCountTheChangesOfWhatIsAsked) {
+  sample(0, 1);  // before the waveform begins
+  record("asked\t" + at(50) + "\tduty\t0\t0\t0");
+  sample(100, 1);
+  record("asked\t" + at(150) + "\tduty\t0\t1\t0");
+  sample(200, 1);
+  const std::vector<SampleRow> rows = rows_.take(true);
+  ASSERT_EQ(rows.size(), 3U);
+  EXPECT_EQ(rows[0].phase, 0);
+  EXPECT_EQ(rows[1].phase, 0);
+  EXPECT_EQ(rows[2].phase, 1);
+}
+
+TEST(SampleRowsOfALaterEngine, GoOnAtTheRunsTimeAndPhase) {
+  SampleRows rows({.zero_ns = kZero, .first_phase = 3, .processors = 1, .waveform = true});
+  rows.add_record(RecordLine("sample\t" + std::to_string(kZero + 7'000'000'000) + "\t0"));
+  rows.add_sample("0\t30");
+  const std::vector<SampleRow> taken = rows.take(true);
+  ASSERT_EQ(taken.size(), 1U);
+  EXPECT_NEAR(taken[0].time_s, 7, 1e-9);
+  EXPECT_EQ(taken[0].phase, 3);
+}
+
+TEST(SampleRowsWithoutAWaveform, AreAskedForAllFromWhenTheThreadsAreThere) {
+  SampleRows rows({.zero_ns = std::nullopt, .first_phase = 0, .processors = 1, .waveform = false});
+  for (const char* line : {"sample\t1000\t0", "sample\t2000\t1", "thread\t0\t7\tmix\t-1\tfifo\t31",
+                           "sample\t3000\t2"}) {
+    rows.add_record(RecordLine(line));
+    rows.add_sample("0\t30");
+  }
+  const std::vector<SampleRow> taken = rows.take(true);
+  ASSERT_EQ(taken.size(), 3U);
+  EXPECT_EQ(taken[0].asked, 0);
+  EXPECT_EQ(taken[2].asked, 1);
+}
+
+}  // namespace
+}  // namespace lab
