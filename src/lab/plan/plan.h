@@ -27,8 +27,9 @@ struct Fans {
 struct Phase {
   std::string name;
   Drive drive;
-  double duration_s = 0;            ///< how long; with `until_settled`, how long at most
-  bool until_settled = false;       ///< ends as soon as no temperature drifts any more
+  double duration_s = 0;       ///< how long; with `until_settled`, how long at most
+  bool until_settled = false;  ///< ends as soon as every temperature has settled
+  double drift = 0.05;         ///< settled: no more than this part of its change is still to come
   std::optional<std::string> load;  ///< instead of the plan's
   std::optional<Fans> fans;
   std::optional<int> pstate;

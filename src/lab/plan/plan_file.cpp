@@ -207,9 +207,11 @@ Phase parse_phase(const toml::table& table, const std::string& file) {
   const std::optional<double> fixed =
       phase.until_settled ? std::nullopt : members.duration("duration");
   const std::optional<double> at_most = members.duration("at_most");
-  if (phase.until_settled != at_most.has_value()) {
-    members.refuse("a phase \"until settled\" has at_most, and no other has");
+  if (phase.until_settled != at_most.has_value() ||
+      (members.has("drift") && !phase.until_settled)) {
+    members.refuse("a phase \"until settled\" has at_most, and perhaps a drift; no other has");
   }
+  phase.drift = members.number("drift", phase.drift, 0.001, 0.5);
   if (!phase.until_settled && !fixed) {
     members.refuse("a phase has a duration, such as 90, \"2m\" or \"until settled\"");
   }
@@ -275,7 +277,7 @@ Plan parse_plan(std::string_view text, const std::string& name) {
     }
   }
   members.nothing_else();
-  if (plan.phases.empty() && plan.question != "run") {
+  if (plan.phases.empty() && plan.question != "run" && plan.question != "fit") {
     throw PlanError(name + ": a plan for \"" + plan.question + "\" has phases: [[phase]]");
   }
   if (!plan.phases.empty() && !plan.engine_options.empty()) {

@@ -32,6 +32,7 @@ offset = 0.25
 depth = 0.5
 duration = "until settled"
 at_most = "2m"
+drift = 0.1
 load = "bmem"
 fans = "automatic"
 pstate = 1
@@ -72,6 +73,7 @@ TEST(PlanFile, EverythingOfAPlanIsRead) {
   EXPECT_EQ(load.drive.depth, 0.5);
   EXPECT_TRUE(load.until_settled);
   EXPECT_EQ(load.duration_s, 120);
+  EXPECT_EQ(load.drift, 0.1);
   EXPECT_EQ(load.load, "bmem");
   EXPECT_EQ(load.fans->hold, Fans::Hold::automatic);
   EXPECT_EQ(load.pstate, 1);
@@ -82,13 +84,24 @@ TEST(PlanFile, WhatIsWrittenReadsAsTheSamePlan) {
   const std::string text = plan_text(parse_plan(kWhole, "my.toml"));
   EXPECT_EQ(plan_text(parse_plan(text, "again.toml")), text);
   EXPECT_THAT(text, testing::HasSubstr("sinusoid = 0.1"));
-  EXPECT_THAT(text, testing::HasSubstr("duration = \"until settled\"\nat_most = 120.0"));
+  EXPECT_THAT(text, testing::HasSubstr("duration = \"until settled\"\nat_most = 120  #"));
+}
+
+TEST(PlanFile, ADefaultPlanIsWrittenInPlainNumbers) {
+  Plan plan;
+  plan.question = "step";
+  Phase phase;
+  phase.until_settled = true;
+  phase.duration_s = 600;
+  plan.phases = {phase};
+  EXPECT_THAT(plan_text(plan), testing::HasSubstr("drift = 0.05 "));
+  EXPECT_THAT(plan_text(plan), testing::HasSubstr("carrier = 20 "));
 }
 
 TEST(PlanFile, OptionsOfTheEngineAreKeptAsTheyStand) {
   Plan plan;
   plan.question = "run";
-  plan.engine_options = {"-w", "bmix", "it's \"quoted\""};
+  plan.engine_options = {"-w", "bmix", "it's \"quoted\" \n \x01"};
   EXPECT_EQ(parse_plan(plan_text(plan), "run.toml").engine_options, plan.engine_options);
 }
 

@@ -1,4 +1,6 @@
-#include <toml++/toml.h>
+#include <array>
+#include <charconv>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "lab/plan/plan_file.h"
@@ -7,17 +9,16 @@ namespace lab {
 
 namespace {
 
+/// A text in double quotes: what JSON makes of it is TOML as well.
 std::string quoted(const std::string& text) {
-  std::ostringstream out;
-  out << toml::value<std::string>(text);
-  return out.str();
+  return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 /// The shortest text that reads as the same number.
 std::string number(double value) {
-  std::ostringstream out;
-  out << toml::value<double>(value);
-  return out.str();
+  std::array<char, 32> text{};
+  const auto result = std::to_chars(text.data(), text.data() + text.size(), value);
+  return {text.data(), result.ptr};
 }
 
 std::string list(const std::vector<std::string>& texts) {
@@ -59,6 +60,10 @@ void write_phase(std::ostream& out, const Phase& phase) {
     out << "duration = ";
   }
   out << number(phase.duration_s) << "  # s\n";
+  if (phase.until_settled) {
+    out << "drift = " << number(phase.drift)
+        << "  # part of the change that may still be to come\n";
+  }
   if (phase.load) {
     out << "load = " << quoted(*phase.load) << '\n';
   }
