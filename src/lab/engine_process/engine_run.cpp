@@ -56,14 +56,17 @@ EngineRun::EngineRun(const Start& start)
            .kept = {samples_file_.number(), record_file_.number()}}),
       samples_(start.samples),
       record_(start.record),
-      rows_(start.origin) {}
+      rows_(start.origin),
+      steered_(start.steered) {}
 
 void EngineRun::steer(const Drive& drive) {
   engine_.write(steering(drive));
 }
 
 void EngineRun::end() {
-  engine_.close_input();
+  if (!steered_ || !engine_.write("end\n")) {
+    engine_.close_input();
+  }
 }
 
 void EngineRun::poll() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -23,6 +24,7 @@ class EngineRun {
     std::filesystem::path samples;       ///< made, or emptied, with the caller's rights
     std::filesystem::path record;
     bool as_root = false;
+    bool steered = false;  ///< it follows steer()
     SampleRows::Origin origin;
   };
 
@@ -34,6 +36,9 @@ class EngineRun {
 
   /// Asks the engine to end in order.
   void end();
+
+  /// Ends the engine at once, if it has been asked before.
+  void interrupt() { engine_.signal(SIGINT); }
 
   /// Takes in what has been written since the last call.
   void poll();
@@ -82,6 +87,7 @@ class EngineRun {
   std::vector<std::string> notes_;
   std::vector<std::string> other_errors_;  // what it said that is no note
   std::string version_;
+  bool steered_;
   bool ended_ = false;
 };
 

@@ -51,24 +51,36 @@ std::int64_t process_ticks(std::string_view stat) {
   return field(stat, 11) + field(stat, 12);
 }
 
-double OthersLoad::look(double now_s, pid_t engine) {
+void OthersLoad::look(double now_s, pid_t engine) {
   constexpr double kLook_s = 1;
-  if (!last_ || now_s - last_->at_s >= kLook_s) {
-    const Busy busy{
-        .at_s = now_s,
-        .all = busy_ticks(first_line("/proc/stat")),
-        .engine = process_ticks(first_line("/proc/" + std::to_string(engine) + "/stat"))};
-    if (last_) {
-      const double processors = std::max(1U, std::thread::hardware_concurrency());
-      const double ticks = (now_s - last_->at_s) * static_cast<double>(sysconf(_SC_CLK_TCK));
-      const auto others = static_cast<double>(
-          (busy.all - last_->all) - std::max<std::int64_t>(0, busy.engine - last_->engine));
-      load_ = std::clamp(others / (ticks * processors), 0.0, 1.0);
-      known_ = true;
-    }
-    last_ = busy;
+  constexpr std::size_t kKept = 60;
+  if (last_ && now_s - last_->at_s < kLook_s) {
+    return;
   }
-  return known_ ? load_ : std::numeric_limits<double>::quiet_NaN();
+  const Busy busy{.at_s = now_s,
+                  .all = busy_ticks(first_line("/proc/stat")),
+                  .engine = process_ticks(first_line("/proc/" + std::to_string(engine) + "/stat"))};
+  if (last_) {
+    const double processors = std::max(1U, std::thread::hardware_concurrency());
+    const double ticks = (now_s - last_->at_s) * static_cast<double>(sysconf(_SC_CLK_TCK));
+    // An engine that has ended, or another one, has used less than the one before.
+    const std::int64_t engines = std::max<std::int64_t>(0, busy.engine - last_->engine);
+    const auto others = static_cast<double>(busy.all - last_->all - engines);
+    seconds_.push_back({.begin_s = last_->at_s,
+                        .end_s = now_s,
+                        .load = std::clamp(others / (ticks * processors), 0.0, 1.0)});
+  }
+  if (seconds_.size() > kKept) {
+    seconds_.pop_front();
+  }
+  last_ = busy;
+}
+
+double OthersLoad::at(double instant_s) const {
+  const auto found = std::find_if(seconds_.begin(), seconds_.end(), [&](const Second& second) {
+    return instant_s > second.begin_s && instant_s <= second.end_s;
+  });
+  return found == seconds_.end() ? std::numeric_limits<double>::quiet_NaN() : found->load;
 }
 
 }  // namespace lab

@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <string_view>
 
@@ -12,9 +13,11 @@ namespace lab {
 /// once a second at the most: the kernel counts in hundredths of a second.
 class OthersLoad {
  public:
-  /// The load of late, 0 to 1, beside the process `engine`; NaN before the first second is over.
-  /// `now_s` ascends.
-  double look(double now_s, pid_t engine);
+  /// Looks, if it is time to, at what is beside the process `engine`. `now_s` ascends.
+  void look(double now_s, pid_t engine);
+
+  /// The load, 0 to 1, in the second around an instant of the last minute; NaN if it is not known.
+  double at(double instant_s) const;
 
  private:
   struct Busy {
@@ -22,9 +25,13 @@ class OthersLoad {
     std::int64_t all;     // ticks
     std::int64_t engine;  // ticks
   };
+  struct Second {
+    double begin_s;
+    double end_s;
+    double load;
+  };
   std::optional<Busy> last_;
-  double load_ = 0;
-  bool known_ = false;
+  std::deque<Second> seconds_;
 };
 
 /// Ticks in which processors worked, of the first line of /proc/stat. Pure.

@@ -1,7 +1,8 @@
 #include "lab/engine_process/segments.h"
 
-#include <array>
-#include <charconv>
+#include <initializer_list>
+
+#include "lab/engine_process/decimal.h"
 
 namespace lab {
 
@@ -9,13 +10,6 @@ namespace {
 
 bool same(const Fans& one, const Fans& other) {
   return one.hold == other.hold && one.rpm == other.rpm;
-}
-
-std::string number(double value) {
-  std::array<char, 32> text{};
-  const auto result =
-      std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed);
-  return {text.data(), result.ptr};
 }
 
 void append(std::vector<std::string>& arguments, std::initializer_list<std::string> more) {
@@ -45,16 +39,16 @@ std::vector<Segment> segments_of(const Plan& plan) {
 
 std::vector<std::string> engine_arguments(const Plan& plan, const Segment& segment,
                                           const Means& means) {
-  std::vector<std::string> arguments{"--steer", "-m", "-r", number(plan.rate_hz)};
+  std::vector<std::string> arguments{"--steer", "-m", "-r", decimal(plan.rate_hz)};
   for (const std::string& key : means.keys) {
     append(arguments, {"-k", key});
   }
-  append(arguments, {"-w", segment.load, "-f", number(plan.carrier_hz)});
+  append(arguments, {"-w", segment.load, "-f", decimal(plan.carrier_hz)});
   if (plan.threads > 0) {
     append(arguments, {"-c", std::to_string(plan.threads)});
   }
   for (const auto& [key, value] : plan.limits) {
-    append(arguments, {"--limit", key + "=" + number(value)});
+    append(arguments, {"--limit", key + "=" + decimal(value)});
   }
   if (!means.root) {
     return arguments;  // fans and P-states are root's
@@ -80,11 +74,11 @@ std::vector<std::string> engine_arguments(const Plan& plan, const Segment& segme
 std::string steering(const Drive& drive) {
   switch (drive.shape) {
     case Drive::Shape::constant:
-      return "duty " + number(drive.duty) + "\n";
+      return "duty " + decimal(drive.duty) + "\n";
     case Drive::Shape::sinusoid:
     case Drive::Shape::triangle:
       return std::string(drive.shape == Drive::Shape::sinusoid ? "sinusoid " : "triangle ") +
-             number(drive.frequency_hz) + " " + number(drive.duty) + " " + number(drive.depth) +
+             decimal(drive.frequency_hz) + " " + decimal(drive.duty) + " " + decimal(drive.depth) +
              "\n";
   }
   return "";

@@ -1,0 +1,133 @@
+#include "lab/engine_process/engine_options.h"
+
+#include <getopt.h>
+
+#include <array>
+#include <string_view>
+
+#include "lab/engine_process/decimal.h"
+#include "lab/plan/duration.h"
+#include "lab/plan/plan_error.h"
+
+namespace lab {
+
+namespace {
+
+// Values for long options that have no letter.
+constexpr int kOther = 1000;  // the lab need not know of it
+constexpr int kOwn = 1001;    // the lab uses it itself
+constexpr int kEdges = 1002;
+
+constexpr std::array<option, 34> kOptions{{
+    {"help", no_argument, nullptr, 'h'},
+    {"version", no_argument, nullptr, 'v'},
+    {"noisy", no_argument, nullptr, 'n'},
+    {"monitor", no_argument, nullptr, 'm'},
+    {"invert", no_argument, nullptr, 'i'},
+    {"monrate", required_argument, nullptr, 'r'},
+    {"output", required_argument, nullptr, 'o'},
+    {"cores", required_argument, nullptr, 'c'},
+    {"bind", required_argument, nullptr, 'b'},
+    {"frequency", required_argument, nullptr, 'f'},
+    {"fanfrequency", required_argument, nullptr, 'F'},
+    {"key", required_argument, nullptr, 'k'},
+    {"fan", required_argument, nullptr, 'a'},
+    {"rpm", required_argument, nullptr, 's'},
+    {"time", required_argument, nullptr, 't'},
+    {"pstate", required_argument, nullptr, 'p'},
+    {"sinusoid", required_argument, nullptr, 'z'},
+    {"triangle", required_argument, nullptr, 'e'},
+    {"workload", required_argument, nullptr, 'w'},
+    {"duty", required_argument, nullptr, kOther},
+    {"profile", required_argument, nullptr, kOther},
+    {"edges", required_argument, nullptr, kEdges},
+    {"loop", no_argument, nullptr, kOther},
+    {"depth", required_argument, nullptr, kOther},
+    {"offset", required_argument, nullptr, kOther},
+    {"at", required_argument, nullptr, kOther},
+    {"record", required_argument, nullptr, kOwn},
+    {"pin", no_argument, nullptr, kOther},
+    {"limit", required_argument, nullptr, kOther},
+    {"header", no_argument, nullptr, kOwn},
+    {"steer", no_argument, nullptr, kOwn},
+    {"attached", no_argument, nullptr, kOwn},
+    {"leave-pstate", no_argument, nullptr, kOther},
+    {nullptr, 0, nullptr, 0},
+}};
+
+}  // namespace
+
+EngineOptions read_engine_options(const std::vector<std::string>& arguments) {
+  std::vector<std::string> copies{"vorn-engine"};
+  copies.insert(copies.end(), arguments.begin(), arguments.end());
+  std::vector<char*> pointers;
+  for (std::string& copy : copies) {
+    pointers.push_back(copy.data());
+  }
+  pointers.push_back(nullptr);
+  const int count = static_cast<int>(copies.size());
+  EngineOptions found;
+  optind = 0;  // begins anew, with all that getopt remembers
+  for (;;) {
+    const int at = optind == 0 ? 1 : optind;
+    const int letter = getopt_long(count, pointers.data(),
+                                   "+:hvnmir:o:c:b:f:F:k:a:s:t:p:z:e:w:", kOptions.data(), nullptr);
+    const std::string word = at < count ? pointers[static_cast<std::size_t>(at)] : "";
+    switch (letter) {
+      case -1:
+        if (optind < count) {
+          throw PlanError("\"" + std::string(pointers[static_cast<std::size_t>(optind)]) +
+                          "\" is no option: run takes the options of vorn-engine");
+        }
+        return found;
+      case '?':
+        throw PlanError(word + ": vorn-engine has no such option");
+      case ':':
+        throw PlanError(word + " wants a value");
+      case 'o':
+      case kOwn:
+        throw PlanError(word +
+                        " is not for run: samples and record go into the run folder (--out)");
+      case 'h':
+      case 'v':
+        throw PlanError(word + " is not for run: see vorn-engine(1)");
+      case 'k':
+        found.keys.emplace_back(optarg);
+        found.sampled = true;
+        break;
+      case 'm':
+        found.sampled = true;
+        break;
+      case 'r':
+        found.rate = true;
+        break;
+      case 't':
+        found.time_s = parse_duration(optarg);
+        break;
+      case 'f':
+      case kEdges:
+        found.waveform = true;
+        break;
+      default:
+        break;
+    }
+  }
+}
+
+std::vector<std::string> arguments_with(const std::vector<std::string>& options, double rate_hz,
+                                        const std::vector<std::string>& keys) {
+  const EngineOptions known = read_engine_options(options);
+  std::vector<std::string> arguments{"--attached", "-m"};
+  if (!known.rate) {
+    arguments.insert(arguments.end(), {"-r", decimal(rate_hz)});
+  }
+  if (known.keys.empty()) {
+    for (const std::string& key : keys) {
+      arguments.insert(arguments.end(), {"-k", key});
+    }
+  }
+  arguments.insert(arguments.end(), options.begin(), options.end());
+  return arguments;
+}
+
+}  // namespace lab

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace lab {
+
+/// What the lab has to know of options that it hands to the engine as they stand.
+struct EngineOptions {
+  std::vector<std::string> keys;  ///< of -k
+  std::optional<double> time_s;   ///< of -t
+  bool sampled = false;           ///< -m, -r or -k is among them
+  bool rate = false;              ///< -r is
+  bool waveform = false;          ///< the load is switched on and off
+};
+
+/// Reads the engine's options. Throws PlanError for those that the lab uses itself (files,
+/// steering) and for what is no option; values are judged by the engine.
+EngineOptions read_engine_options(const std::vector<std::string>& arguments);
+
+/// The engine's arguments for a run with these options, but for its files: with samples of `keys`,
+/// and an end when this process ends.
+std::vector<std::string> arguments_with(const std::vector<std::string>& options, double rate_hz,
+                                        const std::vector<std::string>& keys);
+
+}  // namespace lab

@@ -1,0 +1,90 @@
+#include "lab/engine_process/segments.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace lab {
+namespace {
+
+using testing::ElementsAre;
+
+Plan step_plan() {
+  Plan plan;
+  for (const double duty : {0.0, 1.0, 0.0}) {
+    Phase phase;
+    phase.drive.duty = duty;
+    phase.duration_s = 1;
+    plan.phases.push_back(phase);
+  }
+  return plan;
+}
+
+const Means kOrdinary{.keys = {"PC0C", "TC0D"}, .fan_keys = {"F0Tg", "F1Tg"}, .root = false};
+const Means kRoot{.keys = {"PC0C"}, .fan_keys = {"F0Tg", "F1Tg"}, .root = true};
+
+TEST(Segments, PhasesThatDifferInTheirDutyAloneAreOne) {
+  const std::vector<Segment> segments = segments_of(step_plan());
+  ASSERT_EQ(segments.size(), 1U);
+  EXPECT_EQ(segments[0].first, 0U);
+  EXPECT_EQ(segments[0].last, 2U);
+}
+
+TEST(Segments, AnotherLoadSpeedOrPstateNeedsAnotherEngine) {
+  Plan plan = step_plan();
+  plan.phases[1].load = "bmem";
+  EXPECT_EQ(segments_of(plan).size(), 3U);
+  plan = step_plan();
+  plan.phases[2].fans = Fans{.hold = Fans::Hold::speed, .rpm = 900};
+  EXPECT_EQ(segments_of(plan).size(), 2U);
+  plan = step_plan();
+  plan.phases[0].pstate = 3;
+  EXPECT_EQ(segments_of(plan).size(), 2U);
+  EXPECT_TRUE(segments_of({}).empty());
+}
+
+TEST(EngineArguments, OfAnOrdinaryUserLeaveFansAndPstateAlone) {
+  Plan plan = step_plan();
+  plan.fans.hold = Fans::Hold::maximum;
+  plan.pstate = 1;
+  plan.threads = 3;
+  plan.limits["TC0D"] = 92.5;
+  EXPECT_THAT(engine_arguments(plan, segments_of(plan)[0], kOrdinary),
+              ElementsAre("--steer", "-m", "-r", "10", "-k", "PC0C", "-k", "TC0D", "-w", "bmix",
+                          "-f", "20", "-c", "3", "--limit", "TC0D=92.5"));
+}
+
+TEST(EngineArguments, OfRootHoldEveryFanOrNone) {
+  Plan plan = step_plan();
+  plan.fans.hold = Fans::Hold::maximum;
+  plan.pstate = 2;
+  EXPECT_THAT(engine_arguments(plan, segments_of(plan)[0], kRoot),
+              ElementsAre("--steer", "-m", "-r", "10", "-k", "PC0C", "-w", "bmix", "-f", "20", "-s",
+                          "-1", "-a", "F0Tg", "-a", "F1Tg", "-p", "2"));
+  plan.fans = {.hold = Fans::Hold::automatic, .rpm = 0};
+  plan.pstate.reset();
+  EXPECT_THAT(engine_arguments(plan, segments_of(plan)[0], kRoot),
+              ElementsAre("--steer", "-m", "-r", "10", "-k", "PC0C", "-w", "bmix", "-f", "20", "-s",
+                          "0", "--leave-pstate"));
+}
+
+TEST(EngineArguments, OnAMachineWithoutFansHoldNone) {
+  Plan plan = step_plan();
+  plan.fans = {.hold = Fans::Hold::speed, .rpm = 1200};
+  Means means = kRoot;
+  means.fan_keys.clear();
+  EXPECT_THAT(engine_arguments(plan, segments_of(plan)[0], means), testing::Contains("0"));
+}
+
+TEST(Steering, IsALineInPlainDecimals) {
+  EXPECT_EQ(
+      steering({.shape = Drive::Shape::constant, .duty = 0.00001, .depth = 0, .frequency_hz = 0}),
+      "duty 0.00001\n");
+  EXPECT_EQ(
+      steering({.shape = Drive::Shape::sinusoid, .duty = 0.25, .depth = 0.5, .frequency_hz = 0.1}),
+      "sinusoid 0.1 0.25 0.5\n");
+  EXPECT_EQ(steering({.shape = Drive::Shape::triangle, .duty = 0, .depth = 1, .frequency_hz = 2}),
+            "triangle 2 0 1\n");
+}
+
+}  // namespace
+}  // namespace lab
