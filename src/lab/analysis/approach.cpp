@@ -1,0 +1,102 @@
+#include "lab/analysis/approach.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+
+namespace lab {
+
+namespace {
+
+constexpr std::size_t kParts = 30;
+
+struct Part {
+  double time_s = 0;
+  double value = 0;
+  double count = 0;
+};
+using Parts = std::array<Part, kParts>;
+
+Parts parts_of(std::span<const double> time_s, std::span<const double> values, double length_s) {
+  Parts parts;
+  for (std::size_t index = 0; index < time_s.size(); ++index) {
+    if (!std::isfinite(values[index])) {
+      continue;
+    }
+    const double since_s = time_s[index] - time_s.front();
+    const auto place = static_cast<std::size_t>(since_s / length_s * kParts);
+    Part& part = parts[std::min(place, kParts - 1)];
+    part.time_s += since_s;
+    part.value += values[index];
+    ++part.count;
+  }
+  for (Part& part : parts) {
+    part.time_s /= std::max(1.0, part.count);
+    part.value /= std::max(1.0, part.count);
+  }
+  return parts;
+}
+
+struct Fit {
+  double squares;  // of what it leaves
+  double height;   // b
+};
+
+/// The best final value and height for one time constant.
+Fit fit(const Parts& parts, double tau_s) {
+  double n = 0;
+  double x = 0;
+  double y = 0;
+  double xx = 0;
+  double xy = 0;
+  double yy = 0;
+  const double first = parts[0].value;  // near the values: no digits are lost in the squares
+  for (const Part& part : parts) {
+    if (part.count > 0) {
+      const double decay = std::exp(-part.time_s / tau_s);
+      const double value = part.value - first;
+      n += 1;
+      x += decay;
+      y += value;
+      xx += decay * decay;
+      xy += decay * value;
+      yy += value * value;
+    }
+  }
+  const double variance = n * xx - x * x;
+  const double covariance = n * xy - x * y;
+  const double height = variance > 0 ? covariance / variance : 0;
+  return {.squares = yy - y * y / n - height * covariance / n, .height = height};
+}
+
+}  // namespace
+
+Approach approach(std::span<const double> time_s, std::span<const double> values) {
+  constexpr double kShortest = 0.02;  // of the record
+  constexpr double kLongest = 3;      // beyond that, a straight line fits as well
+  constexpr double kStep = 1.08;
+  constexpr Approach kNoEnd{.to_come = std::numeric_limits<double>::infinity(),
+                            .tau_s = std::numeric_limits<double>::infinity()};
+  const double length_s = time_s.empty() ? 0 : time_s.back() - time_s.front();
+  if (!(length_s > 0)) {
+    return kNoEnd;
+  }
+  const Parts parts = parts_of(time_s, values, length_s);
+  double best_tau_s = 0;
+  Fit best{.squares = std::numeric_limits<double>::infinity(), .height = 0};
+  double tau_s = kShortest * length_s;
+  for (; tau_s < kLongest * length_s; tau_s *= kStep) {
+    if (const Fit tried = fit(parts, tau_s); tried.squares < best.squares) {
+      best = tried;
+      best_tau_s = tau_s;
+    }
+  }
+  if (best_tau_s * kStep >= tau_s && best.height != 0) {
+    return kNoEnd;  // the longest one fits best
+  }
+  return {.to_come = std::abs(best.height) * std::exp(-length_s / best_tau_s), .tau_s = best_tau_s};
+}
+
+}  // namespace lab

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <span>
+
+namespace lab {
+
+/// How a value goes on that approaches its final one.
+struct Approach {
+  double to_come = 0;  ///< how far it still goes from the last instant on; infinite: no end is seen
+  double tau_s = 0;    ///< time constant of what is left
+};
+
+/// Fits final + b exp(-t / tau) to the means of thirty parts of the record: least squares, with tau
+/// tried on a logarithmic grid, and the other two solved for. A straight line has no end. It tells
+/// when to stop waiting; what was measured is judged with intervals, elsewhere. Requires: as many
+/// values as instants, which ascend; NaN is left out. Constant memory, one pass.
+Approach approach(std::span<const double> time_s, std::span<const double> values);
+
+}  // namespace lab
