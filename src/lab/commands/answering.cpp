@@ -1,0 +1,31 @@
+#include "lab/commands/answering.h"
+
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "lab/folder/whole_file.h"
+#include "lab/report/report.h"
+#include "lab/report/report_assets.h"
+#include "lab/report/summary.h"
+
+namespace lab {
+
+ExitStatus answer(const RunFolder& folder, const Question& question, Printed printed) {
+  const Run run = folder.read();
+  const Answer found = question.analyse(run);
+  folder.write_result(run, found);
+  std::ostringstream page;
+  write_report(page, run, found, installed_assets());
+  write_whole(folder.report(), page.str());
+  if (printed == Printed::json) {
+    std::cout << result_text(run, found);
+  } else {
+    write_summary(std::cout, found);
+    std::cout << "\nreport: " << folder.report().string() << '\n';
+  }
+  std::cout.flush();
+  return found.decided ? kAnswered : kNotDecided;
+}
+
+}  // namespace lab

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "lab/commands/exit_status.h"
+#include "lab/folder/run_folder.h"
+#include "lab/questions/question.h"
+
+namespace lab {
+
+/// How an answer is printed.
+enum class Printed { words, json };
+
+/// Analyses the run in the folder, writes result.json and report.html there, and prints the answer.
+/// Returns what the answer alone is worth. Throws FolderError and PlanError.
+ExitStatus answer(const RunFolder& folder, const Question& question, Printed printed);
+
+}  // namespace lab

@@ -1,0 +1,268 @@
+#include "lab/commands/conductor.h"
+
+#include <time.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <thread>
+
+#include "lab/commands/settling.h"
+#include "lab/commands/stop_request.h"
+#include "lab/engine_process/engine_options.h"
+#include "lab/engine_process/engine_run.h"
+#include "lab/engine_process/machine.h"
+#include "lab/plan/duration.h"
+
+namespace lab {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kLook{100};
+constexpr double kShow_s = 0.25;
+constexpr double kSecond = 1e9;  // ns
+
+double now_s() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / kSecond;
+}
+
+/// The engine's exit statuses that a run may end with although it was played to its end: what was
+/// not as asked is in its record, and so in the report.
+constexpr int kSamplesLost = 21;
+constexpr int kWrongResult = 22;
+constexpr int kStartMissed = 23;
+constexpr int kRecordNotWhole = 24;
+constexpr int kLimitReached = 20;
+
+const char* shortcoming(int status) {
+  switch (status) {
+    case kSamplesLost:
+      return "more than one sample in twenty was left out, or the sample file lost lines";
+    case kWrongResult:
+      return "a load computed a wrong result: the hardware makes errors";
+    case kStartMissed:
+      return "the load did not begin when it was to";
+    case kRecordNotWhole:
+      return "the record of the stimulus is not whole";
+    default:
+      return nullptr;
+  }
+}
+
+}  // namespace
+
+Conductor::Conductor(const Plan& plan, const RunFolder& folder, RunInfo& info, Means means,
+                     View& view)
+    : plan_(plan),
+      folder_(folder),
+      info_(info),
+      means_(std::move(means)),
+      view_(view),
+      samples_(folder.samples(), sample_columns(info.keys)),
+      begun_s_(now_s()),
+      live_(info.keys) {}
+
+Conductor::~Conductor() = default;
+
+void Conductor::play() {
+  if (plan_.phases.empty()) {
+    play_options();
+  }
+  for (const Segment& segment : segments_of(plan_)) {
+    play_segment(segment);
+    if (info_.end != RunEnd::complete) {
+      break;
+    }
+  }
+  if (samples_.lost() == 0) {
+    std::error_code error;
+    std::filesystem::remove(folder_.engine_samples(), error);
+  }
+}
+
+void Conductor::play_options() {
+  const EngineOptions options = read_engine_options(plan_.engine_options);
+  start_engine(arguments_with(plan_.engine_options, plan_.rate_hz, means_.keys), options.waveform);
+  if (options.time_s) {
+    phase_end_s_ = begun_s_ + *options.time_s;
+  }
+  while (follow()) {
+  }
+  wait_for_end();
+}
+
+void Conductor::play_segment(const Segment& segment) {
+  phase_ = segment.first;
+  start_engine(engine_arguments(plan_, segment, means_), true);
+  for (; phase_ <= segment.last; ++phase_) {
+    engine_->steer(plan_.phases[phase_].drive);
+    if (!play_phase(plan_.phases[phase_], phase_ - segment.first)) {
+      break;
+    }
+  }
+  phase_ = std::min(phase_, segment.last);
+  wait_for_end();
+}
+
+void Conductor::start_engine(const std::vector<std::string>& arguments, bool waveform) {
+  engine_ = std::make_unique<EngineRun>(
+      EngineRun::Start{.arguments = arguments,
+                       .samples = folder_.engine_samples(),
+                       .record = folder_.stimulus(starts_),
+                       .as_root = means_.root,
+                       .steered = !plan_.phases.empty(),
+                       .origin = {.zero_ns = zero_ns_,
+                                  .first_phase = static_cast<int>(phase_),
+                                  .processors = info_.processors,
+                                  .waveform = waveform}});
+  ++starts_;
+  info_.engine_commands.push_back(engine_->command());
+  folder_.write_info(info_);
+}
+
+/// When a duty that was asked for at `asked_s` took effect, in seconds of the monotonic clock. The
+/// record says it; a record that cannot be written never does, and then it is taken to have been at
+/// once. The first duty of an engine waits until its loads are made.
+std::optional<double> Conductor::begin_of(std::size_t steering, double asked_s) const {
+  constexpr double kFirst_s = 60;
+  constexpr double kLater_s = 5;
+  if (const std::optional<std::int64_t> begun_ns = engine_->asked_ns(steering)) {
+    return static_cast<double>(*begun_ns) / kSecond;
+  }
+  const bool late = now_s() - asked_s > (steering == 0 ? kFirst_s : kLater_s);
+  return late ? std::optional(asked_s) : std::nullopt;
+}
+
+bool Conductor::play_phase(const Phase& phase, std::size_t steering) {
+  const double asked_s = now_s();
+  const double carrier_half_s = 0.5 / plan_.carrier_hz;
+  phase_end_s_.reset();
+  const std::size_t first_row = live_.table().time_s.size();
+  double next_look_s = now_s();
+  while (follow()) {
+    const std::optional<double> begun_s = begin_of(steering, asked_s);
+    if (!begun_s) {
+      continue;
+    }
+    phase_end_s_ = *begun_s + phase.duration_s;
+    const double left_s = *phase_end_s_ - carrier_half_s - now_s();
+    if (left_s < std::chrono::duration<double>(kLook).count()) {
+      std::this_thread::sleep_for(std::chrono::duration<double>(std::max(0.0, left_s)));
+      return true;
+    }
+    if (phase.until_settled && now_s() > next_look_s) {
+      next_look_s += 1;
+      if (all_settled(live_.table(), first_row, phase.drift)) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
+bool Conductor::follow() {
+  std::this_thread::sleep_for(kLook);
+  take_in();
+  show();
+  return !engine_->status() && stop_requests() == 0;
+}
+
+void Conductor::wait_for_end() {
+  engine_->end();
+  const int before = stop_requests();
+  while (!engine_->status()) {
+    std::this_thread::sleep_for(kLook);
+    take_in();
+    show();
+    if (stop_requests() > std::max(1, before)) {
+      engine_->interrupt();  // somebody does not want to wait for the end in order
+    }
+  }
+  take_in();
+  note_end();
+  engine_.reset();
+}
+
+void Conductor::take_in() {
+  engine_->poll();
+  others_.look(now_s(), engine_->process());
+  zero_ns_ = engine_->zero_ns();
+  for (const SampleRow& row : engine_->take_rows()) {
+    const double instant_s = static_cast<double>(*zero_ns_) / kSecond + row.time_s;
+    std::vector<double> values{static_cast<double>(row.phase), row.asked, row.delivered,
+                               others_.at(instant_s)};
+    values.insert(values.end(), row.keys.begin(), row.keys.end());
+    samples_.add(row.time_s, values);
+    live_.set_delivered(row.delivered);
+  }
+  if (engine_->newest()) {
+    const double asked = plan_.phases.empty() ? std::numeric_limits<double>::quiet_NaN()
+                                              : plan_.phases[phase_].drive.duty;
+    live_.add(*engine_->newest(), asked, others_.at(now_s() - 1));
+  }
+  for (const std::string& note : engine_->take_notes()) {
+    if (std::find(info_.warnings.begin(), info_.warnings.end(), note) == info_.warnings.end()) {
+      info_.warnings.push_back(note);
+    }
+  }
+  info_.engine_version = engine_->version();
+}
+
+void Conductor::show() {
+  const double now = now_s();
+  if (now - shown_s_ < kShow_s) {
+    return;
+  }
+  shown_s_ = now;
+  LiveState state{
+      .title = plan_.question + " on " + (info_.simulated ? "the simulated machine" : info_.host),
+      .phase = {},
+      .next = {},
+      .elapsed_s = now - begun_s_,
+      .left_s = std::nullopt,
+      .samples = &live_.table(),
+      .warnings = &info_.warnings,
+      .ending = stop_requests() > 0};
+  if (!plan_.phases.empty()) {
+    const Phase& phase = plan_.phases[phase_];
+    state.phase = phase.name + ", " + std::to_string(phase_ + 1) + " of " +
+                  std::to_string(plan_.phases.size());
+    double left_s = phase_end_s_ ? std::max(0.0, *phase_end_s_ - now) : phase.duration_s;
+    const std::string when = (phase.until_settled ? "as soon as it is settled, in " : "in ") +
+                             spoken(left_s) + (phase.until_settled ? " at most" : "");
+    const bool last = phase_ + 1 == plan_.phases.size();
+    state.next = (last ? "the analysis " : plan_.phases[phase_ + 1].name + " ") + when;
+    for (std::size_t index = phase_ + 1; index < plan_.phases.size(); ++index) {
+      left_s += plan_.phases[index].duration_s;
+    }
+    state.left_s = left_s;
+  } else if (phase_end_s_) {
+    state.left_s = std::max(0.0, *phase_end_s_ - now);
+  }
+  view_.show(state);
+}
+
+void Conductor::note_end() {
+  const int status = engine_->status().value_or(-1);
+  info_.engine_status = status;
+  info_.end_reason = engine_->end_reason();
+  if (status == kLimitReached) {
+    info_.end = RunEnd::limit;
+  } else if (stop_requests() > 0) {
+    info_.end = RunEnd::interrupted;
+  } else if (status == 0 || shortcoming(status) != nullptr) {
+    info_.end = RunEnd::complete;
+  } else {
+    info_.end = RunEnd::failed;
+  }
+  if (const char* text = shortcoming(status)) {
+    info_.warnings.emplace_back(text);
+  }
+}
+
+}  // namespace lab

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "lab/data/table.h"
+
+namespace lab {
+
+/// A table of numbers that cannot be read. The text names file and line.
+class CsvError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Which column is meant: by its name, or by its number, counted from 1.
+struct CsvLayout {
+  std::string time = "1";
+  double time_unit_s = 1;
+};
+
+/// Anybody's table: columns with commas, semicolons or tabs between (or blanks, if there is none of
+/// those), a head with names or none, decimals with a point (or a comma, where that does not
+/// separate), lines that begin with # left out, cells that are no number not measured. Times are
+/// numbers, or instants such as 2026-11-21T15:00:00.5, and come out as seconds since the first one.
+/// Every column of the file is one of the table, the time too; those without a name are called
+/// "column 2" and so on. Lines whose time is not later than that of the line before are left out.
+/// Throws CsvError.
+Table parse_csv(std::string_view text, const std::string& name, const CsvLayout& layout);
+
+/// The index of the column that `wanted` names, by its name or its number. `name` stands for the
+/// file in messages. Throws CsvError.
+std::size_t column_index(const Table& table, const std::string& wanted, const std::string& name);
+
+}  // namespace lab

@@ -1,0 +1,166 @@
+#include "lab/commands/fit_command.h"
+
+#include <CLI/CLI.hpp>
+#include <limits>
+#include <map>
+
+#include "lab/commands/answering.h"
+#include "lab/commands/csv_table.h"
+#include "lab/commands/run_command.h"
+#include "lab/commands/this_machine.h"
+#include "lab/folder/run_folder.h"
+#include "lab/folder/samples_file.h"
+#include "lab/folder/whole_file.h"
+#include "lab/plan/plan_error.h"
+
+namespace lab {
+
+namespace {
+
+const std::map<std::string, double> kTimeUnits{
+    {"us", 1e-6}, {"ms", 1e-3}, {"s", 1}, {"min", 60}, {"h", 3600}};
+const std::map<std::string, double> kPowerUnits{{"uW", 1e-6}, {"mW", 1e-3}, {"W", 1}, {"kW", 1e3}};
+
+std::vector<std::string> names(const std::map<std::string, double>& units) {
+  std::vector<std::string> found;
+  for (const auto& [name, factor] : units) {
+    found.push_back(name);
+  }
+  return found;
+}
+
+double celsius(double value, const std::string& unit) {
+  constexpr double kAbsoluteZero = -273.15;
+  if (unit == "K") {
+    return value + kAbsoluteZero;
+  }
+  if (unit == "mC") {
+    return value / 1000;  // as the kernel shows temperatures
+  }
+  return unit == "F" ? (value - 32) / 1.8 : value;
+}
+
+/// The samples of a run that would have given this table.
+Table samples_of(const FitOptions& options, std::string& power_name) {
+  const Table file =
+      parse_csv(read_whole(options.file), options.file,
+                {.time = options.time, .time_unit_s = kTimeUnits.at(options.time_unit)});
+  const std::size_t time = column_index(file, options.time, options.file);
+  const std::size_t rows = file.time_s.size();
+  Table samples{.time_s = file.time_s, .columns = {}};
+  const std::vector<double> unknown(rows, std::numeric_limits<double>::quiet_NaN());
+  for (const std::string& name : sample_columns({})) {
+    samples.columns.push_back({.name = name, .unit = {}, .source = {}, .values = unknown});
+  }
+  std::size_t power = file.columns.size();
+  if (!options.power.empty()) {
+    power = column_index(file, options.power, options.file);
+    Column column = file.columns[power];
+    column.unit = "W";
+    for (double& value : column.values) {
+      value *= kPowerUnits.at(options.power_unit);
+    }
+    power_name = column.name;
+    samples.columns.push_back(std::move(column));
+  } else if (options.watts) {
+    power_name = "power";
+    samples.columns.push_back({.name = power_name,
+                               .unit = "W",
+                               .source = "--watts",
+                               .values = std::vector<double>(rows, *options.watts)});
+  }
+  std::vector<std::size_t> chosen;
+  for (const std::string& wanted : options.temperatures) {
+    chosen.push_back(column_index(file, wanted, options.file));
+  }
+  for (std::size_t index = 0; options.temperatures.empty() && index < file.columns.size();
+       ++index) {
+    if (index != time && index != power) {
+      chosen.push_back(index);
+    }
+  }
+  for (const std::size_t index : chosen) {
+    Column column = file.columns[index];
+    column.unit = "degC";
+    for (double& value : column.values) {
+      value = celsius(value, options.temperature_unit);
+    }
+    samples.columns.push_back(std::move(column));
+  }
+  return samples;
+}
+
+}  // namespace
+
+void add_fit_options(CLI::App& app, FitOptions& options) {
+  app.add_option("FILE", options.file, "a table: CSV, or columns with semicolons, tabs or blanks")
+      ->required()
+      ->option_text(" ");
+  app.add_option("--time", options.time, "column of the time, by name or number (default: 1)")
+      ->option_text("<column>");
+  app.add_option("--time-unit", options.time_unit, "us, ms, s, min or h (default: s)")
+      ->check(CLI::IsMember(names(kTimeUnits)))
+      ->option_text("<unit>");
+  auto* power = app.add_option("--power", options.power, "column of the power, by name or number")
+                    ->option_text("<column>");
+  app.add_option("--power-unit", options.power_unit, "uW, mW, W or kW (default: W)")
+      ->check(CLI::IsMember(names(kPowerUnits)))
+      ->option_text("<unit>");
+  app.add_option("--watts", options.watts, "the power, if it was constant from the first line on")
+      ->excludes(power)
+      ->option_text("<w>");
+  app.add_option("--temperature", options.temperatures,
+                 "column of a temperature, by name or number; may be repeated (default: all other "
+                 "columns)")
+      ->expected(1)
+      ->take_all()
+      ->option_text("<column>");
+  app.add_option("--temperature-unit", options.temperature_unit,
+                 "C, mC (thousandths of it), K or F (default: C)")
+      ->check(CLI::IsMember({"C", "mC", "K", "F"}))
+      ->option_text("<unit>");
+  app.add_option("--out", options.output.out, "folder for the result (default: fit-DATE-TIME)")
+      ->option_text("<folder>");
+  app.add_flag("--json", options.output.json, "print the result as JSON");
+}
+
+ExitStatus fit(const FitOptions& options, const std::vector<std::string>& command) {
+  if (options.power.empty() && !options.watts) {
+    throw PlanError("fit needs the power: --power names its column, --watts is its value");
+  }
+  Plan plan;
+  plan.question = "fit";
+  const Table samples = samples_of(options, plan.power);
+
+  RunInfo info;
+  info.question = plan.question;
+  info.end = RunEnd::complete;
+  note_machine(info);
+  info.ended = info.begun;
+  info.command = command;
+  for (const Column& column : samples.columns) {
+    if (!column.unit.empty()) {
+      info.keys.push_back({.name = column.name, .unit = column.unit, .source = column.source});
+    }
+  }
+  const RunFolder folder =
+      RunFolder::create(options.output.out.empty() ? default_folder("fit") : options.output.out);
+  folder.write_plan(plan);
+  folder.write_info(info);
+  SamplesWriter writer(folder.samples(), sample_columns(info.keys));
+  for (std::size_t row = 0; row < samples.time_s.size(); ++row) {
+    std::vector<double> values;
+    for (const Column& column : samples.columns) {
+      values.push_back(column.values[row]);
+    }
+    writer.add(samples.time_s[row], values);
+  }
+  if (writer.lost() > 0) {
+    return kNotWritten;
+  }
+  const auto questions = all_questions();
+  return answer(folder, *find_question(questions, "fit"),
+                options.output.json ? Printed::json : Printed::words);
+}
+
+}  // namespace lab

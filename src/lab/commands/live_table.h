@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "lab/data/table.h"
+#include "lab/folder/run_info.h"
+#include "lab/folder/sample_rows.h"
+
+namespace lab {
+
+/// The samples of a run as a live view shows them: each as soon as it is there, with the load as
+/// far as it is known by then. Samples of long ago are dropped, so that days fit into memory.
+class LiveTable {
+ public:
+  explicit LiveTable(const std::vector<KeyInfo>& keys);
+
+  /// Adds the newest sample, unless it is there already. `asked` is the duty of now, and `others`
+  /// the load of everybody else.
+  void add(const SampleRow& newest, double asked, double others);
+
+  /// The load that the engine has delivered of late.
+  void set_delivered(double load) { delivered_ = load; }
+
+  const Table& table() const { return table_; }
+
+ private:
+  Table table_;
+  double delivered_;
+};
+
+}  // namespace lab

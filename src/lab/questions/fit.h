@@ -1,0 +1,19 @@
+#pragma once
+
+#include "lab/questions/step.h"
+
+namespace lab {
+
+/// A step that somebody else measured.
+class Fit final : public Question {
+ public:
+  const char* name() const override { return "fit"; }
+  const char* summary() const override { return Step().summary(); }
+  const char* example() const override { return "fit measured.csv --power watts"; }
+  bool has_command() const override { return false; }
+  Plan plan() const override { return {}; }
+  Answer analyse(const Run& run) const override { return Step().analyse(run); }
+  std::vector<std::string> lacks(const Offer& /*offer*/) const override { return {}; }
+};
+
+}  // namespace lab

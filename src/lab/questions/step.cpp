@@ -1,0 +1,85 @@
+#include "lab/questions/step.h"
+
+#include <CLI/CLI.hpp>
+
+#include "lab/analysis/step.h"
+#include "lab/plan/duration.h"
+#include "lab/plan/plan_error.h"
+#include "lab/questions/heat.h"
+
+namespace lab {
+
+namespace {
+
+double seconds(const std::string& text, const char* option) {
+  const std::optional<double> time = parse_duration(text);
+  if (!time || !(*time > 0)) {
+    throw PlanError(std::string(option) +
+                    " takes a time, such as 90, 90s or 2m, or \"until settled\", and not \"" +
+                    text + "\"");
+  }
+  return *time;
+}
+
+}  // namespace
+
+void Step::add_options(CLI::App& app) {
+  app.add_option("--duty", duty_, "part of the time that the load is on, 0 to 1 (default: 1)")
+      ->check(CLI::Range(0.0, 1.0))
+      ->option_text("<d>");
+  app.add_option("--base", base_, "the same before and after the step (default: 0)")
+      ->check(CLI::Range(0.0, 1.0))
+      ->option_text("<d>");
+  app.add_option("--idle", idle_, "before the step (default: 5s)")->option_text("<time>");
+  app.add_option("--heat", heat_, "length of the step (default: \"until settled\")")
+      ->option_text("<time>");
+  app.add_option("--cool", cool_, "after the step (default: \"until settled\")")
+      ->option_text("<time>");
+  app.add_option("--at-most", at_most_,
+                 "what is not settled by then goes on all the same (default: 10m)")
+      ->option_text("<time>");
+}
+
+Plan Step::plan() const {
+  if (duty_ == base_) {
+    throw PlanError("--duty and --base are the same: there is no step");
+  }
+  Plan plan;
+  plan.question = name();
+  plan.fans.hold = Fans::Hold::maximum;
+  const auto phase = [&](const char* phase_name, double duty, const std::string& time,
+                         const char* option) {
+    Phase made;
+    made.name = phase_name;
+    made.drive.duty = duty;
+    made.until_settled = time == "until settled";
+    made.duration_s = made.until_settled ? seconds(at_most_, "--at-most") : seconds(time, option);
+    plan.phases.push_back(made);
+  };
+  phase("idle", base_, idle_, "--idle");
+  phase("load", duty_, heat_, "--heat");
+  phase("cooling", base_, cool_, "--cool");
+  return plan;
+}
+
+Answer Step::analyse(const Run& run) const {
+  return analyse_step(heat_and_temperatures(run));
+}
+
+std::vector<std::string> Step::lacks(const Offer& offer) const {
+  std::vector<std::string> found;
+  if (!offer.temperatures) {
+    found.emplace_back("no temperature: there is nothing to see a step in");
+  }
+  if (!offer.power) {
+    found.emplace_back("no power: results are for each unit of load, not for each watt");
+  }
+  if (!offer.fans) {
+    found.emplace_back(
+        "no fan can be held: the machine's own control changes the resistance "
+        "meanwhile");
+  }
+  return found;
+}
+
+}  // namespace lab
