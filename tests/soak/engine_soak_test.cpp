@@ -160,23 +160,23 @@ struct TwoRecords {
   std::vector<Edge> second;
 };
 
-/// Two engines at 20 Hz, started seconds apart with one start. The second is stopped on the way.
+/// Two engines at 20 Hz, started a second apart with one start. The second is stopped on the way.
 TwoRecords two_engines(int seconds) {
   const OpenFolder folder;
   const double now =
       std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
   char at[32];
-  std::snprintf(at, sizeof at, "%.3f", now + 2.5);
+  std::snprintf(at, sizeof at, "%.3f", now + 2.0);
   const auto one = [&](const char* processor) {
     return engine({"-w", "bspin", "-c", "1", "--pin", "-b", processor, "-f", "20", "--at", at, "-t",
                    std::to_string(seconds), "--record", folder.file(processor)});
   };
   Running first(one("0"));
-  usleep(1500000);
+  usleep(1000000);
   Running second(one("1"));
-  usleep(4000000);
+  usleep(2000000);
   second.send(SIGSTOP);
-  usleep(333000);
+  usleep(170000);  // three periods, and not a fourth
   second.send(SIGCONT);
   const Outcome first_outcome = first.wait(90.0);
   const Outcome second_outcome = second.wait(90.0);
@@ -195,7 +195,7 @@ TEST(TwoEngines, WithTheSameStartRunInPhase) {
   constexpr std::int64_t kTogether = 20000;  // ns: what reading two clocks may differ by
   constexpr double kStoodStill = 0.025;      // s: an on phase
   constexpr int kRuns = 3;
-  const int seconds = runs_of_each_shape() >= 36 ? 60 : 10;   // a minute where there is time for it
+  const int seconds = runs_of_each_shape() >= 36 ? 20 : 5;    // longer where there is time for it
   const auto edges = static_cast<std::size_t>(20 * seconds);  // at 20 Hz
   std::vector<std::int64_t> switched;
   std::vector<std::int64_t> entered;
