@@ -12,18 +12,14 @@
 #include <string>
 #include <vector>
 
+#include "support/sanitized.h"
+
 /// Runs a built program as a process, as a user would: with a clean environment, as a chosen user
 /// and with chosen rights.
 namespace program {
 
-/// Whether the programs are built with a sanitizer. Its runtime may have a thread of its own.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kSanitized = true;
-#elif defined(__has_feature)
-constexpr bool kSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool kSanitized = false;
-#endif
+/// The programs are built like the tests.
+using ::kSanitized;
 
 enum class As {
   kOrdinaryUser,           ///< no rights at all

@@ -2,9 +2,11 @@
 
 #include <cerrno>
 #include <functional>
+#include <iterator>
 
 #include "machines/linux/fans/calibration.h"
 #include "support/machine/fan_fixture.h"
+#include "support/machine/turns.h"
 
 namespace linux_machine {
 namespace {
@@ -79,17 +81,20 @@ bool run_with_fault(const Case& one, int n, int error, FaultyTree::For how_long)
 }
 
 TEST(FanFaults, NothingCrashesAndEverythingIsPutBack) {
+  constexpr int kKinds = 2 * static_cast<int>(std::size(kErrors));
   for (const Case& one : kCases) {
+    int kind = 0;
     for (const int error : kErrors) {
       for (const auto how_long : {FaultyTree::For::once, FaultyTree::For::ever}) {
-        int n = 1;
+        const auto [first, step] = turns(kind++, kKinds);
+        int n = first;
         while (run_with_fault(one, n, error, how_long)) {
           ASSERT_FALSE(testing::Test::HasFailure())
               << one.name << ", access " << n << ", error " << error
               << (how_long == FaultyTree::For::once ? " once" : " for ever");
-          ++n;
+          n += step;
         }
-        EXPECT_GT(n, 2) << one.name;
+        EXPECT_TRUE(n > 2 || step > 1) << one.name;
       }
     }
   }
