@@ -14,11 +14,16 @@ namespace {
 // Correlation over more values than this is looked for between means of neighbours.
 constexpr std::size_t kMostBatches = 8192;
 
-double percentile(const std::vector<double>& sorted, double share) {
-  const double at = share * static_cast<double>(sorted.size() - 1);
-  const auto below = static_cast<std::size_t>(at);
-  const std::size_t above = std::min(below + 1, sorted.size() - 1);
-  return sorted[below] + (at - static_cast<double>(below)) * (sorted[above] - sorted[below]);
+// Puts the values into another order.
+double percentile(std::vector<double>& values, double share) {
+  const double at = share * static_cast<double>(values.size() - 1);
+  const auto below = values.begin() + static_cast<std::ptrdiff_t>(at);
+  std::nth_element(values.begin(), below, values.end());
+  if (below + 1 == values.end()) {
+    return *below;
+  }
+  const double above = *std::min_element(below + 1, values.end());
+  return *below + (at - std::floor(at)) * (above - *below);
 }
 
 // Source: batch means, for example Law, Simulation Modeling and Analysis, chapter 9.
@@ -80,12 +85,11 @@ ColumnStatistics column_statistics(const std::vector<double>& time_s, const Colu
     half += result.sensor.step / 2;
   }
   result.mean = {.value = mean, .low = mean - half, .high = mean + half, .unit = column.unit};
-  std::sort(all.begin(), all.end());
-  result.minimum = all.front();
+  result.minimum = *std::min_element(all.begin(), all.end());
   result.percentile_5 = percentile(all, 0.05);
   result.median = percentile(all, 0.5);
   result.percentile_95 = percentile(all, 0.95);
-  result.maximum = all.back();
+  result.maximum = *std::max_element(all.begin(), all.end());
   return result;
 }
 

@@ -34,9 +34,10 @@ StartGrid::StartGrid(const HeatCurve& curve) {
   const double length_s = std::max(curve.time_s.back(), 1e-6);
   const double step_s =
       curve.widest_fast_s > 0 ? curve.widest_fast_s : length_s / static_cast<double>(curve.rows());
-  const double ratio = std::pow(10.0, 1 / kToADecade);
-  for (double one_s = 0.5 * step_s; one_s < 1.5 * length_s; one_s *= ratio) {
-    tau_s.push_back(one_s);
+  const double least_s = 0.5 * step_s;
+  const int count = static_cast<int>(std::ceil(kToADecade * std::log10(1.5 * length_s / least_s)));
+  for (int at = 0; at < std::max(count, 1); ++at) {
+    tau_s.push_back(least_s * std::pow(10.0, at / kToADecade));
   }
   basis.resize(static_cast<Eigen::Index>(curve.rows()),
                1 + 2 * static_cast<Eigen::Index>(tau_s.size()));

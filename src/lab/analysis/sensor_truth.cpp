@@ -38,6 +38,21 @@ double common_divisor(const std::vector<double>& distances, double least) {
   return 0;
 }
 
+// Of a long column as many values as show its grid; the least and the most are always among them.
+std::vector<double> some_of(const std::vector<double>& values) {
+  constexpr std::size_t kEnough = 50000;
+  if (values.size() <= kEnough) {
+    return values;
+  }
+  const auto [least, most] = std::minmax_element(values.begin(), values.end());
+  std::vector<double> some{*least, *most};
+  const std::size_t apart = values.size() / kEnough + 1;
+  for (std::size_t at = 0; at < values.size(); at += apart) {
+    some.push_back(values[at]);
+  }
+  return some;
+}
+
 double step_of(std::vector<double> values, std::size_t& levels) {
   std::sort(values.begin(), values.end());
   const double range = values.empty() ? 0 : values.back() - values.front();
@@ -129,7 +144,7 @@ SensorTruth sensor_truth(std::span<const double> time_s, std::span<const double>
     }
   }
   truth.sampled_every_s = quantile(std::move(distances_s), 0.5);
-  truth.step = step_of(std::move(there), truth.levels);
+  truth.step = step_of(some_of(there), truth.levels);
   truth.update_interval_s =
       interval_of(changes_of(time_s, values, truth.step), truth.sampled_every_s);
   truth.fresh.assign(values.size(), false);

@@ -10,7 +10,7 @@ namespace lab {
 /// What a sensor really does, found from what it showed.
 struct SensorTruth {
   double step = 0;             ///< all values lie on a grid of this; 0: no grid is seen
-  std::size_t levels = 0;      ///< different values that it showed
+  std::size_t levels = 0;      ///< different values that it showed; of a long column, at least
   double sampled_every_s = 0;  ///< median distance of the instants at which it was read
   /// From one measurement of the sensor to its next; `sampled_every_s` if it is no slower than it
   /// was read. Nothing if it changed too seldom to tell.
