@@ -91,8 +91,8 @@ RunInfo info() {
   info.system = "Linux 6.8.0 x86_64";
   info.processor = "Example Processor 8-Core at 3.4 GHz";
   info.processors = 16;
-  info.lab_version = "vorn-lab 0.2";
-  info.engine_version = "vorn-engine 0.2";
+  info.lab_version = "0.2";
+  info.engine_version = "0.2";
   info.command = {"vorn-lab", "step", "-k", "TC0D", "--out", "runs/new cooler"};
   info.engine_commands = {{"vorn-engine", "-w", "bmix", "-d", "1", "-t", "180s", "-m", "-r", "10"}};
   info.begun = "2026-11-21T20:31:07+01:00";
@@ -125,8 +125,8 @@ Delivery delivery() {
 Chart impedance_chart() {
   Chart chart;
   chart.title = "Thermal impedance";
-  chart.x_label = "Time since the step (s)";
-  chart.y_label = "Z_th (K/W)";
+  chart.x_label = "time after a step of heat, s";
+  chart.y_label = "Z_th, K/W";
   chart.x_scale = Chart::Scale::logarithmic;
   chart.note = "Each step of the curve is a stage: a part of the machine that warms up by itself.";
   Series measured{.name = "TC0D measured",

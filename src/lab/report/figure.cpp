@@ -14,25 +14,21 @@ namespace {
 /// Points of one series of an answer, which is a few hundred points as a rule.
 constexpr std::size_t kMostOfAnswer = 20000;
 
-/// Keys first, so that they have the colours without dashes.
-std::vector<std::string> names(const Table& samples) {
-  std::vector<std::string> keys;
-  std::vector<std::string> others;
+std::vector<std::string> keys(const Table& samples) {
+  std::vector<std::string> names;
   for (const Column& column : samples.columns) {
-    const bool other = column.name == kPhaseColumn || column.name == kAskedColumn ||
-                       column.name == kDeliveredColumn || column.name == kOthersColumn;
-    if (column.name != kPhaseColumn) {
-      (other ? others : keys).push_back(column.name);
+    if (column.name != kPhaseColumn && column.name != kAskedColumn &&
+        column.name != kDeliveredColumn && column.name != kOthersColumn) {
+      names.push_back(column.name);
     }
   }
-  keys.insert(keys.end(), others.begin(), others.end());
-  return keys;
+  return names;
 }
 
 }  // namespace
 
 std::vector<Figure> figures(const Run& run, const Answer& answer, std::size_t most_points) {
-  Inks inks(names(run.samples));
+  Inks inks(keys(run.samples));
   std::vector<Figure> all;
   for (const Chart& chart : answer.charts) {
     Figure figure;

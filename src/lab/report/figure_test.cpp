@@ -41,8 +41,8 @@ TEST(Figures, DrawLoadInPercentAndTimeInAUnitThatFits) {
     return figure.chart.title == "Load over time";
   });
   ASSERT_NE(load, all.end());
-  EXPECT_EQ(load->chart.y_label, "Processor time (%)");
-  EXPECT_EQ(load->chart.x_label, "Time (h)");
+  EXPECT_EQ(load->chart.y_label, "processor time, %");
+  EXPECT_EQ(load->chart.x_label, "time, h");
   const Series& asked = load->chart.series.back();
   EXPECT_EQ(asked.name, "asked");
   EXPECT_NEAR(asked.x.back(), 400'000 / 36'000.0, 0.01);

@@ -34,13 +34,23 @@ bool look_alike(const Series& one, Ink ink, const Series& other, Ink other_ink) 
 
 }  // namespace
 
-Inks::Inks(const std::vector<std::string>& names) {
+// The columns of the load have the last colours, which few keys reach; what was asked is dashed, to
+// lie above what was delivered.
+Inks::Inks(const std::vector<std::string>& names)
+    : shares_{{std::string(kAskedColumn), {.colour = 5, .dash = 1}},
+              {std::string(kDeliveredColumn), {.colour = 6}},
+              {std::string(kOthersColumn), {.colour = 7}}} {
   for (const std::string& name : names) {
     known_.try_emplace(name, next_ink(known_.size()));
   }
 }
 
 Ink Inks::by_name(const std::string& text) {
+  for (const auto& [name, ink] : shares_) {
+    if (text.starts_with(name)) {
+      return ink;
+    }
+  }
   const std::pair<const std::string, Ink>* best = nullptr;
   for (const auto& entry : known_) {
     if (!entry.first.empty() && has_word(text, entry.first) &&

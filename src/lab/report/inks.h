@@ -8,8 +8,8 @@
 
 namespace lab {
 
-/// Gives every name its ink: the columns of a run by their order, names that mention none of them
-/// as they come.
+/// Gives every name its ink: the keys of a run by their order, the columns of its load always the
+/// same ones, names that mention none of them as they come.
 class Inks {
  public:
   explicit Inks(const std::vector<std::string>& names);
@@ -22,6 +22,7 @@ class Inks {
   /// Of the longest known name that stands as a word in `text`; else a new one.
   Ink by_name(const std::string& text);
 
+  std::map<std::string, Ink> shares_;
   std::map<std::string, Ink> known_;
 };
 

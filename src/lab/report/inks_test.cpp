@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 #include <string>
 #include <utility>
@@ -39,6 +40,17 @@ TEST(Inks, TakeAKeyForAWordNotForAPartOfOne) {
   Inks inks({"T1", "T11"});
   EXPECT_EQ(inks.of({curve("T11 fit")}).at(0).colour, 1);
   EXPECT_EQ(inks.of({curve("XT1")}).at(0).colour, 2) << "a new name";
+}
+
+TEST(Inks, DashOfTheLoadOnlyWhatWasAsked) {
+  std::vector<std::string> names(20);
+  std::generate(names.begin(), names.end(),
+                [i = 0]() mutable { return "k" + std::to_string(i++); });
+  const std::vector<Ink> load =
+      Inks(names).of({curve("others (not of this run)"), curve("delivered"), curve("asked")});
+  EXPECT_EQ(load[0].dash, 0);
+  EXPECT_EQ(load[1].dash, 0);
+  EXPECT_NE(load[2].dash, 0);
 }
 
 TEST(Inks, DashWhatColoursDoNotTellApart) {

@@ -14,14 +14,6 @@ std::string processor_text(const RunInfo& info) {
   return info.processor.empty() ? count : info.processor + ", " + count;
 }
 
-std::string versions_text(const RunInfo& info) {
-  std::string text = info.lab_version;
-  if (!info.engine_version.empty() && info.engine_version != info.lab_version) {
-    text += (text.empty() ? "" : ", ") + info.engine_version;
-  }
-  return text;
-}
-
 std::string end_text(const RunInfo& info) {
   std::string said = text(info.end);
   if (!info.end_reason.empty()) {
@@ -46,7 +38,8 @@ std::vector<Fact> machine_facts(const Run& run) {
   add("Machine", info.host + (info.simulated ? " (simulated)" : ""));
   add("Processor", processor_text(info));
   add("System", info.system);
-  add("Programs", versions_text(info));
+  add("Version of the lab", info.lab_version);
+  add("Version of the engine", info.engine_version);
   add("Begun", info.begun);
   add("Ended", info.ended);
   add("How it ended", end_text(info));

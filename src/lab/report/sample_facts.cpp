@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <cmath>
 
+#include "lab/plan/duration.h"
 #include "lab/report/column_range.h"
 #include "lab/report/facts.h"
 #include "lab/report/number_text.h"
@@ -42,7 +44,11 @@ std::string share_text(const std::string& name) {
 }
 
 std::string seconds_text(double seconds) {
-  return with_unit(number_text(seconds, 5), "s");
+  constexpr double kLongestInSeconds = 120;
+  if (!std::isfinite(seconds)) {
+    return "without an end";
+  }
+  return seconds <= kLongestInSeconds ? with_unit(number_text(seconds, 3), "s") : spoken(seconds);
 }
 
 std::string planned_text(const Phase& phase) {

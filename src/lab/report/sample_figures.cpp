@@ -36,12 +36,12 @@ Kind kind_of(const std::string& unit) {
     const char* quantity;
   };
   static constexpr std::array<Known, 6> kKnown{{
-      {"degC", "Temperatures", "Temperature"},
-      {"W", "Power", "Power"},
-      {"RPM", "Fans", "Speed"},
-      {"V", "Voltages", "Voltage"},
-      {"A", "Currents", "Current"},
-      {"Hz", "Frequencies", "Frequency"},
+      {"degC", "Temperatures", "temperature"},
+      {"W", "Power", "power"},
+      {"RPM", "Fans", "speed"},
+      {"V", "Voltages", "voltage"},
+      {"A", "Currents", "current"},
+      {"Hz", "Frequencies", "frequency"},
   }};
   for (const Known& known : kKnown) {
     if (unit == known.unit) {
@@ -52,13 +52,13 @@ Kind kind_of(const std::string& unit) {
               .columns = {}};
     }
   }
-  return {.title = "In " + unit, .quantity = "Value", .unit = unit, .drawn = unit, .columns = {}};
+  return {.title = "In " + unit, .quantity = "value", .unit = unit, .drawn = unit, .columns = {}};
 }
 
 /// Temperatures, power, load and fans first. A column without a unit has a chart of its own.
 std::vector<Kind> kinds(const Table& samples) {
   Kind load{.title = "Load",
-            .quantity = "Processor time",
+            .quantity = "processor time",
             .unit = {},
             .drawn = "%",
             .factor = 100,
@@ -81,7 +81,7 @@ std::vector<Kind> kinds(const Table& samples) {
                                    [&](const Kind& each) { return each.unit == column.unit; });
     if (kind == by_unit.end()) {
       by_unit.push_back(column.unit.empty() ? Kind{.title = column.name,
-                                                   .quantity = "Value",
+                                                   .quantity = "value",
                                                    .unit = {},
                                                    .drawn = {},
                                                    .columns = {}}
@@ -162,9 +162,8 @@ std::vector<Figure> sample_figures(const Run& run, std::size_t most_points, Inks
   for (const Kind& kind : kinds(run.samples)) {
     Figure figure;
     figure.chart.title = kind.title + " over time";
-    figure.chart.x_label = "Time (" + shared.unit.name + ")";
-    figure.chart.y_label =
-        kind.drawn.empty() ? kind.quantity : kind.quantity + " (" + kind.drawn + ")";
+    figure.chart.x_label = "time, " + shared.unit.name;
+    figure.chart.y_label = kind.drawn.empty() ? kind.quantity : kind.quantity + ", " + kind.drawn;
     for (const Column* column : kind.columns) {
       if (has_values(*column)) {
         figure.chart.series.push_back(series_of(*column, kind, shared));
@@ -174,11 +173,6 @@ std::vector<Figure> sample_figures(const Run& run, std::size_t most_points, Inks
       continue;
     }
     figure.inks = inks.of(figure.chart.series);
-    for (std::size_t i = 0; i < figure.inks.size(); ++i) {
-      if (figure.chart.series[i].name == kAskedColumn) {
-        figure.inks[i].dash = 1;
-      }
-    }
     figure.unit = kind.drawn;
     figure.over_time = true;
     figure.phases = shared.phases;
