@@ -48,11 +48,12 @@ class Lab : public testing::Test {
 
   std::string folder(const std::string& name = "run") const { return place_ / name; }
 
-  /// A step that takes some seconds, or longer if it is heated for longer.
+  /// A step on one processor that takes some seconds, or longer if it is heated for longer.
   std::vector<std::string> short_step(std::vector<std::string> more = {},
-                                      const char* heat = "3") const {
-    std::vector<std::string> arguments{"step",   "--out", folder(), "--idle", "1",
-                                       "--heat", heat,    "--cool", "2"};
+                                      const char* heat = "2") const {
+    std::vector<std::string> arguments{"step",   "--out",  folder(), "--threads", "1",
+                                       "--load", "bspin",  "--idle", "0.5",       "--heat",
+                                       heat,     "--cool", "1.5"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     return arguments;
   }
@@ -90,7 +91,7 @@ class Lab : public testing::Test {
 TEST_F(Lab, AStepLeavesAFolderWithEverythingInIt) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   const Outcome outcome = program::run(lab(short_step()));
-  EXPECT_LE(outcome.status, 1) << outcome.err;  // 1: three seconds may not decide
+  EXPECT_LE(outcome.status, 1) << outcome.err;  // 1: two seconds may not decide
   for (const char* file :
        {"plan.toml", "run.json", "samples.csv", "stimulus", "result.json", "report.html"}) {
     EXPECT_TRUE(fs::exists(fs::path(folder()) / file)) << file;
@@ -106,7 +107,7 @@ TEST_F(Lab, AStepLeavesAFolderWithEverythingInIt) {
   EXPECT_EQ(result["version"], 1);
   EXPECT_EQ(result["question"], "step");
   EXPECT_TRUE(result["keys"]["TC0D"].contains("resistance"));
-  EXPECT_GE(samples(), 40);
+  EXPECT_GE(samples(), 25);
 }
 
 TEST_F(Lab, SamplesHaveWhatWasAskedAndDeliveredBesideEveryResponse) {
@@ -136,9 +137,11 @@ TEST_F(Lab, SamplesHaveWhatWasAskedAndDeliveredBesideEveryResponse) {
       ++idle;
     }
   }
-  EXPECT_GE(loaded, 20);
-  EXPECT_GE(idle, 12);
-  EXPECT_GT(delivered_under_load / loaded, 0.5);
+  EXPECT_GE(loaded, 12);
+  EXPECT_GE(idle, 8);
+  const double one = 1.0 / std::max(1U, std::thread::hardware_concurrency());
+  EXPECT_GT(delivered_under_load / loaded, 0.5 * one);
+  EXPECT_LT(delivered_under_load / loaded, 1.1 * one);
 }
 
 TEST_F(Lab, APlanIsPrintedAndRunAsItWas) {
@@ -159,8 +162,9 @@ TEST_F(Lab, APlanIsPrintedAndRunAsItWas) {
 
 TEST_F(Lab, ARunTakesTheOptionsOfTheEngine) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
-  const Outcome outcome = program::run(lab({"run", "--out", folder(), "--json", "-w", "bspin", "-f",
-                                            "20", "--duty", "0.5", "-t", "3", "-k", "PC0C"}));
+  const Outcome outcome =
+      program::run(lab({"run", "--out", folder(), "--json", "-w", "bspin", "-c", "1", "-f", "20",
+                        "--duty", "0.5", "-t", "2", "-k", "PC0C"}));
   ASSERT_EQ(outcome.status, 0) << outcome.err;
   const Json result = Json::parse(outcome.out, nullptr, false);
   EXPECT_EQ(result["question"], "run");
@@ -257,7 +261,7 @@ TEST_F(Lab, WhatCannotBeDoneIsSaidWithItsRemedy) {
   };
   says(short_step({"--key", "NOPE"}), 3, "no key \"NOPE\": \"vorn-keys-sim\" lists those");
   says(short_step({"--fans", "fast"}), 2, "--fans takes");
-  says(short_step({"--load", "nope"}), 3, "nope");
+  says({"step", "--out", folder(), "--load", "nope"}, 3, "nope");
   says({"run", "-o", "x"}, 2, "-o is not for run");
   says({"step", "--plan", "/nowhere/plan.toml"}, 2, "/nowhere/plan.toml: No such file");
   says({"report", "/nowhere"}, 4, "/nowhere: no run.json in it");
