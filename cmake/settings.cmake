@@ -21,6 +21,24 @@ target_link_libraries(vorn_settings INTERFACE Threads::Threads)
 add_library(vorn_test_settings INTERFACE)
 target_compile_options(vorn_test_settings INTERFACE -O0 -g1)
 
+# What ships may run with more rights than its user has: no overrun goes unnoticed, no table of
+# functions stays writable, and the program lies elsewhere at each start. Not beside sanitizers, which
+# see more and are disturbed by it. Without optimisation there is nothing that _FORTIFY_SOURCE checks.
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+if(NOT VORN_SANITIZE)
+  add_library(vorn_hardening INTERFACE)
+  include(CheckCXXCompilerFlag)
+  check_cxx_compiler_flag(-fcf-protection=full VORN_HAS_CF_PROTECTION)
+  target_compile_options(vorn_hardening INTERFACE
+    -fstack-protector-strong -fstack-clash-protection
+    $<$<BOOL:${VORN_HAS_CF_PROTECTION}>:-fcf-protection=full>
+    $<$<CONFIG:Release>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -D_GLIBCXX_ASSERTIONS>)
+  target_link_options(vorn_hardening INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
+  target_link_libraries(vorn_settings INTERFACE vorn_hardening)
+endif()
+
 if(VORN_SANITIZE)
   target_compile_options(vorn_settings INTERFACE -fsanitize=${VORN_SANITIZE}
                          -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -1,7 +1,6 @@
 #include "vorn/fans.h"
 
 #include <functional>
-#include <iostream>
 #include <mutex>
 #include <optional>
 
@@ -29,7 +28,7 @@ std::optional<SMCException> failure_of(const std::function<void(SMC&)>& work) {
 /// Prints a failure. Returns 0 if there is none, or -1.
 int say(const std::optional<SMCException>& failure) {
   if (failure) {
-    std::cerr << failure->description() + '\n';  // in one write, among what others print
+    say_on_the_way_out(failure->description() + '\n');  // who sets fans may keep a shutdown waiting
     return -1;
   }
   return 0;

@@ -1,17 +1,22 @@
 #pragma once
 
-#include <iostream>
 #include <string>
+#include <string_view>
 
-/// What giving something back came to. Whoever does it may print that later: printing can wait for
-/// a reader who has stopped reading, and nothing that is still to be given back must wait for him.
+/// Prints on standard error, and waits for a second at most for a reader who has stopped reading:
+/// what he does not take by then is dropped. For what is said on the way out, when nothing may wait
+/// for a reader, or by whoever holds what the way out needs. Thread: any.
+void say_on_the_way_out(std::string_view text);
+
+/// What giving something back came to. Whoever does it prints that later: when nothing is left to
+/// be given back.
 struct GivenBack {
   int result = 0;      ///< 0, or -1
   std::string text{};  ///< whole lines that say it; empty if there is nothing to say
 
-  /// Prints the text on standard error, in one write. Returns the result.
+  /// Prints the text. Returns the result.
   int say() const {
-    std::cerr << text << std::flush;
+    say_on_the_way_out(text);
     return result;
   }
 };

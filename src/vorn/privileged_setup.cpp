@@ -1,9 +1,10 @@
 #include "vorn/privileged_setup.h"
 
-#include <iostream>
 #include <mutex>
+#include <string>
 
 #include "vorn/fans.h"
+#include "vorn/given_back.h"
 #include "vorn/privilege.h"
 #include "vorn/pstate_control.h"
 #include "vorn/settings.h"
@@ -30,11 +31,11 @@ int setup_privileged(PrivilegedSetting* failed) {
   }
   uid.elevate();
   if (setting_fans() && set_fans(fans, rpm) < 0) {
-    std::cerr << "Unable to set fans to " << rpm << "RPM" << std::endl;
+    say_on_the_way_out("Unable to set fans to " + std::to_string(rpm) + "RPM\n");
     return could_not_set(PrivilegedSetting::fans, failed);
   }
   if (setting_pstate() && set_pstate(pstate) < 0) {
-    std::cerr << "Unable to set P-state " << pstate << std::endl;
+    say_on_the_way_out("Unable to set P-state " + std::to_string(pstate) + "\n");
     return could_not_set(PrivilegedSetting::pstate, failed);
   }
   uid.relinquish();
@@ -42,11 +43,17 @@ int setup_privileged(PrivilegedSetting* failed) {
 }
 
 void teardown_privileged() {
-  const std::lock_guard lock(in_progress);
-  uid.elevate();
-  const GivenBack pstate_back = setting_pstate() ? give_back_pstate() : GivenBack{};
-  const GivenBack fans_back = setting_fans() ? give_back_fans(fans) : GivenBack{};
-  pstate_back.say();
-  fans_back.say();
-  uid.relinquish();
+  std::string said;
+  {
+    const std::lock_guard lock(in_progress);
+    uid.elevate();
+    if (setting_pstate()) {
+      said += give_back_pstate().text;
+    }
+    if (setting_fans()) {
+      said += give_back_fans(fans).text;
+    }
+    uid.relinquish();
+  }
+  say_on_the_way_out(said);  // when all is given back: a reader may keep it waiting
 }

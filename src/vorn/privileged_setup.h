@@ -8,7 +8,7 @@ enum class PrivilegedSetting { fans, pstate };
 /// still raised. Does nothing once the run has ended. Throws UIDException.
 int setup_privileged(PrivilegedSetting* failed = nullptr);
 
-/// Gives back the P-state, then the fans, and says so when both are given back. Waits for a set-up
-/// that is under way.
+/// Gives back the P-state, then the fans, and says so when both are given back and the privilege is
+/// given up. Waits for a set-up that is under way, and for a reader of what is said for a second.
 /// Throws UIDException. Thread: any.
 void teardown_privileged();

@@ -1,6 +1,5 @@
 #include "vorn/pstate_control.h"
 
-#include <iostream>
 #include <sstream>
 
 #include "Assertion/assertion.h"
@@ -8,6 +7,16 @@
 #include "vorn/module.h"
 
 PlatformPlugin* platform = nullptr;
+
+namespace {
+
+GivenBack failed(const PlatformPluginException& failure) {
+  std::ostringstream text;
+  text << failure << '\n';
+  return {.result = -1, .text = text.str()};
+}
+
+}  // namespace
 
 int set_pstate(std::int32_t pstate) {
   if (pstate == -1) {
@@ -20,8 +29,7 @@ int set_pstate(std::int32_t pstate) {
     assertion(platform != nullptr, "platform", kDriverModule);
     platform->set_state(static_cast<std::uint32_t>(pstate));
   } catch (PlatformPluginException& failure) {
-    std::cerr << failure << std::endl;
-    return -1;
+    return failed(failure).say();
   }
   return 0;
 }
@@ -34,9 +42,7 @@ GivenBack give_back_pstate() {
     platform->default_state();
     platform->close();  // first: if that is refused, the object must live on
   } catch (PlatformPluginException& failure) {
-    std::ostringstream text;
-    text << failure << '\n';
-    return {.result = -1, .text = text.str()};
+    return failed(failure);
   }
   delete platform;
   platform = nullptr;

@@ -14,6 +14,20 @@ namespace {
 constexpr std::array<std::string_view, 4> kDaemons = {"fancontrol", "fan2go", "thinkfan",
                                                       "coolercontrold"};
 
+/// Anybody can give a process of his a name; only root's can control fans. One that does not say
+/// whose it is counts.
+bool is_of_root(sysfs::Tree& proc, const std::string& process) {
+  constexpr std::string_view kUsers = "\nUid:";
+  const sysfs::Result<std::string> status = sysfs::read_text(proc, process + "/status");
+  const std::size_t at = status ? status->find(kUsers) : std::string::npos;
+  if (at == std::string::npos) {
+    return true;
+  }
+  const auto users = sysfs::parse_words(std::string_view(*status).substr(at + kUsers.size()));
+  constexpr std::size_t kEffective = 1;
+  return users.size() <= kEffective || users[kEffective] == "0";
+}
+
 }  // namespace
 
 std::optional<std::string> running_fan_daemon(sysfs::Tree& proc) {
@@ -22,7 +36,8 @@ std::optional<std::string> running_fan_daemon(sysfs::Tree& proc) {
       continue;
     }
     const sysfs::Result<std::string> comm = sysfs::read_text(proc, process + "/comm");
-    if (comm && std::find(kDaemons.begin(), kDaemons.end(), *comm) != kDaemons.end()) {
+    if (comm && std::find(kDaemons.begin(), kDaemons.end(), *comm) != kDaemons.end() &&
+        is_of_root(proc, process)) {
       return *comm;
     }
   }

@@ -361,6 +361,14 @@ TEST(Daemons, AreFoundByTheNameOfTheirProcess) {
     EXPECT_EQ(control.maximum_rpm(0).failure().error, EBUSY);
     EXPECT_EQ(bench.state(), before);
 
+    const auto belongs_to = [&](const char* user) {
+      std::ofstream(proc + "/814/status") << "Name:\t" << name << "\nUmask:\t0022\nUid:\t1000\t"
+                                          << user << "\t0\t0\nGid:\t0\t0\t0\t0\n";
+    };
+    belongs_to("1000");
+    EXPECT_EQ(running_fan_daemon(tree), std::nullopt) << "anybody can give a process this name";
+    belongs_to("0");
+    EXPECT_EQ(running_fan_daemon(tree), name);
     std::filesystem::remove_all(proc + "/814");
     EXPECT_EQ(running_fan_daemon(tree), std::nullopt);
   }
