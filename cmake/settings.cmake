@@ -34,7 +34,7 @@ if(NOT VORN_SANITIZE)
   target_compile_options(vorn_hardening INTERFACE
     -fstack-protector-strong -fstack-clash-protection
     $<$<BOOL:${VORN_HAS_CF_PROTECTION}>:-fcf-protection=full>
-    $<$<CONFIG:Release>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -D_GLIBCXX_ASSERTIONS>)
+    $<$<CONFIG:Release>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
   target_link_options(vorn_hardening INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
   target_link_libraries(vorn_settings INTERFACE vorn_hardening)
 endif()

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "Process/capabilities.h"
 #include "vorn/ordinary_thread.h"
 
 DiskCommit::DiskCommit() {
@@ -28,6 +29,7 @@ void DiskCommit::line_written() {
 }
 
 void* DiskCommit::commit_lines(void* self) {
+  process::keep_capabilities(process::kNoCapabilities);
   auto* commit = static_cast<DiskCommit*>(self);
   for (unsigned long committed = 0;;) {
     while (sem_wait(&commit->changed_) != 0) {  // interrupted

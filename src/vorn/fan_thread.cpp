@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Assertion/assertion.h"
+#include "Process/capabilities.h"
 #include "vorn/fans.h"
 #include "vorn/module.h"
 #include "vorn/numbers.h"
@@ -36,8 +37,10 @@ int spawn_fan() {
 }
 
 void* fan_thread_function(void* /*arg*/) {
-  // `--fanfrequency` without a speed to switch to ends here.
+  // `--fanfrequency` without a speed to switch to ends here. That takes the right to a priority: the
+  // load may begin above this thread meanwhile.
   assertion(setting_fans(), "setting_fans()", kDriverModule);
+  process::keep_capabilities(process::kNoCapabilities);
   bool stopped = true;
   const std::uint32_t half = half_period(fanfrequency);
   while (!params.terminate) {

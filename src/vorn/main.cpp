@@ -1,5 +1,6 @@
 #include <iostream>
 
+#include "Process/capabilities.h"
 #include "Process/standard_descriptors.h"
 #include "WorkloadRegistry/registry.h"
 #include "vorn/command_line.h"
@@ -19,6 +20,7 @@ constexpr int kFailure = -1;  // exit status 255
 
 int main(int argc, char* argv[]) {
   process::hold_standard_descriptors();
+  process::lower_capabilities();
   explain_uncaught_exceptions();
   std::cerr.tie(nullptr);  // a message must not wait for whoever reads the samples
   uid.relinquish();

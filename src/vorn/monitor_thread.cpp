@@ -11,6 +11,7 @@
 
 #include "Assertion/assertion.h"
 #include "Kx/Kx.h"
+#include "Process/capabilities.h"
 #include "SMC/SMC.h"
 #include "vorn/clock.h"
 #include "vorn/disk_commit.h"
@@ -63,6 +64,7 @@ void write_line(SampleFile& file, std::string_view line) {
 /// Samples until the run ends. Returns how well that kept to the grid.
 SamplingGrid sample_into(SampleFile& file, DiskCommit& commit) {
   SMC smc(keys);
+  process::keep_capabilities(process::kNoCapabilities);  // all sensors are open
   std::list<float> sample;
   std::string line;
   const ClockPair start = both_clocks();

@@ -2,6 +2,7 @@
 
 #include <iostream>
 
+#include "Process/capabilities.h"
 #include "vorn/control_priority.h"
 #include "vorn/fan_thread.h"
 #include "vorn/machine_notes.h"
@@ -74,6 +75,7 @@ int run(const StartBeside& start_beside) {
   if (using_timing_thread() && spawn_timing() < 0) {
     return failed("Unable to spawn timing thread", timing_thread);
   }
+  process::keep_capabilities(process::sys_nice());
   if (spawn_workloads() < 0) {
     return failed("Unable to spawn workload(s)");
   }

@@ -12,6 +12,7 @@
 #include <ctime>
 #include <string>
 
+#include "Process/capabilities.h"
 #include "vorn/settings.h"
 #include "vorn/shutdown.h"
 #include "vorn/throttle_guard.h"
@@ -50,6 +51,7 @@ void drop_pending() {
 /// process may only be waiting for half a period of the fans, or for a reader of its samples who
 /// has stopped reading: a further signal, but the timer's, ends it without either.
 void* listen(void* /*arg*/) {
+  process::keep_capabilities(process::kNoCapabilities);
   int signo = 0;
   if (sigwait(&listened, &signo) != 0 || closing.load(std::memory_order_relaxed)) {
     return nullptr;

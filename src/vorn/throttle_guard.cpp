@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "Process/capabilities.h"
 #include "Process/threads.h"
 #include "vorn/ordinary_thread.h"
 #include "vorn/settings.h"
@@ -25,6 +26,7 @@
 namespace {
 
 void* guard(void* descriptor) {
+  process::keep_capabilities(process::kNoCapabilities);
   pollfd pending{};
   pending.fd = *static_cast<const int*>(descriptor);
   pending.events = POLLIN;

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "Assertion/assertion.h"
+#include "Process/capabilities.h"
 #include "Workload/gate.h"
 #include "vorn/clock.h"
 #include "vorn/edge_observer.h"
@@ -219,6 +220,7 @@ int spawn_timing() {
 }
 
 void* timing_thread_function(void* /*arg*/) {
+  process::keep_capabilities(process::kNoCapabilities);
   std::optional<ToggleSource> toggles;
   IntervalSource& source = waveform.source != nullptr ? *waveform.source : toggles.emplace();
   const std::optional<std::int64_t> begin_ns = begin();

@@ -8,6 +8,7 @@
 
 #include "Assertion/assertion.h"
 #include "Host/host.h"
+#include "Process/capabilities.h"
 #include "Process/prompt_wakeups.h"
 #include "Workload/Workload.h"
 #include "Workload/WorkloadFactory.h"
@@ -77,6 +78,7 @@ void* workload_thread(void* arg) {
   assertion(wf != factories.end(), "wf != factories.end()", kDriverModule, 1142);
   std::unique_ptr<Workload> workload(
       wf->second->make(wt->core, static_cast<unsigned>(workload_thread_priority())));
+  process::keep_capabilities(process::kNoCapabilities);  // it has its priority
   workload_placement->made();
   // A thread of the same priority may stand in the queue behind this one, before its first
   // statement. Nobody would take the processor from the load for it.
@@ -114,6 +116,7 @@ int spawn_workloads() {
       return -1;  // the threads already started run on, with their records
     }
   }
+  process::keep_capabilities(process::kNoCapabilities);  // the others have theirs, or inherited it
   for (unsigned t = 0; t < static_cast<unsigned>(threads); ++t) {
     pthread_join(tid[t], nullptr);
     delete wt[t];

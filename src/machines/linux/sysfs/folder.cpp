@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "Process/capabilities.h"
 #include "machines/linux/sysfs/tree.h"
 
 namespace sysfs {
@@ -23,7 +24,12 @@ int Folder::open(const char* path, Mode mode) {
   full[root_.size()] = '/';
   std::memcpy(full.data() + root_.size() + 1, path, length + 1);
   const int flags = mode == Mode::read ? O_RDONLY : O_WRONLY;
-  const int handle = ::open(full.data(), flags | O_CLOEXEC);
+  int handle = ::open(full.data(), flags | O_CLOEXEC);
+  if (handle < 0 && errno == EACCES && mode == Mode::read) {
+    // Energy counters are root's; the program may have been given the right to read them.
+    const process::RaisedCapability right(process::read_everything());
+    handle = ::open(full.data(), flags | O_CLOEXEC);
+  }
   return handle < 0 ? -errno : handle;
 }
 
