@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "lab/analysis/heat_curve.h"
 #include "lab/analysis/step_charts.h"
@@ -52,8 +53,8 @@ StepInput ascending(const StepInput& input, std::size_t& left_out) {
 nlohmann::ordered_json heat_figures(const StepInput& input) {
   double sum = 0;
   double count = 0;
-  double low = INFINITY;
-  double high = -INFINITY;
+  double low = std::numeric_limits<double>::infinity();
+  double high = -std::numeric_limits<double>::infinity();
   for (const double heat : input.heat) {
     if (std::isfinite(heat)) {
       sum += heat;
