@@ -1,172 +1,21 @@
 #include "lab/plan/plan_file.h"
 
 #include <toml++/toml.h>
-#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <fstream>
-#include <initializer_list>
 #include <iterator>
-#include <limits>
 #include <sstream>
 
-#include "lab/plan/duration.h"
 #include "lab/plan/plan_error.h"
+#include "lab/plan/plan_members.h"
 
 namespace lab {
 
 namespace {
 
-constexpr double kDay = 86400;
-
-/// The members of one TOML table, which are taken one after the other; what was not taken is a word
-/// that the plan does not know.
-class Members {
- public:
-  Members(const toml::table& table, const std::string& file, std::string what)
-      : table_(table), file_(file), what_(std::move(what)) {}
-
-  [[noreturn]] void refuse(const toml::source_region& where, const std::string& why) const {
-    std::ostringstream text;
-    text << file_ << ':' << where.begin.line << ':' << where.begin.column << ": " << why;
-    throw PlanError(text.str());
-  }
-
-  [[noreturn]] void refuse(const std::string& why) const { refuse(table_.source(), why); }
-
-  bool has(const char* name) const { return table_.contains(name); }
-
-  const toml::node* take(const char* name) {
-    taken_.emplace_back(name);
-    return table_.get(name);
-  }
-
-  /// A number within [least, most].
-  double number(const char* name, double otherwise, double least, double most) {
-    const toml::node* node = take(name);
-    if (node == nullptr) {
-      return otherwise;
-    }
-    const std::optional<double> value = node->value<double>();
-    if (!value || !(*value >= least && *value <= most)) {
-      std::ostringstream why;
-      why << name << " is to be a number from " << least << " to " << most;
-      refuse(node->source(), why.str());
-    }
-    return *value;
-  }
-
-  int whole_number(const char* name, int otherwise, int least, int most) {
-    const double value = number(name, otherwise, least, most);
-    if (value != std::floor(value)) {
-      refuse(table_.get(name)->source(), std::string(name) + " is to be a whole number");
-    }
-    return static_cast<int>(value);
-  }
-
-  std::string text(const char* name, const std::string& otherwise) {
-    const toml::node* node = take(name);
-    if (node == nullptr) {
-      return otherwise;
-    }
-    return text_of(*node, name);
-  }
-
-  std::vector<std::string> texts(const char* name) {
-    std::vector<std::string> found;
-    const toml::node* node = take(name);
-    if (node == nullptr) {
-      return found;
-    }
-    if (!node->is_array()) {
-      refuse(node->source(), std::string(name) + " is to be a list of texts");
-    }
-    for (const toml::node& item : *node->as_array()) {
-      found.push_back(text_of(item, name));
-    }
-    return found;
-  }
-
-  /// "automatic", "maximum", or a speed in RPM.
-  std::optional<Fans> fans() {
-    const toml::node* node = take("fans");
-    if (node == nullptr) {
-      return std::nullopt;
-    }
-    const auto word = node->value<std::string>();
-    const int rpm = node->is_integer() ? node->value_or(0) : 0;
-    if (word == "automatic") {
-      return Fans{Fans::Hold::automatic, 0};
-    }
-    if (word == "maximum") {
-      return Fans{Fans::Hold::maximum, 0};
-    }
-    if (rpm >= 1 && rpm <= 100000) {
-      return Fans{Fans::Hold::speed, rpm};
-    }
-    refuse(node->source(), "fans is to be \"automatic\", \"maximum\", or a speed in RPM");
-  }
-
-  /// "automatic", or the number of a P-state.
-  std::optional<int> pstate() {
-    const toml::node* node = table_.get("pstate");
-    if (node != nullptr && node->value<std::string>() == "automatic") {
-      take("pstate");
-      return std::nullopt;
-    }
-    const int number = whole_number("pstate", -1, 0, 255);
-    return node == nullptr ? std::nullopt : std::optional<int>(number);
-  }
-
-  /// Seconds, or a text such as "90 s" or "2m".
-  std::optional<double> duration(const char* name) {
-    const toml::node* node = take(name);
-    if (node == nullptr) {
-      return std::nullopt;
-    }
-    std::optional<double> seconds = node->value<double>();
-    if (const auto word = node->value<std::string>()) {
-      seconds = parse_duration(*word);
-    }
-    if (!seconds || !(*seconds > 0) || *seconds > 365 * kDay) {
-      refuse(node->source(),
-             std::string(name) + " is to be a time, such as 90, \"90s\" or \"2m\"" +
-                 (std::string_view(name) == "duration" ? ", or \"until settled\"" : ""));
-    }
-    return seconds;
-  }
-
-  /// Refuses what no call has taken.
-  void nothing_else() const {
-    for (const auto& [key, node] : table_) {
-      if (std::find(taken_.begin(), taken_.end(), key.str()) == taken_.end()) {
-        std::string known;
-        for (const std::string& name : taken_) {
-          known += (known.empty() ? "" : ", ") + name;
-        }
-        refuse(key.source(), "unknown word \"" + std::string(key.str()) + "\" in " + what_ +
-                                 ": it knows " + known);
-      }
-    }
-  }
-
- private:
-  std::string text_of(const toml::node& node, const char* name) const {
-    const auto value = node.value<std::string>();
-    if (!value) {
-      refuse(node.source(), std::string(name) + " is to be a text in quotes");
-    }
-    return *value;
-  }
-
-  const toml::table& table_;
-  const std::string& file_;
-  std::string what_;
-  std::vector<std::string> taken_;
-};
-
-Drive parse_drive(Members& members) {
+Drive parse_drive(PlanMembers& members) {
   Drive drive;
   const bool sinusoid = members.has("sinusoid");
   const bool triangle = members.has("triangle");
@@ -195,7 +44,7 @@ Drive parse_drive(Members& members) {
 }
 
 Phase parse_phase(const toml::table& table, const std::string& file) {
-  Members members(table, file, "a phase");
+  PlanMembers members(table, file, "a phase");
   Phase phase;
   phase.name = members.text("name", "phase");
   phase.drive = parse_drive(members);
@@ -226,7 +75,7 @@ Phase parse_phase(const toml::table& table, const std::string& file) {
   return phase;
 }
 
-void parse_limits(const toml::node* node, const Members& members, Plan& plan) {
+void parse_limits(const toml::node* node, const PlanMembers& members, Plan& plan) {
   if (node == nullptr) {
     return;
   }
@@ -254,7 +103,7 @@ Plan parse_plan(std::string_view text, const std::string& name) {
         << error.description();
     throw PlanError(why.str());
   }
-  Members members(table, name, "a plan");
+  PlanMembers members(table, name, "a plan");
   const Plan defaults;
   Plan plan;
   plan.question = members.text("question", "run");

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <toml++/toml.h>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "lab/plan/plan.h"
+
+namespace lab {
+
+/// The members of one TOML table of a plan, which are taken one after the other; what was not taken
+/// is a word that the plan does not know. What is refused is thrown as PlanError, with line and
+/// column.
+class PlanMembers {
+ public:
+  /// `file` and `what` ("a phase") stand for the table in messages. Both references must outlive
+  /// it.
+  PlanMembers(const toml::table& table, const std::string& file, std::string what)
+      : table_(table), file_(file), what_(std::move(what)) {}
+
+  [[noreturn]] void refuse(const toml::source_region& where, const std::string& why) const;
+  [[noreturn]] void refuse(const std::string& why) const { refuse(table_.source(), why); }
+
+  bool has(const char* name) const { return table_.contains(name); }
+
+  /// The member as it stands; null if there is none.
+  const toml::node* take(const char* name);
+
+  /// A number within [least, most].
+  double number(const char* name, double otherwise, double least, double most);
+  int whole_number(const char* name, int otherwise, int least, int most);
+  std::string text(const char* name, const std::string& otherwise);
+  std::vector<std::string> texts(const char* name);
+
+  /// "automatic", "maximum", or a speed in RPM.
+  std::optional<Fans> fans();
+
+  /// "automatic", or the number of a P-state.
+  std::optional<int> pstate();
+
+  /// Seconds, or a text such as "90 s" or "2m".
+  std::optional<double> duration(const char* name);
+
+  /// Refuses what no call has taken.
+  void nothing_else() const;
+
+ private:
+  std::string text_of(const toml::node& node, const char* name) const;
+
+  const toml::table& table_;
+  const std::string& file_;
+  std::string what_;
+  std::vector<std::string> taken_;
+};
+
+}  // namespace lab
