@@ -23,6 +23,7 @@ const std::map<std::string, double> kPowerUnits{{"uW", 1e-6}, {"mW", 1e-3}, {"W"
 
 std::vector<std::string> names(const std::map<std::string, double>& units) {
   std::vector<std::string> found;
+  found.reserve(units.size());
   for (const auto& [name, factor] : units) {
     found.push_back(name);
   }

@@ -137,7 +137,7 @@ std::string default_folder(const std::string& question) {
   return question + text.data();
 }
 
-ExitStatus run_plan(const Question& question, Plan plan, const OutputOptions& output,
+ExitStatus run_plan(const Question& question, const Plan& plan, const OutputOptions& output,
                     const std::vector<std::string>& command) {
   const std::vector<MachineKey> keys = machine_keys();
   RunInfo info;

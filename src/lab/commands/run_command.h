@@ -14,7 +14,7 @@ std::string default_folder(const std::string& question);
 
 /// Runs a plan into a new folder, analyses it, writes result and report, and prints the answer.
 /// `command` is the user's command line. Throws PlanError, EngineError and FolderError.
-ExitStatus run_plan(const Question& question, Plan plan, const OutputOptions& output,
+ExitStatus run_plan(const Question& question, const Plan& plan, const OutputOptions& output,
                     const std::vector<std::string>& command);
 
 }  // namespace lab

@@ -61,6 +61,7 @@ EngineOptions read_engine_options(const std::vector<std::string>& arguments) {
   std::vector<std::string> copies{"vorn-engine"};
   copies.insert(copies.end(), arguments.begin(), arguments.end());
   std::vector<char*> pointers;
+  pointers.reserve(copies.size() + 1);
   for (std::string& copy : copies) {
     pointers.push_back(copy.data());
   }
