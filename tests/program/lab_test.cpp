@@ -98,6 +98,7 @@ TEST_F(Lab, AStepLeavesAFolderWithEverythingInIt) {
   }
   EXPECT_FALSE(fs::exists(fs::path(folder()) / "samples.engine"));
   EXPECT_THAT(outcome.out, HasSubstr("report: " + folder() + "/report.html"));
+  EXPECT_THAT(outcome.out, HasSubstr("Warning: the fans are left to the machine"));
   const Json info = json("run.json");
   EXPECT_EQ(info["end"], "complete");
   EXPECT_EQ(info["machine"]["simulated"], true);
@@ -208,6 +209,33 @@ TEST_F(Lab, AKilledRunCanBeReadAndSaysThatItWasCutShort) {
   EXPECT_THAT(read(fs::path(folder()) / "stimulus"), HasSubstr("\nend\t"));
   EXPECT_GE(samples(), written);
   EXPECT_TRUE(fs::exists(fs::path(folder()) / "report.html"));
+}
+
+TEST_F(Lab, AnEngineThatEndsBeforeThePlanDoesIsNoCompleteRun) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  Running running(lab(short_step({}, "5m")));
+  ASSERT_TRUE(wait_for_samples(10));
+  const std::string pid = std::to_string(running.pid());
+  const std::string engine = read("/proc/" + pid + "/task/" + pid + "/children");
+  ASSERT_NE(engine, "");
+  ASSERT_EQ(kill(std::stoi(engine), SIGTERM), 0);  // it ends in order, with status 0
+  const Outcome outcome = running.wait();
+  EXPECT_EQ(outcome.status, 5) << outcome.err;
+  EXPECT_EQ(json("run.json")["end"], "failed");
+  EXPECT_THAT(outcome.out, HasSubstr("Warning: This run failed"));
+}
+
+TEST_F(Lab, APlanOfPhasesIsRunWithTheKeysThatItNames) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  std::ofstream(place_ / "my.toml") << "load = \"bspin\"\nkeys = [\"TC0D\"]\n"
+                                       "[[phase]]\nduty = 0.5\nduration = 1\n"
+                                       "[[phase]]\ntriangle = 1\nduration = \"2s\"\n";
+  const Outcome outcome =
+      program::run(lab({"run", "--plan", place_ / "my.toml", "--out", folder(), "--json"}));
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  const Json result = Json::parse(outcome.out, nullptr, false);
+  EXPECT_TRUE(result["keys"].contains("TC0D")) << outcome.out;
+  EXPECT_FALSE(result["keys"].contains("TC0P"));
 }
 
 TEST_F(Lab, ALimitEndsARunAndWhatThereIsIsAnalysed) {

@@ -5,6 +5,8 @@
 #include <sstream>
 
 #include "lab/folder/whole_file.h"
+#include "lab/report/facts.h"
+#include "lab/report/page_parts.h"
 #include "lab/report/report.h"
 #include "lab/report/report_assets.h"
 #include "lab/report/summary.h"
@@ -21,7 +23,11 @@ ExitStatus answer(const RunFolder& folder, const Question& question, Printed pri
   if (printed == Printed::json) {
     std::cout << result_text(run, found);
   } else {
-    write_summary(std::cout, found);
+    Answer said = found;
+    said.warnings = all_warnings(run, found);
+    const std::vector<std::string> alarming = alarms(run);
+    said.warnings.insert(said.warnings.begin(), alarming.begin(), alarming.end());
+    write_summary(std::cout, said);
     std::cout << "\nreport: " << folder.report().string() << '\n';
   }
   std::cout.flush();

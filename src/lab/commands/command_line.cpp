@@ -109,7 +109,10 @@ void CommandLine::add_run() {
       if (plan_options_.plan_file.empty()) {
         plan.engine_options = options;
       }
-      plan.keys = read_engine_options(plan.engine_options).keys;
+      const std::vector<std::string> keys = read_engine_options(plan.engine_options).keys;
+      if (!keys.empty()) {
+        plan.keys = keys;
+      }
       return run_plan(question, plan, output_, words_);
     };
   });

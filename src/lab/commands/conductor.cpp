@@ -93,20 +93,22 @@ void Conductor::play_options() {
   }
   while (follow()) {
   }
-  wait_for_end();
+  wait_for_end(Played::whole);
 }
 
 void Conductor::play_segment(const Segment& segment) {
   phase_ = segment.first;
   start_engine(engine_arguments(plan_, segment, means_), true);
+  Played played = Played::whole;
   for (; phase_ <= segment.last; ++phase_) {
     engine_->steer(plan_.phases[phase_].drive);
     if (!play_phase(plan_.phases[phase_], phase_ - segment.first)) {
+      played = Played::part;
       break;
     }
   }
   phase_ = std::min(phase_, segment.last);
-  wait_for_end();
+  wait_for_end(played);
 }
 
 void Conductor::start_engine(const std::vector<std::string>& arguments, bool waveform) {
@@ -172,7 +174,7 @@ bool Conductor::follow() {
   return !engine_->status() && stop_requests() == 0;
 }
 
-void Conductor::wait_for_end() {
+void Conductor::wait_for_end(Played played) {
   engine_->end();
   const int before = stop_requests();
   while (!engine_->status()) {
@@ -184,7 +186,7 @@ void Conductor::wait_for_end() {
     }
   }
   take_in();
-  note_end();
+  note_end(played);
   engine_.reset();
 }
 
@@ -247,7 +249,7 @@ void Conductor::show() {
   view_.show(state);
 }
 
-void Conductor::note_end() {
+void Conductor::note_end(Played played) {
   const int status = engine_->status().value_or(-1);
   info_.engine_status = status;
   info_.end_reason = engine_->end_reason();
@@ -255,7 +257,7 @@ void Conductor::note_end() {
     info_.end = RunEnd::limit;
   } else if (stop_requests() > 0) {
     info_.end = RunEnd::interrupted;
-  } else if (status == 0 || shortcoming(status) != nullptr) {
+  } else if (played == Played::whole && (status == 0 || shortcoming(status) != nullptr)) {
     info_.end = RunEnd::complete;
   } else {
     info_.end = RunEnd::failed;

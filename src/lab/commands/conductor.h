@@ -44,10 +44,12 @@ class Conductor {
   std::optional<double> begin_of(std::size_t steering, double asked_s) const;
   /// Follows the engine for a tenth of a second. Returns whether it still runs, and is to.
   bool follow();
-  void wait_for_end();
+  /// Whether all phases that an engine was started for have been played.
+  enum class Played { whole, part };
+  void wait_for_end(Played played);
   void take_in();
   void show();
-  void note_end();
+  void note_end(Played played);
 
   const Plan& plan_;
   const RunFolder& folder_;
