@@ -131,11 +131,10 @@ Delivery DeliveryReader::delivery() const {
   }
   sums.skew_p50_us = percentile(skews, 0.5);
   sums.skew_p99_us = percentile(std::move(skews), 0.99);
-  if (last_edge_ns_ > begin_ns_) {
-    sums.duty_asked = static_cast<double>(on_ns_) / static_cast<double>(last_edge_ns_ - begin_ns_);
-  }
   double part = 0;
+  std::int64_t end_ns = last_edge_ns_;  // both duties are of the same stretch of time
   for (const auto& [thread, time] : times_) {
+    end_ns = std::max(end_ns, time.last_ns);
     if (time.last_ns > time.first_ns) {
       part += static_cast<double>(time.last_time_ns - time.first_time_ns) /
               static_cast<double>(time.last_ns - time.first_ns);
@@ -143,6 +142,10 @@ Delivery DeliveryReader::delivery() const {
   }
   if (!times_.empty()) {
     sums.duty_delivered = part / static_cast<double>(times_.size());
+  }
+  if (end_ns > begin_ns_) {
+    const std::int64_t on_ns = on_ns_ + (on_ ? end_ns - last_edge_ns_ : 0);
+    sums.duty_asked = static_cast<double>(on_ns) / static_cast<double>(end_ns - begin_ns_);
   }
   return sums;
 }

@@ -51,9 +51,24 @@ TEST_F(DeliveryReaderTest, SkewIsTheLastThreadBehindTheFirst) {
 TEST_F(DeliveryReaderTest, DutyAskedComesFromThePlanAndDeliveredFromTheThreads) {
   play(50, 30);
   const Delivery delivery = reader_.delivery();
-  // From the first on edge to the last off edge.
+  // From the first on edge to the last off edge, which is behind the last look at the threads.
   EXPECT_NEAR(delivery.duty_asked.value_or(0), 50 * 30.0 / (49 * 100 + 30), 1e-9);
   EXPECT_NEAR(delivery.duty_delivered.value_or(0), 0.3, 1e-9);
+}
+
+TEST_F(DeliveryReaderTest, BothDutiesAreOfTheWholeWaveform) {
+  // Off, on from second 1 to 3, off until second 4; then on to the end.
+  for (const char* line : {"edge\t0\t0\toff", "time\t0\t0\t0", "edge\t1000000000\t1000000000\ton",
+                           "edge\t3000000000\t3000000000\toff"}) {
+    add(line);
+  }
+  add("time\t4000000000\t0\t2000000000");
+  EXPECT_NEAR(reader_.delivery().duty_asked.value_or(0), 0.5, 1e-9);
+  EXPECT_NEAR(reader_.delivery().duty_delivered.value_or(0), 0.5, 1e-9);
+  add("edge\t4000000000\t4000000000\ton");
+  add("time\t8000000000\t0\t6000000000");
+  EXPECT_NEAR(reader_.delivery().duty_asked.value_or(0), 0.75, 1e-9);
+  EXPECT_NEAR(reader_.delivery().duty_delivered.value_or(0), 0.75, 1e-9);
 }
 
 TEST_F(DeliveryReaderTest, ProcessorTimeBeforeTheWaveformIsNotDelivered) {

@@ -22,7 +22,7 @@ class Step final : public Question {
  private:
   double duty_ = 1;
   double base_ = 0;
-  std::string idle_ = "5s";
+  std::string idle_ = "10s";
   std::string heat_ = "until settled";
   std::string cool_ = "until settled";
   std::string at_most_ = "10m";
