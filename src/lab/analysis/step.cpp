@@ -122,8 +122,12 @@ Answer analyse_step(const StepInput& input) {
   Answer answer;
   answer.decided = std::any_of(results.begin(), results.end(),
                                [](const KeyResult& result) { return result.decided; });
+  const bool any = std::any_of(results.begin(), results.end(),
+                               [](const KeyResult& result) { return !result.stages.empty(); });
   for (const KeyResult& result : results) {
-    answer.sentences.push_back(step_sentence(result, record.heat_is_power));
+    if (!any || !result.stages.empty()) {  // of the others, the warnings say enough
+      answer.sentences.push_back(step_sentence(result, record.heat_is_power));
+    }
   }
   answer.tables = step_tables(results);
   answer.charts = step_charts(results, curve, record.heat_is_power);
