@@ -7,8 +7,8 @@
 
 namespace linux_machine {
 
-/// Another program that controls fans and is running now with root's rights, by the name under which
-/// it is stopped; none if there is none. `proc` is /proc.
+/// Another program that controls fans and is running now with root's rights, by the name under
+/// which it is stopped; none if there is none. `proc` is /proc.
 std::optional<std::string> running_fan_daemon(sysfs::Tree& proc);
 
 /// Why fans cannot be forced beside it, and what to do.
