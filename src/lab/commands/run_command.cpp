@@ -139,6 +139,7 @@ std::string default_folder(const std::string& question) {
 
 ExitStatus run_plan(const Question& question, const Plan& plan, const OutputOptions& output,
                     const std::vector<std::string>& command) {
+  check(plan);
   const std::vector<MachineKey> keys = machine_keys();
   RunInfo info;
   info.question = question.name();

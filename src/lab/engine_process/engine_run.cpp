@@ -127,7 +127,8 @@ void EngineRun::take_errors() {
     constexpr std::string_view kNote = "note: ";
     if (line.starts_with(kNote)) {
       notes_.push_back(line.substr(kNote.size()));
-    } else if (line != "Power balancing restored") {  // how an orderly run ends
+    } else if (line != "Power balancing restored" && line != "Fans restored") {
+      notes_.push_back(line);  // those two are how an orderly run ends
       other_errors_.push_back(line);
     }
   }

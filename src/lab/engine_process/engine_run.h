@@ -60,7 +60,7 @@ class EngineRun {
   /// The engine's words for its end, or for why there was no start; empty if there are none.
   std::string end_reason() const;
 
-  /// The engine's notes to its user since the last call, without its name.
+  /// What the engine has told its user since the last call, without its name.
   std::vector<std::string> take_notes();
 
   /// The engine's version, as it says it in its record; empty before that.

@@ -1,8 +1,29 @@
 #include "lab/plan/plan.h"
 
 #include <limits>
+#include <sstream>
+
+#include "lab/plan/plan_error.h"
 
 namespace lab {
+
+void check(const Plan& plan) {
+  for (const Phase& phase : plan.phases) {
+    std::ostringstream why;
+    const bool shaped = phase.drive.shape != Drive::Shape::constant;
+    if (phase.duration_s * plan.carrier_hz < 2) {
+      why << "it lasts less than two periods of the carrier, which is " << plan.carrier_hz << " Hz";
+    } else if (shaped && phase.drive.frequency_hz > plan.carrier_hz / 2) {
+      why << phase.drive.frequency_hz << " Hz is above half of the carrier, which is "
+          << plan.carrier_hz << " Hz and cannot show it";
+    } else if (shaped && phase.drive.duty + phase.drive.depth > 1 + 1e-9) {
+      why << "offset and depth are more than 1 together";
+    }
+    if (!why.str().empty()) {
+      throw PlanError("phase \"" + phase.name + "\": " + why.str());
+    }
+  }
+}
 
 double longest_s(const Plan& plan) {
   if (plan.phases.empty()) {

@@ -52,6 +52,10 @@ struct Plan {
   std::vector<std::string> engine_options;  ///< of `run`: given to the engine as they stand
 };
 
+/// Throws PlanError if an engine could not play the plan: a phase shorter than two periods of the
+/// carrier, a shape that is faster than half of it, or one that leaves 0 to 1.
+void check(const Plan& plan);
+
 /// The seconds that the plan takes, settled phases at their longest. Infinite if a phase, or the
 /// engine's own options, set no end.
 double longest_s(const Plan& plan);

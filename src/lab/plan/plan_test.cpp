@@ -1,0 +1,63 @@
+#include "lab/plan/plan.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "lab/plan/plan_error.h"
+
+namespace lab {
+namespace {
+
+Plan plan_of(const Phase& phase) {
+  Plan plan;
+  plan.phases = {phase};
+  return plan;
+}
+
+Phase shaped(double frequency_hz) {
+  Phase phase;
+  phase.name = "wave";
+  phase.duration_s = 10;
+  phase.drive = {
+      .shape = Drive::Shape::sinusoid, .duty = 0.2, .depth = 0.8, .frequency_hz = frequency_hz};
+  return phase;
+}
+
+std::string refusal(const Phase& phase) {
+  try {
+    check(plan_of(phase));
+  } catch (const PlanError& error) {
+    return error.what();
+  }
+  return "";
+}
+
+TEST(Plan, APhaseOfTwoPeriodsOfTheCarrierCanBePlayed) {
+  Phase phase;
+  phase.name = "short";
+  phase.duration_s = 0.1;
+  EXPECT_EQ(refusal(phase), "");
+  phase.duration_s = 0.09;
+  EXPECT_EQ(refusal(phase),
+            "phase \"short\": it lasts less than two periods of the carrier, which is 20 Hz");
+}
+
+TEST(Plan, AShapeUpToHalfOfTheCarrierCanBePlayed) {
+  EXPECT_EQ(refusal(shaped(10)), "");
+  EXPECT_THAT(refusal(shaped(11)), testing::HasSubstr("above half of the carrier"));
+  Phase high = shaped(1);
+  high.drive.duty = 0.3;
+  EXPECT_THAT(refusal(high), testing::HasSubstr("more than 1 together"));
+}
+
+TEST(Plan, TakesAsLongAsItsPhasesAtTheirLongest) {
+  Plan plan;
+  EXPECT_TRUE(std::isinf(longest_s(plan)));
+  plan.phases = {shaped(1), shaped(2)};
+  EXPECT_EQ(longest_s(plan), 20);
+}
+
+}  // namespace
+}  // namespace lab
