@@ -294,7 +294,8 @@ TEST_F(Lab, WhatCannotBeDoneIsSaidWithItsRemedy) {
   says({"step", "--plan", "/nowhere/plan.toml"}, 2, "/nowhere/plan.toml: No such file");
   says({"report", "/nowhere"}, 4, "/nowhere: no run.json in it");
   says({"step", "--colour"}, 2, "--colour");
-  says({}, 2, "subcommand");
+  says({}, 2, "vorn-lab-sim: A subcommand is required");
+  says({"stepp"}, 2, "vorn-lab-sim: there is no command \"stepp\"");
   std::ofstream(place_ / "bad.toml") << "question = \"step\"\nrrate = 3\n";
   says({"step", "--heat", "9", "--plan", place_ / "bad.toml"}, 2, "--heat shapes the plan of step");
   says({"step", "--plan", place_ / "bad.toml"}, 2, "bad.toml:2:1: unknown word \"rrate\"");

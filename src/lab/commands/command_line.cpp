@@ -34,6 +34,17 @@ void print_plan(const Plan& plan, bool json) {
   }
 }
 
+/// What is wrong with the command line, for the person who typed it.
+std::string wrong_command_line(const CLI::App* app, const CLI::Error& error) {
+  const std::vector<std::string> unknown = app->remaining(true);
+  const bool no_command = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
+  return app->get_name() + ": " +
+         (no_command && !unknown.empty() && !unknown[0].starts_with('-')
+              ? "there is no command \"" + unknown[0] + "\""
+              : std::string(error.what())) +
+         "\n\"" + app->get_name() + " --help\" shows what there is\n";
+}
+
 }  // namespace
 
 CommandLine::CommandLine(const std::string& program)
@@ -50,6 +61,7 @@ CommandLine::CommandLine(const std::string& program)
       "answer,\n2 wrong command line or plan, 3 nothing was run, 4 a file cannot be read "
       "or written,\n5 the run ended early and was analysed, 130 ended by Ctrl-C and "
       "analysed.");
+  app_->failure_message(wrong_command_line);
   add_run();
   add_questions();
   add_plan();
