@@ -24,9 +24,10 @@ target_compile_options(vorn_test_settings INTERFACE -O0 -g1)
 # What ships may run with more rights than its user has: no overrun goes unnoticed, no table of
 # functions stays writable, and the program lies elsewhere at each start. Not beside sanitizers, which
 # see more and are disturbed by it. Without optimisation there is nothing that _FORTIFY_SOURCE checks.
-set(CMAKE_POSITION_INDEPENDENT_CODE ON)
-include(CheckPIESupported)
-check_pie_supported(LANGUAGES CXX)
+# Every library here becomes part of a program, and is compiled as a program is: so both can share a
+# precompiled header.
+add_compile_options(-fPIE)
+add_link_options(-pie)
 if(NOT VORN_SANITIZE)
   add_library(vorn_hardening INTERFACE)
   include(CheckCXXCompilerFlag)
