@@ -107,7 +107,8 @@ void become(const Command& command) {
 
 // In the child, after fork.
 [[noreturn]] void become_program(const Command& command, int executable, int out, int err) {
-  must(dup2(out, STDOUT_FILENO) >= 0 && dup2(err, STDERR_FILENO) >= 0, "dup2");
+  const int error = command.standard_error >= 0 ? command.standard_error : err;
+  must(dup2(out, STDOUT_FILENO) >= 0 && dup2(error, STDERR_FILENO) >= 0, "dup2");
   const int in = command.standard_input >= 0 ? command.standard_input : open("/dev/null", O_RDONLY);
   must(dup2(in, STDIN_FILENO) >= 0, "dup2");
   for (const int signo : command.ignored_signals) {
@@ -126,9 +127,11 @@ void become(const Command& command) {
   std::vector<char*> argv;
   std::string called = command.called;
   std::vector<std::string> arguments = command.arguments;
-  argv.push_back(called.data());
-  for (std::string& argument : arguments) {
-    argv.push_back(argument.data());
+  if (!command.empty_argv) {
+    argv.push_back(called.data());
+    for (std::string& argument : arguments) {
+      argv.push_back(argument.data());
+    }
   }
   argv.push_back(nullptr);
   std::string quick_end = "TSAN_OPTIONS=atexit_sleep_ms=0";  // else every run ends a second late

@@ -46,7 +46,9 @@ struct Command {
   bool one_processor = false;                  ///< it may run on the first one alone
   std::string standard_output;                 ///< a path; empty: captured
   int standard_input = -1;                     ///< a descriptor; -1: nothing to read
+  int standard_error = -1;                     ///< a descriptor; -1: captured
   std::string called = "vorn";                 ///< argv[0]
+  bool empty_argv = false;                     ///< not even argv[0], and no arguments
   std::vector<std::string> environment;        ///< NAME=value; else it is empty
 };
 
