@@ -211,4 +211,23 @@ TEST_F(LinuxRights, WhatAHostileCallerLeavesOutChangesNothing) {
   EXPECT_EQ(machine_.tree().left_to_give_back(), "");
 }
 
+// Set-user-id programs have been attacked so. Kernels since 5.18 put an empty name there, others
+// leave nothing: it is a run without options, which forces fans and P-state.
+TEST_F(LinuxRights, AnEmptyArgvIsARunWithoutOptionsThatGivesBack) {
+  const auto before = machine_.tree().snapshot();
+  program::Command command = set_user_id({});
+  command.empty_argv = true;
+  command.one_processor = true;
+  Running running(command);
+  const std::string mode = "devices/platform/nct6775.656/hwmon/hwmon3/pwm2_enable";
+  ASSERT_TRUE(comes_to([&] { return machine_.tree().snapshot().at(mode) != before.at(mode); }))
+      << running.err();
+  running.send(SIGINT);
+  const Outcome outcome = running.wait();
+  EXPECT_EQ(outcome.err, kBothRestored);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(machine_.tree().snapshot(), before);
+  EXPECT_EQ(machine_.tree().left_to_give_back(), "");
+}
+
 }  // namespace
