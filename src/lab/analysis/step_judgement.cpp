@@ -6,6 +6,7 @@
 
 #include "lab/analysis/beside_judgement.h"
 #include "lab/analysis/spoken_number.h"
+#include "lab/analysis/unseen_stage.h"
 
 namespace lab {
 
@@ -28,6 +29,24 @@ void judge_slowest(const HeatCurve& curve, KeyResult& result) {
       spoken_number(after_s) +
       " s behind the first change of heat. It cannot be told from so short a record, and the "
       "resistance is only part of the whole. Record at least three times as long.");
+}
+
+void judge_unseen(const HeatCurve& curve, const std::string& unit, KeyResult& result) {
+  constexpr double kWorthSaying = 0.1;  // of the whole
+  if (!result.decided) {
+    return;
+  }
+  const double unseen = unseen_resistance(curve, result);
+  if (unseen <= kWorthSaying * std::abs(result.resistance.value)) {
+    return;
+  }
+  result.decided = false;
+  result.resistance.high = kInfinite;
+  result.warnings.push_back(
+      result.name + ": a slower stage" +
+      (std::isfinite(unseen) ? " of up to " + spoken_number(unseen, 2) + " " + unit : "") +
+      " may hide in this record, and would belong to the resistance. Heat for at least three of "
+      "its time constants: until the temperature stands still.");
 }
 
 void judge_fastest(KeyResult& result) {
@@ -120,6 +139,7 @@ std::vector<std::string> judge_record(const StepInput& input) {
 
 void judge_key(const StepInput& input, const HeatCurve& curve, KeyResult& result) {
   judge_slowest(curve, result);
+  judge_unseen(curve, result.resistance.unit, result);
   judge_fastest(result);
   judge_rise(input, result);
 }

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "lab/folder/folder_error.h"
 #include "lab/folder/whole_file.h"
 #include "lab/report/facts.h"
 #include "lab/report/page_parts.h"
@@ -30,7 +31,10 @@ ExitStatus answer(const RunFolder& folder, const Question& question, Printed pri
     write_summary(std::cout, said);
     std::cout << "\nreport: " << folder.report().string() << '\n';
   }
-  std::cout.flush();
+  if (!std::cout.flush()) {
+    throw FolderError(std::string("the answer could not be printed; it is in ") +
+                      folder.result().string());
+  }
   return found.decided ? kAnswered : kNotDecided;
 }
 

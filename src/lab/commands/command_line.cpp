@@ -121,6 +121,10 @@ void CommandLine::add_run() {
       if (plan_options_.plan_file.empty()) {
         plan.engine_options = options;
       }
+      if (plan.phases.empty() && plan.engine_options.empty()) {
+        throw PlanError(
+            "there is nothing to run: give options of vorn-engine, such as -w bmix -t 60");
+      }
       const std::vector<std::string> keys = read_engine_options(plan.engine_options).keys;
       if (!keys.empty()) {
         plan.keys = keys;

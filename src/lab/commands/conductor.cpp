@@ -87,7 +87,13 @@ void Conductor::play() {
 
 void Conductor::play_options() {
   const EngineOptions options = read_engine_options(plan_.engine_options);
-  start_engine(arguments_with(plan_.engine_options, plan_.rate_hz, means_.keys), options.waveform);
+  const std::vector<std::string> arguments =
+      arguments_with(plan_.engine_options, plan_.rate_hz, means_.keys);
+  std::vector<NamedFile> files = options.files;
+  for (NamedFile& file : files) {  // the options are the last of the arguments
+    file.word += arguments.size() - plan_.engine_options.size();
+  }
+  start_engine(arguments, options.waveform, files);
   if (options.time_s) {
     phase_end_s_ = begun_s_ + *options.time_s;
   }
@@ -98,7 +104,7 @@ void Conductor::play_options() {
 
 void Conductor::play_segment(const Segment& segment) {
   phase_ = segment.first;
-  start_engine(engine_arguments(plan_, segment, means_), true);
+  start_engine(engine_arguments(plan_, segment, means_), true, {});
   Played played = Played::whole;
   for (; phase_ <= segment.last; ++phase_) {
     engine_->steer(plan_.phases[phase_].drive);
@@ -111,7 +117,8 @@ void Conductor::play_segment(const Segment& segment) {
   wait_for_end(played);
 }
 
-void Conductor::start_engine(const std::vector<std::string>& arguments, bool waveform) {
+void Conductor::start_engine(const std::vector<std::string>& arguments, bool waveform,
+                             const std::vector<NamedFile>& files) {
   engine_ = std::make_unique<EngineRun>(
       EngineRun::Start{.arguments = arguments,
                        .samples = folder_.engine_samples(),
@@ -121,7 +128,8 @@ void Conductor::start_engine(const std::vector<std::string>& arguments, bool wav
                        .origin = {.zero_ns = zero_ns_,
                                   .first_phase = static_cast<int>(phase_),
                                   .processors = info_.processors,
-                                  .waveform = waveform}});
+                                  .waveform = waveform},
+                       .read = files});
   ++starts_;
   info_.engine_commands.push_back(engine_->command());
   folder_.write_info(info_);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "lab/commands/live_table.h"
+#include "lab/engine_process/engine_options.h"
 #include "lab/engine_process/others_load.h"
 #include "lab/engine_process/segments.h"
 #include "lab/folder/run_folder.h"
@@ -38,7 +39,8 @@ class Conductor {
  private:
   void play_options();
   void play_segment(const Segment& segment);
-  void start_engine(const std::vector<std::string>& arguments, bool waveform);
+  void start_engine(const std::vector<std::string>& arguments, bool waveform,
+                    const std::vector<NamedFile>& files);
   /// Waits for the end of a phase. Returns whether the run goes on.
   bool play_phase(const Phase& phase, std::size_t steering);
   std::optional<double> begin_of(std::size_t steering, double asked_s) const;

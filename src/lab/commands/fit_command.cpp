@@ -69,6 +69,7 @@ Table samples_of(const FitOptions& options, std::string& power_name) {
                                .unit = "W",
                                .source = "--watts",
                                .values = std::vector<double>(rows, *options.watts)});
+    samples.columns.back().values.front() = 0;  // a power is the mean since the line before
   }
   std::vector<std::size_t> chosen;
   for (const std::string& wanted : options.temperatures) {

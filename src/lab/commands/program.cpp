@@ -1,6 +1,7 @@
 #include "lab/commands/program.h"
 
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <functional>
 #include <iostream>
 
@@ -48,6 +49,7 @@ int guarded(const std::function<ExitStatus()>& command) {
 int program(int argc, char* argv[]) {
   return guarded([&] {
     become_caller();
+    std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a full disk
     CommandLine line(machine().program);
     try {
       line.app().parse(argc, argv);

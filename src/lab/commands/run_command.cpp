@@ -56,6 +56,14 @@ std::vector<KeyInfo> chosen_keys(const Plan& plan, const std::vector<MachineKey>
     }
     choose(*found);
   }
+  if (!plan.power.empty()) {
+    const auto heat = std::find_if(chosen.begin(), chosen.end(),
+                                   [&](const KeyInfo& key) { return key.name == plan.power; });
+    if (heat == chosen.end() || heat->unit != "W") {
+      throw EngineError("\"" + plan.power + "\" is no power that this machine has: \"" +
+                        machine().keys + "\" lists its keys and their units");
+    }
+  }
   if (chosen.empty()) {
     throw EngineError(std::string("no temperature, power or fan speed can be read here: \"") +
                       machine().program + " doctor\" says what is missing");
@@ -172,7 +180,7 @@ ExitStatus run_plan(const Question& question, const Plan& plan, const OutputOpti
                             " lines of samples.csv were lost, since the "
                             "disk did not take them: make room on it");
   }
-  if (refused(info.engine_status)) {
+  if (refused(info.engine_status) && info.engine_commands.size() == 1) {
     folder.discard();
     throw EngineError(std::string(machine().engine) + " did not start (status " +
                       std::to_string(info.engine_status) + "): " + info.end_reason);

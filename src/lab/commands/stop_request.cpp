@@ -20,10 +20,13 @@ void listen_for_stop_requests() {
   action.sa_handler = count_request;
   sigemptyset(&action.sa_mask);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    sigaction(signal, &action, nullptr);
+    struct sigaction before {};
+    sigaction(signal, nullptr, &before);
+    if (before.sa_handler != SIG_IGN) {  // as under nohup
+      sigaction(signal, &action, nullptr);
+    }
   }
   std::signal(SIGPIPE, SIG_IGN);  // an engine that has ended takes no more lines
-  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a full disk
 }
 
 int stop_requests() {

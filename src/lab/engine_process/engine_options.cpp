@@ -17,6 +17,7 @@ namespace {
 constexpr int kOther = 1000;  // the lab need not know of it
 constexpr int kOwn = 1001;    // the lab uses it itself
 constexpr int kEdges = 1002;
+constexpr int kProfile = 1003;
 
 constexpr std::array<option, 34> kOptions{{
     {"help", no_argument, nullptr, 'h'},
@@ -39,7 +40,7 @@ constexpr std::array<option, 34> kOptions{{
     {"triangle", required_argument, nullptr, 'e'},
     {"workload", required_argument, nullptr, 'w'},
     {"duty", required_argument, nullptr, kOther},
-    {"profile", required_argument, nullptr, kOther},
+    {"profile", required_argument, nullptr, kProfile},
     {"edges", required_argument, nullptr, kEdges},
     {"loop", no_argument, nullptr, kOther},
     {"depth", required_argument, nullptr, kOther},
@@ -106,8 +107,15 @@ EngineOptions read_engine_options(const std::vector<std::string>& arguments) {
         found.time_s = parse_duration(optarg);
         break;
       case 'f':
-      case kEdges:
         found.waveform = true;
+        break;
+      case kEdges:
+      case kProfile:
+        found.waveform = true;
+        found.files.push_back(
+            {.word = static_cast<std::size_t>(optind) - 2,  // without the program's name
+             .begin = static_cast<std::size_t>(optarg -
+                                               pointers[static_cast<std::size_t>(optind) - 1])});
         break;
       default:
         break;

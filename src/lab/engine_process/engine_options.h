@@ -1,14 +1,22 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace lab {
 
+/// A file that an option of the engine names.
+struct NamedFile {
+  std::size_t word = 0;   ///< which of the options' words its name is in
+  std::size_t begin = 0;  ///< where in that word: behind "--profile=", or at the beginning
+};
+
 /// What the lab has to know of options that it hands to the engine as they stand.
 struct EngineOptions {
   std::vector<std::string> keys;  ///< of -k
+  std::vector<NamedFile> files;   ///< of --profile and --edges
   std::optional<double> time_s;   ///< of -t
   bool sampled = false;           ///< -m, -r or -k is among them
   bool rate = false;              ///< -r is

@@ -31,6 +31,15 @@ TEST(OptionsForTheEngine, TellTheLabWhatItHasToKnow) {
   EXPECT_FALSE(read_engine_options({}).time_s);
 }
 
+TEST(OptionsForTheEngine, SayWhereTheFilesAreThatTheEngineIsToRead) {
+  const EngineOptions options = read_engine_options({"--profile", "a", "-f", "5", "--edg=b"});
+  ASSERT_EQ(options.files.size(), 2U);
+  EXPECT_EQ(options.files[0].word, 1U);
+  EXPECT_EQ(options.files[0].begin, 0U);
+  EXPECT_EQ(options.files[1].word, 4U);
+  EXPECT_EQ(options.files[1].begin, 6U);
+}
+
 TEST(OptionsForTheEngine, AreReadAnewEachTime) {
   EXPECT_EQ(read_engine_options({"-t", "5"}).time_s, 5);
   EXPECT_EQ(read_engine_options({"-t", "7"}).time_s, 7);

@@ -26,6 +26,19 @@ Descriptor open_file(const std::filesystem::path& path) {
   return file;
 }
 
+std::vector<Descriptor> open_to_read(const EngineRun::Start& start) {
+  std::vector<Descriptor> files;
+  for (const NamedFile& named : start.read) {
+    const std::string path = start.arguments[named.word].substr(named.begin);
+    Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (file.number() < 0) {
+      throw EngineError(path + ": " + std::strerror(errno));
+    }
+    files.push_back(std::move(file));
+  }
+  return files;
+}
+
 std::string name_of(const Descriptor& file) {
   return "/dev/fd/" + std::to_string(file.number());
 }
@@ -34,6 +47,26 @@ std::vector<std::string> with_files(std::vector<std::string> arguments, const st
                                     const std::string& record) {
   arguments.insert(arguments.end(), {"-o", samples, "--record", record});
   return arguments;
+}
+
+/// The arguments with descriptors in place of the files that the engine is to read.
+std::vector<std::string> with_descriptors(const EngineRun::Start& start,
+                                          const std::vector<Descriptor>& files) {
+  std::vector<std::string> arguments = start.arguments;
+  for (std::size_t index = 0; index < files.size(); ++index) {
+    const NamedFile& named = start.read[index];
+    arguments[named.word].replace(named.begin, std::string::npos, name_of(files[index]));
+  }
+  return arguments;
+}
+
+std::vector<int> kept(const Descriptor& samples, const Descriptor& record,
+                      const std::vector<Descriptor>& read) {
+  std::vector<int> numbers{samples.number(), record.number()};
+  for (const Descriptor& file : read) {
+    numbers.push_back(file.number());
+  }
+  return numbers;
 }
 
 std::vector<std::string> command_of(const EngineRun::Start& start) {
@@ -49,11 +82,12 @@ EngineRun::EngineRun(const Start& start)
     : command_(command_of(start)),
       samples_file_(open_file(start.samples)),
       record_file_(open_file(start.record)),
-      engine_(
-          {.program = find_program(machine().engine),
-           .arguments = with_files(start.arguments, name_of(samples_file_), name_of(record_file_)),
-           .as_root = start.as_root,
-           .kept = {samples_file_.number(), record_file_.number()}}),
+      read_files_(open_to_read(start)),
+      engine_({.program = find_program(machine().engine),
+               .arguments = with_files(with_descriptors(start, read_files_), name_of(samples_file_),
+                                       name_of(record_file_)),
+               .as_root = start.as_root,
+               .kept = kept(samples_file_, record_file_, read_files_)}),
       samples_(start.samples),
       record_(start.record),
       rows_(start.origin),

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "lab/engine_process/child.h"
+#include "lab/engine_process/engine_options.h"
 #include "lab/engine_process/line_tail.h"
 #include "lab/folder/delivery_reader.h"
 #include "lab/folder/sample_rows.h"
@@ -26,6 +27,7 @@ class EngineRun {
     bool as_root = false;
     bool steered = false;  ///< it follows steer()
     SampleRows::Origin origin;
+    std::vector<NamedFile> read = {};  ///< files that the arguments name, for the engine to read
   };
 
   /// Starts the engine. Throws EngineError.
@@ -77,6 +79,7 @@ class EngineRun {
   std::vector<std::string> command_;
   Descriptor samples_file_;
   Descriptor record_file_;
+  std::vector<Descriptor> read_files_;
   Child engine_;
   LineTail samples_;
   LineTail record_;

@@ -41,7 +41,10 @@ void SampleRows::add_sample(std::string_view line) {
   if (values.empty()) {
     return;
   }
-  newest_ = SampleRow{.time_s = values[0],
+  // The engine counts from its own first sample, which need not be that of the run.
+  const double before_s =
+      engine_zero_ns_ ? static_cast<double>(*engine_zero_ns_ - *zero_ns_) / kSecond : 0;
+  newest_ = SampleRow{.time_s = before_s + values[0],
                       .phase = std::max(0, phase_) + origin_.first_phase,
                       .asked = kUnknown,
                       .delivered = kUnknown,
@@ -55,6 +58,7 @@ void SampleRows::add_record(const RecordLine& line) {
   if (keyword == "sample") {
     instants_.push_back(instant);
     zero_ns_ = zero_ns_.value_or(instant);
+    engine_zero_ns_ = engine_zero_ns_.value_or(instant);
   } else if (keyword == "edge") {
     edges_.push_back({instant, line.field(2) == "on"});
   } else if (keyword == "asked") {

@@ -62,6 +62,7 @@ class SampleRows {
 
   Origin origin_;
   std::optional<std::int64_t> zero_ns_;
+  std::optional<std::int64_t> engine_zero_ns_;      // instant of this engine's first sample
   std::deque<std::vector<double>> values_;          // of samples whose instant has not been matched
   std::deque<std::int64_t> instants_;               // of samples that have not been taken
   std::deque<Edge> edges_;                          // from the last one before the last row on

@@ -96,6 +96,8 @@ TEST(SampleRowsOfALaterEngine, GoOnAtTheRunsTimeAndPhase) {
   ASSERT_EQ(taken.size(), 1U);
   EXPECT_NEAR(taken[0].time_s, 7, 1e-9);
   EXPECT_EQ(taken[0].phase, 3);
+  rows.add_sample("0.5\t31");
+  EXPECT_NEAR(rows.newest()->time_s, 7.5, 1e-9);
 }
 
 TEST(SampleRowsWithoutAWaveform, AreAskedForAllFromWhenTheThreadsAreThere) {

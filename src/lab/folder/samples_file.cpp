@@ -115,9 +115,6 @@ Table parse_samples(std::string_view text, const std::string& name) {
       table.columns[index].values.push_back(number(line[index + 1], name, count));
     }
   }
-  if (count == 0) {
-    throw FolderError(name + ": it is empty: the run had no sample");
-  }
   return table;
 }
 

@@ -11,7 +11,10 @@ void check(const Plan& plan) {
   for (const Phase& phase : plan.phases) {
     std::ostringstream why;
     const bool shaped = phase.drive.shape != Drive::Shape::constant;
-    if (phase.duration_s * plan.carrier_hz < 2) {
+    constexpr double kYear_s = 365.0 * 86400;
+    if (!(phase.duration_s <= kYear_s)) {
+      why << "it lasts longer than a year";
+    } else if (phase.duration_s * plan.carrier_hz < 2) {
       why << "it lasts less than two periods of the carrier, which is " << plan.carrier_hz << " Hz";
     } else if (shaped && phase.drive.frequency_hz > plan.carrier_hz / 2) {
       why << phase.drive.frequency_hz << " Hz is above half of the carrier, which is "

@@ -129,6 +129,14 @@ Plan parse_plan(std::string_view text, const std::string& name) {
   if (plan.phases.empty() && plan.question != "run" && plan.question != "fit") {
     throw PlanError(name + ": a plan for \"" + plan.question + "\" has phases: [[phase]]");
   }
+  if (!plan.engine_options.empty()) {
+    for (const char* word : {"load", "threads", "carrier", "fans", "pstate", "limits"}) {
+      if (members.has(word)) {
+        members.refuse(table.get(word)->source(),
+                       std::string(word) + " has no effect beside engine_options: put it there");
+      }
+    }
+  }
   if (!plan.phases.empty() && !plan.engine_options.empty()) {
     throw PlanError(name + ": engine_options belong to a plan without phases");
   }

@@ -144,6 +144,11 @@ TEST(PlanFile, TextThatIsNoTomlIsNamedWithLineAndColumn) {
   EXPECT_THAT(refusal("question = \n"), testing::StartsWith("my.toml:1:"));
 }
 
+TEST(PlanFile, WhatWouldHaveNoEffectIsRefused) {
+  EXPECT_EQ(refusal("question = \"run\"\nengine_options = [\"-m\"]\nlimits = { TC0D = 90 }"),
+            "my.toml:3:10: limits has no effect beside engine_options: put it there");
+}
+
 TEST(PlanFile, AQuestionWithPhasesNeedsThem) {
   EXPECT_EQ(refusal("question = \"step\""), "my.toml: a plan for \"step\" has phases: [[phase]]");
 }

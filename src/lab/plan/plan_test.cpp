@@ -40,6 +40,9 @@ TEST(Plan, APhaseOfTwoPeriodsOfTheCarrierCanBePlayed) {
   phase.duration_s = 0.1;
   EXPECT_EQ(refusal(phase), "");
   phase.duration_s = 0.09;
+  phase.duration_s = 1e9;
+  EXPECT_EQ(refusal(phase), "phase \"short\": it lasts longer than a year");
+  phase.duration_s = 0.09;
   EXPECT_EQ(refusal(phase),
             "phase \"short\": it lasts less than two periods of the carrier, which is 20 Hz");
 }
