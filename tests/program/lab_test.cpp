@@ -323,6 +323,36 @@ TEST_F(Lab, AnybodysTableIsAnalysedAsAStepIs) {
   EXPECT_NEAR(die["stages"][0]["time_constant"]["value"].get<double>(), 4, 0.04);
 }
 
+TEST_F(Lab, ATableThatBeginsWithThePowerNeedsNoColumnForIt) {
+  std::ofstream table(place_ / "constant.csv");
+  table << "t,die\n";
+  for (int row = 0; row < 2000; ++row) {
+    const double time_s = row * 0.1;
+    table << time_s << ',' << 25 + 20 * 0.5 * (1 - std::exp(-time_s / 25)) << '\n';
+  }
+  table.close();
+  const Outcome outcome = program::run(
+      lab({"fit", place_ / "constant.csv", "--watts", "20", "--out", folder(), "--json"},
+          As::kOrdinaryUser));
+  ASSERT_EQ(outcome.status, 0) << outcome.err << outcome.out;
+  const Json die = Json::parse(outcome.out)["keys"]["die"];
+  EXPECT_NEAR(die["resistance"]["value"].get<double>(), 0.5, 0.005);
+}
+
+TEST_F(Lab, RootReadsNoFileForItsCaller) {
+  SKIP_UNLESS_MAY_RUN(As::kRoot);
+  std::ofstream(place_ / "secret") << "the secret\n";
+  chmod((place_ / "secret").c_str(), 0600);
+  Command command = lab({"run", "--out", folder(), "-w", "bspin", "-f", "20", "--profile",
+                         place_ / "secret", "-t", "1"},
+                        As::kRoot);
+  command.environment = {"SUDO_UID=65534"};
+  const Outcome outcome = program::run(command);
+  EXPECT_EQ(outcome.status, 3);
+  EXPECT_THAT(outcome.err, HasSubstr("secret: Permission denied"));
+  EXPECT_THAT(outcome.err, testing::Not(HasSubstr("the secret")));
+}
+
 TEST_F(Lab, TheDoctorNamesWhatEachQuestionLacks) {
   const Outcome words = program::run(lab({"doctor"}, As::kOrdinaryUser));
   EXPECT_THAT(words.out, HasSubstr("ok     run: all that it needs is here\n"));

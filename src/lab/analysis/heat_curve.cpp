@@ -117,6 +117,9 @@ HeatCurve heat_curve(std::span<const double> time_s, std::span<const double> hea
   const std::vector<double> filled = without_gaps(heat);
   HeatCurve curve;
   curve.range = range_of(filled);
+  if (curve.range == 0) {  // exactly constant, but for the first reading: switched on there
+    curve.range = std::abs(filled.back() - filled.front());
+  }
   curve.before = level_at_the_start(filled, curve.range);
   if (time_s.size() == 1) {
     curve.first = {0, 1};
