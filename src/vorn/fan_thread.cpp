@@ -37,8 +37,8 @@ int spawn_fan() {
 }
 
 void* fan_thread_function(void* /*arg*/) {
-  // `--fanfrequency` without a speed to switch to ends here. That takes the right to a priority: the
-  // load may begin above this thread meanwhile.
+  // `--fanfrequency` without a speed to switch to ends here. That takes the right to a priority:
+  // the load may begin above this thread meanwhile.
   assertion(setting_fans(), "setting_fans()", kDriverModule);
   process::keep_capabilities(process::kNoCapabilities);
   bool stopped = true;

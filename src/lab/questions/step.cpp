@@ -30,7 +30,9 @@ void Step::add_options(CLI::App& app) {
   app.add_option("--base", base_, "the same before and after the step (default: 0)")
       ->check(CLI::Range(0.0, 1.0))
       ->option_text("<d>");
-  app.add_option("--idle", idle_, "before the step (default: 10s, in which held fans come to speed)")->option_text("<time>");
+  app.add_option("--idle", idle_,
+                 "before the step (default: 10s, in which held fans come to speed)")
+      ->option_text("<time>");
   app.add_option("--heat", heat_, "length of the step (default: \"until settled\")")
       ->option_text("<time>");
   app.add_option("--cool", cool_, "after the step (default: \"until settled\")")
