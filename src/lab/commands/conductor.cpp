@@ -93,7 +93,7 @@ void Conductor::play_options() {
   for (NamedFile& file : files) {  // the options are the last of the arguments
     file.word += arguments.size() - plan_.engine_options.size();
   }
-  start_engine(arguments, options.waveform, files);
+  start_engine(arguments, files);
   if (options.time_s) {
     phase_end_s_ = begun_s_ + *options.time_s;
   }
@@ -104,7 +104,7 @@ void Conductor::play_options() {
 
 void Conductor::play_segment(const Segment& segment) {
   phase_ = segment.first;
-  start_engine(engine_arguments(plan_, segment, means_), true, {});
+  start_engine(engine_arguments(plan_, segment, means_), {});
   Played played = Played::whole;
   for (; phase_ <= segment.last; ++phase_) {
     engine_->steer(plan_.phases[phase_].drive);
@@ -117,7 +117,7 @@ void Conductor::play_segment(const Segment& segment) {
   wait_for_end(played);
 }
 
-void Conductor::start_engine(const std::vector<std::string>& arguments, bool waveform,
+void Conductor::start_engine(const std::vector<std::string>& arguments,
                              const std::vector<NamedFile>& files) {
   engine_ = std::make_unique<EngineRun>(
       EngineRun::Start{.arguments = arguments,
@@ -127,8 +127,7 @@ void Conductor::start_engine(const std::vector<std::string>& arguments, bool wav
                        .steered = !plan_.phases.empty(),
                        .origin = {.zero_ns = zero_ns_,
                                   .first_phase = static_cast<int>(phase_),
-                                  .processors = info_.processors,
-                                  .waveform = waveform},
+                                  .processors = info_.processors},
                        .read = files});
   ++starts_;
   info_.engine_commands.push_back(engine_->command());

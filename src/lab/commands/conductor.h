@@ -39,8 +39,7 @@ class Conductor {
  private:
   void play_options();
   void play_segment(const Segment& segment);
-  void start_engine(const std::vector<std::string>& arguments, bool waveform,
-                    const std::vector<NamedFile>& files);
+  void start_engine(const std::vector<std::string>& arguments, const std::vector<NamedFile>& files);
   /// Waits for the end of a phase. Returns whether the run goes on.
   bool play_phase(const Phase& phase, std::size_t steering);
   std::optional<double> begin_of(std::size_t steering, double asked_s) const;

@@ -95,10 +95,6 @@ EngineOptions read_engine_options(const std::vector<std::string>& arguments) {
         throw PlanError(word + " is not for run: see vorn-engine(1)");
       case 'k':
         found.keys.emplace_back(optarg);
-        found.sampled = true;
-        break;
-      case 'm':
-        found.sampled = true;
         break;
       case 'r':
         found.rate = true;
@@ -106,12 +102,8 @@ EngineOptions read_engine_options(const std::vector<std::string>& arguments) {
       case 't':
         found.time_s = parse_duration(optarg);
         break;
-      case 'f':
-        found.waveform = true;
-        break;
       case kEdges:
       case kProfile:
-        found.waveform = true;
         found.files.push_back(
             {.word = static_cast<std::size_t>(optind) - 2,  // without the program's name
              .begin = static_cast<std::size_t>(optarg -

@@ -18,9 +18,7 @@ struct EngineOptions {
   std::vector<std::string> keys;  ///< of -k
   std::vector<NamedFile> files;   ///< of --profile and --edges
   std::optional<double> time_s;   ///< of -t
-  bool sampled = false;           ///< -m, -r or -k is among them
   bool rate = false;              ///< -r is
-  bool waveform = false;          ///< the load is switched on and off
 };
 
 /// Reads the engine's options. Throws PlanError for those that the lab uses itself (files,

@@ -24,10 +24,7 @@ TEST(OptionsForTheEngine, TellTheLabWhatItHasToKnow) {
       read_engine_options({"-w", "bmix", "-f", "20", "-k", "PC0C", "--key=TC0D", "-t", "1.5m"});
   EXPECT_THAT(options.keys, ElementsAre("PC0C", "TC0D"));
   EXPECT_EQ(options.time_s, 90);
-  EXPECT_TRUE(options.waveform);
-  EXPECT_TRUE(options.sampled);
   EXPECT_FALSE(options.rate);
-  EXPECT_FALSE(read_engine_options({"-w", "mix"}).waveform);
   EXPECT_FALSE(read_engine_options({}).time_s);
 }
 

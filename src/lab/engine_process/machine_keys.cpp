@@ -31,7 +31,7 @@ std::string short_unit(std::string_view unit) {
   return unit == "-" ? "" : std::string(unit);
 }
 
-/// What the companion prints for one of its options. `well`: whether it ended with 0.
+/// What the companion prints for one of its options; what it says of errors is added to `errors`.
 std::string ask_companion(const std::string& option, std::string& errors) {
   Child child({.program = find_program(machine().keys),
                .arguments = {option},

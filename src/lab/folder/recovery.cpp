@@ -42,10 +42,8 @@ void read_delivery(const RunFolder& folder, Run& run) {
 }
 
 void recover_rows(const RunFolder& folder, Run& run) {
-  SampleRows rows({.zero_ns = std::nullopt,
-                   .first_phase = 0,
-                   .processors = std::max(1, run.info.processors),
-                   .waveform = true});
+  SampleRows rows(
+      {.zero_ns = std::nullopt, .first_phase = 0, .processors = std::max(1, run.info.processors)});
   std::size_t starts = 0;
   while (std::filesystem::exists(folder.stimulus(starts))) {
     ++starts;

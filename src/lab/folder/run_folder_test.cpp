@@ -92,7 +92,8 @@ TEST_F(RunFolderTest, WhatAKilledRunHadNotPutTogetherIsFoundInTheEnginesFiles) {
   }
   write(folder.engine_samples(), "0\t30\n0.1\t31\n0.2\t32\n0.3\t3");  // killed within a line
   write(folder.stimulus(),
-        "sample\t1000000000\t0\nsample\t1100000000\t0.1\nsample\t1200000000\t0.2\n"
+        "setting\twaveform\tsteered\nsample\t1000000000\t0\nsample\t1100000000\t0."
+        "1\nsample\t1200000000\t0.2\n"
         "edge\t1050000000\t1050000000\ton\nsample\t13000");
   const lab::Run run = folder.read();
   EXPECT_THAT(run.samples.time_s,

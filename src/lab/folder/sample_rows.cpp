@@ -65,6 +65,9 @@ void SampleRows::add_record(const RecordLine& line) {
     phases_.push_back(instant);
   } else if (keyword == "time" || keyword == "use") {
     times_[line.whole(1).value_or(0)].push_back({instant, line.whole(2).value_or(0)});
+  } else if (keyword == "setting") {
+    waveform_ = waveform_ || line.field(0) == "waveform";
+    return;
   } else if (keyword == "thread") {
     load_began_ns_ = load_began_ns_.value_or(newest_ns_);
     return;
@@ -76,7 +79,7 @@ void SampleRows::add_record(const RecordLine& line) {
 
 /// The part of the time between two instants for which the waveform was to be on.
 double SampleRows::on_part(std::int64_t from_ns, std::int64_t to_ns) {
-  if (!origin_.waveform) {
+  if (!waveform_) {
     return load_began_ns_ && to_ns > *load_began_ns_ ? 1 : 0;
   }
   if (to_ns <= from_ns) {

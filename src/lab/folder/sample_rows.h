@@ -28,8 +28,7 @@ class SampleRows {
     std::optional<std::int64_t>
         zero_ns;  ///< instant of the run's first sample; nothing: this is it
     int first_phase = 0;
-    int processors = 1;    ///< that a load of 1 keeps busy
-    bool waveform = true;  ///< false: the load is on from its beginning
+    int processors = 1;  ///< that a load of 1 keeps busy
   };
   explicit SampleRows(Origin origin) : origin_(origin), zero_ns_(origin.zero_ns) {}
 
@@ -70,6 +69,7 @@ class SampleRows {
   std::deque<std::int64_t> phases_;                 // instants at which the next phase took effect
   int phase_ = -1;
   std::int64_t newest_ns_ = 0;
+  bool waveform_ = false;  // else the load is on from its beginning
   std::optional<std::int64_t> load_began_ns_;
   std::optional<std::int64_t> last_row_ns_;
   std::optional<SampleRow> newest_;

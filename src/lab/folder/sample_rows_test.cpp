@@ -14,6 +14,8 @@ constexpr std::int64_t kZero = 5'000'000'000;
 
 class SampleRowsTest : public testing::Test {
  protected:
+  SampleRowsTest() { record("setting\twaveform\tsteered"); }
+
   void record(const std::string& line) { rows_.add_record(RecordLine(line)); }
 
   static std::string at(std::int64_t ms) { return std::to_string(kZero + ms * kMs); }
@@ -23,7 +25,7 @@ class SampleRowsTest : public testing::Test {
     rows_.add_sample(std::to_string(static_cast<double>(ms) / 1000) + "\t" + std::to_string(value));
   }
 
-  SampleRows rows_{{.zero_ns = std::nullopt, .first_phase = 0, .processors = 2, .waveform = true}};
+  SampleRows rows_{{.zero_ns = std::nullopt, .first_phase = 0, .processors = 2}};
 };
 
 TEST_F(SampleRowsTest, AskedIsThePartOfTheTimeThatTheWaveformWasPlannedOn) {
@@ -89,7 +91,7 @@ TEST_F(SampleRowsTest, PhasesCountTheChangesOfWhatIsAsked) {
 }
 
 TEST(SampleRowsOfALaterEngine, GoOnAtTheRunsTimeAndPhase) {
-  SampleRows rows({.zero_ns = kZero, .first_phase = 3, .processors = 1, .waveform = true});
+  SampleRows rows({.zero_ns = kZero, .first_phase = 3, .processors = 1});
   rows.add_record(RecordLine("sample\t" + std::to_string(kZero + 7'000'000'000) + "\t0"));
   rows.add_sample("0\t30");
   const std::vector<SampleRow> taken = rows.take(true);
@@ -101,7 +103,7 @@ TEST(SampleRowsOfALaterEngine, GoOnAtTheRunsTimeAndPhase) {
 }
 
 TEST(SampleRowsWithoutAWaveform, AreAskedForAllFromWhenTheThreadsAreThere) {
-  SampleRows rows({.zero_ns = std::nullopt, .first_phase = 0, .processors = 1, .waveform = false});
+  SampleRows rows({.zero_ns = std::nullopt, .first_phase = 0, .processors = 1});
   for (const char* line : {"sample\t1000\t0", "sample\t2000\t1", "thread\t0\t7\tmix\t-1\tfifo\t31",
                            "sample\t3000\t2"}) {
     rows.add_record(RecordLine(line));
