@@ -2,11 +2,9 @@
 
 #include <cerrno>
 #include <functional>
-#include <iterator>
 
 #include "machines/linux/fans/calibration.h"
 #include "support/machine/fan_fixture.h"
-#include "support/machine/turns.h"
 
 namespace linux_machine {
 namespace {
@@ -81,20 +79,17 @@ bool run_with_fault(const Case& one, int n, int error, FaultyTree::For how_long)
 }
 
 TEST(FanFaults, NothingCrashesAndEverythingIsPutBack) {
-  constexpr int kKinds = 2 * static_cast<int>(std::size(kErrors));
   for (const Case& one : kCases) {
-    int kind = 0;
     for (const int error : kErrors) {
       for (const auto how_long : {FaultyTree::For::once, FaultyTree::For::ever}) {
-        const auto [first, step] = turns(kind++, kKinds);
-        int n = first;
+        int n = 1;
         while (run_with_fault(one, n, error, how_long)) {
           ASSERT_FALSE(testing::Test::HasFailure())
               << one.name << ", access " << n << ", error " << error
               << (how_long == FaultyTree::For::once ? " once" : " for ever");
-          n += step;
+          ++n;
         }
-        EXPECT_TRUE(n > 2 || step > 1) << one.name;
+        EXPECT_GT(n, 2) << one.name;
       }
     }
   }
