@@ -29,12 +29,14 @@ std::optional<double> percentile(std::vector<float> values, double part) {
 
 void DeliveryReader::add(const RecordLine& line) {
   const std::string_view keyword = line.keyword();
-  if (keyword == "edge") {
+  if (keyword == "vorn-record") {
+    begin_record();
+  } else if (keyword == "edge") {
     add_edge(line);
   } else if (keyword == "entered") {
     const std::int64_t instant = line.whole(0).value_or(0);
-    const auto after = on_phases_.upper_bound(instant);
-    if (after != on_phases_.begin()) {
+    const auto after = engine_.on_phases.upper_bound(instant);
+    if (after != engine_.on_phases.begin()) {
       OnPhase& phase = std::prev(after)->second;
       phase.first_ns = phase.entered == 0 ? instant : std::min(phase.first_ns, instant);
       phase.last_ns = phase.entered == 0 ? instant : std::max(phase.last_ns, instant);
@@ -44,11 +46,11 @@ void DeliveryReader::add(const RecordLine& line) {
     add_time(line);
   } else if (keyword == "sample") {
     const std::int64_t instant = line.whole(0).value_or(0);
-    if (sums_.samples > 0) {
-      const double gap = static_cast<double>(instant - last_sample_ns_) / kSecond;
+    if (engine_.last_sample_ns) {
+      const double gap = static_cast<double>(instant - *engine_.last_sample_ns) / kSecond;
       sums_.sample_gap_max_s = std::max(sums_.sample_gap_max_s.value_or(0), gap);
     }
-    last_sample_ns_ = instant;
+    engine_.last_sample_ns = instant;
     ++sums_.samples;
   } else if (keyword == "gap") {
     const double length = static_cast<double>(line.whole(3).value_or(0)) / kSecond;
@@ -57,7 +59,7 @@ void DeliveryReader::add(const RecordLine& line) {
     sums_.longest_hole_s = std::max(sums_.longest_hole_s.value_or(0), length);
   } else if (keyword == "throttled") {
     const std::int64_t count = line.whole(2).value_or(0) + line.whole(3).value_or(0);
-    const auto [place, is_new] = throttles_.try_emplace(line.whole(1).value_or(-1), count);
+    const auto [place, is_new] = engine_.throttles.try_emplace(line.whole(1).value_or(-1), count);
     if (!is_new) {
       sums_.throttled += std::max<std::int64_t>(0, count - place->second);
       place->second = count;
@@ -68,7 +70,7 @@ void DeliveryReader::add(const RecordLine& line) {
   } else if (keyword == "refused") {
     sums_.errors.push_back(line.text(1) + ": " + line.text(2));
   } else if (keyword == "lost") {
-    sums_.events_dropped = line.whole(0).value_or(0);
+    sums_.events_dropped += line.whole(0).value_or(0);
   } else if (keyword == "end") {
     sums_.whole = true;
     end_status_ = static_cast<int>(line.whole(1).value_or(-1));
@@ -80,41 +82,82 @@ void DeliveryReader::add_edge(const RecordLine& line) {
   const std::int64_t planned = line.whole(0).value_or(0);
   const std::int64_t switched = line.whole(1).value_or(0);
   const bool on = line.field(2) == "on";
-  if (sums_.edges == 0) {
-    begin_ns_ = planned;
-  } else if (on_) {
-    on_ns_ += planned - last_edge_ns_;
+  if (!engine_.begin_ns) {
+    engine_.begin_ns = planned;
+  } else if (engine_.on) {
+    engine_.on_ns += planned - engine_.last_edge_ns;
   }
   ++sums_.edges;
   lateness_us_.push_back(
       static_cast<float>(static_cast<double>(switched - planned) / kMicrosecond));
-  last_edge_ns_ = planned;
-  on_ = on;
+  engine_.last_edge_ns = planned;
+  engine_.on = on;
   if (on) {
-    on_phases_[planned] = {};
+    engine_.on_phases[planned] = {};
   }
-  while (!on_phases_.empty() && on_phases_.begin()->first < planned - kSettled) {
-    const OnPhase& phase = on_phases_.begin()->second;
-    if (phase.entered > 1) {
-      skews_us_.push_back(
-          static_cast<float>(static_cast<double>(phase.last_ns - phase.first_ns) / kMicrosecond));
-    }
-    on_phases_.erase(on_phases_.begin());
+  while (!engine_.on_phases.empty() && engine_.on_phases.begin()->first < planned - kSettled) {
+    add_skew(engine_.on_phases.begin()->second, skews_us_);
+    engine_.on_phases.erase(engine_.on_phases.begin());
   }
 }
 
 void DeliveryReader::add_time(const RecordLine& line) {
   const std::int64_t instant = line.whole(0).value_or(0);
-  if (sums_.edges == 0 || instant < begin_ns_) {
+  if (!engine_.begin_ns || instant < *engine_.begin_ns) {
     return;  // what a load does before the waveform is not part of it
   }
   const std::int64_t time = line.whole(2).value_or(0);
-  const auto [place, is_new] =
-      times_.try_emplace(line.whole(1).value_or(0), ThreadTime{instant, time, instant, time});
+  const auto [place, is_new] = engine_.times.try_emplace(line.whole(1).value_or(0),
+                                                         ThreadTime{instant, time, instant, time});
   if (!is_new) {
     place->second.last_ns = instant;
     place->second.last_time_ns = time;
   }
+}
+
+void DeliveryReader::add_skew(const OnPhase& phase, std::vector<float>& skews_us) {
+  if (phase.entered > 1) {
+    skews_us.push_back(
+        static_cast<float>(static_cast<double>(phase.last_ns - phase.first_ns) / kMicrosecond));
+  }
+}
+
+void DeliveryReader::begin_record() {
+  if (records_ > 0) {
+    ended_ = duties();
+    for (const auto& [begin, phase] : engine_.on_phases) {
+      add_skew(phase, skews_us_);
+    }
+    cut_ = cut_ || !sums_.whole;
+    sums_.whole = false;
+    engine_ = {};
+  }
+  ++records_;
+}
+
+DeliveryReader::Duties DeliveryReader::duties() const {
+  Duties duties = ended_;
+  if (!engine_.begin_ns) {
+    return duties;
+  }
+  double part = 0;
+  std::int64_t end_ns = engine_.last_edge_ns;  // both duties are of the same stretch of time
+  for (const auto& [thread, time] : engine_.times) {
+    end_ns = std::max(end_ns, time.last_ns);
+    if (time.last_ns > time.first_ns) {
+      part += static_cast<double>(time.last_time_ns - time.first_time_ns) /
+              static_cast<double>(time.last_ns - time.first_ns);
+    }
+  }
+  const auto span_ns = static_cast<double>(end_ns - *engine_.begin_ns);
+  duties.span_ns += span_ns;
+  duties.asked_ns +=
+      static_cast<double>(engine_.on_ns + (engine_.on ? end_ns - engine_.last_edge_ns : 0));
+  if (!engine_.times.empty()) {
+    duties.delivered = true;
+    duties.delivered_ns += span_ns * part / static_cast<double>(engine_.times.size());
+  }
+  return duties;
 }
 
 Delivery DeliveryReader::delivery() const {
@@ -123,30 +166,19 @@ Delivery DeliveryReader::delivery() const {
   sums.edge_lateness_p99_us = percentile(lateness_us_, 0.99);
   sums.edge_lateness_max_us = percentile(lateness_us_, 1);
   std::vector<float> skews = skews_us_;
-  for (const auto& [begin, phase] : on_phases_) {
-    if (phase.entered > 1) {
-      skews.push_back(
-          static_cast<float>(static_cast<double>(phase.last_ns - phase.first_ns) / kMicrosecond));
-    }
+  for (const auto& [begin, phase] : engine_.on_phases) {
+    add_skew(phase, skews);
   }
   sums.skew_p50_us = percentile(skews, 0.5);
   sums.skew_p99_us = percentile(std::move(skews), 0.99);
-  double part = 0;
-  std::int64_t end_ns = last_edge_ns_;  // both duties are of the same stretch of time
-  for (const auto& [thread, time] : times_) {
-    end_ns = std::max(end_ns, time.last_ns);
-    if (time.last_ns > time.first_ns) {
-      part += static_cast<double>(time.last_time_ns - time.first_time_ns) /
-              static_cast<double>(time.last_ns - time.first_ns);
+  const Duties all = duties();
+  if (all.span_ns > 0) {
+    sums.duty_asked = all.asked_ns / all.span_ns;
+    if (all.delivered) {
+      sums.duty_delivered = all.delivered_ns / all.span_ns;
     }
   }
-  if (!times_.empty()) {
-    sums.duty_delivered = part / static_cast<double>(times_.size());
-  }
-  if (end_ns > begin_ns_) {
-    const std::int64_t on_ns = on_ns_ + (on_ ? end_ns - last_edge_ns_ : 0);
-    sums.duty_asked = static_cast<double>(on_ns) / static_cast<double>(end_ns - begin_ns_);
-  }
+  sums.whole = sums_.whole && !cut_;
   return sums;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,7 +11,8 @@
 
 namespace lab {
 
-/// Sums up an engine's record, line by line, in memory that grows with the edges alone.
+/// Sums up the records of a run's engines, one behind the other, line by line, in memory that grows
+/// with the edges alone.
 class DeliveryReader {
  public:
   void add(const RecordLine& line);
@@ -36,20 +38,41 @@ class DeliveryReader {
     std::int64_t last_time_ns = 0;
   };
 
+  /// What is of one engine alone: threads, edges and samples begin anew with the next.
+  struct Engine {
+    std::map<std::int64_t, OnPhase> on_phases;       ///< by the planned instant of the edge
+    std::map<std::int64_t, ThreadTime> times;        ///< by thread
+    std::map<std::int64_t, std::int64_t> throttles;  ///< by processor: the last count
+    std::optional<std::int64_t> begin_ns;            ///< of the waveform
+    std::int64_t last_edge_ns = 0;
+    bool on = false;
+    std::int64_t on_ns = 0;
+    std::optional<std::int64_t> last_sample_ns;
+  };
+  /// Parts of the time of waveforms.
+  struct Duties {
+    double span_ns = 0;
+    double asked_ns = 0;
+    double delivered_ns = 0;
+    bool delivered = false;  ///< some thread's time is known
+  };
+
+  static void add_skew(const OnPhase& phase, std::vector<float>& skews_us);
+
+  void begin_record();
   void add_edge(const RecordLine& line);
   void add_time(const RecordLine& line);
 
+  /// The duties so far with those of the present engine.
+  Duties duties() const;
+
   Delivery sums_;
   std::vector<float> lateness_us_;
-  std::map<std::int64_t, OnPhase> on_phases_;  ///< by the planned instant of the edge
   std::vector<float> skews_us_;
-  std::map<std::int64_t, ThreadTime> times_;
-  std::map<std::int64_t, std::int64_t> throttles_;  ///< by processor: the last count
-  std::int64_t begin_ns_ = 0;
-  std::int64_t last_edge_ns_ = 0;
-  bool on_ = false;
-  std::int64_t on_ns_ = 0;
-  std::int64_t last_sample_ns_ = 0;
+  Duties ended_;      // of the engines before the present one
+  bool cut_ = false;  // the record of one of those has no end
+  Engine engine_;
+  std::int64_t records_ = 0;
   std::string end_reason_;
   int end_status_ = -1;
 };

@@ -104,6 +104,33 @@ TEST_F(DeliveryReaderTest, HolesSamplesThrottlingAndErrorsAreCounted) {
   EXPECT_EQ(reader_.end_status(), 20);
 }
 
+TEST_F(DeliveryReaderTest, EnginesOneBehindTheOtherAreSummedUpByTheirTime) {
+  // 3 s of which 1 s is on; a pause of 7 s; 1 s that is on throughout, of another thread 0.
+  for (const char* line :
+       {"vorn-record\t1", "edge\t0\t0\ton", "time\t0\t0\t0", "sample\t0\t0",
+        "edge\t1000000000\t1000000000\toff", "time\t3000000000\t0\t1000000000", "lost\t2\t0",
+        "end\t3000000000\t0\twaveform over", "vorn-record\t1", "edge\t10000000000\t10000000000\ton",
+        "sample\t10000000000\t0", "time\t10000000000\t0\t0", "time\t11000000000\t0\t1000000000",
+        "lost\t3\t0"}) {
+    add(line);
+  }
+  Delivery delivery = reader_.delivery();
+  EXPECT_NEAR(delivery.duty_asked.value_or(0), 0.5, 1e-9);
+  EXPECT_NEAR(delivery.duty_delivered.value_or(0), 0.5, 1e-9);
+  EXPECT_FALSE(delivery.sample_gap_max_s);  // the pause is none
+  EXPECT_EQ(delivery.events_dropped, 5);
+  EXPECT_FALSE(delivery.whole);
+  add("end\t11000000000\t0\twaveform over");
+  EXPECT_TRUE(reader_.delivery().whole);
+}
+
+TEST_F(DeliveryReaderTest, ARecordWithoutItsEndMakesTheWholeCut) {
+  add("vorn-record\t1");
+  add("vorn-record\t1");
+  add("end\t1\t0\twaveform over");
+  EXPECT_FALSE(reader_.delivery().whole);
+}
+
 TEST_F(DeliveryReaderTest, AnEmptyRecordSaysNothing) {
   const Delivery delivery = reader_.delivery();
   EXPECT_FALSE(delivery.duty_asked);
