@@ -174,6 +174,29 @@ TEST_F(Lab, ARunTakesTheOptionsOfTheEngine) {
   EXPECT_FALSE(result["keys"].contains("TC0D"));
 }
 
+TEST_F(Lab, AnotherLoadIsAnotherStartOfTheSameRun) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const auto play = [&](const std::string& name, const char* second) {
+    std::ofstream(place_ / (name + ".toml"))
+        << "question = \"run\"\nthreads = 1\nload = \"bspin\"\n"
+        << "[[phase]]\nname = \"one\"\nduty = 0.5\nduration = 1\n"
+        << "[[phase]]\nname = \"two\"\nduty = 0.5\nduration = 1\nload = \"" << second << "\"\n";
+    return program::run(lab({"run", "--plan", place_ / (name + ".toml"), "--out", folder(name)}));
+  };
+  const Outcome both = play("both", "bint");
+  EXPECT_EQ(both.status, 0) << both.err;
+  EXPECT_EQ(json("run.json", "both")["engine_commands"].size(), 2U);
+  const std::string samples = read(fs::path(folder("both")) / "samples.csv");
+  EXPECT_THAT(samples, testing::ContainsRegex("\n[0-9.]+,0,"));
+  EXPECT_THAT(samples, testing::ContainsRegex("\n[0-9.]+,1,"));
+
+  const Outcome refused = play("refused", "spin");  // follows no waveform
+  EXPECT_EQ(refused.status, 5) << refused.err;
+  EXPECT_EQ(json("run.json", "refused")["end"], "failed");
+  EXPECT_THAT(read(fs::path(folder("refused")) / "samples.csv"),
+              testing::ContainsRegex("\n[0-9.]+,0,"));
+}
+
 TEST_F(Lab, CtrlCEndsARunInOrderAndAnalysesIt) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   Running running(lab(short_step({}, "5m")));
