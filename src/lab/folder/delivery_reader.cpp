@@ -73,7 +73,6 @@ void DeliveryReader::add(const RecordLine& line) {
     sums_.events_dropped += line.whole(0).value_or(0);
   } else if (keyword == "end") {
     sums_.whole = true;
-    end_status_ = static_cast<int>(line.whole(1).value_or(-1));
     end_reason_ = line.text(2);
   }
 }

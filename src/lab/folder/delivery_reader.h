@@ -20,9 +20,8 @@ class DeliveryReader {
   /// What the lines so far say.
   Delivery delivery() const;
 
-  /// The engine's words for how the run ended, and its status; empty and -1 before that.
+  /// The engine's words for how the run ended; empty before that.
   const std::string& end_reason() const { return end_reason_; }
-  int end_status() const { return end_status_; }
 
  private:
   /// The first bursts of the threads after an on edge.
@@ -74,7 +73,6 @@ class DeliveryReader {
   Engine engine_;
   std::int64_t records_ = 0;
   std::string end_reason_;
-  int end_status_ = -1;
 };
 
 }  // namespace lab

@@ -61,8 +61,4 @@ std::optional<std::int64_t> RecordLine::whole(std::size_t index) const {
   return parse<std::int64_t>(field(index));
 }
 
-std::optional<double> RecordLine::number(std::size_t index) const {
-  return parse<double>(field(index));
-}
-
 }  // namespace lab

@@ -15,7 +15,6 @@ class RecordLine {
   explicit RecordLine(std::string_view line);
 
   std::string_view keyword() const { return keyword_; }
-  std::size_t fields() const { return fields_.size(); }
 
   /// Field `index` from 0, as it stands; empty if there is none.
   std::string_view field(std::size_t index) const;
@@ -25,7 +24,6 @@ class RecordLine {
 
   /// Field `index` as a number; nothing if it is not one.
   std::optional<std::int64_t> whole(std::size_t index) const;
-  std::optional<double> number(std::size_t index) const;
 
  private:
   std::string_view keyword_;

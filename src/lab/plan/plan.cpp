@@ -1,6 +1,5 @@
 #include "lab/plan/plan.h"
 
-#include <limits>
 #include <sstream>
 
 #include "lab/plan/plan_error.h"
@@ -26,17 +25,6 @@ void check(const Plan& plan) {
       throw PlanError("phase \"" + phase.name + "\": " + why.str());
     }
   }
-}
-
-double longest_s(const Plan& plan) {
-  if (plan.phases.empty()) {
-    return std::numeric_limits<double>::infinity();
-  }
-  double sum = 0;
-  for (const Phase& phase : plan.phases) {
-    sum += phase.duration_s;
-  }
-  return sum;
 }
 
 }  // namespace lab

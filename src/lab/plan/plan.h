@@ -56,8 +56,4 @@ struct Plan {
 /// carrier, a shape that is faster than half of it, or one that leaves 0 to 1.
 void check(const Plan& plan);
 
-/// The seconds that the plan takes, settled phases at their longest. Infinite if a phase, or the
-/// engine's own options, set no end.
-double longest_s(const Plan& plan);
-
 }  // namespace lab

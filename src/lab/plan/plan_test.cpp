@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "lab/plan/plan_error.h"
 
 namespace lab {
@@ -53,13 +51,6 @@ TEST(Plan, AShapeUpToHalfOfTheCarrierCanBePlayed) {
   Phase high = shaped(1);
   high.drive.duty = 0.3;
   EXPECT_THAT(refusal(high), testing::HasSubstr("more than 1 together"));
-}
-
-TEST(Plan, TakesAsLongAsItsPhasesAtTheirLongest) {
-  Plan plan;
-  EXPECT_TRUE(std::isinf(longest_s(plan)));
-  plan.phases = {shaped(1), shaped(2)};
-  EXPECT_EQ(longest_s(plan), 20);
 }
 
 }  // namespace
