@@ -283,7 +283,7 @@ TEST_F(LinuxKeysTest, ReportARefusedWriteWithItsReason) {
 }
 
 TEST_F(LinuxKeysTest, RefuseABitWithoutAFan) {
-  EXPECT_EQ(write("FS! ", 4), kKxReturnIOError);
+  EXPECT_EQ(write("FS! ", 4), kKxReturnBadArgument);
   EXPECT_EQ(reports(), std::vector<std::string>{"FS! : this machine has 2 fans to force"});
 }
 

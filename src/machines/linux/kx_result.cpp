@@ -1,29 +1,20 @@
 #include "machines/linux/kx_result.h"
 
-#include <cerrno>
-
 namespace linux_machine {
-namespace {
-
-kx_return_t refusal(int error) {
-  switch (error) {
-    case EBUSY:
-      return kKxReturnExclusiveAccess;
-    case EOPNOTSUPP:
-      return kKxReturnUnsupported;
-    default:
-      return kKxReturnNotPermitted;
-  }
-}
-
-}  // namespace
 
 kx_return_t kx_result(const sysfs::Failure& failure) {
   switch (failure.trouble) {
+    case sysfs::Trouble::held:
+      return kKxReturnExclusiveAccess;
+    case sysfs::Trouble::unsupported:
+      return kKxReturnUnsupported;
     case sysfs::Trouble::refused:
-      return refusal(failure.error);
+    case sysfs::Trouble::given_back:
+      return kKxReturnNotPermitted;
+    case sysfs::Trouble::bad_value:
+      return kKxReturnBadArgument;
     case sysfs::Trouble::nonsense:
-      return failure.error == EINVAL ? kKxReturnBadArgument : kKxReturnError;
+      return kKxReturnError;
     case sysfs::Trouble::absent:
     case sysfs::Trouble::silent:
       break;

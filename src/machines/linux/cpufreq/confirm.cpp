@@ -32,9 +32,8 @@ Result<Done> look(sysfs::Tree& sys, const Setting& limit) {
     return failure;
   }
   if (!near(sysfs::parse_integer(limit.value).value_or(0), *seen)) {
-    return Failure{Trouble::silent, ETIMEDOUT,
-                   "setting " + limit.attribute + " to " + limit.value + ": it stays at " +
-                       std::to_string(*seen)};
+    return Failure{Trouble::silent, "setting " + limit.attribute + " to " + limit.value +
+                                        ": it stays at " + std::to_string(*seen)};
   }
   return Done{};
 }

@@ -152,7 +152,7 @@ Result<Cpufreq> read_cpufreq(sysfs::Tree& sys) {
     }
   }
   if (cpufreq.policies.empty()) {
-    return Failure{Trouble::absent, ENOENT,
+    return Failure{Trouble::absent,
                    "listing " + std::string(kPoliciesFolder) + ": there is no policy in use"};
   }
   cpufreq.globals = read_globals(reader, cpufreq.policies);

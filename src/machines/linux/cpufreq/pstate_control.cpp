@@ -35,9 +35,8 @@ Result<Done> number_within(std::uint32_t n, const std::vector<Policy>& policies)
   if (n < count) {
     return Done{};
   }
-  return Failure{
-      Trouble::nonsense, EINVAL,
-      "P-state " + std::to_string(n) + ": this machine has 0 to " + std::to_string(count - 1)};
+  return Failure{Trouble::bad_value, "P-state " + std::to_string(n) + ": this machine has 0 to " +
+                                         std::to_string(count - 1)};
 }
 
 std::string was(const std::string& attribute, const std::string& value) {
@@ -56,7 +55,7 @@ Result<Done> PStateControl::force(std::uint32_t n) {
   }
   Result<Done> pinned = pin(n);
   if (pinned && !ledger_.holds()) {  // this process stood still meanwhile, and nobody is behind it
-    pinned = Failure{Trouble::refused, ECANCELED, "P-states: they have been given back meanwhile"};
+    pinned = Failure{Trouble::given_back, "P-states: they have been given back meanwhile"};
   }
   if (pinned) {
     return pinned;
@@ -152,7 +151,7 @@ Result<Done> PStateControl::give_back_all() {
   if (changed.empty()) {
     changed = "the note of what was changed";
   }
-  return Failure{Trouble::silent, EIO, "not given back: " + changed};
+  return Failure{Trouble::silent, "not given back: " + changed};
 }
 
 }  // namespace linux_machine

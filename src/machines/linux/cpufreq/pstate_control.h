@@ -28,8 +28,8 @@ class PStateControl {
   /// the kernel shows it: a second at most. What was there before the first call is what will be
   /// given back.
   ///
-  /// Failures: error EINVAL for a number beyond the last P-state, and EBUSY if another run holds
-  /// the P-states, change nothing. After any other failure everything is given back; its message
+  /// Failures: bad_value for a number beyond the last P-state, and held if another run holds the
+  /// P-states, change nothing. After any other failure everything is given back; its message
   /// names the attribute (and what could not be given back, if so).
   sysfs::Result<sysfs::Done> force(std::uint32_t n);
 

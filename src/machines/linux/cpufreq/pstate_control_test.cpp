@@ -57,13 +57,13 @@ TEST(PStateControl, RefusesANumberBeyondTheLastAndChangesNothing) {
   CpufreqMachine machine(turbo_machine());
   const int writes = machine.tree.writes();
   const Result<Done> forced = machine.control.force(44);
-  EXPECT_EQ(forced.failure().error, EINVAL);
+  EXPECT_EQ(forced.failure().trouble, sysfs::Trouble::bad_value);
   EXPECT_EQ(forced.failure().message, "P-state 44: this machine has 0 to 43");
   EXPECT_EQ(machine.tree.writes(), writes);
   EXPECT_FALSE(std::filesystem::exists(machine.test.surroundings.state_folder));
 
   ASSERT_TRUE(machine.control.force(43));
-  EXPECT_EQ(machine.control.force(44).failure().error, EINVAL);
+  EXPECT_EQ(machine.control.force(44).failure().trouble, sysfs::Trouble::bad_value);
   EXPECT_EQ(machine.limits(1), "400000 400000");
 }
 
@@ -79,7 +79,7 @@ TEST(PStateControl, GivesUpOnAKernelThatDoesNotApplyItWithinASecond) {
   CpufreqMachine machine(turbo_machine(), LateCpufreq::Kernel::queues, 1100 * kNsPerMs);
   const auto before = machine.kernel.snapshot();
   const Result<Done> forced = machine.control.force(5);
-  EXPECT_EQ(forced.failure().error, ETIMEDOUT);
+  EXPECT_EQ(forced.failure().trouble, sysfs::Trouble::silent);
   machine.test.now_ns += 2 * kNsPerS;
   EXPECT_EQ(machine.kernel.snapshot(), before);
 }
@@ -135,7 +135,7 @@ TEST(PStateControl, NamesTheLimitThatAThermalDriverHoldsDown) {
   const std::int64_t start = machine.test.now_ns;
   const Result<Done> forced = machine.control.force(0);
   ASSERT_FALSE(forced);
-  EXPECT_EQ(forced.failure().error, ETIMEDOUT);
+  EXPECT_EQ(forced.failure().trouble, sysfs::Trouble::silent);
   EXPECT_EQ(forced.failure().message,
             "setting " + kCpufreq + "policy1/scaling_max_freq to 4700000: it stays at 1500000");
   EXPECT_LE(machine.test.now_ns - start, 3 * kNsPerS);
@@ -158,7 +158,7 @@ TEST(PStateControl, GivesEverythingBackWhenAWriteIsRefused) {
                         [](const std::string& text) { return text == "400000" ? 0 : -EPERM; });
   const Result<Done> forced = machine.control.force(5);
   ASSERT_FALSE(forced);
-  EXPECT_EQ(forced.failure().error, EPERM);
+  EXPECT_EQ(forced.failure().trouble, sysfs::Trouble::refused);
   EXPECT_EQ(forced.failure().message, "writing " + refusing +
                                           ": Operation not permitted (wanted 4200000, it is "
                                           "400000)");
@@ -207,7 +207,7 @@ TEST(PStateControl, LeavesAMachineToTheRunThatHoldsIt) {
   Ledger other(machine.test.surroundings, "pstates");
   ASSERT_TRUE(other.begin());
   const auto before = machine.kernel.snapshot();
-  EXPECT_EQ(machine.control.force(5).failure().error, EBUSY);
+  EXPECT_EQ(machine.control.force(5).failure().trouble, sysfs::Trouble::held);
   EXPECT_EQ(machine.kernel.snapshot(), before);
 }
 

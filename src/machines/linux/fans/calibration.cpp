@@ -79,7 +79,7 @@ class Calibration {
 
 Result<Done> Calibration::may_go_on() {
   if (const auto alarm = ledger_.alarm()) {
-    return Failure{Trouble::refused, ECANCELED, "the measurement was ended: " + alarm->reason};
+    return Failure{Trouble::given_back, "the measurement was ended: " + alarm->reason};
   }
   return Done{};
 }
@@ -130,7 +130,7 @@ Result<Done> Calibration::check_range() const {
                           [](const CurvePoint& a, const CurvePoint& b) { return a.rpm < b.rpm; });
   if (points_.size() < 2 || most->rpm - least->rpm < kLeastChange * most->rpm) {
     return Failure{
-        Trouble::refused, EOPNOTSUPP,
+        Trouble::unsupported,
         fan_.input() + ": not controllable: the speed hardly changes with " + fan_.pwm()};
   }
   return Done{};
@@ -236,13 +236,13 @@ Result<Curve> Calibration::run() {
 
 Result<Done> may_calibrate(const Surroundings& surroundings, const FanChannel& fan) {
   if (!fan.controllable()) {
-    return Failure{Trouble::refused, EOPNOTSUPP, fan.refusal};
+    return Failure{Trouble::unsupported, fan.refusal};
   }
   if (surroundings.effective_user() != 0) {
-    return Failure{Trouble::refused, EPERM, fan.enable() + ": changing it needs the superuser"};
+    return Failure{Trouble::refused, fan.enable() + ": changing it needs the superuser"};
   }
   if (const std::optional<std::string> daemon = running_fan_daemon(surroundings.proc)) {
-    return Failure{Trouble::refused, EBUSY, beside_daemon(*daemon)};
+    return Failure{Trouble::held, beside_daemon(*daemon)};
   }
   return Done{};
 }
@@ -276,7 +276,7 @@ Result<Curve> measure_curve(const Surroundings& surroundings, Ledger& ledger, co
     given_back = ledger.give_back(line) && given_back;
   }
   if (curve && !given_back) {
-    return Failure{Trouble::silent, EIO, fan.enable() + " could not be put back"};
+    return Failure{Trouble::silent, fan.enable() + " could not be put back"};
   }
   return curve;
 }

@@ -19,9 +19,9 @@ using CalibrationProgress = std::function<void(double fraction, const std::strin
 /// happens: its speeds from full pwm down to where it stops, and, unless it is a pump, whether it
 /// stops at pwm 0 and starts again. Ends early if a temperature comes near to critical.
 ///
-/// Errors: EPERM without the effective user 0, EOPNOTSUPP for a fan that cannot be controlled (one
-/// whose speed hardly changes included), EBUSY beside another program that controls fans,
-/// ECANCELED when it ended early, and those of the attributes. Thread: any, one at a time.
+/// Failures: refused without the effective user 0, unsupported for a fan that cannot be controlled
+/// (one whose speed hardly changes included), held beside another program that controls fans,
+/// given_back when it ended early, and those of the attributes. Thread: any, one at a time.
 sysfs::Result<Curve> measure_curve(const Surroundings& surroundings, Ledger& ledger,
                                    const FanChannel& fan,
                                    const std::vector<WatchedTemperature>& temperatures,

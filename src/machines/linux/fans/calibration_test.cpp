@@ -96,7 +96,7 @@ TEST_F(CalibrationTest, EndsNearTheCriticalTemperature) {
   };
   const auto curve = measure();
   ASSERT_FALSE(curve);
-  EXPECT_EQ(curve.failure().error, ECANCELED);
+  EXPECT_EQ(curve.failure().trouble, sysfs::Trouble::given_back);
   EXPECT_NE(curve.failure().message.find(FanFixture::kTemperature), std::string::npos);
 }
 
@@ -118,7 +118,7 @@ TEST_F(CalibrationTest, SaysThatAFanWithoutALabelIsStopped) {
 
 TEST_F(CalibrationTest, NeedsTheSuperuser) {
   bench_.surroundings.user = 1000;
-  EXPECT_EQ(measure().failure().error, EPERM);
+  EXPECT_EQ(measure().failure().trouble, sysfs::Trouble::refused);
 }
 
 /// A fan on a plain supply: the chip's pwm is nothing to it.
@@ -136,7 +136,7 @@ TEST(Calibration, AFanThatIgnoresItsPwmIsNotControllable) {
   const auto curve =
       measure_curve(surroundings.surroundings, ledger, fans.at(0), {}, [](double, const auto&) {});
   ASSERT_FALSE(curve);
-  EXPECT_EQ(curve.failure().error, EOPNOTSUPP);
+  EXPECT_EQ(curve.failure().trouble, sysfs::Trouble::unsupported);
   EXPECT_NE(curve.failure().message.find("not controllable"), std::string::npos);
   EXPECT_EQ(tree.snapshot(), before);
 }

@@ -101,10 +101,10 @@ Result<sysfs::Done> FanControl::change_force_bits(std::uint16_t bits) {
     return canceled();
   }
   if (!privileged) {
-    return Failure{Trouble::refused, EPERM, "forcing fans needs the superuser"};
+    return Failure{Trouble::refused, "forcing fans needs the superuser"};
   }
   if (unsigned{bits} >> fans_.size() != 0) {
-    return Failure{Trouble::absent, ENODEV,
+    return Failure{Trouble::bad_value,
                    "this machine has " + std::to_string(fans_.size()) + " fans to force"};
   }
   Result<Done> paid = pay_owed();
@@ -148,7 +148,7 @@ Result<double> FanControl::target_rpm(std::size_t fan) {
 Result<sysfs::Done> FanControl::set_target_rpm(std::size_t fan, double rpm) {
   const Lock lock(mutex_);
   if (!std::isfinite(rpm) || rpm < 0) {
-    return Failure{Trouble::nonsense, EINVAL, channels_[fan].input() + ": no fan has this speed"};
+    return Failure{Trouble::bad_value, channels_[fan].input() + ": no fan has this speed"};
   }
   fans_[fan].target = rpm;
   return fans_[fan].forced ? apply_target(fans_[fan]) : Done{};

@@ -44,10 +44,10 @@ class FanControl {
   std::uint16_t force_bits() const;
 
   /// Forces the fans whose bits are set and gives back the others. A fan newly forced heads for
-  /// the target written last, or keeps the speed that it has. Errors: EPERM without the effective
-  /// user 0, ENODEV for a bit without a fan, EOPNOTSUPP for a fan that cannot be forced, EBUSY
-  /// beside another program that controls fans, ECANCELED once tripped(), and
-  /// those of the attributes. A failure while forcing forces no fan that was not forced.
+  /// the target written last, or keeps the speed that it has. Failures: refused without the
+  /// effective user 0, bad_value for a bit without a fan, unsupported for a fan that cannot be
+  /// forced, held beside another program that controls fans, given_back once tripped(), and those
+  /// of the attributes. A failure while forcing forces no fan that was not forced.
   sysfs::Result<sysfs::Done> set_force_bits(std::uint16_t bits);
 
   // Requires everywhere: fan < channels().size().
@@ -56,7 +56,7 @@ class FanControl {
   sysfs::Result<double> target_rpm(std::size_t fan);
 
   /// Kept, and applied at once to a forced fan. A target beyond what the fan can do is what it can
-  /// do. Error: EINVAL below 0.
+  /// do. Failure: bad_value below 0.
   sysfs::Result<sysfs::Done> set_target_rpm(std::size_t fan, double rpm);
 
   bool has_maximum(std::size_t fan) const;

@@ -311,8 +311,8 @@ TEST(FanControl, OnlyTheSuperuserForces) {
   bench.new_run();
   bench.surroundings.user = 1000;
   const auto before = bench.memory.snapshot();
-  EXPECT_EQ(bench.control->set_force_bits(1).failure().error, EPERM);
-  EXPECT_EQ(bench.control->maximum_rpm(0).failure().error, EPERM);
+  EXPECT_EQ(bench.control->set_force_bits(1).failure().trouble, sysfs::Trouble::refused);
+  EXPECT_EQ(bench.control->maximum_rpm(0).failure().trouble, sysfs::Trouble::refused);
   EXPECT_EQ(bench.memory.snapshot(), before);
   EXPECT_TRUE(bench.control->set_force_bits(0));
 }
@@ -325,24 +325,24 @@ TEST(FanControl, AForcedFanIsCommandedWithoutPrivilege) {
   bench.faulty.privileged = false;
   ASSERT_TRUE(bench.control->set_force_bits(1));
   ASSERT_TRUE(bench.control->set_target_rpm(0, 1800));
-  EXPECT_EQ(bench.control->set_force_bits(0).failure().error, EPERM);
+  EXPECT_EQ(bench.control->set_force_bits(0).failure().trouble, sysfs::Trouble::refused);
 }
 
 TEST(FanControl, RefusesFansThatAreNotThereOrNotControllable) {
   FanFixture bench("hp", "2");
   bench.new_run();
-  EXPECT_EQ(bench.control->set_force_bits(4).failure().error, ENODEV);
+  EXPECT_EQ(bench.control->set_force_bits(4).failure().trouble, sysfs::Trouble::bad_value);
   const auto refused = bench.control->set_force_bits(1);
-  EXPECT_EQ(refused.failure().error, EOPNOTSUPP);
+  EXPECT_EQ(refused.failure().trouble, sysfs::Trouble::unsupported);
   EXPECT_NE(refused.failure().message.find("fan1_input"), std::string::npos);
   EXPECT_FALSE(bench.control->has_maximum(0));
-  EXPECT_EQ(bench.control->maximum_rpm(0).failure().error, EOPNOTSUPP);
+  EXPECT_EQ(bench.control->maximum_rpm(0).failure().trouble, sysfs::Trouble::unsupported);
 }
 
 TEST(FanControl, RefusesSpeedsThatAreNone) {
   FanFixture bench;
   bench.new_run();
-  EXPECT_EQ(bench.control->set_target_rpm(0, -1).failure().error, EINVAL);
+  EXPECT_EQ(bench.control->set_target_rpm(0, -1).failure().trouble, sysfs::Trouble::bad_value);
 }
 
 TEST(FanControl, ADamagedCurveIsToldOnceAndTheFanIsForcedWithoutIt) {
@@ -368,7 +368,7 @@ TEST(FanControl, ATwinOfARunIsRefused) {
   ASSERT_TRUE(bench.control->set_force_bits(1));
   Ledger other(bench.surroundings.surroundings, "fans");
   FanControl twin(bench.surroundings.surroundings, other, {}, FanControl::Watching::by_caller);
-  EXPECT_EQ(twin.set_force_bits(1).failure().error, EBUSY);
+  EXPECT_EQ(twin.set_force_bits(1).failure().trouble, sysfs::Trouble::held);
 }
 
 TEST(FanControl, AThreadOfItsOwnWatchesWhileAFanIsForced) {

@@ -19,7 +19,7 @@ using sysfs::Result;
 using sysfs::Trouble;
 
 sysfs::Failure FanControl::canceled() const {
-  return {Trouble::refused, ECANCELED, "no fan is forced any more in this run: " + trip_reason_};
+  return {Trouble::given_back, "no fan is forced any more in this run: " + trip_reason_};
 }
 
 Result<sysfs::Done> FanControl::may_force(const Fan& fan) {
@@ -27,14 +27,13 @@ Result<sysfs::Done> FanControl::may_force(const Fan& fan) {
     return canceled();
   }
   if (!fan.channel->controllable()) {
-    return Failure{Trouble::refused, EOPNOTSUPP, fan.channel->refusal};
+    return Failure{Trouble::unsupported, fan.channel->refusal};
   }
   if (surroundings_.effective_user() != 0) {
-    return Failure{Trouble::refused, EPERM,
-                   fan.channel->enable() + ": changing it needs the superuser"};
+    return Failure{Trouble::refused, fan.channel->enable() + ": changing it needs the superuser"};
   }
   if (const std::optional<std::string> daemon = running_fan_daemon(surroundings_.proc)) {
-    return Failure{Trouble::refused, EBUSY, beside_daemon(*daemon)};
+    return Failure{Trouble::held, beside_daemon(*daemon)};
   }
   return Done{};
 }
@@ -253,7 +252,7 @@ Result<sysfs::Done> FanControl::pay_owed() {
   if (owed_.empty()) {
     return Done{};
   }
-  return Failure{Trouble::silent, EIO, owed_.front().attribute + " could not be put back"};
+  return Failure{Trouble::silent, owed_.front().attribute + " could not be put back"};
 }
 
 }  // namespace linux_machine

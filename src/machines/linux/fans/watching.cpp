@@ -66,7 +66,7 @@ void FanControl::correct(Fan& fan, const std::optional<double>& rpm) {
 /// touched by anyone else.
 Result<sysfs::Done> FanControl::judge() {
   alarm_ = ledger_.alarm();
-  return alarm_ ? Result<Done>(Failure{Trouble::refused, ECANCELED, alarm_->reason}) : Done{};
+  return alarm_ ? Result<Done>(Failure{Trouble::given_back, alarm_->reason}) : Done{};
 }
 
 void FanControl::read_speeds() {

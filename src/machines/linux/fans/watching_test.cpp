@@ -41,7 +41,7 @@ class WatchingTest : public testing::Test {
     EXPECT_TRUE(bench_.control->tripped());
     const auto again = bench_.control->set_force_bits(1);
     ASSERT_FALSE(again);
-    EXPECT_EQ(again.failure().error, ECANCELED);
+    EXPECT_EQ(again.failure().trouble, sysfs::Trouble::given_back);
     EXPECT_NE(again.failure().message.find(reason), std::string::npos);
   }
 
@@ -108,14 +108,14 @@ TEST_F(WatchingTest, ActsWithoutPrivilegeThroughWhatIsOpen) {
 TEST_F(WatchingTest, TripsInTheMiddleOfAMeasurement) {
   ASSERT_TRUE(bench_.control->set_force_bits(3));
   bench_.memory.put(FanFixture::kTemperature, "99000");
-  EXPECT_EQ(bench_.control->maximum_rpm(0).failure().error, ECANCELED);
+  EXPECT_EQ(bench_.control->maximum_rpm(0).failure().trouble, sysfs::Trouble::given_back);
   expect_tripped("devices/cpu/temp1_input reads 99 degrees, and 100 degrees are critical");
 }
 
 TEST_F(WatchingTest, TripsWhileATargetNeedsAMeasurement) {
   ASSERT_TRUE(bench_.control->set_force_bits(3));
   bench_.memory.put(FanFixture::kTemperature, "99000");
-  EXPECT_EQ(bench_.control->set_target_rpm(0, 1000).failure().error, ECANCELED);
+  EXPECT_EQ(bench_.control->set_target_rpm(0, 1000).failure().trouble, sysfs::Trouble::given_back);
   expect_tripped("devices/cpu/temp1_input reads 99 degrees, and 100 degrees are critical");
 }
 
@@ -164,8 +164,8 @@ TEST_F(WatchingTest, ARefusalAfterATripDoesNotBlameThePrivilege) {
   bench_.pass(0.5);
   bench_.surroundings.user = 1000;
   EXPECT_TRUE(bench_.control->tripped());
-  EXPECT_EQ(bench_.control->set_force_bits(1).failure().error, ECANCELED);
-  EXPECT_EQ(bench_.control->maximum_rpm(1).failure().error, ECANCELED);
+  EXPECT_EQ(bench_.control->set_force_bits(1).failure().trouble, sysfs::Trouble::given_back);
+  EXPECT_EQ(bench_.control->maximum_rpm(1).failure().trouble, sysfs::Trouble::given_back);
   EXPECT_TRUE(bench_.control->set_force_bits(0));
 }
 
@@ -355,10 +355,10 @@ TEST(Daemons, AreFoundByTheNameOfTheirProcess) {
     FanControl control(beside, ledger, {}, FanControl::Watching::by_caller);
     const auto before = bench.state();
     const auto refused = control.set_force_bits(1);
-    EXPECT_EQ(refused.failure().error, EBUSY);
+    EXPECT_EQ(refused.failure().trouble, sysfs::Trouble::held);
     EXPECT_NE(refused.failure().message.find(std::string("systemctl stop ") + name),
               std::string::npos);
-    EXPECT_EQ(control.maximum_rpm(0).failure().error, EBUSY);
+    EXPECT_EQ(control.maximum_rpm(0).failure().trouble, sysfs::Trouble::held);
     EXPECT_EQ(bench.state(), before);
 
     const auto belongs_to = [&](const char* user) {

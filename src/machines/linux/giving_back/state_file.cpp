@@ -40,7 +40,7 @@ int lock_patiently(int descriptor, const Surroundings& surroundings, std::int64_
 }
 
 Failure not_ours(const std::string& path) {
-  return {sysfs::Trouble::refused, EPERM,
+  return {sysfs::Trouble::refused,
           path + " can be written by others: remove it, and see who made it"};
 }
 
@@ -69,9 +69,8 @@ Result<Done> make_folder(const std::string& folder) {
 
 Failure not_locked(int error, const std::string& part, const std::string& path) {
   if (error == EBUSY) {
-    return Failure{
-        sysfs::Trouble::refused, EBUSY,
-        "another run holds the " + part + " (" + path + "); wait for its end, or end it"};
+    return Failure{sysfs::Trouble::held, "another run holds the " + part + " (" + path +
+                                             "); wait for its end, or end it"};
   }
   return sysfs::failure("locking", path, error);
 }

@@ -15,7 +15,7 @@ class StateFile {
  public:
   /// Opens (and makes) <state folder>/<part> and locks it. Whoever can write the file decides what
   /// is written to the machine, so file and folder must be this user's alone. Waits for two seconds
-  /// for another holder, who may be about to end; after that the failure's error is EBUSY.
+  /// for another holder, who may be about to end; after that it is held.
   static sysfs::Result<StateFile> lock(const Surroundings& surroundings, const std::string& part);
 
   /// The same for root, who may end the hold of a run that shows no life: a file whose lock another

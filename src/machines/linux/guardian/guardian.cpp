@@ -55,17 +55,16 @@ std::optional<Failure> wait_until_ready(int socket, const std::string& part) {
       if (message.word == Word::ready) {
         return std::nullopt;
       }
-      return Failure{sysfs::Trouble::refused, EPERM,
+      return Failure{sysfs::Trouble::refused,
                      action + ": " + std::string(message.text()) +
                          ", by which its caller could stop it; only root itself may change the " +
                          part + " here"};
     case Heard::end:
-      return Failure{sysfs::Trouble::refused, ECHILD,
-                     action + ": it was ended before it was ready"};
+      return Failure{sysfs::Trouble::refused, action + ": it was ended before it was ready"};
     case Heard::nothing:
       break;
   }
-  return Failure{sysfs::Trouble::refused, ETIMEDOUT, action + ": it does not answer"};
+  return Failure{sysfs::Trouble::refused, action + ": it does not answer"};
 }
 
 /// Signals are for the threads that listen for them.

@@ -28,7 +28,7 @@ std::string as_text(const std::vector<std::string>& lines) {
 }
 
 Result<Done> cannot_be_watched(const std::string& attribute) {
-  return Failure{Trouble::refused, ENOSPC, attribute + ": its watch is not to be had"};
+  return Failure{Trouble::refused, attribute + ": its watch is not to be had"};
 }
 
 /// Whether there was something to repair.
@@ -41,7 +41,7 @@ Result<bool> repair_left(const Surroundings& surroundings, const StateFile& stat
     return false;  // nothing, or a line that was cut off before anything was changed
   }
   if (!repair(surroundings, state)) {
-    return Failure{Trouble::silent, 0,
+    return Failure{Trouble::silent,
                    "what an earlier run left changed cannot be given back: see " + state.path()};
   }
   return true;
@@ -121,7 +121,7 @@ Result<Done> Ledger::begin() {
     if (is_ours()) {
       return Done{};
     }
-    return Failure{Trouble::refused, ECANCELED, "the " + part_ + " have been given back"};
+    return Failure{Trouble::given_back, "the " + part_ + " have been given back"};
   }
   Result<StateFile> state = StateFile::lock(surroundings_, part_);
   if (!state) {

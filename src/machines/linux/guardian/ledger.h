@@ -40,8 +40,8 @@ class Ledger {
   Ledger(const Ledger&) = delete;
   Ledger& operator=(const Ledger&) = delete;
 
-  /// Makes this process the one that may change the part. Idempotent. A failure with error EBUSY
-  /// means that another run holds it; ECANCELED, that the guardian has given the part back.
+  /// Makes this process the one that may change the part. Idempotent. Failures: held, by
+  /// another run; given_back, by the guardian.
   sysfs::Result<sysfs::Done> begin();
 
   /// Adds a line of the journal. To be called before the change that it undoes; a line that is

@@ -93,7 +93,7 @@ TEST_F(LedgerTest, TwoRunsDoNotChangeTheSamePart) {
   Ledger second(surroundings_.surroundings, "fans");
   const auto refused = second.begin();
   ASSERT_FALSE(refused);
-  EXPECT_EQ(refused.failure().error, EBUSY);
+  EXPECT_EQ(refused.failure().trouble, sysfs::Trouble::held);
   EXPECT_THAT(refused.failure().message, HasSubstr("another run holds the fans"));
   Ledger other_part(surroundings_.surroundings, "pstates");
   EXPECT_TRUE(other_part.begin());

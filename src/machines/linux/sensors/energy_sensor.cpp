@@ -145,7 +145,7 @@ class EnergySensor : public Sensor {
   }
 
   static sysfs::Failure silence(const Counter& counter, const char* why) {
-    return {sysfs::Trouble::silent, 0, "reading " + counter.attribute->path() + ": " + why};
+    return {sysfs::Trouble::silent, "reading " + counter.attribute->path() + ": " + why};
   }
 
   static sysfs::Failure trouble_of(const Counter& counter, Outcome outcome) {

@@ -27,7 +27,7 @@ class HwmonPowerTest : public testing::Test {
   }
   sysfs::Result<double> value() {
     const auto keys = find_power_keys(world_.surroundings);
-    return keys.empty() ? sysfs::Failure{Trouble::absent, 0, "no key"}
+    return keys.empty() ? sysfs::Failure{Trouble::absent, "no key"}
                         : keys.front().connect()->read();
   }
 

@@ -56,7 +56,7 @@ class TemperatureTest : public testing::Test {
         return key.connect()->read();
       }
     }
-    return sysfs::Failure{Trouble::absent, 0, "no key"};
+    return sysfs::Failure{Trouble::absent, "no key"};
   }
   std::string message(const std::string& name) { return value(name).failure().message; }
 

@@ -15,7 +15,7 @@ constexpr int kTries = 3;
 constexpr std::size_t kMostText = 4096;  // the kernel's own limit: one page an attribute
 
 Failure silence(const std::string& path) {
-  return {Trouble::silent, 0, "reading " + path + ": it is empty"};
+  return {Trouble::silent, "reading " + path + ": it is empty"};
 }
 
 bool asks_to_be_repeated(ssize_t result) {

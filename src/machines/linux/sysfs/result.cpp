@@ -24,11 +24,11 @@ Trouble trouble_of(int error) {
 }  // namespace
 
 Failure failure(const char* action, const std::string& path, int error) {
-  return {trouble_of(error), error, std::string(action) + " " + path + ": " + std::strerror(error)};
+  return {trouble_of(error), std::string(action) + " " + path + ": " + std::strerror(error), error};
 }
 
 Failure nonsense(const std::string& path, const std::string& why) {
-  return {Trouble::nonsense, 0, "reading " + path + ": " + why};
+  return {Trouble::nonsense, "reading " + path + ": " + why};
 }
 
 }  // namespace sysfs

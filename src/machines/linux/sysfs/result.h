@@ -6,20 +6,26 @@
 
 namespace sysfs {
 
-/// Why an attribute gave no answer. Four different things, and none of them is a zero.
+/// Why something is not known or not done. It says what happened: nobody decides by an errno value
+/// what one of these says. The first four are an attribute's, and none of them is a zero.
 enum class Trouble {
   absent,    ///< there is no such file
   refused,   ///< it is there, and this user may not
-  silent,    ///< the driver behind it gave an error, or nothing
+  silent,    ///< the driver behind it gave an error, or nothing, or does not do what it accepted
   nonsense,  ///< it answered, and no machine can be like that
+
+  held,         ///< another run, or another program, has it
+  unsupported,  ///< the hardware cannot
+  given_back,   ///< the guardian has given it back: this run changes it no more
+  bad_value,    ///< of the caller's: there is no such fan, speed or P-state
 };
 
-/// A failed access. `message` is for the user and names the attribute:
+/// `message` is for the user and names the attribute:
 /// "reading class/hwmon/hwmon0/temp1_input: No data available".
 struct Failure {
   Trouble trouble = Trouble::silent;
-  int error = 0;  ///< errno; 0 for nonsense
   std::string message;
+  int error = 0;  ///< errno of the kernel's call that failed; 0 if none did
 };
 
 /// The one place that turns errno into trouble and text. `action` is "reading", "writing", ...
