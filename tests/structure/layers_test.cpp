@@ -60,11 +60,12 @@ const std::map<std::string, Modules> kLabMayInclude = {
 /// Within the Linux machine, by folder: the same rule once more.
 const std::map<std::string, Modules> kLinuxMayInclude = {
     {"sysfs", {}},
+    {"hwmon", {"sysfs"}},
     {"giving_back", {"sysfs"}},
-    {"sensors", {"sysfs"}},
+    {"sensors", {"sysfs", "hwmon"}},
     {"watch", {"sysfs", "giving_back"}},
     {"guardian", {"sysfs", "giving_back", "watch"}},
-    {"fans", {"sysfs", "giving_back", "watch", "guardian"}},
+    {"fans", {"sysfs", "hwmon", "giving_back", "watch", "guardian"}},
     {"cpufreq", {"sysfs", "giving_back", "guardian"}},
     {"checkup", {"sysfs", "giving_back", "guardian", "sensors", "fans", "cpufreq"}},
 };

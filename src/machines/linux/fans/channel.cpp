@@ -4,14 +4,13 @@
 #include <cctype>
 #include <filesystem>
 #include <tuple>
+#include <utility>
 
+#include "machines/linux/hwmon/devices.h"
 #include "machines/linux/sysfs/attribute.h"
-#include "machines/linux/sysfs/parse.h"
 
 namespace linux_machine {
 namespace {
-
-constexpr const char* kHwmon = "class/hwmon";
 
 /// "devices/platform/nct6775.656" of "devices/platform/nct6775.656/hwmon/hwmon3".
 std::string without_number(const std::string& folder) {
@@ -46,30 +45,23 @@ struct Found {
   bool comes_first;
 };
 
-void find_in(sysfs::Tree& tree, const std::string& folder,
+void find_in(sysfs::Tree& tree, const HwmonDevice& device,
              const std::function<bool(const FanChannel&)>& has_curve, std::vector<Found>& found) {
-  const sysfs::Result<std::string> name = sysfs::read_text(tree, folder + "/name");
-  if (!name || chip_named(*name).fans == Chip::Fans::of_another_device) {
+  if (chip_named(device.name).fans == Chip::Fans::of_another_device) {
     return;
   }
-  for (const std::string& attribute : sysfs::list(tree, folder)) {
-    const std::optional<int> channel = sysfs::channel_of(attribute, "fan", "_input");
-    if (!channel) {
-      continue;
-    }
-    FanChannel fan{folder, without_number(folder), *name, *channel, "", ""};
+  for (HwmonInput& input : find_inputs(tree, device, "fan")) {
+    FanChannel fan{.folder = device.folder,
+                   .device = without_number(device.folder),
+                   .chip = device.name,
+                   .channel = input.channel,
+                   .label = std::move(input.label),
+                   .refusal = ""};
     const sysfs::Result<long long> value = sysfs::read_integer(tree, fan.input());
-    if (!value) {
+    if (!value || fan.is_of_others()) {
       continue;  // one that cannot be read is none of ours
     }
     const sysfs::Result<double> rpm = speed_said(fan.input(), *value);
-    const std::string label = folder + "/fan" + std::to_string(*channel) + "_label";
-    if (const sysfs::Result<std::string> text = sysfs::read_text(tree, label)) {
-      fan.label = *text;
-    }
-    if (fan.is_of_others()) {
-      continue;
-    }
     fan.refusal = why_not(tree, fan);
     const bool turns = rpm && *rpm > 0;
     found.push_back({std::move(fan), turns});
@@ -102,11 +94,8 @@ std::string FanChannel::enable() const {
 std::vector<FanChannel> find_fans(sysfs::Tree& tree,
                                   const std::function<bool(const FanChannel&)>& has_curve) {
   std::vector<Found> found;
-  for (const std::string& device : sysfs::list(tree, kHwmon)) {
-    const std::string folder = tree.real_path((std::string(kHwmon) + "/" + device).c_str());
-    if (!folder.empty()) {
-      find_in(tree, folder, has_curve, found);
-    }
+  for (const HwmonDevice& device : find_hwmon(tree)) {
+    find_in(tree, device, has_curve, found);
   }
   std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) {
     const auto rank = [](const Found& one) {

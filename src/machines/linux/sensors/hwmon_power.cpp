@@ -4,7 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "machines/linux/sensors/hwmon.h"
+#include "machines/linux/hwmon/devices.h"
 #include "machines/linux/sensors/rapl.h"
 #include "machines/linux/sysfs/attribute.h"
 

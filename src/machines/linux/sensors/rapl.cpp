@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "machines/linux/sensors/natural_order.h"
+#include "machines/linux/hwmon/natural_order.h"
 #include "machines/linux/sysfs/attribute.h"
 
 // The folder is flat: intel-rapl:0 is a zone and intel-rapl:0:1 one inside of it, with numbers in

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "machines/linux/sensors/natural_order.h"
+#include "machines/linux/hwmon/natural_order.h"
 #include "machines/linux/sysfs/attribute.h"
 
 namespace linux_machine {

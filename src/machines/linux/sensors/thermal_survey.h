@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "machines/linux/sensors/hwmon.h"
+#include "machines/linux/hwmon/devices.h"
 #include "machines/linux/sysfs/tree.h"
 
 namespace linux_machine {

@@ -1,4 +1,4 @@
-#include "machines/linux/sensors/natural_order.h"
+#include "machines/linux/hwmon/natural_order.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
-#include "machines/linux/sensors/hwmon.h"
+#include "machines/linux/hwmon/devices.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "machines/linux/sensors/natural_order.h"
+#include "machines/linux/hwmon/natural_order.h"
 #include "machines/linux/sysfs/attribute.h"
 #include "machines/linux/sysfs/parse.h"
 
