@@ -37,6 +37,8 @@ std::unique_ptr<SampleFile>& given_file = *new std::unique_ptr<SampleFile>;
 
 SampleObserver* sample_observer = nullptr;
 
+std::int64_t spawned_ns = 0;  // written by spawn_monitor() before the thread exists; 0 without it
+
 SamplingReport report;           // the monitor thread's; whoever sees its end may read
 std::atomic<bool> ended{false};  // behind the report
 
@@ -61,6 +63,12 @@ void write_line(SampleFile& file, std::string_view line) {
   }
 }
 
+/// Seconds from the spawning of the thread to `start`; 0 if it was not spawned.
+double behind_the_spawning(const ClockPair& start) {
+  const std::int64_t due_ns = std::exchange(spawned_ns, 0);
+  return due_ns != 0 ? start.monotonic - 1e-9 * static_cast<double>(due_ns) : 0.0;
+}
+
 /// Samples until the run ends. Returns how well that kept to the grid.
 SamplingGrid sample_into(SampleFile& file, DiskCommit& commit) {
   SMC smc(keys);
@@ -69,7 +77,7 @@ SamplingGrid sample_into(SampleFile& file, DiskCommit& commit) {
   std::string line;
   const ClockPair start = both_clocks();
   const double period = 1.0 / monitor_rate;
-  SamplingGrid grid(period);
+  SamplingGrid grid(period, behind_the_spawning(start));
   while (!params.terminate) {
     smc.sample(sample);
     const ClockPair time = since(start);
@@ -126,6 +134,7 @@ bool sampling_ended() {
 
 int spawn_monitor() {
   assertion(using_monitor_thread(), "using_monitor_thread()", kDriverModule);
+  spawned_ns = monotonic_ns();
   if (monitor_thread.start(monitor_thread_function, monitor_thread_priority()) != 0) {
     return -1;
   }

@@ -103,6 +103,13 @@ TEST_F(MonitorThread, WritesTheTimeAndEachKeysValueInTheirOrder) {
   EXPECT_TRUE(text().ends_with("\n"));
 }
 
+TEST_F(MonitorThread, CommitsItsLinesToTheDisk) {
+  held_sync::reset();
+  monitor_rate = 50;
+  first_lines(2);
+  EXPECT_GE(held_sync::commits, 1);
+}
+
 TEST_F(MonitorThread, ReplacesWhatTheFileHeld) {
   std::ofstream(file_) << "an older run\n";
   monitor_rate = 50;
@@ -298,6 +305,19 @@ TEST_F(MonitorThread, CountsTheSamplesThatASlowReadingLeftOut) {
   const std::string printed = printed_by([this] { first_lines(3); });
   EXPECT_GE(sampling_report().left_out, 2U);
   EXPECT_NE(printed.find(" left out, the longest gap was 0."), std::string::npos) << printed;
+}
+
+TEST_F(MonitorThread, SaysThatItsSensorsWereOpenedLate) {
+  const int first_key = 0;
+  kx::install_machine(
+      {{std::make_shared<SlowController>(controller, first_key, milliseconds(300)), {}}});
+  monitor_rate = 10;
+  const std::string printed = printed_by([] {
+    EXPECT_EQ(spawn_monitor(), 0);
+    end();
+  });
+  EXPECT_NE(printed.find(": note: of the first 0."), std::string::npos) << printed;
+  EXPECT_NE(printed.find(" s there are no samples, "), std::string::npos) << printed;
 }
 
 TEST_F(MonitorThread, WritesToStandardOutputIfToldADash) {

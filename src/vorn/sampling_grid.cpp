@@ -13,6 +13,11 @@ constexpr double kEarly = 1e-3;  // of a period
 constexpr double kReading = 1e-3;     // s
 constexpr double kCorrection = 1e-3;  // s for each second
 
+// To open a machine's sensors takes some of a hundredth of a second: at a high rate that is a few
+// samples, of a time in which the load has not begun. It begins half a second after the sampling.
+constexpr double kOpening = 0.1;    // s
+constexpr double kHeadStart = 0.5;  // s
+
 std::uint64_t sum(std::uint64_t count, double more) {
   constexpr double kMost = 9e18;
   return static_cast<std::uint64_t>(std::min(static_cast<double>(count) + more, kMost));
@@ -41,6 +46,10 @@ void SamplingGrid::ended(const ClockPair& time) {
   if (left_out_ != 0) {
     longest_gap_ = std::max(longest_gap_, time.monotonic - last_.monotonic);
   }
+}
+
+bool SamplingGrid::began_late() const {
+  return behind_ >= std::clamp(period_, kOpening, kHeadStart);
 }
 
 /// Counts the points before `point` that have no sample as left out.

@@ -12,7 +12,8 @@
 /// Times in seconds since sampling began. Thread: one at a time.
 class SamplingGrid {
  public:
-  explicit SamplingGrid(double period) : period_(period) {}
+  /// `behind`: by how much the first point lies behind the instant at which sampling was to begin.
+  explicit SamplingGrid(double period, double behind = 0.0) : period_(period), behind_(behind) {}
 
   /// A sample is taken at this time.
   void taken(const ClockPair& time);
@@ -24,16 +25,19 @@ class SamplingGrid {
   std::uint64_t points() const { return points_; }  ///< up to the last one that counts
   std::uint64_t late() const { return late_; }
   std::uint64_t left_out() const { return left_out_; }
-  double longest_gap() const {
-    return longest_gap_;
-  }  ///< between two samples, or to the end; in
-     ///< seconds of the monotonic clock
+  /// Between two samples, or to the end; in seconds of the monotonic clock.
+  double longest_gap() const { return longest_gap_; }
+
+  /// Whether so much time passed before the first point that samples are missing there.
+  bool began_late() const;
+  double behind() const { return behind_; }
 
  private:
   void advance(double point);
   bool follow_wall_clock(const ClockPair& time);
 
   double period_;
+  double behind_;
   ClockPair last_{0.0, 0.0};
   double next_point_ = 0.0;  ///< in periods; the first that has no sample yet
   std::uint64_t points_ = 0;

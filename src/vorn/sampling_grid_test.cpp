@@ -100,6 +100,16 @@ TEST(SamplingGrid, IsNotMisledByAClockThatIsSetBeforeTheEnd) {
   EXPECT_EQ(grid.left_out(), 0U);
 }
 
+TEST(SamplingGrid, BeganLateIfASampleIsMissingBeforeItOrTheHalfSecondBeforeTheLoad) {
+  EXPECT_FALSE(SamplingGrid(kPeriod).began_late());
+  EXPECT_FALSE(SamplingGrid(0.2, 0.19).began_late());
+  EXPECT_TRUE(SamplingGrid(0.2, 0.2).began_late());
+  EXPECT_FALSE(SamplingGrid(0.001, 0.09).began_late()) << "which the sensors may take";
+  EXPECT_TRUE(SamplingGrid(0.001, 0.11).began_late());
+  EXPECT_FALSE(SamplingGrid(60.0, 0.49).began_late());
+  EXPECT_TRUE(SamplingGrid(60.0, 0.51).began_late());
+}
+
 TEST(SamplingGrid, CountsOnWithAPeriodThatNoClockCanFollow) {
   for (const double rate : {1e300, std::numeric_limits<double>::infinity()}) {
     SamplingGrid grid(1.0 / rate);

@@ -48,13 +48,21 @@ Notes notes_on_lost_lines(const SampleFile& file, bool kept) {
 }
 
 Notes notes_on_grid(const SamplingGrid& grid) {
-  if (grid.late() == 0 && grid.left_out() == 0) {
-    return {};
+  Notes notes;
+  if (grid.began_late()) {
+    notes.push_back({NoteKind::samples_late,
+                     "of the first " + number_text(grid.behind()) +
+                         " s there are no samples, their file or the sensors took that long to "
+                         "open; name a file on another disk (-o), or a longer time (-t)"});
   }
-  return {{NoteKind::samples_late,
-           "of " + std::to_string(grid.points()) + " samples " + std::to_string(grid.late()) +
-               " were late and " + std::to_string(grid.left_out()) +
-               " left out, the longest gap was " + number_text(grid.longest_gap()) +
-               " s; fewer samples a second (-r), fewer keys (-k) or a load that pauses (-w bspin "
-               "with -f) help"}};
+  if (grid.late() != 0 || grid.left_out() != 0) {
+    notes.push_back(
+        {NoteKind::samples_late,
+         "of " + std::to_string(grid.points()) + " samples " + std::to_string(grid.late()) +
+             " were late and " + std::to_string(grid.left_out()) +
+             " left out, the longest gap was " + number_text(grid.longest_gap()) +
+             " s; fewer samples a second (-r), fewer keys (-k) or a load that pauses (-w bspin "
+             "with -f) help"});
+  }
+  return notes;
 }

@@ -16,5 +16,5 @@ Note note_on_first_loss(const SampleFile& file);
 /// What was lost of the samples, after the file was closed. `kept`: what SampleFile::close() said.
 Notes notes_on_lost_lines(const SampleFile& file, bool kept);
 
-/// What samples were late or left out.
+/// What samples were late or left out, and whether all of them began late.
 Notes notes_on_grid(const SamplingGrid& grid);

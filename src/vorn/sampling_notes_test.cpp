@@ -59,4 +59,12 @@ TEST(SamplingNotes, CountWhatWasLateAndLeftOut) {
             "second (-r), fewer keys (-k) or a load that pauses (-w bspin with -f) help");
 }
 
+TEST(SamplingNotes, SayForHowLongThereWereNoSamples) {
+  SamplingGrid grid(0.1, 0.85);
+  grid.taken({0.0, 0.0});
+  EXPECT_EQ(only(notes_on_grid(grid)),
+            "of the first 0.85 s there are no samples, their file or the sensors took that long to "
+            "open; name a file on another disk (-o), or a longer time (-t)");
+}
+
 }  // namespace

@@ -250,7 +250,7 @@ Outcome Running::wait(double limit_seconds) {
 }
 
 std::string without_lateness(const std::string& err) {
-  static const std::regex kLateness("[^\n]*: note: of [0-9]+ samples [^\n]*\n");
+  static const std::regex kLateness("[^\n]*: note: of (the first )?[0-9.]+ s(amples)? [^\n]*\n");
   return std::regex_replace(err, kLateness, "");
 }
 

@@ -98,8 +98,8 @@ class Running {
   Clock::time_point started_;
 };
 
-/// What a run printed, but for the note that samples were late or left out, as they may be on a
-/// busy machine.
+/// What a run printed, but for the notes that samples were late, left out or begun late, as they
+/// may be on a busy machine.
 std::string without_lateness(const std::string& err);
 
 /// Runs `command` to its end.
