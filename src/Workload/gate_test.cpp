@@ -8,10 +8,10 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <fstream>
-#include <string>
 #include <thread>
 #include <vector>
+
+#include "support/asleep.h"
 
 namespace {
 
@@ -118,15 +118,20 @@ std::int64_t monotonic_ns() {
 class Waiter {
  public:
   Waiter() {
-    pthread_mutex_init(&params_.mutex, nullptr);
-    pthread_cond_init(&params_.cond, nullptr);
+    pthread_mutex_init(&own_.mutex, nullptr);
+    pthread_cond_init(&own_.cond, nullptr);
   }
+  /// One for the waveform of another, which outlives it.
+  explicit Waiter(workload_params& params) : params_(params) {}
   Waiter(const Waiter&) = delete;
   Waiter& operator=(const Waiter&) = delete;
   ~Waiter() {
+    release_waiters(&params_);
     thread_.join();
-    pthread_cond_destroy(&params_.cond);
-    pthread_mutex_destroy(&params_.mutex);
+    if (&params_ == &own_) {
+      pthread_cond_destroy(&own_.cond);
+      pthread_mutex_destroy(&own_.mutex);
+    }
   }
 
   void wait_at_the_gate() {
@@ -135,7 +140,7 @@ class Waiter {
       wait_until_active(&params_);
       passed_ns_ = monotonic_ns();
     });
-    while (!sleeps()) {
+    while (task_ == 0 || !asleep(task_)) {
       std::this_thread::yield();
     }
   }
@@ -148,32 +153,19 @@ class Waiter {
     pthread_mutex_unlock(&params_.mutex);
   }
 
-  /// When it passed. 0 if it does not within ten seconds; it is let go then.
-  std::int64_t passed_ns() {
+  /// When it passed. 0 if it does not within ten seconds.
+  std::int64_t passed_ns() const {
     for (int tries = 0; tries < 10000 && passed_ns_ == 0; ++tries) {
       std::this_thread::sleep_for(milliseconds(1));
     }
-    const std::int64_t passed = passed_ns_;
-    release_waiters(&params_);
-    return passed;
+    return passed_ns_;
   }
 
   workload_params& params() { return params_; }
 
  private:
-  bool sleeps() const {
-    const pid_t task = task_;
-    if (task == 0) {
-      return false;
-    }
-    std::ifstream stat("/proc/self/task/" + std::to_string(task) + "/stat");
-    std::string line;
-    std::getline(stat, line);
-    const std::size_t name_end = line.rfind(") ");
-    return name_end != std::string::npos && line[name_end + 2] == 'S';
-  }
-
-  workload_params params_{false, {}, {}, false};
+  workload_params own_{false, {}, {}, false};
+  workload_params& params_ = own_;
   std::atomic<pid_t> task_{0};
   std::atomic<std::int64_t> passed_ns_{0};
   std::thread thread_;
@@ -216,6 +208,28 @@ TEST(Gate, AReleaseDoesNotWaitForTheInstant) {
   waiter.wait_at_the_gate();
   release_waiters(&waiter.params());
   EXPECT_NE(waiter.passed_ns(), 0);
+}
+
+TEST(Gate, AReleaseLetsEverybodyGoWhoSleepsUntilTheInstant) {
+  Waiter first;
+  Waiter second(first.params());
+  announce_on(&first.params(), monotonic_ns() + kHour);
+  first.wait_at_the_gate();
+  second.wait_at_the_gate();
+  release_waiters(&first.params());
+  EXPECT_NE(first.passed_ns(), 0);
+  EXPECT_NE(second.passed_ns(), 0);
+}
+
+TEST(Gate, AReleaseLetsEverybodyGoWhoWaitsForTheBroadcast) {
+  announce_nothing();
+  Waiter first;
+  Waiter second(first.params());
+  first.wait_at_the_gate();
+  second.wait_at_the_gate();
+  release_waiters(&first.params());
+  EXPECT_NE(first.passed_ns(), 0);
+  EXPECT_NE(second.passed_ns(), 0);
 }
 
 TEST(Gate, AfterTheInstantABroadcastIsWaitedForAsleep) {

@@ -4,9 +4,11 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <thread>
 
 #include "support/machine_fixture.h"
+#include "vorn/privilege.h"
 #include "vorn/pstate_control.h"
 #include "vorn/settings.h"
 
@@ -144,6 +146,40 @@ TEST_F(PrivilegedSetup, AFailedRestoreOfOneDoesNotKeepTheOtherBack) {
   EXPECT_EQ(printed_by(teardown_privileged),
             "KxConnectMethodScalarIScalarO(): error kKxReturnIOError\nFans restored\n");
   EXPECT_EQ(controller->word("FS! "), 0U);
+}
+
+/// Whether the run's thread has the caller's user id behind `step`, in a process that is
+/// set-user-id root. To be called in a process of its own.
+bool is_lowered_behind(void (*step)()) {
+  constexpr uid_t kCaller = 65534;
+  if (setresuid(kCaller, 0, 0) != 0) {
+    return false;
+  }
+  uid = UID();
+  uid.relinquish();
+  step();
+  return geteuid() == kCaller;
+}
+
+using PrivilegedSetupDeathTest = PrivilegedSetup;
+
+TEST_F(PrivilegedSetupDeathTest, LowersTheUserIdBehindTheSetUp) {
+  rpm = 2000;
+  pstate = 1;
+  EXPECT_EXIT(std::_Exit(is_lowered_behind([] { setup_privileged(); }) ? 0 : 1),
+              testing::ExitedWithCode(0), "");
+}
+
+TEST_F(PrivilegedSetupDeathTest, LowersTheUserIdBehindTheGivingBack) {
+  rpm = 2000;
+  pstate = 1;
+  EXPECT_EXIT(std::_Exit(is_lowered_behind([] {
+                setup_privileged();
+                teardown_privileged();
+              })
+                             ? 0
+                             : 1),
+              testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

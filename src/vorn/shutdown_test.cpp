@@ -2,16 +2,21 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
+#include <optional>
 #include <thread>
 #include <vector>
 
 #include "BlockingSpinLoop/BlockingSpinLoop.h"
 #include "support/sanitized.h"
 #include "support/settings_fixture.h"
+#include "vorn/interval_source.h"
 #include "vorn/settings.h"
 #include "vorn/timing_thread.h"
+#include "vorn/waveform.h"
 
 namespace {
 
@@ -59,19 +64,52 @@ TEST_F(Shutdown, ATimingThreadThatStartsAfterItEndsByItself) {
   EXPECT_TRUE(params.active);
 }
 
+/// An interval of an hour, over and over, for a thread that takes its time to end.
+class SlowToLeave : public IntervalSource {
+ public:
+  std::optional<std::int64_t> next_ns() override {
+    thread_local const AtTheEnd at_the_end(over_);
+    return std::int64_t{3600} * 1000000000;
+  }
+
+  /// Whether the thread that played it is over.
+  bool over() const { return over_; }
+
+ private:
+  /// Destroyed as the last thing that its thread does.
+  class AtTheEnd {
+   public:
+    explicit AtTheEnd(std::atomic<bool>& over) : over_(over) {}
+    AtTheEnd(const AtTheEnd&) = delete;
+    AtTheEnd& operator=(const AtTheEnd&) = delete;
+    ~AtTheEnd() {
+      std::this_thread::sleep_for(milliseconds(50));
+      over_ = true;
+    }
+
+   private:
+    std::atomic<bool>& over_;
+  };
+
+  std::atomic<bool> over_{false};
+};
+
 TEST_F(Shutdown, JoinsTheTimingThreadOutOfItsSleep) {
-  frequency = 0.001;
+  SlowToLeave source;
+  waveform.source = &source;
   ASSERT_EQ(spawn_timing(), 0);
   sig_int_alrm(SIGINT);
-  EXPECT_TRUE(params.active);
+  EXPECT_TRUE(source.over());
+  timing_thread.join();
 }
 
 TEST_F(Shutdown, MayRunAgainAfterItHasFinished) {
-  frequency = 10.0;
-  ASSERT_EQ(spawn_timing(), 0);
   for (int i = 0; i < 3; ++i) {
+    params.active = false;
+    params.terminate = false;
     sig_int_alrm(SIGINT);
     EXPECT_TRUE(params.active);
+    EXPECT_TRUE(params.terminate);
   }
 }
 

@@ -1,5 +1,6 @@
 #include "vorn/signals.h"
 
+#include <sys/resource.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -127,6 +128,49 @@ TEST_F(SignalsDeathTest, ASecondInterruptKeepsTheStatusThatTheRunHas) {
         interrupt_twice();
       },
       testing::ExitedWithCode(22), "");
+}
+
+/// Sends SIGQUIT to a run whose shutdown waits for a lock that is not given back.
+[[noreturn]] void quit_a_shutdown_that_hangs() {
+  const rlimit no_core{};
+  setrlimit(RLIMIT_CORE, &no_core);
+  pthread_mutex_lock(&params.mutex);
+  signals();
+  kill(getpid(), SIGINT);
+  eventually_ended();
+  for (int tries = 0; tries < 1000; ++tries) {
+    kill(getpid(), SIGQUIT);
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  std::_Exit(1);
+}
+
+TEST_F(SignalsDeathTest, AQuitKillsAProcessWhoseShutdownHangs) {
+  EXPECT_EXIT(quit_a_shutdown_that_hangs(), testing::KilledBySignal(SIGQUIT), "");
+}
+
+bool ignores_stops_from_the_terminal() {
+  signals();
+  struct sigaction action {};
+  sigaction(SIGTSTP, nullptr, &action);
+  stop_listening();
+  return action.sa_handler == SIG_IGN;
+}
+
+TEST_F(SignalsDeathTest, ARunThatHoldsFansIsNotStoppedFromTheTerminal) {
+  if (!using_privileged_operations()) {
+    GTEST_SKIP() << "needs root";
+  }
+  rpm = 2000;
+  for (const std::int32_t state : {-1, 0}) {
+    pstate = state;
+    EXPECT_IN_CHILD(ignores_stops_from_the_terminal);
+  }
+}
+
+TEST_F(SignalsDeathTest, ARunThatHoldsNoFansMayBeStoppedFromTheTerminal) {
+  pstate = 0;
+  EXPECT_IN_CHILD([] { return !ignores_stops_from_the_terminal(); });
 }
 
 TEST_F(SignalsDeathTest, StoppedWithoutASignalReturnsAtOnce) {

@@ -1,9 +1,11 @@
 #include "vorn/timing_thread.h"
 
 #include <pthread.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <functional>
@@ -14,6 +16,7 @@
 #include <vector>
 
 #include "Workload/gate.h"
+#include "support/asleep.h"
 #include "support/interruption.h"
 #include "support/scripted_source.h"
 #include "support/settings_fixture.h"
@@ -106,11 +109,34 @@ TEST_F(TimingThread, DoesNotSwitchOnceTheRunHasEnded) {
   EXPECT_TRUE(params.active);
 }
 
+/// Counts edges, and those at the end of an interval that has a length.
+class EdgeCount : public EdgeObserver {
+ public:
+  void switched(std::int64_t planned_ns, std::int64_t /*switched_ns*/,
+                bool /*active*/) noexcept override {
+    constexpr std::int64_t kStop = 20000000;  // the plan goes on from now where the machine stopped
+    const std::int64_t length = planned_ns - last_ns_;
+    with_length_ += edges_ != 0 && length != 0 && length < kStop ? 1 : 0;
+    last_ns_ = planned_ns;
+    ++edges_;
+  }
+  long edges() const { return edges_; }
+  long with_length() const { return with_length_; }
+
+ private:
+  std::atomic<long> edges_{0};
+  std::atomic<long> with_length_{0};
+  std::int64_t last_ns_ = 0;
+};
+
 TEST_F(TimingThread, EndsAlthoughEveryIntervalHasNoLength) {
+  EdgeCount count;
+  waveform.observer = &count;
   frequency = 1e6;
   start();
-  std::this_thread::sleep_for(milliseconds(20));
+  EXPECT_TRUE(eventually([&] { return count.edges() > 100000; }));
   end();
+  EXPECT_EQ(count.with_length(), 0);
 }
 
 TEST_F(TimingThread, EndsAlthoughTheScheduleIsEmpty) {
@@ -489,6 +515,49 @@ TEST_F(TimingThreadDeathTest, NeedsAFrequency) {
   EXPECT_DEATH(spawn_timing(),
                "Assertion failed: \\(using_timing_thread\\(\\)\\), function spawn_timing, "
                "file src/vorn\\.");
+}
+
+/// A load that passes the gate once.
+class Passer {
+ public:
+  Passer()
+      : thread_([this] {
+          task_ = static_cast<pid_t>(syscall(SYS_gettid));
+          wait_until_active(&params);
+          passed_ = !params.terminate;
+        }) {
+    while (task_ == 0 || !asleep(task_)) {
+      std::this_thread::yield();
+    }
+  }
+  Passer(const Passer&) = delete;
+  Passer& operator=(const Passer&) = delete;
+  ~Passer() {
+    release_waiters(&params);
+    thread_.join();
+  }
+
+  /// Whether it has passed before the end of the run.
+  bool passed() const { return passed_; }
+
+ private:
+  std::atomic<pid_t> task_{0};
+  std::atomic<bool> passed_{false};
+  std::thread thread_;
+};
+
+// That it is one is known at its instant alone, so nobody sleeps until then by a timer of his own.
+TEST_F(SourcePlayed, WakesEveryLoadAtAnEdgeThatNobodyExpected) {
+  params.active = false;
+  ScriptedSource source({20 * kMillisecond, 3600000 * kMillisecond});
+  bool asked = false;
+  source.tell_edges([&](std::size_t) { return std::exchange(asked, true); });
+  waveform.source = &source;
+  const Passer first;
+  const Passer second;
+  start();
+  EXPECT_TRUE(eventually([&] { return first.passed() && second.passed(); }));
+  end();
 }
 
 /// An instant an hour away, until it has been asked for once; then a soon one.

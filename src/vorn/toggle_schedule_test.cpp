@@ -137,6 +137,19 @@ TEST_F(ToggleSchedule, TheCountIsThatOfTheIntervals) {
   }
 }
 
+// It may have millions of slots, and a run that ends while it is made must not wait for them.
+TEST_F(ToggleSchedule, IsNotMadeFurtherOnceTheRunHasEnded) {
+  params.terminate = true;
+  frequency = 10.0;
+  for (double* envelope : {&sinusoid, &triangle}) {
+    *envelope = 1.0;
+    std::vector<unsigned> times;
+    toggle_times(times);
+    EXPECT_EQ(times, Times{});
+    *envelope = 0.0;
+  }
+}
+
 TEST_F(ToggleSchedule, AWaveWithoutLengthHasNoIntervals) {
   frequency = 10.0;
   sinusoid = std::numeric_limits<double>::infinity();

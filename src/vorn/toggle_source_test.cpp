@@ -61,6 +61,15 @@ TEST_F(ToggleSourceTest, FollowsAWallClockThatRunsFaster) {
   EXPECT_NEAR(static_cast<double>(source.next_ns().value()), 5e8 / 1.0005, 500.0);
 }
 
+// Twenty intervals of one slot a second, of which every other has no length, take ten seconds.
+TEST_F(ToggleSourceTest, IntervalsOfNoLengthCountForTheDrift) {
+  frequency = 1.0;
+  sinusoid = 1.0;
+  ToggleSource source(test_clocks);
+  play(source, 21, 1.0005);
+  EXPECT_NEAR(static_cast<double>(source.next_ns().value()), 1e9 / 1.0005, 500.0);
+}
+
 TEST_F(ToggleSourceTest, AStepOfTheWallClockChangesNoInterval) {
   frequency = 1.0;
   ToggleSource source(test_clocks);
