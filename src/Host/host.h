@@ -9,6 +9,9 @@
 /// caller can see. Thread: any.
 namespace host {
 
+/// What starts and stops a run stands here, one above workloads and service threads.
+constexpr int kControlPriority = 64;
+
 /// Gives the program's own task the foreground role. Returns 0, or a non-zero code if refused.
 int set_foreground_role();
 

@@ -7,14 +7,11 @@
 #include <string>
 
 #include "Kx/Kx.h"
+#include "PlatformPlugin/protocol.h"
 
 namespace {
 
-constexpr const char* kServiceClass = "KxPlatformPlugin";
-constexpr std::uint32_t kClientType = 0x50505543;  // "PPUC"
-constexpr std::uint32_t kSetStepSelector = 3;
-constexpr std::uint32_t kDefaultStep = 0;
-constexpr std::uint32_t kPStateStepOffset = 100;
+using namespace platform_plugin;
 
 void throw_unless_success(const char* call, kx_return_t result) {
   if (result != kKxReturnSuccess) {
@@ -76,7 +73,7 @@ unsigned int PlatformPlugin::setup_connection() {
   }
   kx_object_t opened = 0;
   throw_unless_success("KxServiceOpen()",
-                       KxServiceOpen(service, KxTaskSelf(), kClientType, &opened));
+                       KxServiceOpen(service, KxTaskSelf(), kConnectionType, &opened));
   // The service is not released, on purpose: it stays referenced for the life of the process.
   return opened;
 }
@@ -93,9 +90,9 @@ bool PlatformPlugin::set_step(unsigned int step) {
 }
 
 bool PlatformPlugin::set_state(unsigned int pstate) {
-  return set_step(pstate + kPStateStepOffset);
+  return set_step(pstate + kFirstPStateStep);
 }
 
 bool PlatformPlugin::default_state() {
-  return set_step(kDefaultStep);
+  return set_step(kBalancingStep);
 }

@@ -5,18 +5,12 @@
 #include "Host/host.h"
 #include "vorn/workload_threads.h"
 
-namespace {
-
-constexpr int kControlPriority = 64;  // one above all others: workloads and service threads, 63
-
-}  // namespace
-
 void take_control_priority() {
-  if (host::set_fixed_priority(pthread_self(), kControlPriority) != 0) {
+  if (host::set_fixed_priority(pthread_self(), host::kControlPriority) != 0) {
     // A user whose limit is just what the threads ask for can still rise above workloads at 31.
     // At the workloads' own priority it would wait for them for ever; as an ordinary thread it
     // gets the kernel's reserve.
-    const int service_priority = kControlPriority - 1;
+    const int service_priority = host::kControlPriority - 1;
     if (workload_thread_priority() < service_priority) {
       host::set_fixed_priority(pthread_self(), service_priority);
     }

@@ -4,12 +4,15 @@
 #include <cstring>
 #include <string>
 
+#include "Host/host.h"
+
 Note note_on_refused_priority() {
   return {NoteKind::priority_refused,
           "this user has no right to a fixed priority; give it to the program (sudo setcap "
           "cap_sys_nice+ep " +
-              program_file() +
-              "), to the user from the next login on (a line \"USER - rtprio 64\" in "
+              program_file() + "), to the user from the next login on (a line \"USER - rtprio " +
+              std::to_string(host::kControlPriority) +
+              "\" in "
               "/etc/security/limits.d/vorn.conf), or to a container (--cap-add sys_nice)"};
 }
 

@@ -32,7 +32,8 @@ const std::map<std::string, Modules> kMayInclude = {
       "WorkloadRegistry"}},
     // Machines stand beside the driver: neither knows of the other. A simulated one asks how much
     // power a thread's work draws.
-    {"machines", {"Process", "Assertion", "Host", "Kx", "SMC", "Workload", "Inspection"}},
+    {"machines",
+     {"Process", "Assertion", "Host", "Kx", "SMC", "PlatformPlugin", "Workload", "Inspection"}},
     {"Inspection", {}},
     {"keys", {"Process", "Kx", "SMC", "Inspection", "vorn"}},
     // Above the driver: the driver knows nothing of it.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 namespace controller {
 
@@ -11,6 +12,15 @@ constexpr std::uint32_t four_characters(const char (&name)[5]) {
     code = (code << 8U) | static_cast<unsigned char>(name[i]);
   }
   return code;
+}
+
+/// The characters of such a code.
+inline std::string characters_of(std::uint32_t code) {
+  std::string name;
+  for (const unsigned shift : {24U, 16U, 8U, 0U}) {
+    name += static_cast<char>((code >> shift) & 0xFFU);
+  }
+  return name;
 }
 
 /// A data type as the controller uses it: a value is stored as a whole number of steps, in `size`

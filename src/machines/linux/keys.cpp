@@ -6,14 +6,6 @@
 
 namespace linux_machine {
 
-std::string Key::name() const {
-  std::string characters;
-  for (int shift = 24; shift >= 0; shift -= 8) {
-    characters += static_cast<char>((code >> static_cast<unsigned>(shift)) & 0xFFU);
-  }
-  return characters;
-}
-
 bool Complaints::is_news(std::size_t key, const std::string& message) {
   const std::lock_guard<std::mutex> lock(mutex_);
   std::string& last = last_[key];

@@ -26,7 +26,7 @@ struct Key {
   std::function<sysfs::Result<sysfs::Done>(double)> write;  ///< null: read-only
   bool moves_fan_when_read = false;  ///< its value may have to be measured first
 
-  std::string name() const;
+  std::string name() const { return controller::characters_of(code); }
 };
 
 /// Every key that this machine has a source for: the sensors', then "FS! " and the keys of each

@@ -2,13 +2,13 @@
 
 #include <cstddef>
 
+#include "PlatformPlugin/protocol.h"
+
 namespace power_plugin {
 namespace {
 
-constexpr std::uint32_t kConnectionType = 0x50505543;  // "PPUC"
-constexpr std::uint32_t kStepSelector = 3;
-constexpr std::uint32_t kBalancingStep = 0;
-constexpr std::uint32_t kFirstPStateStep = 100;
+using platform_plugin::kBalancingStep;
+using platform_plugin::kFirstPStateStep;
 
 class Client final : public kx::UserClient {
  public:
@@ -20,7 +20,7 @@ class Client final : public kx::UserClient {
 
   kx_return_t scalar_method(std::uint32_t selector, std::span<const std::uint32_t> inputs,
                             std::span<std::uint32_t> outputs) override {
-    if (selector != kStepSelector) {
+    if (selector != platform_plugin::kSetStepSelector) {
       return kKxReturnUnsupported;
     }
     if (inputs.size() != 1 || !outputs.empty()) {
@@ -46,7 +46,7 @@ class Client final : public kx::UserClient {
 }  // namespace
 
 kx_return_t PluginService::open(std::uint32_t type, std::unique_ptr<kx::UserClient>& client) {
-  if (type != kConnectionType) {
+  if (type != platform_plugin::kConnectionType) {
     return kKxReturnUnsupported;
   }
   if (!pstates_->may_change()) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Kx/driver.h"
+#include "PlatformPlugin/protocol.h"
 
 namespace power_plugin {
 
@@ -39,13 +40,15 @@ class PStates {
 /// until it says otherwise or is closed.
 class PluginService : public kx::Driver {
  public:
-  /// `class_name` is the driver's own class, a kind of "KxPlatformPlugin".
+  /// `class_name` is the driver's own class, a kind of platform_plugin::kServiceClass.
   PluginService(std::string class_name, std::unique_ptr<PStates> pstates)
       : class_name_(std::move(class_name)), pstates_(std::move(pstates)) {}
 
-  std::vector<std::string> classes() const override { return {class_name_, "KxPlatformPlugin"}; }
+  std::vector<std::string> classes() const override {
+    return {class_name_, platform_plugin::kServiceClass};
+  }
 
-  /// Returns kKxReturnUnsupported for a connection type other than 0x50505543 ("PPUC"),
+  /// Returns kKxReturnUnsupported for a connection type other than the plugin's,
   /// kKxReturnNotPermitted if this process may not, and what claim() returns.
   kx_return_t open(std::uint32_t type, std::unique_ptr<kx::UserClient>& client) override;
 

@@ -36,14 +36,6 @@ std::string fixed(double value, int digits) {
   return text.str();
 }
 
-std::string characters(std::uint32_t code) {
-  std::string text;
-  for (int shift = 24; shift >= 0; shift -= 8) {
-    text += static_cast<char>(code >> static_cast<unsigned>(shift));
-  }
-  return text;
-}
-
 void expect_row_begins(std::initializer_list<std::string> cells) {
   std::string row = "\n|";
   for (const std::string& cell : cells) {
@@ -131,7 +123,8 @@ TEST(Document, FansAreThoseOfTheModel) {
 
 TEST(Document, KeysAreThoseOfTheController) {
   for (const Key& key : all_keys()) {
-    expect_row_begins({"\"" + characters(key.code) + "\"", "\"" + characters(key.type.code) + "\"",
+    expect_row_begins({"\"" + controller::characters_of(key.code) + "\"",
+                       "\"" + controller::characters_of(key.type.code) + "\"",
                        key.assign == nullptr ? "read" : "read, write"});
   }
 }

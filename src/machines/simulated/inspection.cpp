@@ -1,27 +1,14 @@
 #include "Inspection/inspection.h"
 
+#include "Host/host.h"
 #include "machines/linux_kernel.h"
 #include "machines/simulated/keys.h"
 #include "machines/simulated/power.h"
 
-namespace {
-
-constexpr int kControlPriority = 64;
-
-std::string name_of(std::uint32_t code) {
-  std::string name;
-  for (int shift = 24; shift >= 0; shift -= 8) {
-    name += static_cast<char>((code >> static_cast<unsigned>(shift)) & 0xFFU);
-  }
-  return name;
-}
-
-}  // namespace
-
 std::vector<inspection::Key> inspection::keys() {
   std::vector<Key> keys;
   for (const simulated::Key& key : simulated::all_keys()) {
-    keys.push_back({name_of(key.code), "simulated", false});
+    keys.push_back({controller::characters_of(key.code), "simulated", false});
   }
   return keys;
 }
@@ -33,7 +20,7 @@ std::size_t inspection::pstates() {
 std::vector<inspection::Finding> inspection::check() {
   std::vector<Finding> findings;
   findings.push_back({true, "keys, fans and P-states: simulated, nothing is needed for them", ""});
-  if (linux_kernel::may_have_fixed_priority(kControlPriority)) {
+  if (linux_kernel::may_have_fixed_priority(host::kControlPriority)) {
     findings.push_back({true, "fixed priority: this user may have it", ""});
   } else {
     findings.push_back({true,

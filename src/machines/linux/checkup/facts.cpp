@@ -1,5 +1,6 @@
 #include "machines/linux/checkup/facts.h"
 
+#include "Host/host.h"
 #include "machines/linux/checkup/file_capabilities.h"
 #include "machines/linux/cpufreq/pstates.h"
 #include "machines/linux/fans/curve_file.h"
@@ -10,8 +11,6 @@
 
 namespace linux_machine {
 namespace {
-
-constexpr int kControlPriority = 64;  // what starts and stops a run stands highest, there
 
 Facts::PowerKey try_power(const Key& key) {
   const sysfs::Result<double> value = key.connect()->read();
@@ -51,7 +50,7 @@ Facts gather_facts(Machine& machine, const Surroundings& surroundings,
   Facts facts;
   facts.programs = programs;
   facts.superuser = surroundings.effective_user() == 0;
-  facts.fixed_priority = linux_kernel::may_have_fixed_priority(kControlPriority);
+  facts.fixed_priority = linux_kernel::may_have_fixed_priority(host::kControlPriority);
   facts.fixed_runtime_us = linux_kernel::fixed_priority_runtime_us();
   facts.vorn_capabilities = file_capabilities(programs + "vorn");
   facts.keys = machine.keys().size();

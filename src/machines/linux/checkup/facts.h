@@ -28,7 +28,7 @@ struct Facts {
   std::string programs;  ///< their folder, with its slash; empty: the shell finds them
 
   bool superuser = false;
-  bool fixed_priority = false;                 ///< this user may have 64
+  bool fixed_priority = false;                 ///< this user may have the highest that a run uses
   std::optional<long> fixed_runtime_us;        ///< sched_rt_runtime_us
   std::vector<std::string> vorn_capabilities;  ///< of the installed vorn's file
 

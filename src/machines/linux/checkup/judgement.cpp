@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Host/host.h"
 #include "Process/shell_word.h"
 
 namespace linux_machine {
@@ -35,7 +36,9 @@ void judge_priority(const Facts& facts, Findings& findings) {
   } else {
     lacks(findings, "fixed priority: this user may not have it; no run starts",
           "sudo setcap cap_sys_nice+ep " + program(facts, "vorn") +
-              "; or, for this user from the next login on, a line \"USER - rtprio 64\" in "
+              "; or, for this user from the next login on, a line \"USER - rtprio " +
+              std::to_string(host::kControlPriority) +
+              "\" in "
               "/etc/security/limits.d/vorn.conf; in a container, --cap-add sys_nice; beside a "
               "cgroup, a cpu.rt_runtime_us above 0");
   }
