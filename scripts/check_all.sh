@@ -22,8 +22,10 @@ check_format() {
 }
 
 fuzz() {
-  mkdir -p build/fuzz/corpus
-  build/fuzz/fuzz/smc_fuzz -max_total_time=30 -print_final_stats=1 build/fuzz/corpus
+  for target in smc_fuzz guardian_fuzz; do
+    mkdir -p "build/fuzz/corpus/$target"
+    "build/fuzz/fuzz/$target" -max_total_time=30 -print_final_stats=1 "build/fuzz/corpus/$target"
+  done
 }
 
 benchmarks() {
@@ -60,8 +62,8 @@ sanitized asan 'addresses, undefined behaviour'
 stage 'threads (clang): building' build tsan
 sanitized tsan 'threads'
 
-stage 'fuzzing: building' build fuzz -- smc_fuzz
-stage 'fuzzing, half a minute' fuzz
+stage 'fuzzing: building' build fuzz -- smc_fuzz guardian_fuzz
+stage 'fuzzing, half a minute each' fuzz
 stage 'clang-tidy' build tidy
 stage 'release and benchmarks: building' build release -DVORN_BENCH=ON
 stage 'benchmarks: one run of the quick ones' benchmarks

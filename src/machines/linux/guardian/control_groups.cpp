@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <charconv>
 #include <fstream>
 #include <iterator>
 
@@ -22,10 +23,15 @@ std::string_view take_until(std::string_view& text, char end) {
 /// What a mount point is called in the file: blanks and the like are written as "\040".
 std::string unescaped(std::string_view text) {
   constexpr std::size_t kDigits = 3;
+  constexpr int kOctal = 8;
   std::string plain;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\\' && i + kDigits < text.size()) {
-      plain += static_cast<char>(std::stoi(std::string(text.substr(i + 1, kDigits)), nullptr, 8));
+    const std::string_view digits = text.substr(i + 1, kDigits);
+    int code = 0;
+    const char* const end =
+        std::from_chars(digits.data(), digits.data() + digits.size(), code, kOctal).ptr;
+    if (text[i] == '\\' && digits.size() == kDigits && end == digits.data() + kDigits) {
+      plain += static_cast<char>(code);
       i += kDigits;
     } else {
       plain += text[i];

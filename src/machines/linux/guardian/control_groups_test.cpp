@@ -21,6 +21,14 @@ TEST(ControlGroups, AreLeftByTheTopOfEachHierarchy) {
   EXPECT_EQ(found[2].controllers, "freezer") << "of a mount that shows a part, the top is hidden";
 }
 
+TEST(ControlGroups, AreLookedForInATextThatNoKernelWrites) {
+  const std::vector<GroupHierarchy> found = group_hierarchies(
+      "1 1 0:1 / /a\\xyz rw - cgroup2 c rw\n1 1 0:1 / /a\\04 rw - cgroup2 c rw\n- - - - -\n");
+  ASSERT_EQ(found.size(), 2U);
+  EXPECT_EQ(found[0].top, "/a\\xyz/cgroup.procs");
+  EXPECT_EQ(found[1].top, "/a\\04/cgroup.procs");
+}
+
 TEST(ControlGroups, BindWhereTheyCanStopOrStarve) {
   EXPECT_EQ(group_that_binds("4:memory:/box\n3:freezer:/\n1:cpu,cpuacct:/\n0::/\n"), "");
   EXPECT_EQ(group_that_binds("3:freezer:/a\n0::/\n"), "3:freezer:/a");
