@@ -64,12 +64,12 @@ class Guard {
 };
 
 void Guard::watch_over_run() {
-  for (std::int64_t next_ms = now_ms() + kRoundMs;;) {
+  for (std::int64_t next_ms = now_ms() + birth_.round_ms;;) {
     if (listen_until(next_ms) == Run::has_ended) {
       give_back(": given back now", {});
       return;
     }
-    next_ms = std::max(next_ms, now_ms() - kRoundMs) + kRoundMs;
+    next_ms = std::max(next_ms, now_ms() - birth_.round_ms) + birth_.round_ms;
     if (LineText why; in_danger(why)) {
       // The run is told first, so that it does not take for its own what is given back.
       send_message(birth_.socket, Word::given_back, 0, why.view().substr(0, Message::kMostText));
@@ -123,7 +123,7 @@ void Guard::heed(const Message& message) {
 }
 
 bool Guard::in_danger(LineText& why) {
-  if (++silent_rounds_ >= kSilentRounds) {
+  if (++silent_rounds_ >= birth_.silent_rounds) {
     why.add("the run has shown no sign of life for 2 s");
     return true;
   }
