@@ -188,16 +188,6 @@ TEST_F(LinuxGuardian, IsNotKilledWithTheCallersGroup) {
   EXPECT_TRUE(is_given_back());
 }
 
-/// For a set-user-id copy on the machine of files, whose state is kept by opening files anew.
-void let_everybody_write(const std::string& folder) {
-  for (const auto& file : std::filesystem::recursive_directory_iterator(folder)) {
-    if (file.is_regular_file() && !file.is_symlink()) {
-      std::filesystem::permissions(file, std::filesystem::perms::others_write,
-                                   std::filesystem::perm_options::add);
-    }
-  }
-}
-
 /// Runs `act` as the first process of a world of processes of its own; its numbers begin anew
 /// there. Returns its status; 77 if that is not to be had.
 int in_own_process_numbers(const std::function<int()>& act) {
@@ -249,13 +239,7 @@ TEST_F(LinuxGuardian, NothingIsForcedWithoutOneThatCannotBeKilledByTheCaller) {
   if (program::kSanitized) {
     GTEST_SKIP() << "the sanitizers' runtimes refuse to run set-user-id";
   }
-  program::Command command = fans_and_pstate();
-  command.as = As::kOrdinaryUser;
-  const std::string copy = machine_.folder() + "/vorn";
-  std::filesystem::copy_file(command.path, copy);
-  ASSERT_EQ(chmod(copy.c_str(), 04755), 0);
-  command.path = copy;
-  let_everybody_write(machine_.folder() + "/sys");
+  const program::Command command = machine_.set_user_id(fans_and_pstate());
   for (int times = 0; times < 2; ++times) {
     const int status = in_own_process_numbers([&] {
       const pid_t killer = start_killer();

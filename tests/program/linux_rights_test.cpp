@@ -49,17 +49,7 @@ class LinuxRights : public testing::Test {
 
   /// The program set-user-id root, for an ordinary user.
   program::Command set_user_id(std::vector<std::string> arguments) {
-    program::Command command = machine_.vorn(std::move(arguments), As::kOrdinaryUser);
-    command.path = copy_of(command.path);
-    EXPECT_EQ(chmod(command.path.c_str(), 04755), 0);
-    for (const auto& file :
-         std::filesystem::recursive_directory_iterator(machine_.folder() + "/sys")) {
-      if (file.is_regular_file() && !file.is_symlink()) {
-        std::filesystem::permissions(file, std::filesystem::perms::others_write,
-                                     std::filesystem::perm_options::add);
-      }
-    }
-    return command;
+    return machine_.set_user_id(machine_.vorn(std::move(arguments)));
   }
 
   TreeMachine machine_{"two_socket_intel"};

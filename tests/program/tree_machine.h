@@ -34,6 +34,25 @@ class TreeMachine {
     return command(VORN_KEYS_ON_TREE_PROGRAM, "vorn-keys", std::move(arguments), as);
   }
 
+  /// The command with a copy of its program that is set-user-id root, for an ordinary user. The
+  /// machine's files are opened by everybody: their state is kept by opening them anew.
+  program::Command set_user_id(program::Command command) const {
+    namespace fs = std::filesystem;
+    const std::string copy = folder_ + "/" + fs::path(command.path).filename().string();
+    fs::copy_file(command.path, copy, fs::copy_options::skip_existing);
+    if (chmod(copy.c_str(), 04755) != 0) {
+      throw std::runtime_error("no set-user-id copy");
+    }
+    for (const auto& file : fs::recursive_directory_iterator(folder_ + "/sys")) {
+      if (file.is_regular_file() && !file.is_symlink()) {
+        fs::permissions(file, fs::perms::others_write, fs::perm_options::add);
+      }
+    }
+    command.path = copy;
+    command.as = program::As::kOrdinaryUser;
+    return command;
+  }
+
   LiveTree& tree() { return tree_; }
   const std::string& folder() const { return folder_; }
 
