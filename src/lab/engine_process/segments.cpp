@@ -25,8 +25,8 @@ std::vector<Segment> segments_of(const Plan& plan) {
     const Segment next{.first = index,
                        .last = index,
                        .load = phase.load.value_or(plan.load),
-                       .fans = phase.fans.value_or(plan.fans),
-                       .pstate = phase.pstate ? phase.pstate : plan.pstate};
+                       .fans = fans_of(plan, phase),
+                       .pstate = pstate_of(plan, phase)};
     if (!segments.empty() && segments.back().load == next.load &&
         same(segments.back().fans, next.fans) && segments.back().pstate == next.pstate) {
       segments.back().last = index;

@@ -42,6 +42,20 @@ TEST(Segments, AnotherLoadSpeedOrPstateNeedsAnotherEngine) {
   EXPECT_TRUE(segments_of({}).empty());
 }
 
+TEST(Segments, APhaseMayUndoThePlansPstateAndFans) {
+  Plan plan = step_plan();
+  plan.pstate = 2;
+  plan.fans.hold = Fans::Hold::maximum;
+  plan.phases[1].pstate = kAutomaticPState;
+  plan.phases[1].fans = Fans{};
+  const std::vector<Segment> segments = segments_of(plan);
+  ASSERT_EQ(segments.size(), 3U);
+  EXPECT_EQ(segments[0].pstate, 2);
+  EXPECT_EQ(segments[1].pstate, std::nullopt);
+  EXPECT_EQ(segments[1].fans.hold, Fans::Hold::automatic);
+  EXPECT_THAT(engine_arguments(plan, segments[1], kRoot), testing::Contains("--leave-pstate"));
+}
+
 TEST(EngineArguments, OfAnOrdinaryUserLeaveFansAndPstateAlone) {
   Plan plan = step_plan();
   plan.fans.hold = Fans::Hold::maximum;

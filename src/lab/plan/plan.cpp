@@ -6,6 +6,15 @@
 
 namespace lab {
 
+Fans fans_of(const Plan& plan, const Phase& phase) {
+  return phase.fans.value_or(plan.fans);
+}
+
+std::optional<int> pstate_of(const Plan& plan, const Phase& phase) {
+  const std::optional<int> pstate = phase.pstate.has_value() ? phase.pstate : plan.pstate;
+  return pstate == kAutomaticPState ? std::nullopt : pstate;
+}
+
 void check(const Plan& plan) {
   for (const Phase& phase : plan.phases) {
     std::ostringstream why;

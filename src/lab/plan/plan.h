@@ -30,10 +30,13 @@ struct Phase {
   double duration_s = 0;       ///< how long; with `until_settled`, how long at most
   bool until_settled = false;  ///< ends as soon as every temperature has settled
   double drift = 0.05;         ///< settled: no more than this part of its change is still to come
-  std::optional<std::string> load;  ///< instead of the plan's
+  std::optional<std::string> load;  ///< instead of the plan's, as are the following
   std::optional<Fans> fans;
-  std::optional<int> pstate;
+  std::optional<int> pstate;  ///< kAutomaticPState: left to the machine, whatever the plan has
 };
+
+/// Stands for a P-state that the machine chooses, in a phase of a plan that forces one.
+inline constexpr int kAutomaticPState = -1;
 
 /// What is to be done to a machine, and what to look at meanwhile. A plain value: plan_file.h reads
 /// and writes it.
@@ -51,6 +54,10 @@ struct Plan {
   std::vector<Phase> phases;
   std::vector<std::string> engine_options;  ///< of `run`: given to the engine as they stand
 };
+
+/// What is held during a phase of the plan: its own, or what the plan has for all.
+Fans fans_of(const Plan& plan, const Phase& phase);
+std::optional<int> pstate_of(const Plan& plan, const Phase& phase);  ///< nothing: the machine's
 
 /// Throws PlanError if an engine could not play the plan: a phase shorter than two periods of the
 /// carrier, a shape that is faster than half of it, or one that leaves 0 to 1.

@@ -115,6 +115,9 @@ Plan parse_plan(std::string_view text, const std::string& name) {
   plan.power = members.text("power", "");
   plan.fans = members.fans().value_or(defaults.fans);
   plan.pstate = members.pstate();
+  if (plan.pstate == kAutomaticPState) {
+    plan.pstate.reset();
+  }
   plan.engine_options = members.texts("engine_options");
   parse_limits(members.take("limits"), members, plan);
   if (const toml::node* phases = members.take("phase")) {

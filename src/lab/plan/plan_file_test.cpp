@@ -47,6 +47,19 @@ std::string refusal(const std::string& text) {
   return "";
 }
 
+TEST(PlanFile, APhaseMayLeaveThePstateToTheMachine) {
+  const Plan plan = parse_plan(
+      "pstate = 3\n[[phase]]\nduty = 1\nduration = 5\npstate = \"automatic\"\n"
+      "[[phase]]\nduty = 1\nduration = 5\n",
+      "my.toml");
+  ASSERT_EQ(plan.phases.size(), 2U);
+  EXPECT_EQ(pstate_of(plan, plan.phases[0]), std::nullopt);
+  EXPECT_EQ(pstate_of(plan, plan.phases[1]), 3);
+  const Plan again = parse_plan(plan_text(plan), "again.toml");
+  EXPECT_EQ(pstate_of(again, again.phases[0]), std::nullopt);
+  EXPECT_EQ(pstate_of(again, again.phases[1]), 3);
+}
+
 TEST(PlanFile, EverythingOfAPlanIsRead) {
   const Plan plan = parse_plan(kWhole, "my.toml");
   EXPECT_EQ(plan.question, "step");

@@ -88,7 +88,7 @@ std::optional<int> PlanMembers::pstate() {
   const toml::node* node = table_.get("pstate");
   if (node != nullptr && node->value<std::string>() == "automatic") {
     take("pstate");
-    return std::nullopt;
+    return kAutomaticPState;
   }
   const int number = whole_number("pstate", -1, 0, 255);
   return node == nullptr ? std::nullopt : std::optional<int>(number);

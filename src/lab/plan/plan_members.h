@@ -36,7 +36,7 @@ class PlanMembers {
   /// "automatic", "maximum", or a speed in RPM.
   std::optional<Fans> fans();
 
-  /// "automatic", or the number of a P-state.
+  /// "automatic", which is kAutomaticPState, or the number of a P-state.
   std::optional<int> pstate();
 
   /// Seconds, or a text such as "90 s" or "2m".

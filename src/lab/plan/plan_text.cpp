@@ -71,7 +71,9 @@ void write_phase(std::ostream& out, const Phase& phase) {
     out << "fans = " << fans_value(*phase.fans) << '\n';
   }
   if (phase.pstate) {
-    out << "pstate = " << *phase.pstate << '\n';
+    out << "pstate = "
+        << (phase.pstate == kAutomaticPState ? quoted("automatic") : std::to_string(*phase.pstate))
+        << '\n';
   }
 }
 
