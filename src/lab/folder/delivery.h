@@ -26,6 +26,8 @@ struct Delivery {
   std::optional<double> sample_gap_max_s;
   std::int64_t throttled = 0;       ///< times that processors were slowed down for heat meanwhile
   std::int64_t events_dropped = 0;  ///< events that found no room in the engine's buffers
+  std::int64_t record_lost = 0;     ///< lines that the record's file did not take
+  int threads = 0;                  ///< most threads of load that an engine had; 0: not known
   std::int64_t wrong_results = 0;
   std::vector<std::string> errors;  ///< the engine's words for them
   bool whole = false;               ///< the record has its end

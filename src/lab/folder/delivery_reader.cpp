@@ -34,24 +34,11 @@ void DeliveryReader::add(const RecordLine& line) {
   } else if (keyword == "edge") {
     add_edge(line);
   } else if (keyword == "entered") {
-    const std::int64_t instant = line.whole(0).value_or(0);
-    const auto after = engine_.on_phases.upper_bound(instant);
-    if (after != engine_.on_phases.begin()) {
-      OnPhase& phase = std::prev(after)->second;
-      phase.first_ns = phase.entered == 0 ? instant : std::min(phase.first_ns, instant);
-      phase.last_ns = phase.entered == 0 ? instant : std::max(phase.last_ns, instant);
-      ++phase.entered;
-    }
+    engine_.entered.push_back(line.whole(0).value_or(0));
   } else if (keyword == "time" || keyword == "use") {
     add_time(line);
   } else if (keyword == "sample") {
-    const std::int64_t instant = line.whole(0).value_or(0);
-    if (engine_.last_sample_ns) {
-      const double gap = static_cast<double>(instant - *engine_.last_sample_ns) / kSecond;
-      sums_.sample_gap_max_s = std::max(sums_.sample_gap_max_s.value_or(0), gap);
-    }
-    engine_.last_sample_ns = instant;
-    ++sums_.samples;
+    add_sample(line.whole(0).value_or(0));
   } else if (keyword == "gap") {
     const double length = static_cast<double>(line.whole(3).value_or(0)) / kSecond;
     ++sums_.holes;
@@ -69,8 +56,17 @@ void DeliveryReader::add(const RecordLine& line) {
     sums_.errors.push_back(line.text(3));
   } else if (keyword == "refused") {
     sums_.errors.push_back(line.text(1) + ": " + line.text(2));
+  } else if (keyword == "threads") {
+    sums_.threads = std::max(sums_.threads, static_cast<int>(line.whole(0).value_or(0)));
+  } else if (keyword == "dropped") {
+    add_dropped(line);
   } else if (keyword == "lost") {
-    sums_.events_dropped += line.whole(0).value_or(0);
+    std::int64_t told = 0;
+    for (const auto& [kind, count] : engine_.dropped) {
+      told += count;
+    }
+    sums_.events_dropped += std::max<std::int64_t>(0, line.whole(0).value_or(0) - told);
+    sums_.record_lost += line.whole(1).value_or(0);
   } else if (keyword == "end") {
     sums_.whole = true;
     end_reason_ = line.text(2);
@@ -92,8 +88,15 @@ void DeliveryReader::add_edge(const RecordLine& line) {
   engine_.last_edge_ns = planned;
   engine_.on = on;
   if (on) {
-    engine_.on_phases[planned] = {};
+    engine_.on_phases[std::min(planned, switched)] = {};
   }
+  // The lines of bursts come before or behind those of their edges: which edge a burst follows is
+  // known as soon as a later one has been read.
+  const auto later = std::partition(engine_.entered.begin(), engine_.entered.end(),
+                                    [&](std::int64_t instant) { return instant >= planned; });
+  std::for_each(later, engine_.entered.end(),
+                [&](std::int64_t instant) { add_entered(instant, engine_.on_phases); });
+  engine_.entered.erase(later, engine_.entered.end());
   while (!engine_.on_phases.empty() && engine_.on_phases.begin()->first < planned - kSettled) {
     add_skew(engine_.on_phases.begin()->second, skews_us_);
     engine_.on_phases.erase(engine_.on_phases.begin());
@@ -114,6 +117,34 @@ void DeliveryReader::add_time(const RecordLine& line) {
   }
 }
 
+void DeliveryReader::add_sample(std::int64_t instant_ns) {
+  if (engine_.last_sample_ns) {
+    const double gap = static_cast<double>(instant_ns - *engine_.last_sample_ns) / kSecond;
+    sums_.sample_gap_max_s = std::max(sums_.sample_gap_max_s.value_or(0), gap);
+  }
+  engine_.last_sample_ns = instant_ns;
+  ++sums_.samples;
+}
+
+void DeliveryReader::add_dropped(const RecordLine& line) {
+  std::int64_t& before = engine_.dropped[line.text(0) + " " + line.text(2)];
+  const std::int64_t more = std::max<std::int64_t>(0, line.whole(1).value_or(0) - before);
+  before += more;
+  sums_.events_dropped += more;
+}
+
+void DeliveryReader::add_entered(std::int64_t instant_ns,
+                                 std::map<std::int64_t, OnPhase>& on_phases) {
+  const auto after = on_phases.upper_bound(instant_ns);
+  if (after == on_phases.begin()) {
+    return;
+  }
+  OnPhase& phase = std::prev(after)->second;
+  phase.first_ns = phase.entered == 0 ? instant_ns : std::min(phase.first_ns, instant_ns);
+  phase.last_ns = phase.entered == 0 ? instant_ns : std::max(phase.last_ns, instant_ns);
+  ++phase.entered;
+}
+
 void DeliveryReader::add_skew(const OnPhase& phase, std::vector<float>& skews_us) {
   if (phase.entered > 1) {
     skews_us.push_back(
@@ -121,12 +152,20 @@ void DeliveryReader::add_skew(const OnPhase& phase, std::vector<float>& skews_us
   }
 }
 
+void DeliveryReader::add_rest(std::vector<float>& skews_us) const {
+  std::map<std::int64_t, OnPhase> on_phases = engine_.on_phases;
+  for (const std::int64_t instant : engine_.entered) {
+    add_entered(instant, on_phases);
+  }
+  for (const auto& [begin, phase] : on_phases) {
+    add_skew(phase, skews_us);
+  }
+}
+
 void DeliveryReader::begin_record() {
   if (records_ > 0) {
     ended_ = duties();
-    for (const auto& [begin, phase] : engine_.on_phases) {
-      add_skew(phase, skews_us_);
-    }
+    add_rest(skews_us_);
     cut_ = cut_ || !sums_.whole;
     sums_.whole = false;
     engine_ = {};
@@ -165,9 +204,7 @@ Delivery DeliveryReader::delivery() const {
   sums.edge_lateness_p99_us = percentile(lateness_us_, 0.99);
   sums.edge_lateness_max_us = percentile(lateness_us_, 1);
   std::vector<float> skews = skews_us_;
-  for (const auto& [begin, phase] : engine_.on_phases) {
-    add_skew(phase, skews);
-  }
+  add_rest(skews);
   sums.skew_p50_us = percentile(skews, 0.5);
   sums.skew_p99_us = percentile(std::move(skews), 0.99);
   const Duties all = duties();

@@ -39,7 +39,9 @@ class DeliveryReader {
 
   /// What is of one engine alone: threads, edges and samples begin anew with the next.
   struct Engine {
-    std::map<std::int64_t, OnPhase> on_phases;       ///< by the planned instant of the edge
+    std::map<std::int64_t, OnPhase> on_phases;       ///< by the instant of the edge
+    std::vector<std::int64_t> entered;               ///< whose edge may not have been read yet
+    std::map<std::string, std::int64_t> dropped;     ///< by kind and thread: how many so far
     std::map<std::int64_t, ThreadTime> times;        ///< by thread
     std::map<std::int64_t, std::int64_t> throttles;  ///< by processor: the last count
     std::optional<std::int64_t> begin_ns;            ///< of the waveform
@@ -56,10 +58,16 @@ class DeliveryReader {
     bool delivered = false;  ///< some thread's time is known
   };
 
+  static void add_entered(std::int64_t instant_ns, std::map<std::int64_t, OnPhase>& on_phases);
   static void add_skew(const OnPhase& phase, std::vector<float>& skews_us);
+
+  /// Adds the skews of the present engine's on phases that more lines may come of.
+  void add_rest(std::vector<float>& skews_us) const;
 
   void begin_record();
   void add_edge(const RecordLine& line);
+  void add_sample(std::int64_t instant_ns);
+  void add_dropped(const RecordLine& line);
   void add_time(const RecordLine& line);
 
   /// The duties so far with those of the present engine.

@@ -48,6 +48,31 @@ TEST_F(DeliveryReaderTest, SkewIsTheLastThreadBehindTheFirst) {
   EXPECT_NEAR(reader_.delivery().skew_p99_us.value_or(0), 30, 1e-3);
 }
 
+TEST_F(DeliveryReaderTest, ABurstBelongsToItsEdgeWhicheverIsReadFirst) {
+  add("entered\t1000020000\t0\t0");
+  add("edge\t1000000000\t1000010000\ton");
+  add("entered\t1000050000\t1\t1");
+  add("entered\t1100020000\t0\t0");  // the edges of these come behind them
+  add("entered\t1100050000\t1\t1");
+  add("edge\t1030000000\t1030010000\toff");
+  add("edge\t1100000000\t1100010000\ton");
+  EXPECT_NEAR(reader_.delivery().skew_p50_us.value_or(0), 30, 1e-3);
+  EXPECT_NEAR(reader_.delivery().skew_p99_us.value_or(0), 30, 1e-3);
+  add("edge\t1130000000\t1130010000\toff");
+  EXPECT_NEAR(reader_.delivery().skew_p99_us.value_or(0), 30, 1e-3);
+}
+
+TEST_F(DeliveryReaderTest, WhatARecordLostIsKnownBeforeItsEnd) {
+  add("dropped\tedge\t3");
+  add("dropped\tburst\t5\t0");
+  add("dropped\tburst\t7\t1");
+  add("dropped\tburst\t9\t1");
+  EXPECT_EQ(reader_.delivery().events_dropped, 17);
+  add("lost\t20\t4");  // three of which there was no room to tell
+  EXPECT_EQ(reader_.delivery().events_dropped, 20);
+  EXPECT_EQ(reader_.delivery().record_lost, 4);
+}
+
 TEST_F(DeliveryReaderTest, DutyAskedComesFromThePlanAndDeliveredFromTheThreads) {
   play(50, 30);
   const Delivery delivery = reader_.delivery();

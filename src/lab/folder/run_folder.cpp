@@ -48,6 +48,11 @@ fs::path RunFolder::stimulus(std::size_t start) const {
   return path_ / (start == 0 ? "stimulus" : "stimulus-" + std::to_string(start + 1));
 }
 
+fs::path RunFolder::engine_samples(std::size_t start) const {
+  return path_ /
+         (start == 0 ? "samples.engine" : "samples-" + std::to_string(start + 1) + ".engine");
+}
+
 void RunFolder::write_plan(const Plan& plan) const {
   write_whole(this->plan(), plan_text(plan));
 }
@@ -62,7 +67,7 @@ void RunFolder::write_result(const Run& run, const Answer& answer) const {
 
 void RunFolder::discard() const {
   std::error_code error;  // what cannot be removed stays
-  for (const fs::path& file : {plan(), info(), samples(), engine_samples(), stimulus()}) {
+  for (const fs::path& file : {plan(), info(), samples(), engine_samples(0), stimulus(0)}) {
     fs::remove(file, error);
   }
   fs::remove(path_, error);
@@ -79,9 +84,10 @@ Run RunFolder::read() const {
     run.samples = parse_samples(read_whole(samples()), samples().string());
   }
   read_delivery(*this, run);
-  if (fs::exists(engine_samples())) {
-    recover_rows(*this, run);
-  }
+  recover_rows(*this, run);
+  // Each sample that was taken has a line in the record.
+  run.delivery.samples_lost = std::max<std::int64_t>(
+      0, run.delivery.samples - static_cast<std::int64_t>(run.samples.time_s.size()));
   name_units(run.samples, run.info);
   return run;
 }

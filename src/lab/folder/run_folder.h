@@ -27,8 +27,9 @@ class RunFolder {
   /// The engine's record of its start number `start`, counted from 0.
   std::filesystem::path stimulus(std::size_t start = 0) const;
 
-  /// The engine's own sample file while it runs. It is gone when all of it is in samples.csv.
-  std::filesystem::path engine_samples() const { return path_ / "samples.engine"; }
+  /// The engine's own sample file of that start while it runs. It is gone when all of it is in
+  /// samples.csv.
+  std::filesystem::path engine_samples(std::size_t start = 0) const;
 
   void write_plan(const Plan& plan) const;
   void write_info(const RunInfo& info) const;

@@ -65,12 +65,16 @@ TEST_F(RunFolderTest, EverythingAboutARunIsReadAgain) {
   info_.command = {"vorn-lab", "run"};
   info_.engine_commands = {{"vorn-engine", "-m"}};
   info_.warnings = {"a note"};
+  info_.phases = {{.name = "load", .engine_start = 1, .fans = "left", .pstate = "3"}};
   info_.host = "h";
   info_.simulated = true;
   folder.write_info(info_);
   const RunInfo again = folder.read().info;
   EXPECT_EQ(run_info_text(again), run_info_text(info_));
   EXPECT_EQ(again.end, RunEnd::limit);
+  ASSERT_EQ(again.phases.size(), 1U);
+  EXPECT_EQ(again.phases[0].engine_start, 1);
+  EXPECT_EQ(again.phases[0].fans, "left");
   EXPECT_EQ(again.keys[0].source, "die \"0\"");
 }
 
@@ -103,6 +107,39 @@ TEST_F(RunFolderTest, WhatAKilledRunHadNotPutTogetherIsFoundInTheEnginesFiles) {
   EXPECT_EQ(run.samples.find(kOthersColumn)->values[0], 0.25);
   EXPECT_EQ(run.delivery.edges, 1);
   EXPECT_FALSE(run.delivery.whole);
+}
+
+TEST_F(RunFolderTest, AKilledRunOfSeveralStartsIsFoundInTheFilesOfTheLast) {
+  RunFolder folder = begun();
+  info_.phases = {{.name = "one", .engine_start = 0, .fans = "", .pstate = ""},
+                  {.name = "two", .engine_start = 0, .fans = "", .pstate = ""},
+                  {.name = "three", .engine_start = 1, .fans = "", .pstate = ""}};
+  folder.write_info(info_);
+  {
+    SamplesWriter writer(folder.samples(), sample_columns(info_.keys));
+    writer.add(0, {0, 0, 0, 0, 30});
+  }
+  write(folder.stimulus(0), "sample\t1000000000\t0\n");
+  write(folder.stimulus(1), "sample\t3000000000\t0\nsample\t3100000000\t0.1\n");
+  write(folder.engine_samples(1), "0\t40\n0.1\t41\n");
+  const lab::Run run = folder.read();
+  EXPECT_THAT(run.samples.time_s,
+              testing::ElementsAre(0, testing::DoubleEq(2), testing::DoubleEq(2.1)));
+  EXPECT_THAT(run.samples.find("TC0D")->values, testing::ElementsAre(30, 40, 41));
+  EXPECT_THAT(run.samples.find(kPhaseColumn)->values, testing::ElementsAre(0, 2, 2));
+}
+
+TEST_F(RunFolderTest, SamplesThatTheDiskDidNotTakeAreCounted) {
+  const RunFolder folder = begun();
+  {
+    SamplesWriter writer(folder.samples(), sample_columns(info_.keys));
+    writer.add(0, {0, 0, 0, 0, 30});
+    writer.add(0.2, {0, 0, 0, 0, 30});
+  }
+  write(folder.stimulus(),
+        "sample\t1000000000\t0\nsample\t1100000000\t0.1\nsample\t1200000000\t0.2\n");
+  EXPECT_EQ(folder.read().delivery.samples, 3);
+  EXPECT_EQ(folder.read().delivery.samples_lost, 1);
 }
 
 TEST_F(RunFolderTest, AFolderWithoutARunIsNamed) {

@@ -12,6 +12,14 @@ struct KeyInfo {
   std::string source;
 };
 
+/// A phase that has begun, and what the machine was asked to hold meanwhile.
+struct PhaseInfo {
+  std::string name;
+  int engine_start = 0;  ///< which of the engine's starts plays it, from 0
+  std::string fans;      ///< in words, such as "held at their maximum"
+  std::string pstate;
+};
+
 /// How a run ended.
 enum class RunEnd {
   cut_short,    ///< killed, or still going on: what a folder says until its run has ended
@@ -40,10 +48,11 @@ struct RunInfo {
   std::vector<std::string> command;                       ///< of the user
   std::vector<std::vector<std::string>> engine_commands;  ///< as started, in their order
   std::vector<KeyInfo> keys;
-  std::string begun;   ///< wall clock, RFC 3339 with the offset
-  std::string ended;   ///< empty until then
-  std::string fans;    ///< how the fans really were held, in words
-  std::string pstate;  ///< likewise
+  std::string begun;              ///< wall clock, RFC 3339 with the offset
+  std::string ended;              ///< empty until then
+  std::string fans;               ///< how the fans were held, in words
+  std::string pstate;             ///< likewise
+  std::vector<PhaseInfo> phases;  ///< of the plan's, those that have begun
   std::vector<std::string> warnings;
 };
 

@@ -28,6 +28,13 @@ std::string run_info_text(const RunInfo& info) {
   for (const KeyInfo& key : info.keys) {
     keys.push_back({{"name", key.name}, {"unit", key.unit}, {"source", key.source}});
   }
+  Json phases = Json::array();
+  for (const PhaseInfo& phase : info.phases) {
+    phases.push_back({{"name", phase.name},
+                      {"engine_start", phase.engine_start},
+                      {"fans", phase.fans},
+                      {"pstate", phase.pstate}});
+  }
   const Json json = {
       {"version", kVersion},
       {"question", info.question},
@@ -49,6 +56,7 @@ std::string run_info_text(const RunInfo& info) {
       {"keys", keys},
       {"fans", info.fans},
       {"pstate", info.pstate},
+      {"phases", phases},
       {"warnings", info.warnings},
   };
   // A label of some hardware need not be UTF-8.
@@ -83,12 +91,19 @@ RunInfo parse_run_info(const std::string& text, const std::string& name) {
         .ended = json.value("ended", ""),
         .fans = json.value("fans", ""),
         .pstate = json.value("pstate", ""),
+        .phases = {},
         .warnings = json.value("warnings", std::vector<std::string>()),
     };
     for (const Json& key : json.value("keys", Json::array())) {
       info.keys.push_back({.name = key.value("name", ""),
                            .unit = key.value("unit", ""),
                            .source = key.value("source", "")});
+    }
+    for (const Json& phase : json.value("phases", Json::array())) {
+      info.phases.push_back({.name = phase.value("name", ""),
+                             .engine_start = phase.value("engine_start", 0),
+                             .fans = phase.value("fans", ""),
+                             .pstate = phase.value("pstate", "")});
     }
     return info;
   } catch (const Json::exception& error) {

@@ -1,6 +1,7 @@
 #include "lab/folder/sample_rows.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <limits>
 
@@ -14,6 +15,18 @@ constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 // The engine writes its record ten times a second, but puts a write off for up to a second until
 // its load is off.
 constexpr std::int64_t kRecordLateness = 2'000'000'000;  // ns
+
+/// A number as the sample file has it, with six digits.
+double rounded(std::string_view text) {
+  double value = kUnknown;
+  std::from_chars(text.data(), text.data() + text.size(), value);
+  std::array<char, 32> digits{};
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value,
+                                 std::chars_format::general, 6)
+                       .ptr;
+  std::from_chars(digits.data(), end, value);
+  return value;
+}
 
 /// The numbers of a line with tabs between; an empty vector if it is something else.
 std::vector<double> numbers(std::string_view line) {
@@ -49,16 +62,19 @@ void SampleRows::add_sample(std::string_view line) {
                       .asked = kUnknown,
                       .delivered = kUnknown,
                       .keys = {values.begin() + 1, values.end()}};
-  values_.push_back(newest_->keys);
+  lines_.push_back({.seconds = values[0], .values = newest_->keys});
 }
 
 void SampleRows::add_record(const RecordLine& line) {
   const std::string_view keyword = line.keyword();
   const std::int64_t instant = line.whole(0).value_or(0);
   if (keyword == "sample") {
-    instants_.push_back(instant);
+    samples_.push_back({.instant_ns = instant, .seconds = rounded(line.field(1))});
     zero_ns_ = zero_ns_.value_or(instant);
-    engine_zero_ns_ = engine_zero_ns_.value_or(instant);
+    if (!engine_zero_ns_) {
+      engine_zero_ns_ = instant;
+      engine_zero_s_ = samples_.back().seconds;
+    }
   } else if (keyword == "edge") {
     edges_.push_back({instant, line.field(2) == "on"});
   } else if (keyword == "asked") {
@@ -137,20 +153,49 @@ int SampleRows::phase_at(std::int64_t instant_ns) {
   return std::max(0, phase_) + origin_.first_phase;
 }
 
+/// The instant of a line; nothing while its record may still come. Lets go of the samples before
+/// it, whose lines were lost. A sample that the record has no line for was taken when its seconds
+/// say.
+std::optional<std::int64_t> SampleRows::instant_of(const Line& line, bool all) {
+  const auto found = std::find_if(samples_.begin(), samples_.end(), [&](const Sample& sample) {
+    return sample.seconds == line.seconds;
+  });
+  if (found == samples_.end() && !engine_zero_ns_) {
+    return std::nullopt;
+  }
+  const std::int64_t instant =
+      found != samples_.end()
+          ? found->instant_ns
+          : *engine_zero_ns_ + static_cast<std::int64_t>((line.seconds - engine_zero_s_) * kSecond);
+  if (!all && instant >= newest_ns_ - kRecordLateness) {
+    return std::nullopt;
+  }
+  if (found != samples_.end()) {
+    samples_.erase(samples_.begin(), std::next(found));
+  }
+  return instant;
+}
+
 std::vector<SampleRow> SampleRows::take(bool all) {
   std::vector<SampleRow> rows;
-  while (!instants_.empty() && !values_.empty() &&
-         (all || instants_.front() < newest_ns_ - kRecordLateness)) {
-    const std::int64_t instant = instants_.front();
-    const std::int64_t before = last_row_ns_.value_or(instant);
-    rows.push_back({.time_s = static_cast<double>(instant - *zero_ns_) / kSecond,
-                    .phase = phase_at(instant),
-                    .asked = on_part(before, instant),
-                    .delivered = load(before, instant),
-                    .keys = std::move(values_.front())});
+  while (!lines_.empty()) {
+    const std::optional<std::int64_t> instant = instant_of(lines_.front(), all);
+    if (!instant) {
+      break;
+    }
+    if (last_row_ns_ && *instant <= *last_row_ns_) {
+      lines_.pop_front();  // its seconds are of a wall clock that was set back
+      continue;
+    }
+    const std::int64_t before = last_row_ns_.value_or(*instant);
+    const bool recorded = *instant <= newest_ns_;
+    rows.push_back({.time_s = static_cast<double>(*instant - *zero_ns_) / kSecond,
+                    .phase = phase_at(*instant),
+                    .asked = recorded ? on_part(before, *instant) : kUnknown,
+                    .delivered = recorded ? load(before, *instant) : kUnknown,
+                    .keys = std::move(lines_.front().values)});
     last_row_ns_ = instant;
-    instants_.pop_front();
-    values_.pop_front();
+    lines_.pop_front();
   }
   return rows;
 }

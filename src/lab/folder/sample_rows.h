@@ -21,7 +21,8 @@ struct SampleRow {
 };
 
 /// Puts together what an engine writes about one instant in two files: the sample file, and the
-/// record with the edges and the processor time of its threads. Thread: one.
+/// record with the edges and the processor time of its threads. Both name a sample by the seconds
+/// since the engine's first one; a file that had no room for a while lacks some. Thread: one.
 class SampleRows {
  public:
   struct Origin {
@@ -46,6 +47,14 @@ class SampleRows {
   std::optional<std::int64_t> zero_ns() const { return zero_ns_; }
 
  private:
+  struct Line {
+    double seconds;  ///< as the sample file has them
+    std::vector<double> values;
+  };
+  struct Sample {
+    std::int64_t instant_ns;
+    double seconds;  ///< rounded as in the sample file
+  };
   struct Edge {
     std::int64_t instant_ns;
     bool on;
@@ -55,6 +64,7 @@ class SampleRows {
     std::int64_t time_ns;
   };
 
+  std::optional<std::int64_t> instant_of(const Line& line, bool all);
   double on_part(std::int64_t from_ns, std::int64_t to_ns);
   double load(std::int64_t from_ns, std::int64_t to_ns);
   int phase_at(std::int64_t instant_ns);
@@ -62,8 +72,9 @@ class SampleRows {
   Origin origin_;
   std::optional<std::int64_t> zero_ns_;
   std::optional<std::int64_t> engine_zero_ns_;      // instant of this engine's first sample
-  std::deque<std::vector<double>> values_;          // of samples whose instant has not been matched
-  std::deque<std::int64_t> instants_;               // of samples that have not been taken
+  double engine_zero_s_ = 0;                        // that sample's seconds
+  std::deque<Line> lines_;                          // that have not been taken
+  std::deque<Sample> samples_;                      // of the record, likewise
   std::deque<Edge> edges_;                          // from the last one before the last row on
   std::map<std::int64_t, std::deque<Time>> times_;  // by thread
   std::deque<std::int64_t> phases_;                 // instants at which the next phase took effect

@@ -77,6 +77,46 @@ TEST_F(SampleRowsTest, TheNewestSampleIsKnownAtOnce) {
   EXPECT_TRUE(std::isnan(rows_.newest()->delivered));
 }
 
+TEST_F(SampleRowsTest, ALineThatTheDiskDidNotTakeDoesNotShiftTheOthers) {
+  sample(0, 30);
+  record("edge\t" + at(0) + "\t" + at(0) + "\ton");
+  record("sample\t" + at(100) + "\t0.1");
+  record("sample\t" + at(200) + "\t0.2");
+  record("edge\t" + at(250) + "\t" + at(250) + "\toff");
+  sample(300, 33);
+  sample(400, 34);
+  const std::vector<SampleRow> rows = rows_.take(true);
+  ASSERT_EQ(rows.size(), 3U);
+  EXPECT_NEAR(rows[1].time_s, 0.3, 1e-9);
+  EXPECT_NEAR(rows[1].asked, 250.0 / 300, 1e-9);  // since the row before
+  EXPECT_THAT(rows[1].keys, testing::ElementsAre(33));
+  EXPECT_NEAR(rows[2].time_s, 0.4, 1e-9);
+  EXPECT_THAT(rows[2].keys, testing::ElementsAre(34));
+}
+
+TEST_F(SampleRowsTest, ALineThatTheRecordLacksWasTakenWhenItSays) {
+  sample(0, 30);
+  rows_.add_sample("0.1\t31");
+  sample(200, 32);
+  rows_.add_sample("0.3\t33");  // behind the end of a record that was cut short
+  const std::vector<SampleRow> rows = rows_.take(true);
+  ASSERT_EQ(rows.size(), 4U);
+  EXPECT_NEAR(rows[1].time_s, 0.1, 1e-9);
+  EXPECT_NEAR(rows[1].asked, 0, 1e-9);
+  EXPECT_THAT(rows[2].keys, testing::ElementsAre(32));
+  EXPECT_NEAR(rows[3].time_s, 0.3, 1e-9);
+  EXPECT_TRUE(std::isnan(rows[3].asked));
+  EXPECT_TRUE(std::isnan(rows[3].delivered));
+}
+
+TEST_F(SampleRowsTest, LinesArePairedBySixDigits) {
+  record("sample\t" + at(0) + "\t1.2345678e-05");
+  record("sample\t" + at(100) + "\t0.10000049");
+  rows_.add_sample("1.23457e-05\t30");
+  rows_.add_sample("0.1\t31");
+  EXPECT_EQ(rows_.take(true).size(), 2U);
+}
+
 TEST_F(SampleRowsTest, PhasesCountTheChangesOfWhatIsAsked) {
   sample(0, 1);  // before the waveform begins
   record("asked\t" + at(50) + "\tduty\t0\t0\t0");
@@ -107,7 +147,9 @@ TEST(SampleRowsWithoutAWaveform, AreAskedForAllFromWhenTheThreadsAreThere) {
   for (const char* line : {"sample\t1000\t0", "sample\t2000\t1", "thread\t0\t7\tmix\t-1\tfifo\t31",
                            "sample\t3000\t2"}) {
     rows.add_record(RecordLine(line));
-    rows.add_sample("0\t30");
+  }
+  for (const char* line : {"0\t30", "1\t30", "2\t30"}) {
+    rows.add_sample(line);
   }
   const std::vector<SampleRow> taken = rows.take(true);
   ASSERT_EQ(taken.size(), 3U);

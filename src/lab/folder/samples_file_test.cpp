@@ -40,6 +40,20 @@ TEST_F(SamplesFileTest, WhatIsWrittenReadsAsTheSameNumbers) {
   EXPECT_EQ(table.find("TC0P"), nullptr);
 }
 
+TEST_F(SamplesFileTest, NamesMayHoldCommasAndQuotes) {
+  const std::string name = "die, \"hot\" side";
+  {
+    SamplesWriter writer(path_, {name, "\"", "plain"});
+    writer.add(0, {1, 2, 3});
+  }
+  const Table table = parse_samples(read_whole(path_), path_);
+  ASSERT_EQ(table.columns.size(), 3U);
+  EXPECT_EQ(table.columns[0].name, name);
+  EXPECT_EQ(table.columns[1].name, "\"");
+  EXPECT_EQ(table.columns[2].name, "plain");
+  EXPECT_THAT(table.columns[2].values, testing::ElementsAre(3));
+}
+
 TEST_F(SamplesFileTest, ALastLineThatIsNotWholeIsLeftOut) {
   EXPECT_EQ(parse_samples("time_s,a\n0,1\n1,2\n2,", "x").time_s.size(), 2U);
 }
