@@ -104,9 +104,10 @@ Child::Child(const Start& start) : as_root_(start.as_root) {
 
 Child::~Child() {
   input_.close();
-  if (!status()) {
+  constexpr std::chrono::seconds kInOrder{10};  // fans are given back in a second or two
+  std::string rest;
+  if (!wait_for(kInOrder, rest, rest)) {
     signal(SIGKILL);
-    std::string rest;
     wait(rest, rest);
   }
 }
@@ -136,8 +137,18 @@ std::optional<int> Child::status() {
 }
 
 int Child::wait(std::string& output, std::string& errors) {
+  std::optional<int> ended;
+  while (!ended) {
+    ended = wait_for(std::chrono::hours(1), output, errors);
+  }
+  return *ended;
+}
+
+std::optional<int> Child::wait_for(std::chrono::milliseconds most, std::string& output,
+                                   std::string& errors) {
   constexpr int kLook_ms = 20;  // a child may end without closing what a child of its own holds
-  while (!status()) {
+  const auto until = std::chrono::steady_clock::now() + most;
+  while (!status() && std::chrono::steady_clock::now() < until) {
     std::array<pollfd, 2> pipes{{{.fd = output_.number(), .events = POLLIN, .revents = 0},
                                  {.fd = errors_.number(), .events = POLLIN, .revents = 0}}};
     poll(pipes.data(), pipes.size(), kLook_ms);
@@ -146,7 +157,7 @@ int Child::wait(std::string& output, std::string& errors) {
   }
   read_output(output);
   read_errors(errors);
-  return *status_;
+  return status_;
 }
 
 void Child::signal(int number) {

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -42,7 +43,8 @@ class Child {
   explicit Child(const Start& start);
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
-  /// Closes its input, and kills it if it has not ended by then.
+  /// Closes its input, which ends an engine in order, and waits for that: ten seconds at the most.
+  /// Kills what has not ended by then.
   ~Child();
 
   /// Writes to its standard input. Returns whether it took all.
@@ -58,6 +60,10 @@ class Child {
 
   /// Waits for its end, and reads both outputs until then.
   int wait(std::string& output, std::string& errors);
+
+  /// The same, for so long at the most. Returns nothing if it runs on.
+  std::optional<int> wait_for(std::chrono::milliseconds most, std::string& output,
+                              std::string& errors);
 
   void signal(int number);
   pid_t process() const { return process_; }

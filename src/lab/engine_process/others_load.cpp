@@ -27,6 +27,12 @@ std::int64_t field(std::string_view text, int index) {
   return 0;
 }
 
+/// The fields behind a process's name, which may hold anything.
+std::string_view behind_name(std::string_view stat) {
+  const std::size_t end = stat.rfind(')');
+  return end == std::string_view::npos ? std::string_view() : stat.substr(end + 1);
+}
+
 std::string first_line(const std::string& path) {
   std::ifstream file(path);
   std::string line;
@@ -43,37 +49,46 @@ std::int64_t busy_ticks(std::string_view stat) {
 }
 
 std::int64_t process_ticks(std::string_view stat) {
-  const std::size_t name_end = stat.rfind(')');  // a name may hold anything
-  if (name_end == std::string_view::npos) {
-    return 0;
-  }
-  stat.remove_prefix(name_end + 1);
-  return field(stat, 11) + field(stat, 12);
+  const std::string_view rest = behind_name(stat);
+  return field(rest, 11) + field(rest, 12);
+}
+
+std::int64_t ended_ticks(std::string_view stat) {
+  const std::string_view rest = behind_name(stat);
+  return field(rest, 13) + field(rest, 14);
+}
+
+OthersLoad::Ticks machine_ticks(pid_t engine) {
+  // An engine that has ended counts as itself until it is waited for, and then as one that has
+  // ended: its time is never missing from the sum.
+  return {.all = busy_ticks(first_line("/proc/stat")),
+          .engines = process_ticks(first_line("/proc/" + std::to_string(engine) + "/stat")) +
+                     ended_ticks(first_line("/proc/self/stat"))};
 }
 
 void OthersLoad::look(double now_s, pid_t engine) {
   constexpr double kLook_s = 1;
-  constexpr std::size_t kKept = 60;
   if (last_ && now_s - last_->at_s < kLook_s) {
     return;
   }
-  const Busy busy{.at_s = now_s,
-                  .all = busy_ticks(first_line("/proc/stat")),
-                  .engine = process_ticks(first_line("/proc/" + std::to_string(engine) + "/stat"))};
+  add(now_s, machine_ticks(engine));
+}
+
+void OthersLoad::add(double now_s, const Ticks& ticks) {
+  constexpr std::size_t kKept = 60;
   if (last_) {
     const double processors = std::max(1U, std::thread::hardware_concurrency());
-    const double ticks = (now_s - last_->at_s) * static_cast<double>(sysconf(_SC_CLK_TCK));
-    // An engine that has ended, or another one, has used less than the one before.
-    const std::int64_t engines = std::max<std::int64_t>(0, busy.engine - last_->engine);
-    const auto others = static_cast<double>(busy.all - last_->all - engines);
+    const double most = (now_s - last_->at_s) * static_cast<double>(sysconf(_SC_CLK_TCK));
+    const std::int64_t engines = std::max<std::int64_t>(0, ticks.engines - last_->ticks.engines);
+    const auto others = static_cast<double>(ticks.all - last_->ticks.all - engines);
     seconds_.push_back({.begin_s = last_->at_s,
                         .end_s = now_s,
-                        .load = std::clamp(others / (ticks * processors), 0.0, 1.0)});
+                        .load = std::clamp(others / (most * processors), 0.0, 1.0)});
   }
   if (seconds_.size() > kKept) {
     seconds_.pop_front();
   }
-  last_ = busy;
+  last_ = {.at_s = now_s, .ticks = ticks};
 }
 
 double OthersLoad::at(double instant_s) const {
