@@ -73,7 +73,7 @@ void judge(const Table& table, const Column& column, const ColumnStatistics& sta
 
 }  // namespace
 
-Answer analyse_run(const Table& table) {
+Answer analyse_run(const Table& table, double full_load) {
   Answer answer;
   answer.figures["keys"] = nlohmann::ordered_json::object();
   ResultTable summary{.title = "Columns",
@@ -102,7 +102,7 @@ Answer analyse_run(const Table& table) {
     answer.sentences.emplace_back(answer.decided ? "Neither power nor a temperature was measured."
                                                  : "Nothing was measured.");
   }
-  const std::vector<std::string> load = judge_load(table.columns);
+  const std::vector<std::string> load = judge_load(table.columns, full_load);
   answer.warnings.insert(answer.warnings.end(), load.begin(), load.end());
   answer.tables = {summary};
   return answer;

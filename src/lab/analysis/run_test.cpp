@@ -62,6 +62,15 @@ TEST(Run, SaysWhatIsMissingMovingOrNotDelivered) {
   EXPECT_TRUE(analyse_run(table).figures["keys"]["TB0T"]["mean"]["value"].is_null());
 }
 
+TEST(Run, ALoadOfFewerThreadsThanProcessorsWasDelivered) {
+  Table table = steady_run();
+  for (std::size_t at = 0; at < 600; ++at) {
+    table.columns[2].values[at] = 0.5 * table.columns[1].values[at];
+  }
+  EXPECT_THAT(analyse_run(table, 0.5).warnings, testing::IsEmpty());
+  EXPECT_THAT(analyse_run(table).warnings, ElementsAre(HasSubstr("Only 50 % of the load")));
+}
+
 TEST(Run, OfNothingSaysSo) {
   const Answer answer = analyse_run({});
   EXPECT_FALSE(answer.decided);

@@ -17,6 +17,7 @@ struct StepInput {
   double heat_delay_s = 0;           ///< how long after the heat its reading comes
   std::vector<Column> temperatures;  ///< in degC
   std::vector<Column> beside;        ///< asked, delivered, others, and fan speeds in RPM
+  double full_load = 1;              ///< what a duty of 1 delivers
 };
 
 /// What each temperature does with heat: its thermal resistance (the steady rise for each watt) and

@@ -132,7 +132,7 @@ std::vector<std::string> judge_record(const StepInput& input) {
                          "a mixture. Hold the fans at one speed.");
     }
   }
-  const std::vector<std::string> load = judge_load(input.beside);
+  const std::vector<std::string> load = judge_load(input.beside, input.full_load);
   warnings.insert(warnings.end(), load.begin(), load.end());
   return warnings;
 }

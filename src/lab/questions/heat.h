@@ -11,6 +11,10 @@ namespace lab {
 /// the first power; empty if the run has none.
 std::string power_column(const Run& run);
 
+/// What a duty of 1 delivers in this run, as a part of all processors' time: less than 1 if it had
+/// fewer threads than the machine has processors.
+double full_load(const Run& run);
+
 /// What a thermal analysis takes from a run: its power, or, without one, the load that was
 /// delivered, and every temperature.
 StepInput heat_and_temperatures(const Run& run);

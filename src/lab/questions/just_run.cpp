@@ -1,6 +1,7 @@
 #include "lab/questions/just_run.h"
 
 #include "lab/analysis/run.h"
+#include "lab/questions/heat.h"
 
 namespace lab {
 
@@ -11,7 +12,7 @@ Plan JustRun::plan() const {
 }
 
 Answer JustRun::analyse(const Run& run) const {
-  return analyse_run(run.samples);
+  return analyse_run(run.samples, full_load(run));
 }
 
 std::vector<std::string> JustRun::lacks(const Offer& offer) const {
