@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "lab/analysis/dropouts.h"
 #include "lab/analysis/heat_curve.h"
 #include "lab/analysis/step_charts.h"
 #include "lab/analysis/step_judgement.h"
@@ -50,6 +51,34 @@ StepInput ascending(const StepInput& input, std::size_t& left_out) {
   return result;
 }
 
+// Takes out what sensors showed that could not be read. Says so.
+std::vector<std::string> without_dropouts(StepInput& input) {
+  std::vector<std::string> warnings;
+  const auto say = [&](std::size_t count, const std::string& name, const char* shown) {
+    if (count > 0) {
+      warnings.push_back(std::to_string(count) + (count == 1 ? " value of " : " values of ") +
+                         name + " taken for not measured: " + shown +
+                         " between others that are nowhere near it is what a sensor shows that "
+                         "could not be read.");
+    }
+  };
+  if (input.heat_is_power) {
+    say(take_out_power_dropouts(input.heat), input.heat_name, "0");
+  }
+  for (Column& column : input.temperatures) {
+    say(take_out_temperature_dropouts(column.values), column.name,
+        "0, or what no temperature can be,");
+    const auto missing = static_cast<std::size_t>(
+        std::count_if(column.values.begin(), column.values.end(),
+                      [](double value) { return !std::isfinite(value); }));
+    if (100 * missing > column.values.size() && missing < column.values.size()) {
+      warnings.push_back(std::to_string(missing) + " of " + std::to_string(column.values.size()) +
+                         " readings of " + column.name + " are missing: the fit is without them.");
+    }
+  }
+  return warnings;
+}
+
 nlohmann::ordered_json heat_figures(const StepInput& input) {
   double sum = 0;
   double count = 0;
@@ -83,7 +112,8 @@ Answer undecided(const std::string& why) {
 
 Answer analyse_step(const StepInput& input) {
   std::size_t left_out = 0;
-  const StepInput record = ascending(input, left_out);
+  StepInput record = ascending(input, left_out);
+  const std::vector<std::string> dropouts = without_dropouts(record);
   constexpr std::size_t kFewest = 20;
   if (record.time_s.size() < kFewest) {
     return undecided("The record has " + std::to_string(record.time_s.size()) +
@@ -132,6 +162,7 @@ Answer analyse_step(const StepInput& input) {
   answer.tables = step_tables(results);
   answer.charts = step_charts(results, curve, record.heat_is_power);
   answer.warnings = judge_record(record);
+  answer.warnings.insert(answer.warnings.end(), dropouts.begin(), dropouts.end());
   if (left_out > 0) {
     answer.warnings.push_back(std::to_string(left_out) +
                               " samples were left out: their instants do not ascend.");
