@@ -15,12 +15,28 @@ namespace {
 using Cells = std::vector<std::string_view>;
 
 std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view kBlank = " \t\r\"";
+  constexpr std::string_view kBlank = " \t\r";
   const std::size_t begin = text.find_first_not_of(kBlank);
   if (begin == std::string_view::npos) {
     return {};
   }
-  return text.substr(begin, text.find_last_not_of(kBlank) - begin + 1);
+  text = text.substr(begin, text.find_last_not_of(kBlank) - begin + 1);
+  const bool quoted = text.size() > 1 && text.front() == '"' && text.back() == '"';
+  return quoted ? text.substr(1, text.size() - 2) : text;
+}
+
+/// The name of column `index` from 0, as its cell of the head has it, and no earlier column.
+std::string column_name(std::string_view cell, std::size_t index, const Table& table) {
+  const std::string number = "column " + std::to_string(index + 1);
+  if (cell.empty()) {
+    return number;
+  }
+  std::string name(cell);
+  for (std::size_t at = name.find("\"\""); at != std::string::npos;
+       at = name.find("\"\"", at + 1)) {
+    name.erase(at, 1);
+  }
+  return table.find(name) == nullptr ? name : name + " (" + number + ")";
 }
 
 /// What separates the columns of this line: the first of those that is in it.
@@ -93,8 +109,9 @@ std::optional<double> instant(std::string_view cell) {
 
 }  // namespace
 
-Table parse_csv(std::string_view text, const std::string& name, const CsvLayout& layout) {
-  Table table;
+CsvTable parse_csv(std::string_view text, const std::string& name, const CsvLayout& layout) {
+  CsvTable found;
+  Table& table = found.table;
   char separator = 0;
   std::size_t time_column = 0;
   std::optional<double> zero;
@@ -115,9 +132,7 @@ Table parse_csv(std::string_view text, const std::string& name, const CsvLayout&
         return number(cell, separator) || instant(cell);
       });
       for (std::size_t index = 0; index < cells.size(); ++index) {
-        table.columns.push_back({.name = head && !cells[index].empty()
-                                             ? std::string(cells[index])
-                                             : "column " + std::to_string(index + 1),
+        table.columns.push_back({.name = column_name(head ? cells[index] : "", index, table),
                                  .unit = {},
                                  .source = name,
                                  .values = {}});
@@ -142,6 +157,7 @@ Table parse_csv(std::string_view text, const std::string& name, const CsvLayout&
     }
     zero = zero.value_or(*time);
     if (!table.time_s.empty() && *time - *zero <= table.time_s.back()) {
+      ++found.left_out;
       continue;
     }
     table.time_s.push_back(*time - *zero);
@@ -153,7 +169,7 @@ Table parse_csv(std::string_view text, const std::string& name, const CsvLayout&
   if (table.time_s.size() < 2) {
     throw CsvError(name + ": fewer than two lines of numbers in it");
   }
-  return table;
+  return found;
 }
 
 std::size_t column_index(const Table& table, const std::string& wanted, const std::string& name) {

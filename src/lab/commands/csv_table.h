@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -20,14 +21,20 @@ struct CsvLayout {
   double time_unit_s = 1;
 };
 
+/// What was found in a file.
+struct CsvTable {
+  Table table;
+  std::size_t left_out = 0;  ///< lines that time went back in, or stood still
+};
+
 /// Anybody's table: columns with commas, semicolons or tabs between (or blanks, if there is none of
 /// those), a head with names or none, decimals with a point (or a comma, where that does not
 /// separate), lines that begin with # left out, cells that are no number not measured. Times are
 /// numbers, or instants such as 2026-11-21T15:00:00.5, and come out as seconds since the first one.
 /// Every column of the file is one of the table, the time too; those without a name are called
-/// "column 2" and so on. Lines whose time is not later than that of the line before are left out.
-/// Throws CsvError.
-Table parse_csv(std::string_view text, const std::string& name, const CsvLayout& layout);
+/// "column 2" and so on, and a name that an earlier column has gets " (column 3)" behind it. Lines
+/// whose time is not later than that of the line before are left out. Throws CsvError.
+CsvTable parse_csv(std::string_view text, const std::string& name, const CsvLayout& layout);
 
 /// The index of the column that `wanted` names, by its name or its number. `name` stands for the
 /// file in messages. Throws CsvError.

@@ -20,7 +20,7 @@ std::string refusal(const char* text, const CsvLayout& layout = {}) {
 }
 
 TEST(CsvTable, HasTheNamesOfItsHead) {
-  const Table table = parse_csv("t,power,\"die temp\"\n1,10,30\n2,20,31.5\n", "x.csv", {});
+  const Table table = parse_csv("t,power,\"die temp\"\n1,10,30\n2,20,31.5\n", "x.csv", {}).table;
   EXPECT_THAT(table.time_s, ElementsAre(0, 1));
   ASSERT_EQ(table.columns.size(), 3U);
   EXPECT_EQ(table.columns[2].name, "die temp");
@@ -28,20 +28,20 @@ TEST(CsvTable, HasTheNamesOfItsHead) {
 }
 
 TEST(CsvTable, WithoutAHeadNumbersItsColumns) {
-  const Table table = parse_csv("0 10 30\n0.5 20 31\n", "x.csv", {});
+  const Table table = parse_csv("0 10 30\n0.5 20 31\n", "x.csv", {}).table;
   EXPECT_EQ(table.columns[1].name, "column 2");
   EXPECT_THAT(table.time_s, ElementsAre(0, 0.5));
 }
 
 TEST(CsvTable, TakesSemicolonsWithDecimalCommasAndOtherLineEnds) {
   const Table table =
-      parse_csv("# made by something\r\nt;T\r\n0,5;30,25\r\n1,5;31\r\n", "x.csv", {});
+      parse_csv("# made by something\r\nt;T\r\n0,5;30,25\r\n1,5;31\r\n", "x.csv", {}).table;
   EXPECT_THAT(table.time_s, ElementsAre(0, 1));
   EXPECT_THAT(table.columns[1].values, ElementsAre(30.25, 31));
 }
 
 TEST(CsvTable, TakesTabsAndCellsThatWereNotMeasured) {
-  const Table table = parse_csv("t\tT\n0\t30\n1\t\n2\tnan\n", "x.csv", {});
+  const Table table = parse_csv("t\tT\n0\t30\n1\t\n2\tnan\n", "x.csv", {}).table;
   EXPECT_EQ(table.columns[1].values[0], 30);
   EXPECT_TRUE(std::isnan(table.columns[1].values[1]));
   EXPECT_TRUE(std::isnan(table.columns[1].values[2]));
@@ -49,20 +49,31 @@ TEST(CsvTable, TakesTabsAndCellsThatWereNotMeasured) {
 
 TEST(CsvTable, TakesInstantsOfTheClock) {
   const Table table =
-      parse_csv("when,T\n2026-11-21 23:59:59.5,30\n2026-11-22T00:00:01Z,31\n", "x.csv", {});
+      parse_csv("when,T\n2026-11-21 23:59:59.5,30\n2026-11-22T00:00:01Z,31\n", "x.csv", {}).table;
   EXPECT_THAT(table.time_s, ElementsAre(0, testing::DoubleNear(1.5, 1e-6)));
 }
 
 TEST(CsvTable, TheTimeMayBeAnotherColumnInAnotherUnit) {
   const Table table =
-      parse_csv("T,ms\n30,1000\n31,1500\n", "x.csv", {.time = "ms", .time_unit_s = 1e-3});
+      parse_csv("T,ms\n30,1000\n31,1500\n", "x.csv", {.time = "ms", .time_unit_s = 1e-3}).table;
   EXPECT_THAT(table.time_s, ElementsAre(0, 0.5));
   EXPECT_EQ(column_index(table, "T", "x.csv"), 0U);
   EXPECT_EQ(column_index(table, "2", "x.csv"), 1U);
 }
 
-TEST(CsvTable, LeavesOutTimesThatDoNotAscend) {
-  EXPECT_THAT(parse_csv("0,1\n1,2\n1,3\n0.5,4\n2,5\n", "x.csv", {}).time_s, ElementsAre(0, 1, 2));
+TEST(CsvTable, LeavesOutTimesThatDoNotAscendAndCountsThem) {
+  const CsvTable csv = parse_csv("0,1\n1,2\n1,3\n0.5,4\n2,5\n", "x.csv", {});
+  EXPECT_THAT(csv.table.time_s, ElementsAre(0, 1, 2));
+  EXPECT_EQ(csv.left_out, 2U);
+}
+
+TEST(CsvTable, NamesOfColumnsKeepTheirQuotesAndDifferFromEachOther) {
+  const Table table =
+      parse_csv("t,\"die, \"\"hot\"\" side\",T,T\n0,1,2,3\n1,2,3,4\n", "x.csv", {}).table;
+  ASSERT_EQ(table.columns.size(), 4U);
+  EXPECT_EQ(table.columns[1].name, "die, \"hot\" side");
+  EXPECT_EQ(table.columns[2].name, "T");
+  EXPECT_EQ(table.columns[3].name, "T (column 4)");
 }
 
 TEST(CsvTable, SaysWhereItIsNone) {

@@ -1,6 +1,7 @@
 #include "lab/commands/fit_command.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <limits>
 #include <map>
 
@@ -8,6 +9,7 @@
 #include "lab/commands/csv_table.h"
 #include "lab/commands/run_command.h"
 #include "lab/commands/this_machine.h"
+#include "lab/folder/folder_error.h"
 #include "lab/folder/run_folder.h"
 #include "lab/folder/samples_file.h"
 #include "lab/folder/whole_file.h"
@@ -41,11 +43,40 @@ double celsius(double value, const std::string& unit) {
   return unit == "F" ? (value - 32) / 1.8 : value;
 }
 
+/// Throws PlanError if a column is named for two things.
+void refuse_twice(const Table& file, const std::vector<std::size_t>& named) {
+  for (std::size_t at = 0; at < named.size(); ++at) {
+    if (std::find(named.begin(), named.begin() + static_cast<std::ptrdiff_t>(at), named[at]) !=
+        named.begin() + static_cast<std::ptrdiff_t>(at)) {
+      throw PlanError("column \"" + file.columns[named[at]].name +
+                      "\" is named twice: --time, --power and each --temperature are different "
+                      "columns");
+    }
+  }
+}
+
+/// Gives columns that are called as one of the lab's own another name.
+void rename_taken(Table& file) {
+  for (const std::string& own : sample_columns({})) {
+    for (Column& column : file.columns) {
+      if (column.name == own) {
+        column.name += " (of the file)";
+      }
+    }
+  }
+}
+
 /// The samples of a run that would have given this table.
-Table samples_of(const FitOptions& options, std::string& power_name) {
-  const Table file =
-      parse_csv(read_whole(options.file), options.file,
-                {.time = options.time, .time_unit_s = kTimeUnits.at(options.time_unit)});
+Table samples_of(const FitOptions& options, std::string& power_name,
+                 std::vector<std::string>& warnings) {
+  CsvTable csv = parse_csv(read_whole(options.file), options.file,
+                           {.time = options.time, .time_unit_s = kTimeUnits.at(options.time_unit)});
+  if (csv.left_out > 0) {
+    warnings.push_back(std::to_string(csv.left_out) + " lines of " + options.file +
+                       " were left out: their time is not later than that of the line before. If "
+                       "these are several records, fit each by itself.");
+  }
+  Table& file = csv.table;
   const std::size_t time = column_index(file, options.time, options.file);
   const std::size_t rows = file.time_s.size();
   Table samples{.time_s = file.time_s, .columns = {}};
@@ -54,8 +85,19 @@ Table samples_of(const FitOptions& options, std::string& power_name) {
     samples.columns.push_back({.name = name, .unit = {}, .source = {}, .values = unknown});
   }
   std::size_t power = file.columns.size();
+  std::vector<std::size_t> chosen;
+  for (const std::string& wanted : options.temperatures) {
+    chosen.push_back(column_index(file, wanted, options.file));
+  }
+  std::vector<std::size_t> named = chosen;
+  named.push_back(time);
   if (!options.power.empty()) {
     power = column_index(file, options.power, options.file);
+    named.push_back(power);
+  }
+  refuse_twice(file, named);
+  rename_taken(file);
+  if (!options.power.empty()) {
     Column column = file.columns[power];
     column.unit = "W";
     for (double& value : column.values) {
@@ -64,16 +106,12 @@ Table samples_of(const FitOptions& options, std::string& power_name) {
     power_name = column.name;
     samples.columns.push_back(std::move(column));
   } else if (options.watts) {
-    power_name = "power";
+    power_name = file.find("power") == nullptr ? "power" : "power (--watts)";
     samples.columns.push_back({.name = power_name,
                                .unit = "W",
                                .source = "--watts",
                                .values = std::vector<double>(rows, *options.watts)});
     samples.columns.back().values.front() = 0;  // a power is the mean since the line before
-  }
-  std::vector<std::size_t> chosen;
-  for (const std::string& wanted : options.temperatures) {
-    chosen.push_back(column_index(file, wanted, options.file));
   }
   for (std::size_t index = 0; options.temperatures.empty() && index < file.columns.size();
        ++index) {
@@ -132,11 +170,9 @@ ExitStatus fit(const FitOptions& options, const std::vector<std::string>& comman
   }
   Plan plan;
   plan.question = "fit";
-  const Table samples = samples_of(options, plan.power);
-
   RunInfo info;
+  const Table samples = samples_of(options, plan.power, info.warnings);
   info.question = plan.question;
-  info.end = RunEnd::complete;
   note_machine(info);
   info.ended = info.begun;
   info.command = command;
@@ -158,8 +194,12 @@ ExitStatus fit(const FitOptions& options, const std::vector<std::string>& comman
     writer.add(samples.time_s[row], values);
   }
   if (writer.lost() > 0) {
-    return kNotWritten;
+    throw FolderError(folder.samples().string() + ": " + writer.refusal() + ": " +
+                      std::to_string(writer.lost()) +
+                      " lines of the table are missing there: make room on that disk");
   }
+  info.end = RunEnd::complete;
+  folder.write_info(info);
   const auto questions = all_questions();
   return answer(folder, *find_question(questions, "fit"),
                 options.output.json ? Printed::json : Printed::words);
