@@ -14,24 +14,53 @@
 
 namespace lab {
 
+namespace {
+
+/// Writes what the folder keeps of an answer. Returns why it could not; empty if it could.
+std::string keep(const RunFolder& folder, const Run& run, const Answer& found) {
+  try {
+    folder.write_result(run, found);
+    std::ostringstream page;
+    write_report(page, run, found, installed_assets());
+    write_whole(folder.report(), page.str());
+  } catch (const FolderError& error) {
+    return error.what();
+  }
+  return "";
+}
+
+void print_words(const Run& run, const Answer& found) {
+  Answer said = found;
+  said.warnings = all_warnings(run, found);
+  const std::vector<std::string> alarming = alarms(run);
+  said.warnings.insert(said.warnings.begin(), alarming.begin(), alarming.end());
+  write_summary(std::cout, said);
+}
+
+}  // namespace
+
 ExitStatus answer(const RunFolder& folder, const Question& question, Printed printed) {
-  const Run run = folder.read();
+  return answer(folder, question, folder.read(), printed);
+}
+
+ExitStatus answer(const RunFolder& folder, const Question& question, const Run& run,
+                  Printed printed) {
   const Answer found = question.analyse(run);
-  folder.write_result(run, found);
-  std::ostringstream page;
-  write_report(page, run, found, installed_assets());
-  write_whole(folder.report(), page.str());
+  const std::string not_kept = keep(folder, run, found);
   if (printed == Printed::json) {
     std::cout << result_text(run, found);
   } else {
-    Answer said = found;
-    said.warnings = all_warnings(run, found);
-    const std::vector<std::string> alarming = alarms(run);
-    said.warnings.insert(said.warnings.begin(), alarming.begin(), alarming.end());
-    write_summary(std::cout, said);
-    std::cout << "\nreport: " << folder.report().string() << '\n';
+    print_words(run, found);
+    if (not_kept.empty()) {
+      std::cout << "\nreport: " << folder.report().string() << '\n';
+    }
   }
-  if (!std::cout.flush()) {
+  const bool said = static_cast<bool>(std::cout.flush());
+  if (!not_kept.empty()) {
+    throw FolderError(not_kept + ": the answer " + (said ? "above " : "") +
+                      "could not be kept in the folder of the run");
+  }
+  if (!said) {
     throw FolderError(std::string("the answer could not be printed; it is in ") +
                       folder.result().string());
   }

@@ -12,6 +12,7 @@
 #include "lab/commands/stop_request.h"
 #include "lab/engine_process/engine_options.h"
 #include "lab/engine_process/engine_run.h"
+#include "lab/engine_process/held.h"
 #include "lab/engine_process/machine.h"
 #include "lab/plan/duration.h"
 
@@ -79,10 +80,6 @@ void Conductor::play() {
       break;
     }
   }
-  if (samples_.lost() == 0) {
-    std::error_code error;
-    std::filesystem::remove(folder_.engine_samples(), error);
-  }
 }
 
 void Conductor::play_options() {
@@ -104,9 +101,13 @@ void Conductor::play_options() {
 
 void Conductor::play_segment(const Segment& segment) {
   phase_ = segment.first;
+  note_phase();
   start_engine(engine_arguments(plan_, segment, means_), {});
   Played played = Played::whole;
   for (; phase_ <= segment.last; ++phase_) {
+    if (phase_ != segment.first) {
+      note_phase();
+    }
     engine_->steer(plan_.phases[phase_].drive);
     if (!play_phase(plan_.phases[phase_], phase_ - segment.first)) {
       played = Played::part;
@@ -117,21 +118,30 @@ void Conductor::play_segment(const Segment& segment) {
   wait_for_end(played);
 }
 
+/// Notes that the present phase begins, and how the machine is held in it.
+void Conductor::note_phase() {
+  const Phase& phase = plan_.phases[phase_];
+  info_.phases.push_back({.name = phase.name,
+                          .engine_start = static_cast<int>(engine_ ? starts_ - 1 : starts_),
+                          .fans = fans_held(fans_of(plan_, phase), means_),
+                          .pstate = pstate_held(pstate_of(plan_, phase), means_)});
+}
+
 void Conductor::start_engine(const std::vector<std::string>& arguments,
                              const std::vector<NamedFile>& files) {
-  engine_ = std::make_unique<EngineRun>(
-      EngineRun::Start{.arguments = arguments,
-                       .samples = folder_.engine_samples(),
-                       .record = folder_.stimulus(starts_),
-                       .as_root = means_.root,
-                       .steered = !plan_.phases.empty(),
-                       .origin = {.zero_ns = zero_ns_,
-                                  .first_phase = static_cast<int>(phase_),
-                                  .processors = info_.processors},
-                       .read = files});
+  const EngineRun::Start start{.arguments = arguments,
+                               .samples = folder_.engine_samples(starts_),
+                               .record = folder_.stimulus(starts_),
+                               .as_root = means_.root,
+                               .steered = !plan_.phases.empty(),
+                               .origin = {.zero_ns = zero_ns_,
+                                          .first_phase = static_cast<int>(phase_),
+                                          .processors = info_.processors},
+                               .read = files};
+  info_.engine_commands.push_back(EngineRun::command(start));
+  folder_.write_info(info_);  // before the start: a disk that is full ends no run that goes on
+  engine_ = std::make_unique<EngineRun>(start);
   ++starts_;
-  info_.engine_commands.push_back(engine_->command());
-  folder_.write_info(info_);
 }
 
 /// When a duty that was asked for at `asked_s` took effect, in seconds of the monotonic clock. The
@@ -151,7 +161,7 @@ bool Conductor::play_phase(const Phase& phase, std::size_t steering) {
   const double asked_s = now_s();
   const double carrier_half_s = 0.5 / plan_.carrier_hz;
   phase_end_s_.reset();
-  const std::size_t first_row = live_.table().time_s.size();
+  const std::size_t first_sample = live_.added();
   double next_look_s = now_s();
   while (follow()) {
     const std::optional<double> begun_s = begin_of(steering, asked_s);
@@ -166,7 +176,7 @@ bool Conductor::play_phase(const Phase& phase, std::size_t steering) {
     }
     if (phase.until_settled && now_s() > next_look_s) {
       next_look_s += 1;
-      if (all_settled(live_.table(), first_row, phase.drift)) {
+      if (all_settled(live_.table(), live_.row_of(first_sample), phase.drift)) {
         return true;
       }
     }
@@ -195,6 +205,10 @@ void Conductor::wait_for_end(Played played) {
   take_in();
   note_end(played);
   engine_.reset();
+  if (samples_.lost() == 0) {
+    std::error_code error;
+    std::filesystem::remove(folder_.engine_samples(starts_ - 1), error);
+  }
 }
 
 void Conductor::take_in() {

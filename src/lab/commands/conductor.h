@@ -36,9 +36,16 @@ class Conductor {
   /// Lines of samples that the disk did not take.
   std::size_t lost() const { return samples_.lost(); }
 
+  /// Why, in words.
+  const std::string& refusal() const { return samples_.refusal(); }
+
+  /// Whether an engine has been started.
+  bool started() const { return starts_ > 0; }
+
  private:
   void play_options();
   void play_segment(const Segment& segment);
+  void note_phase();
   void start_engine(const std::vector<std::string>& arguments, const std::vector<NamedFile>& files);
   /// Waits for the end of a phase. Returns whether the run goes on.
   bool play_phase(const Phase& phase, std::size_t steering);

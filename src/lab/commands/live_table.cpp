@@ -37,6 +37,7 @@ void LiveTable::add(const SampleRow& newest, double asked, double others) {
     for (Column& column : table_.columns) {
       oldest(column.values);
     }
+    dropped_ += kKept;
   }
   std::vector<double> values{static_cast<double>(newest.phase), asked, delivered_, others};
   values.insert(values.end(), newest.keys.begin(), newest.keys.end());

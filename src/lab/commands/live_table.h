@@ -24,8 +24,15 @@ class LiveTable {
 
   const Table& table() const { return table_; }
 
+  /// How many samples there have been, dropped ones too.
+  std::size_t added() const { return dropped_ + table_.time_s.size(); }
+
+  /// The row of sample number `number`, from 0, or the oldest one if that has been dropped.
+  std::size_t row_of(std::size_t number) const { return number > dropped_ ? number - dropped_ : 0; }
+
  private:
   Table table_;
+  std::size_t dropped_ = 0;
   double delivered_;
 };
 

@@ -43,6 +43,9 @@ TEST_F(LiveTableTest, DropsWhatIsOlderThanHours) {
   EXPECT_LE(table_.table().time_s.size(), 72000U);
   EXPECT_EQ(table_.table().time_s.size(), table_.table().columns[0].values.size());
   EXPECT_NEAR(table_.table().time_s.back(), 9999.9, 1e-6);
+  EXPECT_EQ(table_.added(), 100000U);
+  EXPECT_NEAR(table_.table().time_s[table_.row_of(90000)], 9000, 1e-6);  // however much is gone
+  EXPECT_EQ(table_.row_of(0), 0U);
 }
 
 }  // namespace

@@ -7,13 +7,16 @@
 #include <ctime>
 
 #include "lab/commands/answering.h"
+#include "lab/commands/chosen_keys.h"
 #include "lab/commands/conductor.h"
 #include "lab/commands/stop_request.h"
 #include "lab/commands/this_machine.h"
 #include "lab/engine_process/caller.h"
 #include "lab/engine_process/engine_error.h"
+#include "lab/engine_process/held.h"
 #include "lab/engine_process/machine.h"
 #include "lab/engine_process/machine_keys.h"
+#include "lab/folder/folder_error.h"
 #include "lab/live/views.h"
 
 namespace lab {
@@ -29,48 +32,6 @@ bool refused(int status) {
   return (status >= kFirst && status <= kLast) || status == kWrongOptions || status == kNoProgram;
 }
 
-/// The keys that the plan wants sampled, as the machine has them.
-std::vector<KeyInfo> chosen_keys(const Plan& plan, const std::vector<MachineKey>& machine_keys) {
-  std::vector<KeyInfo> chosen;
-  const auto choose = [&](const MachineKey& key) {
-    chosen.push_back({.name = key.name, .unit = key.unit, .source = key.source});
-  };
-  if (plan.keys.empty()) {
-    for (const MachineKey& key : machine_keys) {
-      if (worth_sampling(key)) {
-        choose(key);
-      }
-    }
-  }
-  std::vector<std::string> wanted = plan.keys;
-  if (!plan.keys.empty() && !plan.power.empty() &&
-      std::find(wanted.begin(), wanted.end(), plan.power) == wanted.end()) {
-    wanted.push_back(plan.power);
-  }
-  for (const std::string& name : wanted) {
-    const auto found = std::find_if(machine_keys.begin(), machine_keys.end(),
-                                    [&](const MachineKey& key) { return key.name == name; });
-    if (found == machine_keys.end()) {
-      throw EngineError("this machine has no key \"" + name + "\": \"" + machine().keys +
-                        "\" lists those that it has");
-    }
-    choose(*found);
-  }
-  if (!plan.power.empty()) {
-    const auto heat = std::find_if(chosen.begin(), chosen.end(),
-                                   [&](const KeyInfo& key) { return key.name == plan.power; });
-    if (heat == chosen.end() || heat->unit != "W") {
-      throw EngineError("\"" + plan.power + "\" is no power that this machine has: \"" +
-                        machine().keys + "\" lists its keys and their units");
-    }
-  }
-  if (chosen.empty()) {
-    throw EngineError(std::string("no temperature, power or fan speed can be read here: \"") +
-                      machine().program + " doctor\" says what is missing");
-  }
-  return chosen;
-}
-
 std::vector<std::string> fan_targets(const std::vector<MachineKey>& keys) {
   std::vector<std::string> targets;
   for (const MachineKey& key : keys) {
@@ -81,40 +42,64 @@ std::vector<std::string> fan_targets(const std::vector<MachineKey>& keys) {
   return targets;
 }
 
-std::string held(const Plan& plan, const Means& means) {
-  if (!plan.phases.empty() && means.root && !means.fan_keys.empty()) {
-    switch (plan.fans.hold) {
-      case Fans::Hold::automatic:
-        return "left to the machine";
-      case Fans::Hold::maximum:
-        return "held at their maximum";
-      case Fans::Hold::speed:
-        return "held at " + std::to_string(plan.fans.rpm) + " RPM";
-    }
-  }
-  return plan.phases.empty() ? "as the engine's options have it" : "left to the machine";
-}
-
 /// Says what the plan asks for and this run may not do.
 void note_what_is_not_done(const Plan& plan, const Means& means, RunInfo& info) {
-  info.fans = held(plan, means);
-  info.pstate = plan.phases.empty()         ? "as the engine's options have it"
-                : plan.pstate && means.root ? "P-state " + std::to_string(*plan.pstate) + " forced"
-                                            : "left to the machine";
+  info.fans = fans_held(plan, means);
+  info.pstate = pstate_held(plan, means);
   if (plan.phases.empty()) {
     return;
   }
-  if (plan.fans.hold != Fans::Hold::automatic && (!means.root || means.fan_keys.empty())) {
+  const bool any_fans = std::any_of(
+      plan.phases.begin(), plan.phases.end(),
+      [&](const Phase& phase) { return fans_of(plan, phase).hold != Fans::Hold::automatic; });
+  const bool any_pstate =
+      std::any_of(plan.phases.begin(), plan.phases.end(),
+                  [&](const Phase& phase) { return pstate_of(plan, phase).has_value(); });
+  if (any_fans && (!means.root || means.fan_keys.empty())) {
     info.warnings.push_back(
         means.fan_keys.empty()
             ? "the fans are left to the machine: it has none that can be held"
             : "the fans are left to the machine, since only root may hold them: call this with "
               "sudo; it keeps root for starting the engine alone");
   }
-  if (plan.pstate && !means.root) {
+  if (any_pstate && !means.root) {
     info.warnings.emplace_back(
         "the P-state is left to the machine, since only root may force it: call this with sudo");
   }
+}
+
+/// Has the engine play the plan into the folder. Returns how many lines of samples.csv were lost.
+std::size_t conduct(const Plan& plan, const RunFolder& folder, RunInfo& info, const Means& means,
+                    const OutputOptions& output) {
+  const ViewKind kind = output.quiet   ? ViewKind::quiet
+                        : output.lines ? ViewKind::lines
+                                       : fitting_kind(STDERR_FILENO);
+  const std::unique_ptr<View> view = make_view(kind, STDERR_FILENO);
+  Conductor conductor(plan, folder, info, means, *view);
+  try {
+    conductor.play();
+  } catch (const EngineError&) {
+    if (info.engine_commands.size() <= 1 && !conductor.started()) {
+      folder.discard();  // nothing has been run
+    }
+    throw;
+  }
+  if (conductor.lost() > 0) {
+    info.warnings.push_back(folder.samples().string() + ": " + conductor.refusal() + ": " +
+                            std::to_string(conductor.lost()) +
+                            " lines are missing there: make room on that disk");
+  }
+  return conductor.lost();
+}
+
+/// Writes run.json. Returns why it could not be; empty if it was.
+std::string write_info(const RunFolder& folder, const RunInfo& info) {
+  try {
+    folder.write_info(info);
+  } catch (const FolderError& error) {
+    return error.what();
+  }
+  return "";
 }
 
 ExitStatus status_of(const RunInfo& info, std::size_t lost, ExitStatus answered) {
@@ -165,30 +150,21 @@ ExitStatus run_plan(const Question& question, const Plan& plan, const OutputOpti
   folder.write_plan(plan);
   folder.write_info(info);
   listen_for_stop_requests();
-  std::size_t lost = 0;
-  {
-    const ViewKind kind = output.quiet   ? ViewKind::quiet
-                          : output.lines ? ViewKind::lines
-                                         : fitting_kind(STDERR_FILENO);
-    const std::unique_ptr<View> view = make_view(kind, STDERR_FILENO);
-    Conductor conductor(plan, folder, info, means, *view);
-    conductor.play();
-    lost = conductor.lost();
-  }
-  if (lost > 0) {
-    info.warnings.push_back(std::to_string(lost) +
-                            " lines of samples.csv were lost, since the "
-                            "disk did not take them: make room on it");
-  }
+  const std::size_t lost = conduct(plan, folder, info, means, output);
   if (refused(info.engine_status) && info.engine_commands.size() == 1) {
     folder.discard();
     throw EngineError(std::string(machine().engine) + " did not start (status " +
                       std::to_string(info.engine_status) + "): " + info.end_reason);
   }
   info.ended = wall_clock();
-  folder.write_info(info);
+  const std::string not_written = write_info(folder, info);
+  Run run = folder.read();
+  run.info = info;  // the folder's own may be that of the beginning
   const ExitStatus answered =
-      answer(folder, question, output.json ? Printed::json : Printed::words);
+      answer(folder, question, run, output.json ? Printed::json : Printed::words);
+  if (!not_written.empty()) {
+    throw FolderError(not_written);
+  }
   return status_of(info, lost, answered);
 }
 

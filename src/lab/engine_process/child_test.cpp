@@ -6,6 +6,7 @@
 
 #include <csignal>
 
+#include "lab/engine_process/engine_run.h"
 #include "lab/engine_process/line_tail.h"
 
 namespace lab {
@@ -62,6 +63,25 @@ TEST(Child, ThatCannotBeStartedEndsWithTheShellsStatusForIt) {
   EXPECT_EQ(child.wait(text, text), 127);
 }
 
+TEST(Child, IsGivenTheTimeToEndInOrder) {
+  const std::string path = testing::TempDir() + "ended." + std::to_string(getpid());
+  {
+    Child child(shell("cat >/dev/null; sleep 0.3; echo in order >" + path));
+    std::string output;
+    child.read_output(output);
+  }
+  EXPECT_EQ(access(path.c_str(), F_OK), 0);
+  unlink(path.c_str());
+}
+
+TEST(Child, IsWaitedForNoLongerThanSaid) {
+  Child child(shell("read line; exit 7"));
+  std::string text;
+  EXPECT_FALSE(child.wait_for(std::chrono::milliseconds(50), text, text));
+  child.close_input();
+  EXPECT_EQ(child.wait(text, text), 7);
+}
+
 TEST(Child, InheritsWhatItIsToldToAndNothingElse) {
   const Descriptor kept(open("/dev/null", O_RDONLY | O_CLOEXEC));
   const Descriptor other(open("/dev/null", O_RDONLY | O_CLOEXEC));
@@ -74,6 +94,11 @@ TEST(Child, InheritsWhatItIsToldToAndNothingElse) {
   std::string errors;
   child.wait(output, errors);
   EXPECT_EQ(output, std::to_string(kept.number()) + "\n");
+}
+
+TEST(EngineRunNames, DescriptorsAreReplacedByWhatTheUserCallsTheFiles) {
+  EXPECT_EQ(with_name("/dev/fd/5: full; /dev/fd/55 and /dev/fd/5", "/dev/fd/5", "run/samples"),
+            "run/samples: full; /dev/fd/55 and run/samples");
 }
 
 TEST(LineTail, HandsOutWholeLinesAsTheyCome) {

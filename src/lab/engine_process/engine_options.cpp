@@ -2,6 +2,7 @@
 
 #include <getopt.h>
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -122,8 +123,8 @@ std::vector<std::string> arguments_with(const std::vector<std::string>& options,
   if (!known.rate) {
     arguments.insert(arguments.end(), {"-r", decimal(rate_hz)});
   }
-  if (known.keys.empty()) {
-    for (const std::string& key : keys) {
+  for (const std::string& key : keys) {
+    if (std::find(known.keys.begin(), known.keys.end(), key) == known.keys.end()) {
       arguments.insert(arguments.end(), {"-k", key});
     }
   }

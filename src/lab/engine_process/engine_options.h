@@ -26,7 +26,8 @@ struct EngineOptions {
 EngineOptions read_engine_options(const std::vector<std::string>& arguments);
 
 /// The engine's arguments for a run with these options, but for its files: with samples of `keys`,
-/// and an end when this process ends.
+/// and an end when this process ends. The options come last. Those of `keys` that they do not name
+/// have to be the first of them, in front of those that they do name, in the same order.
 std::vector<std::string> arguments_with(const std::vector<std::string>& options, double rate_hz,
                                         const std::vector<std::string>& keys);
 

@@ -63,6 +63,8 @@ TEST(EngineArguments, OfARunGetKeysAndRateUnlessItHasThem) {
               ElementsAre("--attached", "-m", "-r", "10", "-k", "PC0C", "-w", "mix"));
   EXPECT_THAT(arguments_with({"-r", "5", "-k", "TC0D"}, 10, {"TC0D"}),
               ElementsAre("--attached", "-m", "-r", "5", "-k", "TC0D"));
+  EXPECT_THAT(arguments_with({"-k", "TC0D"}, 10, {"PC0C", "TC0D"}),
+              ElementsAre("--attached", "-m", "-r", "10", "-k", "PC0C", "-k", "TC0D"));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -69,18 +70,10 @@ std::vector<int> kept(const Descriptor& samples, const Descriptor& record,
   return numbers;
 }
 
-std::vector<std::string> command_of(const EngineRun::Start& start) {
-  std::vector<std::string> command =
-      with_files(start.arguments, start.samples.string(), start.record.string());
-  command.insert(command.begin(), machine().engine);
-  return command;
-}
-
 }  // namespace
 
 EngineRun::EngineRun(const Start& start)
-    : command_(command_of(start)),
-      samples_file_(open_file(start.samples)),
+    : samples_file_(open_file(start.samples)),
       record_file_(open_file(start.record)),
       read_files_(open_to_read(start)),
       engine_({.program = find_program(machine().engine),
@@ -91,7 +84,36 @@ EngineRun::EngineRun(const Start& start)
       samples_(start.samples),
       record_(start.record),
       rows_(start.origin),
-      steered_(start.steered) {}
+      steered_(start.steered) {
+  own_names_ = {{name_of(samples_file_), start.samples.string()},
+                {name_of(record_file_), start.record.string()}};
+  for (std::size_t index = 0; index < read_files_.size(); ++index) {
+    const NamedFile& named = start.read[index];
+    own_names_.emplace_back(name_of(read_files_[index]),
+                            start.arguments[named.word].substr(named.begin));
+  }
+}
+
+std::string with_name(std::string line, const std::string& descriptor, const std::string& name) {
+  for (std::size_t at = line.find(descriptor); at != std::string::npos;
+       at = line.find(descriptor, at)) {
+    const std::size_t behind = at + descriptor.size();
+    const bool longer =
+        behind < line.size() && std::isdigit(static_cast<unsigned char>(line[behind])) != 0;
+    if (!longer) {
+      line.replace(at, descriptor.size(), name);
+    }
+    at += longer ? descriptor.size() : name.size();
+  }
+  return line;
+}
+
+std::vector<std::string> EngineRun::command(const Start& start) {
+  std::vector<std::string> command =
+      with_files(start.arguments, start.samples.string(), start.record.string());
+  command.insert(command.begin(), machine().engine);
+  return command;
+}
 
 void EngineRun::steer(const Drive& drive) {
   engine_.write(steering(drive));
@@ -154,6 +176,9 @@ void EngineRun::take_errors() {
   const std::string name = std::string(machine().engine) + ": ";
   for (std::size_t end = errors_.find('\n'); end != std::string::npos; end = errors_.find('\n')) {
     std::string line = errors_.substr(0, end);
+    for (const auto& [descriptor, own] : own_names_) {
+      line = with_name(std::move(line), descriptor, own);
+    }
     errors_.erase(0, end + 1);
     if (const std::size_t at = line.find(name); at != std::string::npos) {
       line.erase(0, at + name.size());

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "lab/engine_process/child.h"
@@ -70,13 +71,12 @@ class EngineRun {
 
   pid_t process() const { return engine_.process(); }
 
-  /// The command line, with the files' own names.
-  const std::vector<std::string>& command() const { return command_; }
+  /// The command line of such a start, with the files' own names.
+  static std::vector<std::string> command(const Start& start);
 
  private:
   void take_errors();
 
-  std::vector<std::string> command_;
   Descriptor samples_file_;
   Descriptor record_file_;
   std::vector<Descriptor> read_files_;
@@ -86,6 +86,8 @@ class EngineRun {
   SampleRows rows_;
   DeliveryReader delivery_;
   std::vector<std::int64_t> asked_ns_;
+  std::vector<std::pair<std::string, std::string>>
+      own_names_;       // of descriptors: what files are called
   std::string errors_;  // what has come of a line that is not whole
   std::vector<std::string> notes_;
   std::vector<std::string> other_errors_;  // what it said that is no note
@@ -93,5 +95,8 @@ class EngineRun {
   bool steered_;
   bool ended_ = false;
 };
+
+/// A line in which a descriptor ("/dev/fd/5") is replaced by the name of its file. Pure.
+std::string with_name(std::string line, const std::string& descriptor, const std::string& name);
 
 }  // namespace lab
