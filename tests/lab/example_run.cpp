@@ -97,8 +97,14 @@ RunInfo info() {
   info.engine_commands = {{"vorn-engine", "-w", "bmix", "-d", "1", "-t", "180s", "-m", "-r", "10"}};
   info.begun = "2026-11-21T20:31:07+01:00";
   info.ended = "2026-11-21T20:34:07+01:00";
-  info.fans = "at their maximum, 1480 and 1455 RPM";
-  info.pstate = "left to the machine: 3.2 to 3.4 GHz under load";
+  info.fans = "held at their maximum";
+  info.pstate = "left to the machine";
+  for (const char* name : {"idle before", "load", "idle after"}) {
+    info.phases.push_back({.name = name,
+                           .engine_start = 0,
+                           .fans = "held at their maximum",
+                           .pstate = "left to the machine"});
+  }
   info.warnings = {"TA0P moves in steps of 1 °C. Repeat the step to see it more finely."};
   return info;
 }

@@ -117,6 +117,9 @@ std::vector<Fact> delivery_facts(const Run& run) {
   if (delivery.events_dropped > 0) {
     add("Events without room in the record", count_text(delivery.events_dropped));
   }
+  if (delivery.record_lost > 0) {
+    add("Lines of the record that the disk did not take", count_text(delivery.record_lost));
+  }
   if (!delivery.whole && delivery.edges > 0) {
     add("Record of the engine", "it has no end: figures are of what there is");
   }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +14,10 @@ struct Fact {
   std::string name;
   std::string text;
 };
+
+/// What the fans of the samples showed during a phase of the plan, or during all of the run: "F0Ac
+/// 1998 to 2003 RPM". Empty if none was read.
+std::string fan_speeds(const Table& samples, std::optional<std::size_t> phase);
 
 /// What the run was made on, and with. What is not known is left out, here and below.
 std::vector<Fact> machine_facts(const Run& run);
@@ -28,8 +34,9 @@ struct PhaseFacts {
   std::string name;
   std::string load;
   std::string planned;
-  std::string lasted;  ///< empty: it did not begin, or its instants are not known
-  std::string fans;
+  std::string lasted;      ///< empty: it did not begin, or its instants are not known
+  std::string fans;        ///< how they were held
+  std::string fan_speeds;  ///< what they showed meanwhile; empty: no fan was sampled
   std::string pstate;
 };
 std::vector<PhaseFacts> phase_facts(const Run& run);

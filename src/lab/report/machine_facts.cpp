@@ -43,8 +43,9 @@ std::vector<Fact> machine_facts(const Run& run) {
   add("Begun", info.begun);
   add("Ended", info.ended);
   add("How it ended", end_text(info));
-  add("Fans, as they were", info.fans);
-  add("P-state, as it was", info.pstate);
+  add("Fans", info.fans);
+  add("Fan speeds, as read", fan_speeds(run.samples, std::nullopt));
+  add("P-state", info.pstate);
   return facts;
 }
 

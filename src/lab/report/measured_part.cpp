@@ -22,7 +22,8 @@ std::string phases_table(const Run& run) {
   std::vector<std::vector<std::string>> rows;
   for (const PhaseFacts& phase : phase_facts(run)) {
     rows.push_back({html_text(phase.name), html_text(phase.load), html_text(phase.planned),
-                    html_text(phase.lasted), html_text(phase.fans), html_text(phase.pstate)});
+                    html_text(phase.lasted), html_text(phase.fans), html_text(phase.fan_speeds),
+                    html_text(phase.pstate)});
   }
   if (rows.empty()) {
     return "";
@@ -33,6 +34,7 @@ std::string phases_table(const Run& run) {
                                                       {.head = "Planned"},
                                                       {.head = "Lasted", .number = true},
                                                       {.head = "Fans"},
+                                                      {.head = "Fan speeds, as read"},
                                                       {.head = "P-state"}},
                                                      rows);
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "lab/example_run.h"
+#include "lab/report/facts.h"
 
 namespace lab {
 namespace {
@@ -56,7 +57,37 @@ TEST(Report, SaysHowLoadAndSamplesWereDelivered) {
                     HasSubstr("median 21 µs, 99 % within 55 µs"),
                     HasSubstr("3, together 0.0062 s, the longest 0.0031 s"),
                     HasSubstr("1,800 in 3 min, none lost"), HasSubstr("Load of other programs"),
-                    HasSubstr("at their maximum, 1480 and 1455 RPM")));
+                    HasSubstr("held at their maximum")));
+}
+
+TEST(Report, SaysOfEachPhaseWhatWasHeldAndWhatTheFansShowed) {
+  lab::Run run = example_run();
+  run.info.phases[1].fans = "held at 900 RPM";
+  run.info.phases[1].pstate = "P-state 3 forced";
+  run.info.phases.pop_back();  // the last phase did not begin
+  Column& fan = run.samples.columns.back();
+  const Column& phase = *run.samples.find(kPhaseColumn);
+  for (std::size_t row = 0; row < fan.values.size(); ++row) {
+    fan.values[row] = phase.values[row] == 1 ? 900 : 1455;
+  }
+  const std::vector<PhaseFacts> facts = phase_facts(run);
+  ASSERT_EQ(facts.size(), 3U);
+  EXPECT_EQ(facts[0].fans, "held at their maximum");
+  EXPECT_EQ(facts[1].fans, "held at 900 RPM");
+  EXPECT_EQ(facts[1].pstate, "P-state 3 forced");
+  EXPECT_EQ(facts[2].fans, "maximum");
+  EXPECT_THAT(facts[0].fan_speeds, HasSubstr("F1Ac 1455 to 1455"));
+  EXPECT_THAT(facts[1].fan_speeds, HasSubstr("F1Ac 900 to 900"));
+  EXPECT_THAT(report(run, example_answer()),
+              AllOf(HasSubstr("held at 900 RPM"), HasSubstr("F1Ac 900 to 1455")));
+}
+
+TEST(Report, CountsWhatTheDiskDidNotTake) {
+  lab::Run run = example_run();
+  run.delivery.samples_lost = 7;
+  run.delivery.record_lost = 9;
+  EXPECT_THAT(report(run, example_answer()),
+              AllOf(HasSubstr("7 lost"), HasSubstr("Lines of the record that the disk did not")));
 }
 
 TEST(Report, IsTheSameForTheSameRun) {

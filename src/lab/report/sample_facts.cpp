@@ -57,18 +57,46 @@ std::string planned_text(const Phase& phase) {
 
 }  // namespace
 
+std::string fan_speeds(const Table& samples, std::optional<std::size_t> phase) {
+  const Column* phases = samples.find(kPhaseColumn);
+  std::string text;
+  for (const Column& column : samples.columns) {
+    if (column.unit != "RPM") {
+      continue;
+    }
+    std::vector<double> speeds;
+    for (std::size_t row = 0; row < column.values.size(); ++row) {
+      if (!phase || (phases != nullptr && phases->values[row] == static_cast<double>(*phase))) {
+        speeds.push_back(column.values[row]);
+      }
+    }
+    const Range range = range_of(speeds);
+    if (std::isfinite(range.mean)) {
+      text += (text.empty() ? "" : ", ") + column.name + " " + number_text(range.least) + " to " +
+              with_unit(number_text(range.largest), "RPM");
+    }
+  }
+  return text;
+}
+
 std::vector<PhaseFacts> phase_facts(const Run& run) {
   std::vector<PhaseFacts> facts;
-  for (const Phase& phase : run.plan.phases) {
-    const std::optional<int> pstate = phase.pstate.has_value() ? phase.pstate : run.plan.pstate;
+  for (std::size_t index = 0; index < run.plan.phases.size(); ++index) {
+    const Phase& phase = run.plan.phases[index];
+    const std::optional<int> pstate = pstate_of(run.plan, phase);
+    // What was held is known of the phases that began; of others, what the plan has.
+    const bool begun = index < run.info.phases.size();
     const std::string drive = drive_text(phase.drive);
     facts.push_back(
         {.name = phase.name,
          .load = drive == "none" ? drive : phase.load.value_or(run.plan.load) + ", " + drive,
          .planned = planned_text(phase),
          .lasted = {},
-         .fans = fans_text(phase.fans.value_or(run.plan.fans)),
-         .pstate = pstate.has_value() ? std::to_string(*pstate) : "left to the machine"});
+         .fans = begun ? run.info.phases[index].fans : fans_text(fans_of(run.plan, phase)),
+         .fan_speeds = fan_speeds(run.samples, index),
+         .pstate = begun                ? run.info.phases[index].pstate
+                   : pstate.has_value() ? std::to_string(*pstate)
+                                        : "left to the machine"});
   }
   for (const Stretch& stretch : phases_in(run.samples, run.plan)) {
     const auto phase = std::find_if(facts.begin(), facts.end(), [&](const PhaseFacts& each) {
