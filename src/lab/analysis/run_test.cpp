@@ -39,10 +39,45 @@ TEST(Run, TellsPowerAndTemperatures) {
   EXPECT_FALSE(answer.figures["keys"].contains("phase"));
   EXPECT_NEAR(answer.figures["keys"]["TC0D"]["mean"]["value"].get<double>(), 60, 0.01);
   EXPECT_EQ(answer.figures["keys"]["TC0D"]["mean"]["unit"], "degC");
-  ASSERT_EQ(answer.tables.size(), 1U);
-  for (const auto& row : answer.tables[0].rows) {
-    EXPECT_EQ(row.size(), answer.tables[0].head.size());
+  ASSERT_EQ(answer.tables.size(), 2U);
+  for (const ResultTable& told : answer.tables) {
+    for (const auto& row : told.rows) {
+      EXPECT_EQ(row.size(), told.head.size());
+    }
   }
+}
+
+TEST(Run, WhatWasAskedForIsNoKeyAndHasNoInterval) {
+  const Answer answer = analyse_run(steady_run());
+  EXPECT_FALSE(answer.figures["keys"].contains("asked"));
+  EXPECT_FALSE(answer.figures["keys"].contains("delivered"));
+  EXPECT_EQ(answer.figures["load"]["asked"]["mean"], 1);
+  EXPECT_NEAR(answer.figures["load"]["delivered"]["maximum"].get<double>(), 0.99, 1e-9);
+  for (const auto& row : answer.tables[1].rows) {
+    for (const ResultTable::Cell& cell : row) {
+      EXPECT_TRUE(std::holds_alternative<std::string>(cell));
+    }
+  }
+}
+
+TEST(Run, TellsEachPhaseByItself) {
+  Table table = steady_run();
+  for (std::size_t at = 300; at < 600; ++at) {
+    table.columns[0].values[at] = 1;
+    table.columns[4].values[at] += 10;
+  }
+  const Answer answer = analyse_run(table, {.full_load = 1, .phases = {"cold", "hot"}});
+  ASSERT_EQ(answer.tables.size(), 3U);
+  const ResultTable& phases = answer.tables[1];
+  ASSERT_EQ(phases.rows.size(), 4U);
+  EXPECT_EQ(std::get<std::string>(phases.rows[1][0]), "cold");
+  EXPECT_NEAR(std::get<Estimate>(phases.rows[1][3]).value, 60, 0.1);
+  EXPECT_EQ(std::get<std::string>(phases.rows[3][0]), "hot");
+  EXPECT_NEAR(std::get<Estimate>(phases.rows[3][3]).value, 70, 0.1);
+  ASSERT_EQ(answer.figures["phases"].size(), 2U);
+  EXPECT_EQ(answer.figures["phases"][1]["name"], "hot");
+  EXPECT_NEAR(answer.figures["phases"][1]["begin"].get<double>(), 30, 1e-9);
+  EXPECT_NEAR(answer.figures["phases"][1]["keys"]["TC0D"]["mean"]["value"].get<double>(), 70, 0.1);
 }
 
 TEST(Run, SaysWhatIsMissingMovingOrNotDelivered) {
@@ -67,7 +102,7 @@ TEST(Run, ALoadOfFewerThreadsThanProcessorsWasDelivered) {
   for (std::size_t at = 0; at < 600; ++at) {
     table.columns[2].values[at] = 0.5 * table.columns[1].values[at];
   }
-  EXPECT_THAT(analyse_run(table, 0.5).warnings, testing::IsEmpty());
+  EXPECT_THAT(analyse_run(table, {.full_load = 0.5, .phases = {}}).warnings, testing::IsEmpty());
   EXPECT_THAT(analyse_run(table).warnings, ElementsAre(HasSubstr("Only 50 % of the load")));
 }
 

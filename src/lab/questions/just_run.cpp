@@ -12,7 +12,11 @@ Plan JustRun::plan() const {
 }
 
 Answer JustRun::analyse(const Run& run) const {
-  return analyse_run(run.samples, full_load(run));
+  RunContext context{.full_load = full_load(run), .phases = {}};
+  for (const Phase& phase : run.plan.phases) {
+    context.phases.push_back(phase.name);
+  }
+  return analyse_run(run.samples, context);
 }
 
 std::vector<std::string> JustRun::lacks(const Offer& offer) const {
