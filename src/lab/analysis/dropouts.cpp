@@ -29,14 +29,12 @@ std::vector<Stretch> stretches(const std::vector<double>& values,
       before = std::isfinite(values[at]) ? values[at] : before;
       continue;
     }
-    const auto end = std::find_if(
-        values.begin() + static_cast<std::ptrdiff_t>(at), values.end(),
-        [&](double value) { return std::isfinite(value) && !suspect(value); });
+    const auto end =
+        std::find_if(values.begin() + static_cast<std::ptrdiff_t>(at), values.end(),
+                     [&](double value) { return std::isfinite(value) && !suspect(value); });
     const auto past = static_cast<std::size_t>(end - values.begin());
-    found.push_back({.begin = at,
-                     .end = past,
-                     .before = before,
-                     .behind = end == values.end() ? kNone : *end});
+    found.push_back(
+        {.begin = at, .end = past, .before = before, .behind = end == values.end() ? kNone : *end});
     at = past - 1;
   }
   return found;
@@ -45,7 +43,7 @@ std::vector<Stretch> stretches(const std::vector<double>& values,
 std::size_t take_out(std::vector<double>& values, const Stretch& stretch) {
   std::size_t count = 0;
   for (std::size_t at = stretch.begin; at < stretch.end; ++at) {
-    count += std::isfinite(values[at]) ? 1 : 0;
+    count += std::isfinite(values[at]) ? 1U : 0U;
     values[at] = kNone;
   }
   return count;

@@ -23,6 +23,13 @@ double gain(const FosterFit& simple, const FosterFit& rich, const Observed& obse
          more * std::log(std::max(count, 2.0));
 }
 
+// Of a record that begins with its only change of heat, what a stage does of itself looks like what
+// the heat makes it do: it can only be taken to begin settled.
+Start start_to_look_for(const HeatCurve& curve) {
+  const std::vector<HeatStep> steps = heat_steps(curve);
+  return steps.size() == 1 && steps[0].time_s == 0 ? Start::settled : Start::unsettled;
+}
+
 }  // namespace
 
 bool distinct(const FosterFit& fit, const Observed& observed) {
@@ -48,11 +55,12 @@ bool distinct(const FosterFit& fit, const Observed& observed) {
 
 FosterFit choose_stages(const HeatCurve& curve, const Observed& observed,
                         const FosterStart& start) {
-  FosterFit best = foster_fit(curve, observed, start.one_more({}), Start::unsettled);
+  const Start begin = start_to_look_for(curve);
+  FosterFit best = foster_fit(curve, observed, start.one_more({}), begin);
   for (int stages = 2; stages <= kMostStages; ++stages) {
-    FosterFit richer = foster_fit(curve, observed, start.one_more(best.tau_s), Start::unsettled);
+    FosterFit richer = foster_fit(curve, observed, start.one_more(best.tau_s), begin);
     if (stages == 2) {
-      FosterFit afresh = foster_fit(curve, observed, start.two(), Start::unsettled);
+      FosterFit afresh = foster_fit(curve, observed, start.two(), begin);
       if (afresh.squares < richer.squares) {
         richer = std::move(afresh);
       }
@@ -61,6 +69,9 @@ FosterFit choose_stages(const HeatCurve& curve, const Observed& observed,
       break;
     }
     best = std::move(richer);
+  }
+  if (begin == Start::settled) {
+    return best;
   }
   FosterFit settled = foster_fit(curve, observed, best.tau_s, Start::settled);
   return gain(settled, best, observed) > 0 ? best : settled;

@@ -68,9 +68,9 @@ std::vector<std::string> without_dropouts(StepInput& input) {
   for (Column& column : input.temperatures) {
     say(take_out_temperature_dropouts(column.values), column.name,
         "0, or what no temperature can be,");
-    const auto missing = static_cast<std::size_t>(
-        std::count_if(column.values.begin(), column.values.end(),
-                      [](double value) { return !std::isfinite(value); }));
+    const auto missing =
+        static_cast<std::size_t>(std::count_if(column.values.begin(), column.values.end(),
+                                               [](double value) { return !std::isfinite(value); }));
     if (100 * missing > column.values.size() && missing < column.values.size()) {
       warnings.push_back(std::to_string(missing) + " of " + std::to_string(column.values.size()) +
                          " readings of " + column.name + " are missing: the fit is without them.");

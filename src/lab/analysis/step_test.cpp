@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "lab/analysis/fake_two_nodes.h"
+#include "lab/analysis/step_figures.h"
 
 namespace lab {
 namespace {
@@ -14,28 +15,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-Estimate estimate(const nlohmann::ordered_json& json) {
-  const auto bound = [&](const char* name, double open) {
-    return json[name].is_null() ? open : json[name].get<double>();
-  };
-  return {.value = bound("value", NAN),
-          .low = bound("low", -INFINITY),
-          .high = bound("high", INFINITY),
-          .unit = json["unit"]};
-}
-
-Estimate resistance(const Answer& answer, const char* key) {
-  return estimate(answer.figures["keys"][key]["resistance"]);
-}
-
-Estimate time_constant(const Answer& answer, const char* key, std::size_t stage) {
-  return estimate(answer.figures["keys"][key]["stages"].at(stage)["time_constant"]);
-}
-
-std::size_t stages(const Answer& answer, const char* key) {
-  return answer.figures["keys"][key]["stages"].size();
-}
 
 TEST(Step, FindsTheMachineThroughItsLeakage) {
   const TwoNodes machine;
@@ -247,84 +226,6 @@ TEST(Step, AReadingThatLagsIsTakenBack) {
   const double seeing = time_constant(analyse_step(input), "TC0D", 0).value;
   EXPECT_NEAR(seeing, machine.fast_s(), 0.01);
   EXPECT_GT(std::abs(blind - machine.fast_s()), 2 * std::abs(seeing - machine.fast_s()));
-}
-
-TEST(Step, AConstantPowerDecidesNothing) {
-  const Answer answer = analyse_step(TwoNodes().record([](double) { return 1; }, 60, 0.1));
-  EXPECT_FALSE(answer.decided);
-  EXPECT_THAT(answer.sentences, ElementsAre(HasSubstr("The power stayed at 85.3 W throughout")));
-  EXPECT_TRUE(answer.figures["keys"].empty());
-}
-
-TEST(Step, ARecordShorterThanTheSlowTimeConstantDecidesNothing) {
-  StepInput input = TwoNodes().record(one_step, 25, 0.1);
-  std::mt19937_64 random(4);
-  disturb(input, 0.1, 0, random);
-  const Answer answer = analyse_step(input);
-  EXPECT_FALSE(answer.decided);
-  EXPECT_EQ(resistance(answer, "TC0D").high, INFINITY);
-  EXPECT_THAT(answer.warnings,
-              testing::Contains(HasSubstr("It cannot be told from so short a record")));
-}
-
-TEST(Step, WithoutPowerResultsAreForTheWholeLoad) {
-  StepInput input = TwoNodes().record(one_step, 175, 0.1);
-  input.heat_is_power = false;
-  input.heat_name = "delivered";
-  for (double& heat : input.heat) {
-    heat = heat > 45 ? 1 : 0;
-  }
-  const Answer answer = analyse_step(input);
-  EXPECT_EQ(resistance(answer, "TC0D").unit, "K");
-  EXPECT_NEAR(resistance(answer, "TC0D").value, 31.4, 0.5);
-  EXPECT_THAT(answer.sentences[0], HasSubstr("K from no load to full load"));
-  EXPECT_THAT(answer.warnings, testing::Contains(HasSubstr("No power was measured")));
-  EXPECT_TRUE(answer.figures.contains("load"));
-}
-
-TEST(Step, SaysWhatElseChanged) {
-  StepInput input = TwoNodes().record(one_step, 175, 0.1);
-  const std::size_t count = input.time_s.size();
-  input.beside = {{"F0Ac", "RPM", "", std::vector<double>(count, 3000)},
-                  {"asked", "", "", std::vector<double>(count, 1)},
-                  {"delivered", "", "", std::vector<double>(count, 0.8)},
-                  {"others", "", "", std::vector<double>(count, 0.3)}};
-  std::fill_n(input.beside[0].values.begin(), count / 2, 1000);
-  const Answer answer = analyse_step(input);
-  EXPECT_THAT(answer.warnings, ElementsAre(HasSubstr("F0Ac ran between 1000 and 3000 RPM"),
-                                           HasSubstr("Only 80 % of the load"),
-                                           HasSubstr("Other programs took up to 30 %")));
-}
-
-TEST(Step, ATemperatureThatDoesNotFollowIsNotDecided) {
-  StepInput input = TwoNodes().record(one_step, 175, 0.1);
-  std::mt19937_64 random(5);
-  std::normal_distribution<double> noise(25, 0.2);
-  for (double& value : input.temperatures[1].values) {
-    value = noise(random);
-  }
-  const Answer answer = analyse_step(input);
-  EXPECT_TRUE(answer.figures["keys"]["TC0D"]["decided"]);
-  EXPECT_FALSE(answer.figures["keys"]["TC0P"]["decided"]);
-  std::fill(input.temperatures[1].values.begin(), input.temperatures[1].values.end(), 25);
-  EXPECT_THAT(analyse_step(input).warnings, testing::Contains(HasSubstr("TC0P never changed")));
-}
-
-TEST(Step, ASlowSensorsRepetitionsAreNotMeasurements) {
-  const TwoNodes machine;
-  StepInput input = machine.record(one_step, 175, 0.1);
-  std::mt19937_64 random(6);
-  disturb(input, 0.2, 0.125, random);
-  for (Column& column : input.temperatures) {
-    for (std::size_t at = 0; at < column.values.size(); ++at) {
-      column.values[at] = column.values[at - at % 20];
-    }
-  }
-  const Answer answer = analyse_step(input);
-  EXPECT_NEAR(answer.figures["keys"]["TC0D"]["sensor"]["update_interval"].get<double>(), 2, 0.05);
-  EXPECT_NEAR(resistance(answer, "TC0D").value, machine.die_k_w(), 0.02 * machine.die_k_w());
-  EXPECT_LE(resistance(answer, "TC0D").low, machine.die_k_w());
-  EXPECT_GE(resistance(answer, "TC0D").high, machine.die_k_w());
 }
 
 }  // namespace
