@@ -1,92 +1,18 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <nlohmann/json.hpp>
 #include <sstream>
-#include <thread>
 
-#include "support/program.h"
+#include "program/lab_program.h"
 
-// Whole runs of the lab on the simulated machine: every command, and every way for a run to end.
+// Whole runs of the lab on the simulated machine: every command.
 
 namespace {
 
-namespace fs = std::filesystem;
-using program::As;
-using program::Command;
+using namespace lab_program;
 using program::Outcome;
-using program::Running;
 using testing::HasSubstr;
-using Json = nlohmann::json;
-
-/// A place where any user may write, which is gone with the test.
-class Lab : public testing::Test {
- protected:
-  Lab() {
-    fs::create_directory(place_);
-    chmod(place_.c_str(), 0777);
-  }
-  ~Lab() override { fs::remove_all(place_); }
-
-  static Command lab(std::vector<std::string> arguments, As as = As::kUserWithFixedPriority) {
-    Command command;
-    command.path = VORN_LAB_SIM_PROGRAM;
-    command.arguments = std::move(arguments);
-    command.as = as;
-    command.called = "vorn-lab-sim";
-    return command;
-  }
-
-  std::string folder(const std::string& name = "run") const { return place_ / name; }
-
-  /// A step on one processor that takes some seconds, or longer if it is heated for longer.
-  std::vector<std::string> short_step(std::vector<std::string> more = {},
-                                      const char* heat = "2") const {
-    std::vector<std::string> arguments{"step",   "--out",  folder(), "--threads", "1",
-                                       "--load", "bspin",  "--idle", "0.5",       "--heat",
-                                       heat,     "--cool", "1.5"};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return arguments;
-  }
-
-  static std::string read(const fs::path& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-
-  Json json(const char* file, const std::string& name = "run") const {
-    return Json::parse(read(fs::path(folder(name)) / file), nullptr, false);
-  }
-
-  /// The lines of samples.csv, without its head.
-  int samples() const {
-    const std::string text = read(fs::path(folder()) / "samples.csv");
-    return static_cast<int>(std::count(text.begin(), text.end(), '\n')) - 1;
-  }
-
-  /// Waits until the run has some samples in its folder.
-  bool wait_for_samples(int count) const {
-    using namespace std::chrono_literals;
-    for (int look = 0; look < 600; ++look) {
-      if (samples() >= count) {
-        return true;
-      }
-      std::this_thread::sleep_for(100ms);
-    }
-    return false;
-  }
-
-  const fs::path place_ = fs::temp_directory_path() / ("lab." + std::to_string(getpid()));
-};
 
 TEST_F(Lab, AStepLeavesAFolderWithEverythingInIt) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
@@ -197,57 +123,6 @@ TEST_F(Lab, AnotherLoadIsAnotherStartOfTheSameRun) {
               testing::ContainsRegex("\n[0-9.]+,0,"));
 }
 
-TEST_F(Lab, CtrlCEndsARunInOrderAndAnalysesIt) {
-  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
-  Running running(lab(short_step({}, "5m")));
-  ASSERT_TRUE(wait_for_samples(10));
-  running.send(SIGINT);
-  const Outcome outcome = running.wait();
-  EXPECT_EQ(outcome.status, 130) << outcome.err;
-  EXPECT_EQ(json("run.json")["end"], "interrupted");
-  EXPECT_TRUE(fs::exists(fs::path(folder()) / "report.html"));
-  EXPECT_EQ(json("result.json")["end"], "interrupted");
-}
-
-TEST_F(Lab, AKilledRunCanBeReadAndSaysThatItWasCutShort) {
-  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
-  {
-    Running running(lab(short_step({}, "5m")));
-    ASSERT_TRUE(wait_for_samples(10));
-    running.send(SIGKILL);
-    EXPECT_EQ(running.wait().signal, SIGKILL);
-  }
-  EXPECT_EQ(json("run.json")["end"], "cut short");
-  // The engine ends with the lab; what it had written by then is found.
-  using namespace std::chrono_literals;
-  for (int look = 0;
-       look < 300 && read(fs::path(folder()) / "stimulus").find("\nend\t") == std::string::npos;
-       ++look) {
-    std::this_thread::sleep_for(100ms);
-  }
-  const int written = samples();
-  const Outcome report = program::run(lab({"report", folder(), "--json"}));
-  EXPECT_LE(report.status, 1) << report.err;
-  EXPECT_EQ(Json::parse(report.out, nullptr, false)["end"], "cut short");
-  EXPECT_THAT(read(fs::path(folder()) / "stimulus"), HasSubstr("\nend\t"));
-  EXPECT_GE(samples(), written);
-  EXPECT_TRUE(fs::exists(fs::path(folder()) / "report.html"));
-}
-
-TEST_F(Lab, AnEngineThatEndsBeforeThePlanDoesIsNoCompleteRun) {
-  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
-  Running running(lab(short_step({}, "5m")));
-  ASSERT_TRUE(wait_for_samples(10));
-  const std::string pid = std::to_string(running.pid());
-  const std::string engine = read("/proc/" + pid + "/task/" + pid + "/children");
-  ASSERT_NE(engine, "");
-  ASSERT_EQ(kill(std::stoi(engine), SIGTERM), 0);  // it ends in order, with status 0
-  const Outcome outcome = running.wait();
-  EXPECT_EQ(outcome.status, 5) << outcome.err;
-  EXPECT_EQ(json("run.json")["end"], "failed");
-  EXPECT_THAT(outcome.out, HasSubstr("Warning: This run failed"));
-}
-
 TEST_F(Lab, APlanOfPhasesIsRunWithTheKeysThatItNames) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   std::ofstream(place_ / "my.toml") << "load = \"bspin\"\nkeys = [\"TC0D\"]\n"
@@ -261,14 +136,6 @@ TEST_F(Lab, APlanOfPhasesIsRunWithTheKeysThatItNames) {
   EXPECT_FALSE(result["keys"].contains("TC0P"));
 }
 
-TEST_F(Lab, ALimitEndsARunAndWhatThereIsIsAnalysed) {
-  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
-  const Outcome outcome = program::run(lab(short_step({"--limit", "TC0D=36"}, "2m")));
-  EXPECT_EQ(outcome.status, 5) << outcome.err;
-  EXPECT_EQ(json("run.json")["end"], "limit reached");
-  EXPECT_EQ(json("result.json")["end"], "limit reached");
-}
-
 TEST_F(Lab, TheSameRunAlwaysGivesTheSameNumbers) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   program::run(lab(short_step({"--quiet"})));
@@ -277,30 +144,6 @@ TEST_F(Lab, TheSameRunAlwaysGivesTheSameNumbers) {
   EXPECT_LE(program::run(lab({"report", folder()})).status, 1);
   EXPECT_EQ(read(fs::path(folder()) / "result.json"), first);
   EXPECT_EQ(read(fs::path(folder()) / "report.html"), page);
-}
-
-TEST_F(Lab, AFullDiskIsSaidAndTheRunGoesOn) {
-  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
-  Command command = lab({});
-  command.path = "/bin/sh";
-  // Blocks of 512 bytes: room for the first lines of samples.csv, and no more.
-  std::string line = "ulimit -f 6; exec \"$0\" \"$@\"";
-  command.arguments = {"-c", line, VORN_LAB_SIM_PROGRAM};
-  for (const std::string& argument : short_step()) {
-    command.arguments.push_back(argument);
-  }
-  const Outcome outcome = program::run(command);
-  EXPECT_EQ(outcome.status, 4) << outcome.err << outcome.out;
-  EXPECT_THAT(outcome.err, HasSubstr("File too large"));
-}
-
-TEST_F(Lab, AFolderThatIsThereIsNotTouched) {
-  fs::create_directory(folder());
-  std::ofstream(fs::path(folder()) / "precious") << "data";
-  const Outcome outcome = program::run(lab(short_step(), As::kOrdinaryUser));
-  EXPECT_EQ(outcome.status, 4);
-  EXPECT_THAT(outcome.err, HasSubstr("choose another with --out"));
-  EXPECT_EQ(read(fs::path(folder()) / "precious"), "data");
 }
 
 TEST_F(Lab, WhatCannotBeDoneIsSaidWithItsRemedy) {
@@ -362,20 +205,6 @@ TEST_F(Lab, ATableThatBeginsWithThePowerNeedsNoColumnForIt) {
   EXPECT_NEAR(die["resistance"]["value"].get<double>(), 0.5, 0.005);
 }
 
-TEST_F(Lab, RootReadsNoFileForItsCaller) {
-  SKIP_UNLESS_MAY_RUN(As::kRoot);
-  std::ofstream(place_ / "secret") << "the secret\n";
-  chmod((place_ / "secret").c_str(), 0600);
-  Command command = lab({"run", "--out", folder(), "-w", "bspin", "-f", "20", "--profile",
-                         place_ / "secret", "-t", "1"},
-                        As::kRoot);
-  command.environment = {"SUDO_UID=65534"};
-  const Outcome outcome = program::run(command);
-  EXPECT_EQ(outcome.status, 3);
-  EXPECT_THAT(outcome.err, HasSubstr("secret: Permission denied"));
-  EXPECT_THAT(outcome.err, testing::Not(HasSubstr("the secret")));
-}
-
 TEST_F(Lab, TheDoctorNamesWhatEachQuestionLacks) {
   const Outcome words = program::run(lab({"doctor"}, As::kOrdinaryUser));
   EXPECT_THAT(words.out, HasSubstr("ok     run: all that it needs is here\n"));
@@ -390,22 +219,6 @@ TEST_F(Lab, EveryCommandHasAnExampleInItsHelp) {
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(outcome.out, HasSubstr(std::string("Example:\n  vorn-lab-sim ") + command));
   }
-}
-
-TEST_F(Lab, CalledThroughSudoTheFilesAreTheUsersAndTheFansAreHeld) {
-  SKIP_UNLESS_MAY_RUN(As::kRoot);
-  constexpr uid_t kUser = 65534;
-  Command command = lab(short_step(), As::kRoot);
-  command.environment = {"SUDO_UID=" + std::to_string(kUser)};
-  const Outcome outcome = program::run(command);
-  EXPECT_LE(outcome.status, 1) << outcome.err;
-  for (const auto& entry : fs::directory_iterator(folder())) {
-    struct stat status {};
-    ASSERT_EQ(stat(entry.path().c_str(), &status), 0);
-    EXPECT_EQ(status.st_uid, kUser) << entry.path();
-  }
-  EXPECT_EQ(json("run.json")["fans"], "held at their maximum");
-  EXPECT_EQ(json("run.json")["end"], "complete");
 }
 
 }  // namespace

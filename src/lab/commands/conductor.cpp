@@ -139,6 +139,7 @@ void Conductor::start_engine(const std::vector<std::string>& arguments,
                                           .processors = info_.processors},
                                .read = files};
   info_.engine_commands.push_back(EngineRun::command(start));
+  info_.end = RunEnd::cut_short;  // until this start has ended, too
   folder_.write_info(info_);  // before the start: a disk that is full ends no run that goes on
   engine_ = std::make_unique<EngineRun>(start);
   ++starts_;
