@@ -7,21 +7,9 @@
 #include "machines/linux/sensors/temperature.h"
 
 namespace linux_machine {
-namespace {
-
-std::vector<WatchedTemperature> watched(sysfs::Tree& tree) {
-  std::vector<WatchedTemperature> temperatures;
-  for (PackageTemperature& package : find_package_temperatures(tree)) {
-    temperatures.push_back({std::move(package.attribute), package.critical_c});
-  }
-  return temperatures;
-}
-
-}  // namespace
-
 Machine::Machine(const Surroundings& surroundings)
     : surroundings_(surroundings),
-      temperatures_(watched(surroundings.sys)),
+      temperatures_(find_watched_temperatures(surroundings.sys)),
       fan_ledger_(surroundings, kFansPart),
       pstate_ledger_(surroundings, kPStatesPart),
       fans_(surroundings, fan_ledger_, temperatures_),

@@ -6,7 +6,6 @@
 #include "machines/linux/fans/curve_file.h"
 #include "machines/linux/fans/daemons.h"
 #include "machines/linux/giving_back/repair.h"
-#include "machines/linux/sensors/temperature.h"
 #include "machines/linux_kernel.h"
 
 namespace linux_machine {
@@ -59,7 +58,7 @@ Facts gather_facts(Machine& machine, const Surroundings& surroundings,
       facts.power.push_back(try_power(key));
     }
   }
-  facts.watched_temperature = !find_package_temperatures(surroundings.sys).empty();
+  facts.watched_temperature = !machine.temperatures().empty();
   std::size_t number = 0;
   for (const FanChannel& channel : machine.fans().channels()) {
     facts.fans.push_back(look_at_fan(channel, number, surroundings.curves_folder));

@@ -114,7 +114,7 @@ std::vector<FanChannel> find_fans(sysfs::Tree& tree,
 }
 
 sysfs::Result<double> speed_said(const std::string& path, long long value) {
-  if (value < -1 || value > kMostRpm) {
+  if (!is_fan_speed(value)) {
     return sysfs::nonsense(path, std::to_string(value) + " RPM is no speed of a fan");
   }
   return static_cast<double>(std::max(value, 0LL));

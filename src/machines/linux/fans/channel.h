@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "machines/linux/fans/chips.h"
+#include "machines/linux/hwmon/plausible.h"
 #include "machines/linux/sysfs/result.h"
 #include "machines/linux/sysfs/tree.h"
 
@@ -54,8 +55,5 @@ std::vector<FanChannel> find_fans(sysfs::Tree& tree,
 /// What fanN_input says, RPM: 0 and -1 are a fan at rest, other values below 0 and above
 /// kMostRpm are nonsense.
 sysfs::Result<double> speed_said(const std::string& path, long long value);
-
-/// What the controller's keys can say: their type ends at 16383.75.
-constexpr long long kMostRpm = 16'383;
 
 }  // namespace linux_machine

@@ -7,16 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "machines/linux/hwmon/plausible.h"
 #include "machines/linux/surroundings.h"
 #include "machines/linux/sysfs/result.h"
 
 namespace linux_machine {
-
-/// A processor's temperature that is watched while fans are forced.
-struct WatchedTemperature {
-  std::string attribute;  ///< in millidegrees, below the root
-  double critical_c;      ///< where the processor protects itself
-};
 
 /// A fan that is watched while it is forced.
 struct WatchedFan {

@@ -13,45 +13,44 @@
 namespace linux_machine {
 namespace {
 
-/// The temperatures that a thing can have, in millidegrees Celsius.
-struct Plausible {
-  long long least;
-  long long most;
-};
-// A processor that is switched on is warmer than freezing, and has shut down long before 126. What
-// unconnected or unready sensors say (0, 127, 255, -44) is outside.
-constexpr Plausible kProcessor{1'000, 125'000};
-constexpr Plausible kAir{-40'000, 125'000};
+/// Whether a thing can be so warm.
+using Plausible = bool (*)(double celsius);
 
-// A limit outside of this is none: the lowest of any processor's is far above.
-constexpr Plausible kCritical{50'000, 125'000};
+bool is_airs_temperature(double celsius) {
+  return celsius >= -40 && celsius <= 125;
+}
+
+/// The lowest of any processor's limits is far above.
+bool is_critical_temperature(double celsius) {
+  return celsius >= 50 && celsius <= 125;
+}
+
+constexpr double kPerDegree = 1000;
 constexpr double kUsualCriticalC = 95;  // for a processor that does not tell its own
 
 constexpr std::size_t kMostPackages = 10;  // TC0D to TC9D
 
-sysfs::Failure not_plausible(const std::string& path, long long millidegrees) {
+sysfs::Failure not_plausible(const std::string& path, double celsius) {
   char text[64];
-  std::snprintf(text, sizeof text, "%.3f degrees cannot be",
-                static_cast<double>(millidegrees) / 1000);
+  std::snprintf(text, sizeof text, "%.3f degrees cannot be", celsius);
   return sysfs::nonsense(path, text);
 }
 
-sysfs::Result<double> read_degrees(sysfs::Attribute& attribute, const Plausible& plausible) {
+sysfs::Result<double> read_degrees(sysfs::Attribute& attribute, Plausible plausible) {
   const sysfs::Result<long long> millidegrees = attribute.read_integer();
   if (!millidegrees) {
     return millidegrees.failure();
   }
-  if (*millidegrees < plausible.least || *millidegrees > plausible.most) {
-    return not_plausible(attribute.path(), *millidegrees);
-  }
-  return static_cast<double>(*millidegrees) / 1000;
+  const double celsius = static_cast<double>(*millidegrees) / kPerDegree;
+  return plausible(celsius) ? sysfs::Result<double>(celsius)
+                            : not_plausible(attribute.path(), celsius);
 }
 
 /// The hottest of some thermometers, of those that answer.
 class HottestSensor : public Sensor {
  public:
   HottestSensor(sysfs::Tree& tree, const std::vector<Thermometer>& thermometers,
-                const Plausible& plausible)
+                Plausible plausible)
       : plausible_(plausible) {
     for (const Thermometer& one : thermometers) {
       attributes_.push_back(sysfs::Attribute::open(tree, one.attribute, sysfs::Mode::read));
@@ -77,7 +76,7 @@ class HottestSensor : public Sensor {
     return attribute ? read_degrees(*attribute, plausible_) : attribute.failure();
   }
 
-  const Plausible& plausible_;
+  const Plausible plausible_;
   std::vector<sysfs::Result<sysfs::Attribute>> attributes_;  // never empty
 };
 
@@ -86,7 +85,8 @@ class HottestPackageSensor : public Sensor {
  public:
   HottestPackageSensor(sysfs::Tree& tree, const std::vector<PackageThermometers>& packages) {
     for (const PackageThermometers& package : packages) {
-      packages_.push_back(std::make_unique<HottestSensor>(tree, package, kProcessor));
+      packages_.push_back(
+          std::make_unique<HottestSensor>(tree, package, is_processors_temperature));
     }
   }
 
@@ -105,8 +105,7 @@ class HottestPackageSensor : public Sensor {
   std::vector<std::unique_ptr<HottestSensor>> packages_;  // never empty
 };
 
-bool is_plausible_now(sysfs::Tree& tree, const Thermometer& thermometer,
-                      const Plausible& plausible) {
+bool is_plausible_now(sysfs::Tree& tree, const Thermometer& thermometer, Plausible plausible) {
   sysfs::Result<sysfs::Attribute> attribute =
       sysfs::Attribute::open(tree, thermometer.attribute, sysfs::Mode::read);
   return attribute && read_degrees(*attribute, plausible);
@@ -115,7 +114,7 @@ bool is_plausible_now(sysfs::Tree& tree, const Thermometer& thermometer,
 bool answers_now(sysfs::Tree& tree, const std::vector<PackageThermometers>& packages) {
   return std::any_of(packages.begin(), packages.end(), [&](const PackageThermometers& package) {
     return std::any_of(package.begin(), package.end(), [&](const Thermometer& one) {
-      return is_plausible_now(tree, one, kProcessor);
+      return is_plausible_now(tree, one, is_processors_temperature);
     });
   });
 }
@@ -147,7 +146,8 @@ void add_processor_keys(std::vector<SensorKey>& keys, sysfs::Tree& tree,
   for (std::size_t i = 0; i < std::min(packages.size(), kMostPackages); ++i) {
     keys.push_back({"TC" + std::to_string(i) + "D", controller::kSp78, source_of(packages[i]),
                     [&tree, package = packages[i]] {
-                      return std::make_unique<HottestSensor>(tree, package, kProcessor);
+                      return std::make_unique<HottestSensor>(tree, package,
+                                                             is_processors_temperature);
                     }});
   }
   std::vector<Thermometer> all;
@@ -165,14 +165,15 @@ void add_air_key(std::vector<SensorKey>& keys, sysfs::Tree& tree,
     return;
   }
   auto chosen = std::find_if(choices.begin(), choices.end(), [&](const Thermometer& one) {
-    return is_plausible_now(tree, one, kAir);
+    return is_plausible_now(tree, one, is_airs_temperature);
   });
   if (chosen == choices.end()) {
     chosen = choices.begin();
   }
   const std::vector<Thermometer> air{*chosen};
-  keys.push_back({"TA0P", controller::kSp78, source_of(air),
-                  [&tree, air] { return std::make_unique<HottestSensor>(tree, air, kAir); }});
+  keys.push_back({"TA0P", controller::kSp78, source_of(air), [&tree, air] {
+                    return std::make_unique<HottestSensor>(tree, air, is_airs_temperature);
+                  }});
 }
 
 /// The attribute of a thermometer's critical temperature, or "" if it has none.
@@ -195,10 +196,8 @@ std::string critical_attribute(sysfs::Tree& tree, const std::string& attribute) 
 
 double critical_of(sysfs::Tree& tree, const std::string& attribute) {
   const auto critical = sysfs::read_integer(tree, critical_attribute(tree, attribute));
-  if (!critical || *critical < kCritical.least || *critical > kCritical.most) {
-    return kUsualCriticalC;
-  }
-  return static_cast<double>(*critical) / 1000;
+  const double celsius = critical ? static_cast<double>(*critical) / kPerDegree : 0;
+  return is_critical_temperature(celsius) ? celsius : kUsualCriticalC;
 }
 
 }  // namespace
@@ -212,18 +211,14 @@ std::vector<SensorKey> find_temperature_keys(const Surroundings& surroundings) {
   return keys;
 }
 
-std::vector<PackageTemperature> find_package_temperatures(sysfs::Tree& tree) {
-  std::vector<PackageTemperature> found;
+std::vector<WatchedTemperature> find_watched_temperatures(sysfs::Tree& tree) {
+  std::vector<WatchedTemperature> found;
   for (const PackageThermometers& package : find_packages(tree, survey_temperatures(tree))) {
     for (const Thermometer& one : package) {
       found.push_back({one.attribute, critical_of(tree, one.attribute)});
     }
   }
   return found;
-}
-
-sysfs::Result<double> processor_temperature(sysfs::Attribute& attribute) {
-  return read_degrees(attribute, kProcessor);
 }
 
 }  // namespace linux_machine

@@ -319,7 +319,7 @@ TEST_F(TemperatureTest, TheWatchGetsEveryPackageWithItsCriticalTemperature) {
   tree_.put(folder_ + "/temp1_crit", "100000");
   chip("platform/coretemp.1", "coretemp");
   temp(1, "Package id 1", "50000");
-  const auto watched = find_package_temperatures(tree_);
+  const auto watched = find_watched_temperatures(tree_);
   ASSERT_EQ(watched.size(), 2U);
   EXPECT_EQ(watched[0].attribute, "devices/platform/coretemp.0/hwmon/hwmon0/temp1_input");
   EXPECT_EQ(watched[0].critical_c, 100);
@@ -331,7 +331,7 @@ TEST_F(TemperatureTest, ACriticalTemperatureThatCannotBeIsTheUsual) {
   temp(1, "Package id 0", "50000");
   for (const char* critical : {"0", "127000", "255000", "-1000", "", "high"}) {
     tree_.put(folder_ + "/temp1_crit", critical);
-    EXPECT_EQ(find_package_temperatures(tree_).at(0).critical_c, 95) << critical;
+    EXPECT_EQ(find_watched_temperatures(tree_).at(0).critical_c, 95) << critical;
   }
 }
 
@@ -341,7 +341,7 @@ TEST_F(TemperatureTest, AZonesCriticalTemperatureIsItsTripPoint) {
   tree_.put("class/thermal/thermal_zone0/trip_point_0_temp", "80000");
   tree_.put("class/thermal/thermal_zone0/trip_point_1_type", "critical");
   tree_.put("class/thermal/thermal_zone0/trip_point_1_temp", "110000");
-  EXPECT_EQ(find_package_temperatures(tree_).at(0).critical_c, 110);
+  EXPECT_EQ(find_watched_temperatures(tree_).at(0).critical_c, 110);
 }
 
 }  // namespace

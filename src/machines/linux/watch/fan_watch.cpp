@@ -12,10 +12,6 @@ namespace {
 
 constexpr int kTries = 3;  // where the kernel asks for it
 
-// What a tachometer can say: -1 is a fan at rest. Above, the controller's keys end.
-constexpr long long kLeastSpeed = -1;
-constexpr long long kMostSpeed = 16'383;
-
 template <class Slots>
 auto find(Slots& slots, std::string_view attribute) {
   return std::find_if(slots.begin(), slots.end(),
@@ -128,7 +124,7 @@ bool FanWatch::alarmed(Fan& one, std::int64_t now_ns, LineText& why) {
   Reading rpm{.attribute = one.input.path(), .value = {}, .failure = {}};
   long long value = 0;
   if (one.input.read(tree_, value, failure)) {
-    if (value >= kLeastSpeed && value <= kMostSpeed) {
+    if (is_fan_speed(value)) {
       rpm.value = static_cast<double>(std::max(value, 0LL));
     } else {
       failure.add("it is no speed of a fan");

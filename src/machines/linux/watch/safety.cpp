@@ -7,9 +7,6 @@
 namespace linux_machine {
 namespace {
 
-constexpr double kLeastC = 1;
-constexpr double kMostC = 125;
-
 void add_number(LineText& text, long long number) {
   std::array<char, 24> digits;
   const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
@@ -34,10 +31,6 @@ bool fails(const Reading& reading, int& failed, LineText& why) {
 }
 
 }  // namespace
-
-bool is_processors_temperature(double celsius) {
-  return celsius >= kLeastC && celsius <= kMostC;
-}
 
 void add_no_temperature(LineText& text, double celsius) {
   add_degrees(text, celsius);

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "machines/linux/giving_back/line_text.h"
+#include "machines/linux/hwmon/plausible.h"
 #include "machines/linux/surroundings.h"
 
 /// When forced fans must be given back. Decisions on values: nothing here reads, or allocates.
@@ -23,10 +24,6 @@ constexpr int kReadsAtRest = 2;  ///< in a row
 
 /// How long a fan may read 0 after it was told something else.
 constexpr std::int64_t kStartGraceNs = 4 * kNsPerS;
-
-/// Whether a value is a running processor's temperature: sensors that are off, or not there, read
-/// -44, 0, 127 and 255.
-bool is_processors_temperature(double celsius);
 
 /// Adds what is wrong with a temperature that is none.
 void add_no_temperature(LineText& text, double celsius);
