@@ -6,12 +6,14 @@
 #include <utility>
 
 #include "machines/linux/hwmon/natural_order.h"
+#include "machines/linux/sensors/die_zones.h"
 #include "machines/linux/sysfs/attribute.h"
 
 // The folder is flat: intel-rapl:0 is a zone and intel-rapl:0:1 one inside of it, with numbers in
 // hexadecimal. What a zone is, is said by its name alone: package-<package>[-die-<die>], core,
 // uncore and dram within it, psys beside it. AMD's processors are under the same names. The same
-// package may be there again under another control type (intel-rapl-mmio:0).
+// package may be there again under another control type (intel-rapl-mmio:0); for packages of
+// several dies see die_zones.cpp.
 // Source: Documentation/power/powercap/powercap.rst, drivers/powercap/intel_rapl_common.c.
 
 namespace linux_machine {
@@ -87,7 +89,8 @@ void add(ByName& zones, sysfs::Tree& tree, const Named& found, const std::string
     return;
   }
   const std::optional<double> limit_w = largest_limit_w(tree, folder);
-  zones.emplace(name, RaplZone{folder + " (" + name + ")",
+  zones.emplace(name, RaplZone{name,
+                               folder + " (" + name + ")",
                                limit_w,
                                {energy, {range_uj(tree, folder), most_plausible_w(limit_w)}}});
 }
@@ -128,7 +131,7 @@ RaplZones find_rapl_zones(sysfs::Tree& tree) {
       add(platform, tree, one, one.name);
     }
   }
-  return {in_order(packages), in_order(memory), in_order(platform)};
+  return {without_mirrors(tree, in_order(packages)), in_order(memory), in_order(platform)};
 }
 
 }  // namespace linux_machine

@@ -11,6 +11,7 @@ namespace linux_machine {
 
 /// A zone of the kernel's power capping framework that counts energy.
 struct RaplZone {
+  std::string name;               ///< "package-0", "dram of package-0", "psys"
   std::string description;        ///< for people: the zone's folder and name
   std::optional<double> limit_w;  ///< the largest that is known
   EnergyCounter counter;
