@@ -1,6 +1,7 @@
 #include "machines/linux/hwmon/natural_order.h"
 
 #include <algorithm>
+#include <compare>
 #include <cstddef>
 
 namespace linux_machine {
@@ -19,9 +20,8 @@ std::string_view take_number(std::string_view& text) {
   return number;
 }
 
-}  // namespace
-
-bool natural_less(std::string_view a, std::string_view b) {
+/// The order of two names without a slash.
+std::strong_ordering decimal_order(std::string_view a, std::string_view b) {
   const std::string_view whole_a = a;
   const std::string_view whole_b = b;
   while (!a.empty() && !b.empty()) {
@@ -29,20 +29,54 @@ bool natural_less(std::string_view a, std::string_view b) {
       const std::string_view number_a = take_number(a);
       const std::string_view number_b = take_number(b);
       if (number_a != number_b) {
-        return number_a.size() != number_b.size() ? number_a.size() < number_b.size()
-                                                  : number_a < number_b;
+        return number_a.size() != number_b.size() ? number_a.size() <=> number_b.size()
+                                                  : number_a <=> number_b;
       }
     } else if (a.front() != b.front()) {
-      return a.front() < b.front();
+      return a.front() <=> b.front();
     } else {
       a.remove_prefix(1);
       b.remove_prefix(1);
     }
   }
-  if (a.empty() && b.empty()) {
-    return whole_a < whole_b;  // the same but for leading zeros
+  // The same but for leading zeros, or one is longer.
+  return a.empty() && b.empty() ? whole_a <=> whole_b : a.size() <=> b.size();
+}
+
+bool is_address(std::string_view name) {
+  return name.find(':') != std::string_view::npos;
+}
+
+/// The order of two addresses, whose numbers are hexadecimal and of one width: PCI devices and
+/// buses, ACPI devices, zones of power capping.
+std::strong_ordering address_order(std::string_view a, std::string_view b) {
+  return a.size() != b.size() ? a.size() <=> b.size() : a <=> b;
+}
+
+std::strong_ordering name_order(std::string_view a, std::string_view b) {
+  if (is_address(a) != is_address(b)) {
+    return is_address(b) <=> is_address(a);  // addresses first
   }
-  return a.empty();
+  return is_address(a) ? address_order(a, b) : decimal_order(a, b);
+}
+
+/// Takes what stands before the first slash.
+std::string_view take_folder(std::string_view& path) {
+  const std::size_t end = std::min(path.find('/'), path.size());
+  const std::string_view folder = path.substr(0, end);
+  path.remove_prefix(std::min(end + 1, path.size()));
+  return folder;
+}
+
+}  // namespace
+
+bool natural_less(std::string_view a, std::string_view b) {
+  while (!a.empty() && !b.empty()) {
+    if (const auto order = name_order(take_folder(a), take_folder(b)); order != 0) {
+      return order < 0;
+    }
+  }
+  return a.size() < b.size();
 }
 
 }  // namespace linux_machine

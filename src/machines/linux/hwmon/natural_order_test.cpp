@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace linux_machine {
 namespace {
 
@@ -17,6 +19,25 @@ TEST(NaturalOrder, TheShorterComesFirst) {
   EXPECT_TRUE(natural_less("package-1", "package-1-die-0"));
   EXPECT_TRUE(natural_less("", "a"));
   EXPECT_FALSE(natural_less("a", ""));
+}
+
+TEST(NaturalOrder, NumbersBehindAColonAreHexadecimal) {
+  const std::string node = "devices/pci0000:00/0000:00:";
+  EXPECT_TRUE(natural_less(node + "18.3", node + "19.3"));
+  EXPECT_TRUE(natural_less(node + "19.3", node + "1a.3"));
+  EXPECT_FALSE(natural_less(node + "1a.3", node + "19.3"));
+  EXPECT_TRUE(natural_less(node + "1f.3/hwmon/hwmon2", node + "1f.3/hwmon/hwmon10"));
+  EXPECT_TRUE(natural_less("devices/pci0000:7f/x", "devices/pci0000:e0/x"));
+  EXPECT_TRUE(natural_less("0000:e1:00.0", "10000:01:00.0")) << "a longer domain is a higher one";
+  EXPECT_TRUE(natural_less("intel-rapl:9", "intel-rapl:a"));
+  EXPECT_TRUE(natural_less("intel-rapl:f", "intel-rapl:10"));
+}
+
+// Whatever is sorted with it: an order that goes round in a circle is none.
+TEST(NaturalOrder, AddressesComeBeforeOtherNames) {
+  EXPECT_TRUE(natural_less("b:0", "a:000"));
+  EXPECT_TRUE(natural_less("a:000", "aa"));
+  EXPECT_TRUE(natural_less("b:0", "aa"));
 }
 
 TEST(NaturalOrder, NothingComesBeforeItself) {

@@ -18,7 +18,8 @@ std::string describe(const HwmonDevice& device, const HwmonInput& input) {
 
 /// Whether an input is part of a processor's power. One line a kind of driver, best first:
 /// fam15h_power measures the package; zenpower (out of tree) the processor's voltage rails; on ARM
-/// servers the label says it (xgene-hwmon.c).
+/// servers the label says it (xgene-hwmon.c), or what the firmware calls a power meter of ACPI's:
+/// one of several beside those of the module, the chip and its input and output.
 using Belongs = bool (*)(const HwmonDevice& device, const HwmonInput& input);
 constexpr Belongs kKinds[] = {
     [](const HwmonDevice& device, const HwmonInput& input) {
@@ -30,6 +31,9 @@ constexpr Belongs kKinds[] = {
     [](const HwmonDevice& /*device*/, const HwmonInput& input) {
       return input.label == "CPU power";
     },
+    [](const HwmonDevice& device, const HwmonInput& input) {
+      return device.name == "power_meter" && input.label.starts_with("CPU Power Socket");
+    },
 };
 
 std::optional<double> largest_limit_w(sysfs::Tree& tree, const HwmonDevice& device, int channel) {
@@ -40,6 +44,20 @@ std::optional<double> largest_limit_w(sysfs::Tree& tree, const HwmonDevice& devi
     largest_uw = std::max(largest_uw, limit_uw ? *limit_uw : 0);
   }
   return largest_uw > 0 ? std::optional(static_cast<double>(largest_uw) / 1e6) : std::nullopt;
+}
+
+/// The powers that a monitor shows. ACPI's power meter has a mean in place of an input, and a name
+/// from the firmware in place of a label.
+std::vector<HwmonInput> find_powers(sysfs::Tree& tree, const HwmonDevice& device) {
+  if (device.name != "power_meter") {
+    return find_inputs(tree, device, "power");
+  }
+  const std::string average = device.folder + "/power1_average";
+  const auto name = sysfs::read_text(tree, device.folder + "/power1_oem_info");
+  if (!name || !sysfs::exists(tree, average)) {
+    return {};
+  }
+  return {{1, *name, average}};
 }
 
 class PowerSensor : public Sensor {
@@ -106,7 +124,7 @@ std::vector<HwmonPower> find_processor_powers(sysfs::Tree& tree) {
   for (const Belongs belongs : kKinds) {
     std::vector<HwmonPower> found;
     for (const HwmonDevice& device : devices) {
-      for (const HwmonInput& input : find_inputs(tree, device, "power")) {
+      for (const HwmonInput& input : find_powers(tree, device)) {
         if (belongs(device, input)) {
           found.push_back({input.attribute, describe(device, input),
                            largest_limit_w(tree, device, input.channel)});

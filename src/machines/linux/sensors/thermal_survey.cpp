@@ -4,9 +4,14 @@
 #include <utility>
 
 #include "machines/linux/hwmon/natural_order.h"
+#include "machines/linux/sensors/processors.h"
 #include "machines/linux/sysfs/attribute.h"
 
 namespace linux_machine {
+
+bool measures_amd_node(const ThermalChip& chip) {
+  return chip.device.name == "k10temp" || chip.device.name == "zenpower";
+}
 
 ThermalSurvey survey_temperatures(sysfs::Tree& tree) {
   ThermalSurvey survey;
@@ -23,6 +28,9 @@ ThermalSurvey survey_temperatures(sysfs::Tree& tree) {
         survey.zones.push_back({*type, folder});
       }
     }
+  }
+  if (std::count_if(survey.chips.begin(), survey.chips.end(), measures_amd_node) > 1) {
+    survey.packages = count_packages(tree);
   }
   return survey;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,9 @@ struct ThermalChip {
   std::vector<HwmonInput> temperatures;
 };
 
+/// AMD's processors have one for each node: a die, of which older packages have several.
+bool measures_amd_node(const ThermalChip& chip);
+
 struct ThermalZone {
   std::string type;
   std::string folder;
@@ -22,6 +26,7 @@ struct ThermalZone {
 struct ThermalSurvey {
   std::vector<ThermalChip> chips;
   std::vector<ThermalZone> zones;
+  std::size_t packages = 0;  ///< of processors; 0: not known, or nothing depends on it
 };
 
 ThermalSurvey survey_temperatures(sysfs::Tree& tree);

@@ -80,6 +80,18 @@ Packages package_by_chip(const ThermalSurvey& survey, const Says& name,
   return packages;
 }
 
+/// Chips of a name are a package each, and everything that fits on one belongs to it.
+Packages whole_package_by_chip(const ThermalSurvey& survey, const Says& name, const Says& label) {
+  Packages packages;
+  for (const ThermalChip& chip : survey.chips) {
+    if (PackageThermometers found;
+        name(chip.device.name) && !(found = labelled(chip, label)).empty()) {
+      packages.push_back(std::move(found));
+    }
+  }
+  return packages;
+}
+
 /// Everything that fits belongs to one package.
 Packages one_package(const ThermalSurvey& survey, const Says& name, const Says& label) {
   PackageThermometers all;
@@ -125,38 +137,75 @@ Packages coretemp(const ThermalSurvey& survey) {
   return packages;
 }
 
+/// The chips are in the order of their nodes, and the nodes of a package follow each other: where
+/// every package has several, so many chips are one package.
+Packages join_nodes(Packages nodes, std::size_t packages) {
+  if (packages == 0 || nodes.size() % packages != 0) {
+    return nodes;
+  }
+  const std::size_t nodes_of_each = nodes.size() / packages;
+  Packages joined(packages);
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    PackageThermometers& package = joined[i / nodes_of_each];
+    package.insert(package.end(), nodes[i].begin(), nodes[i].end());
+  }
+  return joined;
+}
+
 Packages amd(const ThermalSurvey& survey) {
-  const Says name = [](auto text) { return text == "k10temp" || text == "zenpower"; };
-  return package_by_chip(survey, name, {is("Tdie"), is("Tctl"), is("")});
+  Packages nodes;
+  for (const ThermalChip& chip : survey.chips) {
+    PackageThermometers found = measures_amd_node(chip)
+                                    ? first_labelled(chip, {is("Tdie"), is("Tctl"), is("")})
+                                    : PackageThermometers();
+    if (!found.empty()) {
+      nodes.push_back(std::move(found));
+    }
+  }
+  return join_nodes(std::move(nodes), survey.packages);
 }
 
 Packages via(const ThermalSurvey& survey) {
   return package_by_chip(survey, is("via_cputemp"), {[](auto) { return true; }});
 }
 
-/// On ARM a thermal zone's monitor is named as the zone, with _ for -, and has no labels.
-bool names_arm_processor(std::string_view name) {
-  const bool zone = name.find("_thermal") != std::string_view::npos;
-  return (zone && (name.starts_with("cpu") || name.starts_with("bigcore") ||
-                   name.starts_with("littlecore") || name.starts_with("soc_thermal"))) ||
-         name == "aml_thermal";
+/// What the device trees of ARM and RISC-V call the thermal zones of processors, "cpu0-thermal" as
+/// well as "CPU-therm". A zone's monitor is named as the zone, with _ for -.
+bool is_processor_zone(std::string_view type) {
+  std::string name = lower(type);
+  std::replace(name.begin(), name.end(), '-', '_');
+  const auto begins = [&](std::string_view wanted) { return name.starts_with(wanted); };
+  const bool thermal = name.find("_therm") != std::string::npos;
+  return (thermal &&
+          (begins("cpu") || begins("bigcore") || begins("littlecore") || begins("soc_thermal"))) ||
+         begins("thermal_cluster") || name == "cpu" || name == "imx_thermal_zone" ||
+         name == "aml_thermal" || name == "bcm2835_thermal";
 }
 
-Packages arm(const ThermalSurvey& survey) {
-  return one_package(survey, names_arm_processor, [](auto) { return true; });
+/// These monitors have no labels. "pvt" is the block for process, voltage and temperature of some
+/// RISC-V and ARM systems, whose temperatures are all the processor's.
+Packages system_on_chip(const ThermalSurvey& survey) {
+  const Says name = [](auto text) { return is_processor_zone(text) || text == "pvt"; };
+  return one_package(survey, name, [](auto) { return true; });
+}
+
+bool labels_system_on_chip(std::string_view label) {
+  const std::string small = lower(label);
+  return small.find("cpu") != std::string::npos || small.find("soc") != std::string::npos ||
+         small.find("cluster") != std::string::npos;
+}
+
+/// The management processor of an ARM server: one in each package.
+Packages arm_server(const ThermalSurvey& survey) {
+  return whole_package_by_chip(survey, is("apm_xgene"), labels_system_on_chip);
 }
 
 /// The controllers of ARM systems have a sensor for each part, told apart by labels alone.
 Packages arm_controller(const ThermalSurvey& survey) {
   const Says name = [](auto text) {
-    return text == "scpi_sensors" || text == "scmi" || text == "scmi_sensors" ||
-           text == "apm_xgene";
+    return text == "scpi_sensors" || text == "scmi" || text == "scmi_sensors";
   };
-  return one_package(survey, name, [](auto label) {
-    const std::string small = lower(label);
-    return small.find("cpu") != std::string::npos || small.find("soc") != std::string::npos ||
-           small.find("cluster") != std::string::npos;
-  });
+  return one_package(survey, name, labels_system_on_chip);
 }
 
 /// What an Intel processor tells the board's chip; one agent a package.
@@ -226,10 +275,7 @@ Packages package_zones(const ThermalSurvey& survey) {
 }
 
 Packages processor_zones(const ThermalSurvey& survey) {
-  PackageThermometers found = zones_of_type(survey, [](auto type) {
-    return (type.starts_with("cpu") && type.find("thermal") != std::string_view::npos) ||
-           type == "bcm2835_thermal";
-  });
+  PackageThermometers found = zones_of_type(survey, is_processor_zone);
   return found.empty() ? Packages() : Packages{std::move(found)};
 }
 
@@ -241,8 +287,9 @@ Packages firmware_zones(const ThermalSurvey& survey) {
 
 using Rule = Packages (*)(const ThermalSurvey&);
 constexpr Rule kRules[] = {
-    coretemp, amd,  via,      arm,        arm_controller, board_peci,      board_tsi,
-    asus,     dell, thinkpad, chromebook, package_zones,  processor_zones, firmware_zones};
+    coretemp,      amd,  via,  system_on_chip, arm_server, arm_controller, board_peci,
+    board_tsi,     asus, dell, thinkpad,       chromebook, package_zones,  processor_zones,
+    firmware_zones};
 
 bool has_word(std::string_view label, std::string_view wanted) {
   std::string words = lower(label);
