@@ -37,8 +37,7 @@ std::vector<std::string> words_of(const std::string& text) {
   return {words.begin(), words.end()};
 }
 
-std::vector<long long> read_table(sysfs::Tree& sys, Reader& reader, const std::string& folder) {
-  const std::string path = folder + "/scaling_available_frequencies";
+std::vector<long long> read_table(sysfs::Tree& sys, Reader& reader, const std::string& path) {
   const Result<std::string> text = sysfs::read_text(sys, path);
   if (!text) {
     const bool empty = text.failure().trouble == Trouble::silent && text.failure().error == 0;
@@ -55,6 +54,37 @@ std::vector<long long> read_table(sysfs::Tree& sys, Reader& reader, const std::s
   return std::move(*table);
 }
 
+/// The frequencies that can be asked for. Some drivers list those of boost by themselves; they can
+/// be reached while cpuinfo_max_freq says so, as it does while boost is on. acpi-cpufreq's boost is
+/// no frequency that could be asked for.
+std::vector<long long> read_tables(sysfs::Tree& sys, Reader& reader, const Policy& policy) {
+  std::vector<long long> table =
+      read_table(sys, reader, policy.folder + "/scaling_available_frequencies");
+  if (table.empty() || policy.driver == kAcpiDriver) {
+    return table;
+  }
+  for (const long long khz :
+       read_table(sys, reader, policy.folder + "/scaling_boost_frequencies")) {
+    if (khz <= policy.hardware_max_khz) {
+      table.push_back(khz);
+    }
+  }
+  std::sort(table.begin(), table.end(), std::greater<>());
+  table.erase(std::unique(table.begin(), table.end()), table.end());
+  return table;
+}
+
+void tell_kinds(std::vector<Policy>& policies) {
+  for (Policy& policy : policies) {
+    policy.kind_max_khz = policy.hardware_max_khz;
+    for (const Policy& other : policies) {
+      if (are_of_one_kind(policy, other)) {
+        policy.kind_max_khz = std::max(policy.kind_max_khz, other.hardware_max_khz);
+      }
+    }
+  }
+}
+
 Policy read_policy(sysfs::Tree& sys, Reader& reader, const std::string& folder) {
   Policy policy;
   policy.folder = folder;
@@ -64,7 +94,7 @@ Policy read_policy(sysfs::Tree& sys, Reader& reader, const std::string& folder) 
       words_of(reader.text_if_there(folder + "/scaling_available_governors").value_or(""));
   policy.hardware_min_khz = reader.number(folder + "/cpuinfo_min_freq");
   policy.hardware_max_khz = reader.number(folder + "/cpuinfo_max_freq");
-  policy.table_khz = read_table(sys, reader, folder);
+  policy.table_khz = read_tables(sys, reader, policy);
   policy.min_khz = reader.number(folder + "/scaling_min_freq");
   policy.max_khz = reader.number(folder + "/scaling_max_freq");
   if (is_intel(policy)) {
@@ -121,6 +151,15 @@ bool has_pstates(sysfs::Tree& sys) {
   return !policy_numbers(sysfs::list(sys, kPoliciesFolder)).empty();
 }
 
+// Favoured processors are up to a tenth faster; the slow ones of a hybrid machine are a fifth or
+// more slower, and mostly have another base frequency.
+bool are_of_one_kind(const Policy& a, const Policy& b) {
+  const auto [slower, faster] = std::minmax(a.hardware_max_khz, b.hardware_max_khz);
+  return a.table_khz.empty() && b.table_khz.empty() && a.driver == b.driver &&
+         a.hardware_min_khz == b.hardware_min_khz && a.base_khz == b.base_khz &&
+         5 * slower >= 4 * faster;
+}
+
 std::optional<std::vector<long long>> parse_table(std::string_view text) {
   std::vector<long long> table;
   for (const std::string_view word : sysfs::parse_words(text)) {
@@ -155,6 +194,7 @@ Result<Cpufreq> read_cpufreq(sysfs::Tree& sys) {
     return Failure{Trouble::absent,
                    "listing " + std::string(kPoliciesFolder) + ": there is no policy in use"};
   }
+  tell_kinds(cpufreq.policies);
   cpufreq.globals = read_globals(reader, cpufreq.policies);
   if (reader.failure()) {
     return *reader.failure();

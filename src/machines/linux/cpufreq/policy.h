@@ -20,6 +20,7 @@ struct Policy {
   std::vector<std::string> governors;  ///< those that can be chosen
   long long hardware_min_khz = 0;      ///< cpuinfo_min_freq
   long long hardware_max_khz = 0;      ///< cpuinfo_max_freq; follows no_turbo and boost
+  long long kind_max_khz = 0;          ///< the greatest of those of its kind; 0: its own
   std::vector<long long> table_khz;    ///< fastest first; empty where the driver has no table
   long long min_khz = 0;               ///< scaling_min_freq
   long long max_khz = 0;               ///< scaling_max_freq
@@ -60,6 +61,10 @@ bool has_pstates(sysfs::Tree& sys);
 /// that it cannot be in the way. Policies whose processors are all offline are left out. A failure
 /// names the attribute.
 sysfs::Result<Cpufreq> read_cpufreq(sysfs::Tree& sys);
+
+/// Whether two policies without a table are of processors of one kind, some of which may be
+/// favoured: the firmware lets these go further than their like.
+bool are_of_one_kind(const Policy& a, const Policy& b);
 
 /// scaling_available_frequencies, which are in no particular order: fastest first, each once. None
 /// if one of them is no frequency.
