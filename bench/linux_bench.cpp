@@ -15,7 +15,7 @@
 
 #include "Kx/driver.h"
 #include "SMC/SMC.h"
-#include "machines/linux/machine.h"
+#include "machines/linux/drivers/machine.h"
 #include "support/machine/machine_file.h"
 
 // What a sample of ten sensors costs on a machine's files, beside ten bare reads of the same files:

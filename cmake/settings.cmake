@@ -61,7 +61,7 @@ target_compile_options(vorn_warnings INTERFACE
   -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-align
   -Wdouble-promotion -Wformat=2 -Wnon-virtual-dtor -Woverloaded-virtual -Wundef
   $<$<CXX_COMPILER_ID:GNU>:-Wlogical-op -Wduplicated-cond -Wduplicated-branches -Wuseless-cast>
-  $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wextra-semi>
+  $<$<CXX_COMPILER_ID:Clang>:-Wextra-semi>
   # g++ 12 takes "text" + std::string for a copy onto itself when it inlines it.
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>
   $<$<BOOL:${VORN_WERROR}>:-Werror>)

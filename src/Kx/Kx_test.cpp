@@ -5,7 +5,7 @@
 #include <array>
 #include <cstring>
 
-#include "Kx/test_driver.h"
+#include "support/kx_driver.h"
 
 namespace {
 

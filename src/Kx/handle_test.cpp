@@ -3,7 +3,7 @@
 #include <ostream>
 
 #include "Kx/Kx.h"
-#include "Kx/test_driver.h"
+#include "support/kx_driver.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "Kx/Kx.h"
-#include "Kx/test_driver.h"
+#include "support/kx_driver.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <iostream>
 #include <memory>
 
-namespace keys {
+namespace vorn_keys {
 namespace {
 
 constexpr int kBarWidth = 40;
@@ -50,4 +50,4 @@ inspection::Console make_console() {
               }};
 }
 
-}  // namespace keys
+}  // namespace vorn_keys

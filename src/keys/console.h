@@ -2,10 +2,10 @@
 
 #include "Inspection/inspection.h"
 
-namespace keys {
+namespace vorn_keys {
 
 /// A console whose results go to standard output, complaints to standard error, and progress to
 /// standard error as a bar, if that is a terminal.
 inspection::Console make_console();
 
-}  // namespace keys
+}  // namespace vorn_keys

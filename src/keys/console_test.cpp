@@ -8,7 +8,7 @@
 
 #include <string>
 
-namespace keys {
+namespace vorn_keys {
 namespace {
 
 struct Shown {
@@ -140,4 +140,4 @@ TEST(Console, OnATerminalClearsTheBarBeforeALine) {
 }
 
 }  // namespace
-}  // namespace keys
+}  // namespace vorn_keys

@@ -9,7 +9,7 @@
 #include "Kx/Kx.h"
 #include "SMC/SMC.h"
 
-namespace keys {
+namespace vorn_keys {
 namespace {
 
 /// Transactions with keys of any size, which SMC's own do not resolve.
@@ -80,4 +80,4 @@ bool list_keys(std::ostream& out) {
   return all;
 }
 
-}  // namespace keys
+}  // namespace vorn_keys

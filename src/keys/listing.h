@@ -2,7 +2,7 @@
 
 #include <iosfwd>
 
-namespace keys {
+namespace vorn_keys {
 
 /// Writes a line for each key of the machine's controller, behind a line of headings: key, type,
 /// size (bytes), value, unit, source, separated by tabs. A key whose value cannot be read shows
@@ -10,4 +10,4 @@ namespace keys {
 /// could not. Throws SMCException if there is no controller.
 bool list_keys(std::ostream& out);
 
-}  // namespace keys
+}  // namespace vorn_keys

@@ -9,7 +9,7 @@
 #include "support/controller_fixture.h"
 #include "support/fake_inspection.h"
 
-namespace keys {
+namespace vorn_keys {
 namespace {
 
 const std::string kHeadings = "#key\ttype\tsize\tvalue\tunit\tsource\n";
@@ -110,4 +110,4 @@ TEST_F(ListingTest, IsNotPossibleWithoutAController) {
 }
 
 }  // namespace
-}  // namespace keys
+}  // namespace vorn_keys

@@ -18,7 +18,7 @@ constexpr int kWrongCommandLine = 2;
 
 int list() {
   try {
-    return keys::list_keys(std::cout) ? kWell : kNotWell;
+    return vorn_keys::list_keys(std::cout) ? kWell : kNotWell;
   } catch (const SMCException& failure) {
     std::cerr << failure << "\nNo controller was found on this machine; --check says what it lacks."
               << std::endl;
@@ -40,31 +40,31 @@ int check() {
 
 int calibrate() {
   std::signal(SIGTSTP, SIG_IGN);  // nobody would watch over a fan that is held meanwhile
-  return inspection::calibrate(keys::make_console()) ? kWell : kNotWell;
+  return inspection::calibrate(vorn_keys::make_console()) ? kWell : kNotWell;
 }
 
 }  // namespace
 
 int main(int argc, char* argv[]) {
   process::hold_standard_descriptors();
-  const std::optional<keys::Action> action = keys::parse_arguments(argc, argv);
+  const std::optional<vorn_keys::Action> action = vorn_keys::parse_arguments(argc, argv);
   if (!action) {
-    std::cerr << keys::usage(argv[0]);
+    std::cerr << vorn_keys::usage(argv[0]);
     return kWrongCommandLine;
   }
   switch (*action) {
-    case keys::Action::list:
+    case vorn_keys::Action::list:
       return list();
-    case keys::Action::check:
+    case vorn_keys::Action::check:
       return check();
-    case keys::Action::calibrate:
+    case vorn_keys::Action::calibrate:
       return calibrate();
-    case keys::Action::restore:
-      return inspection::restore(keys::make_console()) ? kWell : kNotWell;
-    case keys::Action::help:
-      std::cout << keys::usage(argv[0]);
+    case vorn_keys::Action::restore:
+      return inspection::restore(vorn_keys::make_console()) ? kWell : kNotWell;
+    case vorn_keys::Action::help:
+      std::cout << vorn_keys::usage(argv[0]);
       return kWell;
-    case keys::Action::version:
+    case vorn_keys::Action::version:
       std::cout << version << std::endl;
       return kWell;
   }

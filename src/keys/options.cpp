@@ -4,7 +4,7 @@
 
 #include <array>
 
-namespace keys {
+namespace vorn_keys {
 namespace {
 
 constexpr std::array<option, 7> kOptions{{{"list", no_argument, nullptr, 'l'},
@@ -68,4 +68,4 @@ std::string usage(const std::string& name) {
          "Exit status: 0 if all is well, 1 if something is not, 2 for a wrong command line.\n";
 }
 
-}  // namespace keys
+}  // namespace vorn_keys

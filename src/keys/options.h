@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-namespace keys {
+namespace vorn_keys {
 
 enum class Action { list, calibrate, restore, check, help, version };
 
@@ -13,4 +13,4 @@ std::optional<Action> parse_arguments(int argc, char* argv[]);
 /// The help text for a program called `name`.
 std::string usage(const std::string& name);
 
-}  // namespace keys
+}  // namespace vorn_keys

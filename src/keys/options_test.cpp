@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace keys {
+namespace vorn_keys {
 namespace {
 
 /// What the arguments behind the program's name ask for.
@@ -83,4 +83,4 @@ TEST(Usage, NamesTheProgramEveryOptionAndTheExitStatus) {
 }
 
 }  // namespace
-}  // namespace keys
+}  // namespace vorn_keys

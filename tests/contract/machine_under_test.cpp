@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "machines/linux/machine.h"
+#include "machines/linux/drivers/machine.h"
 #include "machines/simulated/composition.h"
-#include "machines/simulated/fake_surroundings.h"
+#include "support/fake_simulation.h"
 #include "support/machine/late_cpufreq.h"
 #include "support/machine/machine_file.h"
 #include "support/machine/memory_tree.h"

@@ -58,17 +58,30 @@ const std::map<std::string, Modules> kLabMayInclude = {
      {"data", "plan", "folder", "analysis", "engine_process", "live", "report", "questions"}},
 };
 
-/// Within the Linux machine, by folder: the same rule once more.
+/// Among the machines: none knows of another, and what they share knows of none.
+const std::map<std::string, Modules> kMachinesMayInclude = {
+    {"linux_kernel", {}},
+    {"controller", {}},
+    {"power_plugin", {}},
+    {"linux", {"linux_kernel", "controller", "power_plugin"}},
+    {"simulated", {"linux_kernel", "controller", "power_plugin"}},
+};
+
+/// Within the Linux machine, by folder. What lies in none, and makes a program's machine of all of
+/// it, is above them.
 const std::map<std::string, Modules> kLinuxMayInclude = {
     {"sysfs", {}},
+    {"surroundings", {"sysfs"}},
     {"hwmon", {"sysfs"}},
-    {"giving_back", {"sysfs"}},
-    {"sensors", {"sysfs", "hwmon"}},
-    {"watch", {"sysfs", "hwmon", "giving_back"}},
-    {"guardian", {"sysfs", "hwmon", "giving_back", "watch"}},
-    {"fans", {"sysfs", "hwmon", "giving_back", "watch", "guardian"}},
-    {"cpufreq", {"sysfs", "giving_back", "guardian"}},
-    {"checkup", {"sysfs", "giving_back", "guardian", "sensors", "fans", "cpufreq"}},
+    {"giving_back", {"sysfs", "surroundings"}},
+    {"sensors", {"sysfs", "surroundings", "hwmon"}},
+    {"watch", {"sysfs", "surroundings", "hwmon", "giving_back"}},
+    {"guardian", {"sysfs", "surroundings", "hwmon", "giving_back", "watch"}},
+    {"fans", {"sysfs", "surroundings", "hwmon", "giving_back", "watch", "guardian"}},
+    {"cpufreq", {"sysfs", "surroundings", "giving_back", "guardian"}},
+    {"drivers", {"sysfs", "surroundings", "hwmon", "guardian", "sensors", "fans", "cpufreq"}},
+    {"checkup",
+     {"sysfs", "surroundings", "giving_back", "guardian", "sensors", "fans", "cpufreq", "drivers"}},
 };
 
 bool is_test(const fs::path& file) {
@@ -145,15 +158,15 @@ TEST(Layers, EveryMainFirstHoldsTheStandardDescriptors) {
   EXPECT_GE(mains, 2) << "the walk found nothing to judge";
 }
 
-/// Judges each folder of `place`, a path below the sources, by what it may include. Returns how
-/// many files were looked at.
+/// Judges each folder of `place`, a path below the sources, by what it may include of the others:
+/// nothing that lies in none of them. Returns how many files were looked at.
 int judge_parts(const std::string& place, const std::map<std::string, Modules>& may_include) {
-  const std::regex kInclude("^#include \"" + place + "/([a-z_]+)/");
+  const std::regex kInclude("^#include \"" + place + "/(?:([a-z_]+)/|[a-z_]+\\.h)");
   int files = 0;
   for (const auto& [part, allowed] : may_include) {
     const fs::path folder = fs::path(VORN_SOURCES) / place / part;
-    for (const auto& entry : fs::directory_iterator(folder)) {
-      if (is_test(entry.path())) {
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+      if (is_test(entry.path()) || entry.is_directory()) {
         continue;
       }
       ++files;
@@ -167,6 +180,52 @@ int judge_parts(const std::string& place, const std::map<std::string, Modules>& 
     }
   }
   return files;
+}
+
+/// The folders right below `place`.
+Modules folders_of(const fs::path& place) {
+  Modules folders;
+  for (const auto& entry : fs::directory_iterator(place)) {
+    if (entry.is_directory()) {
+      folders.insert(entry.path().filename());
+    }
+  }
+  return folders;
+}
+
+Modules parts_of(const std::map<std::string, Modules>& may_include) {
+  Modules parts;
+  for (const auto& [part, allowed] : may_include) {
+    parts.insert(part);
+  }
+  return parts;
+}
+
+TEST(Layers, EveryPartHasItsPlace) {
+  const fs::path sources = VORN_SOURCES;
+  EXPECT_EQ(folders_of(sources / "machines"), parts_of(kMachinesMayInclude));
+  EXPECT_EQ(folders_of(sources / "machines/linux"), parts_of(kLinuxMayInclude));
+  EXPECT_EQ(folders_of(sources / "lab"), parts_of(kLabMayInclude));
+}
+
+// Libraries are called as what they hold, in CamelCase; programs, machines and everything inside of
+// a folder as words with underscores.
+TEST(Layers, NamesOfFoldersFollowOneRule) {
+  static const std::regex kWords("[a-z]+(_[a-z]+)*");
+  static const std::regex kCamelCase("([A-Z]+[a-z]*)+");
+  const Modules kInWords = {"vorn", "keys", "engine", "lab", "machines"};
+  for (const auto& entry : fs::recursive_directory_iterator(VORN_SOURCES)) {
+    if (entry.is_directory()) {
+      const std::string name = entry.path().filename();
+      const bool library =
+          entry.path().parent_path() == fs::path(VORN_SOURCES) && !kInWords.contains(name);
+      EXPECT_TRUE(std::regex_match(name, library ? kCamelCase : kWords)) << entry.path();
+    }
+  }
+}
+
+TEST(Layers, NoMachineIncludesAnother) {
+  EXPECT_GT(judge_parts("machines", kMachinesMayInclude), 50);
 }
 
 TEST(Layers, NoPartOfTheLinuxMachineIncludesOneAboveIt) {

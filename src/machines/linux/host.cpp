@@ -1,7 +1,7 @@
 #include "Host/host.h"
 
 #include "Process/fixed_priority.h"
-#include "machines/linux_kernel.h"
+#include "machines/linux_kernel/linux_kernel.h"
 
 // The kernel has no such role: a thread's policy and priority say it all.
 int host::set_foreground_role() {

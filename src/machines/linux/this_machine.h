@@ -1,6 +1,6 @@
 #pragma once
 
-#include "machines/linux/machine.h"
+#include "machines/linux/drivers/machine.h"
 
 namespace linux_machine {
 

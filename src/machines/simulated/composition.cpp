@@ -2,12 +2,12 @@
 
 #include <memory>
 
-#include "machines/simulated/plugin_driver.h"
-#include "machines/simulated/smc_driver.h"
+#include "machines/simulated/controller.h"
+#include "machines/simulated/power_plugin.h"
 
 std::vector<kx::Node> simulated::compose(Machine& machine) {
-  kx::Node controller{std::make_shared<SmcDriver>(machine), {}};
-  kx::Node package{nullptr, {{std::make_shared<PluginDriver>(machine), {}}}};
+  kx::Node controller{std::make_shared<Controller>(machine), {}};
+  kx::Node package{nullptr, {{std::make_shared<PowerPlugin>(machine), {}}}};
   return {{nullptr, {controller, package}}};
 }
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "Process/fixed_priority.h"
-#include "machines/linux_kernel.h"
+#include "machines/linux_kernel/linux_kernel.h"
 #include "machines/simulated/priority_grant.h"
 
 int simulated::granted(int kernel_answer) {

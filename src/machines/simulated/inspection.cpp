@@ -1,7 +1,7 @@
 #include "Inspection/inspection.h"
 
 #include "Host/host.h"
-#include "machines/linux_kernel.h"
+#include "machines/linux_kernel/linux_kernel.h"
 #include "machines/simulated/keys.h"
 #include "machines/simulated/power.h"
 

@@ -9,7 +9,7 @@
 #include <numbers>
 #include <vector>
 
-#include "machines/simulated/fake_surroundings.h"
+#include "support/fake_simulation.h"
 #include "support/milliseconds.h"
 
 namespace simulated {

@@ -6,7 +6,7 @@
 #include <ctime>
 
 #include "Workload/activity.h"
-#include "machines/linux_kernel.h"
+#include "machines/linux_kernel/linux_kernel.h"
 #include "machines/simulated/weighted_time.h"
 
 namespace {

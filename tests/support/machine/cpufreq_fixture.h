@@ -3,7 +3,7 @@
 #include <map>
 #include <string>
 
-#include "machines/linux/cpufreq/pstate_control.h"
+#include "machines/linux/cpufreq/pinning.h"
 #include "support/machine/faulty_tree.h"
 #include "support/machine/late_cpufreq.h"
 #include "support/machine/memory_tree.h"
@@ -78,7 +78,7 @@ struct CpufreqMachine {
   FaultyTree faulty{kernel};
   TestSurroundings test{faulty};
   Ledger ledger{test.surroundings, "pstates"};
-  PStateControl control{test.surroundings, ledger};
+  PStatePinning control{test.surroundings, ledger};
 };
 
 }  // namespace linux_machine

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 #include "support/machine/memory_tree.h"
 
 /// The surroundings of a driver under test: trees of the test's choice, folders of its own, a

@@ -6,7 +6,7 @@
 #include "machines/linux/fans/curve_file.h"
 #include "machines/linux/fans/daemons.h"
 #include "machines/linux/giving_back/repair.h"
-#include "machines/linux_kernel.h"
+#include "machines/linux_kernel/linux_kernel.h"
 
 namespace linux_machine {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "machines/linux/machine.h"
+#include "machines/linux/drivers/machine.h"
 
 namespace linux_machine {
 

@@ -8,7 +8,7 @@
 #include <fstream>
 
 #include "machines/linux/fans/curve_file.h"
-#include "machines/linux_kernel.h"
+#include "machines/linux_kernel/linux_kernel.h"
 #include "support/machine/machine_file.h"
 #include "support/machine/memory_tree.h"
 #include "support/machine/test_surroundings.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Inspection/inspection.h"
-#include "machines/linux/machine.h"
+#include "machines/linux/drivers/machine.h"
 
 namespace linux_machine {
 

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "machines/linux/cpufreq/pin.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 #include "machines/linux/sysfs/result.h"
 
 namespace linux_machine {

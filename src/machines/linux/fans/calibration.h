@@ -6,7 +6,7 @@
 
 #include "machines/linux/fans/curve.h"
 #include "machines/linux/guardian/ledger.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 
 namespace linux_machine {
 

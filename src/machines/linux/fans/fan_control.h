@@ -13,7 +13,7 @@
 
 #include "machines/linux/fans/forced_fan.h"
 #include "machines/linux/guardian/ledger.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 
 namespace linux_machine {
 

@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "machines/linux/fans/curve.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 
 /// How a fan is kept at its target by pwm: the curve says where to begin, a slow correction does
 /// the rest. Values in, values out.

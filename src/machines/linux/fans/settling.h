@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 #include "machines/linux/sysfs/result.h"
 
 namespace linux_machine {

@@ -6,7 +6,7 @@
 
 #include "machines/linux/fans/channel.h"
 #include "machines/linux/guardian/ledger.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 #include "machines/linux/sysfs/attribute.h"
 
 namespace linux_machine {

@@ -8,7 +8,7 @@
 #include "machines/linux/giving_back/journal.h"
 #include "machines/linux/giving_back/line_text.h"
 #include "machines/linux/giving_back/restore_fan.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 #include "machines/linux/sysfs/parse.h"
 
 // The kernel takes limits of frequency in any order and applies them later, from a work queue;

@@ -8,7 +8,7 @@
 
 #include "machines/linux/giving_back/direct_attribute.h"
 #include "machines/linux/giving_back/line_text.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 
 // A chip takes a pwm value only while the channel is manual: in an automatic mode the write is
 // refused, or accepted and ignored. So the channel is made manual first (its own target regulation

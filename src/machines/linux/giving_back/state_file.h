@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 #include "machines/linux/sysfs/result.h"
 
 namespace linux_machine {

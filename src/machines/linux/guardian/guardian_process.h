@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "machines/linux/guardian/control_groups.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 
 namespace linux_machine {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "machines/linux/hwmon/plausible.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 #include "machines/linux/sysfs/result.h"
 
 namespace linux_machine {

@@ -6,7 +6,7 @@
 
 #include "machines/linux/sensors/energy_meter.h"
 #include "machines/linux/sensors/sensor.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 
 namespace linux_machine {
 

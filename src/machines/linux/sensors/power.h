@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "machines/linux/sensors/sensor.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 
 namespace linux_machine {
 

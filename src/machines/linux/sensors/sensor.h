@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "machines/controller/value_type.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 #include "machines/linux/sysfs/result.h"
 
 namespace linux_machine {

@@ -83,8 +83,8 @@ class HottestSensor : public Sensor {
 /// The hottest of all packages, of which none may be missing: it might have been that one.
 class HottestPackageSensor : public Sensor {
  public:
-  HottestPackageSensor(sysfs::Tree& tree, const std::vector<PackageThermometers>& packages) {
-    for (const PackageThermometers& package : packages) {
+  HottestPackageSensor(sysfs::Tree& tree, const std::vector<ThermalPackage>& packages) {
+    for (const ThermalPackage& package : packages) {
       packages_.push_back(
           std::make_unique<HottestSensor>(tree, package, is_processors_temperature));
     }
@@ -111,8 +111,8 @@ bool is_plausible_now(sysfs::Tree& tree, const Thermometer& thermometer, Plausib
   return attribute && read_degrees(*attribute, plausible);
 }
 
-bool answers_now(sysfs::Tree& tree, const std::vector<PackageThermometers>& packages) {
-  return std::any_of(packages.begin(), packages.end(), [&](const PackageThermometers& package) {
+bool answers_now(sysfs::Tree& tree, const std::vector<ThermalPackage>& packages) {
+  return std::any_of(packages.begin(), packages.end(), [&](const ThermalPackage& package) {
     return std::any_of(package.begin(), package.end(), [&](const Thermometer& one) {
       return is_plausible_now(tree, one, is_processors_temperature);
     });
@@ -120,14 +120,14 @@ bool answers_now(sysfs::Tree& tree, const std::vector<PackageThermometers>& pack
 }
 
 /// The packages by the best rule whose sensors work, or else by the best; none if there is none.
-std::vector<PackageThermometers> find_packages(sysfs::Tree& tree, const ThermalSurvey& survey) {
+std::vector<ThermalPackage> find_packages(sysfs::Tree& tree, const ThermalSurvey& survey) {
   const auto choices = processor_choices(survey);
   for (const auto& packages : choices) {
     if (answers_now(tree, packages)) {
       return packages;
     }
   }
-  return choices.empty() ? std::vector<PackageThermometers>() : choices.front();
+  return choices.empty() ? std::vector<ThermalPackage>() : choices.front();
 }
 
 std::string source_of(const std::vector<Thermometer>& thermometers) {
@@ -139,7 +139,7 @@ std::string source_of(const std::vector<Thermometer>& thermometers) {
 }
 
 void add_processor_keys(std::vector<SensorKey>& keys, sysfs::Tree& tree,
-                        const std::vector<PackageThermometers>& packages) {
+                        const std::vector<ThermalPackage>& packages) {
   if (packages.empty()) {
     return;
   }
@@ -151,7 +151,7 @@ void add_processor_keys(std::vector<SensorKey>& keys, sysfs::Tree& tree,
                     }});
   }
   std::vector<Thermometer> all;
-  for (const PackageThermometers& package : packages) {
+  for (const ThermalPackage& package : packages) {
     all.insert(all.end(), package.begin(), package.end());
   }
   keys.push_back({"TC0P", controller::kSp78, source_of(all), [&tree, packages] {
@@ -213,7 +213,7 @@ std::vector<SensorKey> find_temperature_keys(const Surroundings& surroundings) {
 
 std::vector<WatchedTemperature> find_watched_temperatures(sysfs::Tree& tree) {
   std::vector<WatchedTemperature> found;
-  for (const PackageThermometers& package : find_packages(tree, survey_temperatures(tree))) {
+  for (const ThermalPackage& package : find_packages(tree, survey_temperatures(tree))) {
     for (const Thermometer& one : package) {
       found.push_back({one.attribute, critical_of(tree, one.attribute)});
     }

@@ -4,7 +4,7 @@
 
 #include "machines/linux/hwmon/plausible.h"
 #include "machines/linux/sensors/sensor.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 #include "machines/linux/sysfs/tree.h"
 
 namespace linux_machine {

@@ -19,7 +19,7 @@
 namespace linux_machine {
 namespace {
 
-using Packages = std::vector<PackageThermometers>;
+using Packages = std::vector<ThermalPackage>;
 using Says = std::function<bool(std::string_view)>;
 
 std::string lower(std::string_view text) {
@@ -45,8 +45,8 @@ Thermometer thermometer(const ThermalChip& chip, const HwmonInput& input) {
   return {input.attribute, std::move(text)};
 }
 
-PackageThermometers labelled(const ThermalChip& chip, const Says& wanted) {
-  PackageThermometers found;
+ThermalPackage labelled(const ThermalChip& chip, const Says& wanted) {
+  ThermalPackage found;
   for (const HwmonInput& input : chip.temperatures) {
     if (wanted(input.label)) {
       found.push_back(thermometer(chip, input));
@@ -56,9 +56,9 @@ PackageThermometers labelled(const ThermalChip& chip, const Says& wanted) {
 }
 
 /// The first label that the chip has decides.
-PackageThermometers first_labelled(const ThermalChip& chip, std::initializer_list<Says> wanted) {
+ThermalPackage first_labelled(const ThermalChip& chip, std::initializer_list<Says> wanted) {
   for (const Says& label : wanted) {
-    if (PackageThermometers found = labelled(chip, label); !found.empty()) {
+    if (ThermalPackage found = labelled(chip, label); !found.empty()) {
       found.resize(1);
       return found;
     }
@@ -72,7 +72,7 @@ Packages package_by_chip(const ThermalSurvey& survey, const Says& name,
   Packages packages;
   for (const ThermalChip& chip : survey.chips) {
     if (name(chip.device.name)) {
-      if (PackageThermometers found = first_labelled(chip, labels); !found.empty()) {
+      if (ThermalPackage found = first_labelled(chip, labels); !found.empty()) {
         packages.push_back(std::move(found));
       }
     }
@@ -84,8 +84,7 @@ Packages package_by_chip(const ThermalSurvey& survey, const Says& name,
 Packages whole_package_by_chip(const ThermalSurvey& survey, const Says& name, const Says& label) {
   Packages packages;
   for (const ThermalChip& chip : survey.chips) {
-    if (PackageThermometers found;
-        name(chip.device.name) && !(found = labelled(chip, label)).empty()) {
+    if (ThermalPackage found; name(chip.device.name) && !(found = labelled(chip, label)).empty()) {
       packages.push_back(std::move(found));
     }
   }
@@ -94,10 +93,10 @@ Packages whole_package_by_chip(const ThermalSurvey& survey, const Says& name, co
 
 /// Everything that fits belongs to one package.
 Packages one_package(const ThermalSurvey& survey, const Says& name, const Says& label) {
-  PackageThermometers all;
+  ThermalPackage all;
   for (const ThermalChip& chip : survey.chips) {
     if (name(chip.device.name)) {
-      const PackageThermometers found = labelled(chip, label);
+      const ThermalPackage found = labelled(chip, label);
       all.insert(all.end(), found.begin(), found.end());
     }
   }
@@ -112,7 +111,7 @@ std::optional<int> package_id(std::string_view label) {
 
 /// Processors without a sensor for the package are as hot as their hottest core.
 Packages coretemp(const ThermalSurvey& survey) {
-  std::vector<std::pair<int, PackageThermometers>> found;
+  std::vector<std::pair<int, ThermalPackage>> found;
   for (const ThermalChip& chip : survey.chips) {
     if (chip.device.name != "coretemp") {
       continue;
@@ -123,7 +122,7 @@ Packages coretemp(const ThermalSurvey& survey) {
         found.push_back({*id, {thermometer(chip, input)}});
       }
     }
-    PackageThermometers cores = labelled(chip, [](auto) { return true; });
+    ThermalPackage cores = labelled(chip, [](auto) { return true; });
     if (found.size() == before && !cores.empty()) {
       found.push_back({static_cast<int>(before), std::move(cores)});
     }
@@ -146,7 +145,7 @@ Packages join_nodes(Packages nodes, std::size_t packages) {
   const std::size_t nodes_of_each = nodes.size() / packages;
   Packages joined(packages);
   for (std::size_t i = 0; i < nodes.size(); ++i) {
-    PackageThermometers& package = joined[i / nodes_of_each];
+    ThermalPackage& package = joined[i / nodes_of_each];
     package.insert(package.end(), nodes[i].begin(), nodes[i].end());
   }
   return joined;
@@ -155,9 +154,9 @@ Packages join_nodes(Packages nodes, std::size_t packages) {
 Packages amd(const ThermalSurvey& survey) {
   Packages nodes;
   for (const ThermalChip& chip : survey.chips) {
-    PackageThermometers found = measures_amd_node(chip)
-                                    ? first_labelled(chip, {is("Tdie"), is("Tctl"), is("")})
-                                    : PackageThermometers();
+    ThermalPackage found = measures_amd_node(chip)
+                               ? first_labelled(chip, {is("Tdie"), is("Tctl"), is("")})
+                               : ThermalPackage();
     if (!found.empty()) {
       nodes.push_back(std::move(found));
     }
@@ -256,8 +255,8 @@ Packages chromebook(const ThermalSurvey& survey) {
                          }});
 }
 
-PackageThermometers zones_of_type(const ThermalSurvey& survey, const Says& type) {
-  PackageThermometers found;
+ThermalPackage zones_of_type(const ThermalSurvey& survey, const Says& type) {
+  ThermalPackage found;
   for (const ThermalZone& zone : survey.zones) {
     if (type(zone.type)) {
       found.push_back({zone.folder + "/temp", "thermal zone " + zone.type});
@@ -275,13 +274,13 @@ Packages package_zones(const ThermalSurvey& survey) {
 }
 
 Packages processor_zones(const ThermalSurvey& survey) {
-  PackageThermometers found = zones_of_type(survey, is_processor_zone);
+  ThermalPackage found = zones_of_type(survey, is_processor_zone);
   return found.empty() ? Packages() : Packages{std::move(found)};
 }
 
 /// Often constant, and often nonsense: the last to be asked.
 Packages firmware_zones(const ThermalSurvey& survey) {
-  PackageThermometers found = zones_of_type(survey, is("acpitz"));
+  ThermalPackage found = zones_of_type(survey, is("acpitz"));
   return found.empty() ? Packages() : Packages{std::move(found)};
 }
 

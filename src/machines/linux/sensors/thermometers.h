@@ -15,10 +15,10 @@ struct Thermometer {
 };
 
 /// Those of one processor package: the hottest counts.
-using PackageThermometers = std::vector<Thermometer>;
+using ThermalPackage = std::vector<Thermometer>;
 
 /// For every rule that finds some, best rule first: the packages, in their order. Pure.
-std::vector<std::vector<PackageThermometers>> processor_choices(const ThermalSurvey& survey);
+std::vector<std::vector<ThermalPackage>> processor_choices(const ThermalSurvey& survey);
 
 /// Those whose labels say that they measure the air around or inside the machine, best first. Pure.
 std::vector<Thermometer> ambient_choices(const ThermalSurvey& survey);

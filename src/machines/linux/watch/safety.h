@@ -6,7 +6,7 @@
 
 #include "machines/linux/giving_back/line_text.h"
 #include "machines/linux/hwmon/plausible.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 
 /// When forced fans must be given back. Decisions on values: nothing here reads, or allocates.
 namespace linux_machine {

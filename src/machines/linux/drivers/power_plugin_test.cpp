@@ -1,4 +1,4 @@
-#include "machines/linux/plugin_driver.h"
+#include "machines/linux/drivers/power_plugin.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "machines/linux/plugin_driver.h"
+#include "machines/linux/drivers/power_plugin.h"
 
-#include "machines/linux/kx_result.h"
+#include "machines/linux/drivers/kx_result.h"
 
 namespace linux_machine {
 

@@ -1,4 +1,4 @@
-#include "machines/linux/cpufreq/pstate_control.h"
+#include "machines/linux/cpufreq/pinning.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -45,7 +45,7 @@ std::string was(const std::string& attribute, const std::string& value) {
 
 }  // namespace
 
-Result<Done> PStateControl::force(std::uint32_t n) {
+Result<Done> PStatePinning::force(std::uint32_t n) {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (Result<Done> checked = check_number(n); !checked) {
     return checked;
@@ -67,12 +67,12 @@ Result<Done> PStateControl::force(std::uint32_t n) {
   return failure;
 }
 
-Result<Done> PStateControl::give_back() {
+Result<Done> PStatePinning::give_back() {
   const std::lock_guard<std::mutex> lock(mutex_);
   return give_back_all();
 }
 
-Result<Done> PStateControl::check_number(std::uint32_t n) {
+Result<Done> PStatePinning::check_number(std::uint32_t n) {
   if (original_) {
     return number_within(n, original_->policies);
   }
@@ -82,7 +82,7 @@ Result<Done> PStateControl::check_number(std::uint32_t n) {
 
 // The machine is read again here: until the ledger has begun, it may stand as a run that was killed
 // has left it.
-Result<Done> PStateControl::pin(std::uint32_t n) {
+Result<Done> PStatePinning::pin(std::uint32_t n) {
   const Result<Cpufreq> now = read_cpufreq(surroundings_.sys);
   if (!now) {
     return now.failure();
@@ -101,7 +101,7 @@ Result<Done> PStateControl::pin(std::uint32_t n) {
   return confirm(surroundings_, plan.limits);
 }
 
-const Cpufreq& PStateControl::original_beside(const Cpufreq& now) {
+const Cpufreq& PStatePinning::original_beside(const Cpufreq& now) {
   if (!original_) {
     original_ = now;
     return *original_;
@@ -117,7 +117,7 @@ const Cpufreq& PStateControl::original_beside(const Cpufreq& now) {
   return *original_;
 }
 
-Result<Done> PStateControl::save(const PinPlan& plan) {
+Result<Done> PStatePinning::save(const PinPlan& plan) {
   for (const Setting& original : plan.originals) {
     // The first value stays: later ones may be those that were forced. The ledger keeps what it
     // has already.
@@ -134,7 +134,7 @@ Result<Done> PStateControl::save(const PinPlan& plan) {
   return Done{};
 }
 
-Result<Done> PStateControl::give_back_all() {
+Result<Done> PStatePinning::give_back_all() {
   if (ledger_.give_back_all()) {
     saved_.clear();
     original_.reset();

@@ -1,7 +1,7 @@
+#include "machines/linux/drivers/keys.h"
+
 #include <algorithm>
 #include <cmath>
-
-#include "machines/linux/keys.h"
 
 namespace linux_machine {
 namespace {

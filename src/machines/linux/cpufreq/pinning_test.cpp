@@ -1,4 +1,4 @@
-#include "machines/linux/cpufreq/pstate_control.h"
+#include "machines/linux/cpufreq/pinning.h"
 
 #include <gtest/gtest.h>
 
@@ -27,7 +27,7 @@ bool can_be_pinned(const std::string& text) {
   return static_cast<bool>(read_cpufreq(tree));
 }
 
-TEST(PStateControl, ForcesAndGivesBackEveryMachine) {
+TEST(PStatePinning, ForcesAndGivesBackEveryMachine) {
   int machines = 0;
   for (const std::string& name : all_machines()) {
     SCOPED_TRACE(name);
@@ -53,7 +53,7 @@ TEST(PStateControl, ForcesAndGivesBackEveryMachine) {
   EXPECT_GE(machines, 12);
 }
 
-TEST(PStateControl, RefusesANumberBeyondTheLastAndChangesNothing) {
+TEST(PStatePinning, RefusesANumberBeyondTheLastAndChangesNothing) {
   CpufreqMachine machine(turbo_machine());
   const int writes = machine.tree.writes();
   const Result<Done> forced = machine.control.force(44);
@@ -67,7 +67,7 @@ TEST(PStateControl, RefusesANumberBeyondTheLastAndChangesNothing) {
   EXPECT_EQ(machine.limits(1), "400000 400000");
 }
 
-TEST(PStateControl, WaitsUntilTheKernelHasAppliedIt) {
+TEST(PStatePinning, WaitsUntilTheKernelHasAppliedIt) {
   CpufreqMachine machine(turbo_machine(), LateCpufreq::Kernel::queues, 900 * kNsPerMs);
   const std::int64_t start = machine.test.now_ns;
   ASSERT_TRUE(machine.control.force(5));
@@ -75,7 +75,7 @@ TEST(PStateControl, WaitsUntilTheKernelHasAppliedIt) {
   EXPECT_EQ(machine.limits(0), "4200000 4200000");
 }
 
-TEST(PStateControl, GivesUpOnAKernelThatDoesNotApplyItWithinASecond) {
+TEST(PStatePinning, GivesUpOnAKernelThatDoesNotApplyItWithinASecond) {
   CpufreqMachine machine(turbo_machine(), LateCpufreq::Kernel::queues, 1100 * kNsPerMs);
   const auto before = machine.kernel.snapshot();
   const Result<Done> forced = machine.control.force(5);
@@ -85,7 +85,7 @@ TEST(PStateControl, GivesUpOnAKernelThatDoesNotApplyItWithinASecond) {
 }
 
 // The limits are refused there if they come in the wrong order.
-TEST(PStateControl, SatisfiesKernelsBeforeQueues) {
+TEST(PStatePinning, SatisfiesKernelsBeforeQueues) {
   CpufreqMachine machine(turbo_machine(), LateCpufreq::Kernel::applies);
   const auto before = machine.kernel.snapshot();
   for (const std::uint32_t n : {0U, 43U, 10U, 20U, 5U}) {
@@ -96,7 +96,7 @@ TEST(PStateControl, SatisfiesKernelsBeforeQueues) {
   EXPECT_EQ(machine.kernel.snapshot(), before);
 }
 
-TEST(PStateControl, GivesBackNarrowLimitsToKernelsBeforeQueues) {
+TEST(PStatePinning, GivesBackNarrowLimitsToKernelsBeforeQueues) {
   const std::string narrow = PolicyText{.min = 2000000, .max = 2100000}.text();
   for (const std::uint32_t n : {0U, 43U}) {
     CpufreqMachine machine(narrow, LateCpufreq::Kernel::applies);
@@ -106,7 +106,7 @@ TEST(PStateControl, GivesBackNarrowLimitsToKernelsBeforeQueues) {
   }
 }
 
-TEST(PStateControl, SwitchesTurboOffAndOnAgain) {
+TEST(PStatePinning, SwitchesTurboOffAndOnAgain) {
   CpufreqMachine machine(turbo_machine());
   ASSERT_TRUE(machine.control.force(43));
   EXPECT_EQ(machine.read(kNoTurbo), "1");
@@ -118,7 +118,7 @@ TEST(PStateControl, SwitchesTurboOffAndOnAgain) {
   EXPECT_EQ(machine.limits(0), "400000 4700000");
 }
 
-TEST(PStateControl, PutsTheGovernorBackBeforeThePreference) {
+TEST(PStatePinning, PutsTheGovernorBackBeforeThePreference) {
   CpufreqMachine machine(performance_machine());
   const auto before = machine.kernel.snapshot();
   ASSERT_TRUE(machine.control.force(3));
@@ -128,7 +128,7 @@ TEST(PStateControl, PutsTheGovernorBackBeforeThePreference) {
   EXPECT_EQ(machine.read(kCpufreq + "policy0/scaling_governor"), "performance");
 }
 
-TEST(PStateControl, NamesTheLimitThatAThermalDriverHoldsDown) {
+TEST(PStatePinning, NamesTheLimitThatAThermalDriverHoldsDown) {
   CpufreqMachine machine(turbo_machine());
   machine.tree.put("moving/" + kCpufreq + "policy1/thermal_limit", "1500000");
   const auto before = machine.kernel.snapshot();
@@ -142,7 +142,7 @@ TEST(PStateControl, NamesTheLimitThatAThermalDriverHoldsDown) {
   EXPECT_EQ(machine.kernel.snapshot(), before);
 }
 
-TEST(PStateControl, TakesADriversRoundingForTheSame) {
+TEST(PStatePinning, TakesADriversRoundingForTheSame) {
   for (const auto& [khz, same] : {std::pair("4660000", true), std::pair("4640000", false)}) {
     CpufreqMachine machine(turbo_machine());
     machine.tree.put("moving/" + kCpufreq + "policy1/thermal_limit", khz);
@@ -150,7 +150,7 @@ TEST(PStateControl, TakesADriversRoundingForTheSame) {
   }
 }
 
-TEST(PStateControl, GivesEverythingBackWhenAWriteIsRefused) {
+TEST(PStatePinning, GivesEverythingBackWhenAWriteIsRefused) {
   CpufreqMachine machine(turbo_machine());
   const auto before = machine.kernel.snapshot();
   const std::string refusing = kCpufreq + "policy1/scaling_min_freq";
@@ -166,7 +166,7 @@ TEST(PStateControl, GivesEverythingBackWhenAWriteIsRefused) {
   EXPECT_EQ(machine.kernel.snapshot(), before);
 }
 
-TEST(PStateControl, SaysWhatCouldNotBeGivenBack) {
+TEST(PStatePinning, SaysWhatCouldNotBeGivenBack) {
   CpufreqMachine machine(turbo_machine());
   ASSERT_TRUE(machine.control.force(5));
   const std::string stuck = kCpufreq + "policy1/scaling_min_freq";
@@ -181,7 +181,7 @@ TEST(PStateControl, SaysWhatCouldNotBeGivenBack) {
   EXPECT_EQ(machine.limits(1), "400000 4700000");
 }
 
-TEST(PStateControl, ReportsWhatHasGoneWithItsProcessor) {
+TEST(PStatePinning, ReportsWhatHasGoneWithItsProcessor) {
   CpufreqMachine machine(turbo_machine());
   ASSERT_TRUE(machine.control.force(5));
   machine.tree.remove(kCpufreq + "policy1");
@@ -190,7 +190,7 @@ TEST(PStateControl, ReportsWhatHasGoneWithItsProcessor) {
   EXPECT_EQ(machine.limits(0), "400000 4700000");
 }
 
-TEST(PStateControl, PinsAPolicyThatAppearsLater) {
+TEST(PStatePinning, PinsAPolicyThatAppearsLater) {
   CpufreqMachine machine(turbo_machine());
   machine.tree.fail(kCpufreq + "policy1/affected_cpus", EBUSY);
   ASSERT_TRUE(machine.control.force(5));
@@ -202,7 +202,7 @@ TEST(PStateControl, PinsAPolicyThatAppearsLater) {
   EXPECT_EQ(machine.limits(1), "400000 4700000");
 }
 
-TEST(PStateControl, LeavesAMachineToTheRunThatHoldsIt) {
+TEST(PStatePinning, LeavesAMachineToTheRunThatHoldsIt) {
   CpufreqMachine machine(turbo_machine());
   Ledger other(machine.test.surroundings, "pstates");
   ASSERT_TRUE(other.begin());
@@ -211,12 +211,12 @@ TEST(PStateControl, LeavesAMachineToTheRunThatHoldsIt) {
   EXPECT_EQ(machine.kernel.snapshot(), before);
 }
 
-TEST(PStateControl, StartsFromWhatAKilledRunHadFound) {
+TEST(PStatePinning, StartsFromWhatAKilledRunHadFound) {
   CpufreqMachine machine(turbo_machine());
   const auto before = machine.kernel.snapshot();
   {
     Ledger killed(machine.test.surroundings, "pstates");
-    PStateControl control(machine.test.surroundings, killed);
+    PStatePinning control(machine.test.surroundings, killed);
     ASSERT_TRUE(control.force(5));
   }
   ASSERT_TRUE(machine.control.force(6));
@@ -224,7 +224,7 @@ TEST(PStateControl, StartsFromWhatAKilledRunHadFound) {
   EXPECT_EQ(machine.kernel.snapshot(), before);
 }
 
-TEST(PStateControl, HasNothingToGiveBackAtFirst) {
+TEST(PStatePinning, HasNothingToGiveBackAtFirst) {
   CpufreqMachine machine(turbo_machine());
   EXPECT_TRUE(machine.control.give_back());
   EXPECT_EQ(machine.tree.writes(), 0);

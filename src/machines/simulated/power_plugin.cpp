@@ -1,4 +1,4 @@
-#include "machines/simulated/plugin_driver.h"
+#include "machines/simulated/power_plugin.h"
 
 #include <optional>
 

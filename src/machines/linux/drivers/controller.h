@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -9,30 +10,10 @@
 #include <vector>
 
 #include "machines/controller/key_service.h"
-#include "machines/linux/fans/fan_control.h"
-#include "machines/linux/sensors/sensor.h"
+#include "machines/linux/drivers/keys.h"
+#include "machines/linux/surroundings/surroundings.h"
 
 namespace linux_machine {
-
-/// A key of this machine's controller: a sensor that each connection reads for itself, or a
-/// register of the fan control that all of them share.
-struct Key {
-  std::uint32_t code;
-  const controller::ValueType& type;
-  std::string source;  ///< for people
-
-  std::function<std::unique_ptr<Sensor>()> connect;         ///< null: a register
-  std::function<sysfs::Result<double>()> read;              ///< of a register
-  std::function<sysfs::Result<sysfs::Done>(double)> write;  ///< null: read-only
-  bool moves_fan_when_read = false;  ///< its value may have to be measured first
-
-  std::string name() const { return controller::characters_of(code); }
-};
-
-/// Every key that this machine has a source for: the sensors', then "FS! " and the keys of each
-/// fan. `fans` outlives them.
-std::vector<Key> make_keys(std::vector<SensorKey> sensors, const Surroundings& surroundings,
-                           FanControl& fans);
 
 /// What has been said to the user about each key: the same thing is said once in a run, however
 /// many connections meet it. Thread: any.

@@ -9,20 +9,20 @@
 #include "machines/linux/cpufreq/pin.h"
 #include "machines/linux/cpufreq/policy.h"
 #include "machines/linux/guardian/ledger.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 #include "machines/linux/sysfs/result.h"
 
 namespace linux_machine {
 
 /// Forces P-states and gives them back. Does not end the ledger: whoever owns that does, when no
 /// other run is to wait any longer. Thread: any.
-class PStateControl {
+class PStatePinning {
  public:
   /// Both outlive this. Nothing happens yet.
-  PStateControl(const Surroundings& surroundings, Ledger& ledger)
+  PStatePinning(const Surroundings& surroundings, Ledger& ledger)
       : surroundings_(surroundings), ledger_(ledger) {}
-  PStateControl(const PStateControl&) = delete;
-  PStateControl& operator=(const PStateControl&) = delete;
+  PStatePinning(const PStatePinning&) = delete;
+  PStatePinning& operator=(const PStatePinning&) = delete;
 
   /// Pins every processor to P-state n (0 is the fastest), also after another one, and waits until
   /// the kernel shows it: a second at most. What was there before the first call is what will be

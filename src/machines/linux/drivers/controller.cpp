@@ -1,8 +1,8 @@
-#include "machines/linux/keys.h"
+#include "machines/linux/drivers/controller.h"
 
 #include <algorithm>
 
-#include "machines/linux/kx_result.h"
+#include "machines/linux/drivers/kx_result.h"
 
 namespace linux_machine {
 

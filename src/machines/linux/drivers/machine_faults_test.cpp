@@ -9,7 +9,7 @@
 #include <set>
 #include <tuple>
 
-#include "machines/linux/machine.h"
+#include "machines/linux/drivers/machine.h"
 #include "support/machine/cpufreq_fixture.h"
 #include "support/machine/fan_fixture.h"
 #include "support/machine/turns.h"

@@ -1,4 +1,4 @@
-#include "machines/simulated/smc_driver.h"
+#include "machines/simulated/controller.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "machines/simulated/fake_surroundings.h"
+#include "support/fake_simulation.h"
 #include "support/milliseconds.h"
 
 namespace simulated {
@@ -17,7 +17,7 @@ namespace {
 /// One connection to a driver, and what a program says through it.
 class Connection {
  public:
-  explicit Connection(SmcDriver& driver) {
+  explicit Connection(Controller& driver) {
     EXPECT_EQ(driver.open(1, client_), kKxReturnSuccess);
     EXPECT_EQ(scalar(0), kKxReturnSuccess);
   }
@@ -74,32 +74,32 @@ std::vector<int> front(const SMCParamStruct& record, std::size_t count) {
   return {record.bytes, record.bytes + count};
 }
 
-class SmcDriverTest : public ::testing::Test {
+class ControllerTest : public ::testing::Test {
  protected:
   FakeSurroundings fake_;
   Machine machine_{fake_.surroundings(2)};
-  SmcDriver driver_{machine_};
+  Controller driver_{machine_};
   Connection connection_{driver_};
 };
 
-TEST_F(SmcDriverTest, ShowsItselfUnderItsServiceClass) {
+TEST_F(ControllerTest, ShowsItselfUnderItsServiceClass) {
   EXPECT_EQ(driver_.classes(), std::vector<std::string>{"VeltoSMC"});
 }
 
-TEST_F(SmcDriverTest, RefusesAConnectionTypeItDoesNotKnow) {
+TEST_F(ControllerTest, RefusesAConnectionTypeItDoesNotKnow) {
   std::unique_ptr<kx::UserClient> client;
   EXPECT_EQ(driver_.open(0, client), kKxReturnUnsupported);
   EXPECT_EQ(driver_.open(2, client), kKxReturnUnsupported);
   EXPECT_EQ(client, nullptr);
 }
 
-TEST_F(SmcDriverTest, OpensForAnyUser) {
+TEST_F(ControllerTest, OpensForAnyUser) {
   fake_.effective_user = 1000;
   Connection another(driver_);
   EXPECT_EQ(another.read("TA0P").result, 0);
 }
 
-TEST_F(SmcDriverTest, AnswersNoTransactionOutsideOfItsHandShakes) {
+TEST_F(ControllerTest, AnswersNoTransactionOutsideOfItsHandShakes) {
   std::unique_ptr<kx::UserClient> client;
   ASSERT_EQ(driver_.open(1, client), kKxReturnSuccess);
   SMCParamStruct record{};
@@ -113,14 +113,14 @@ TEST_F(SmcDriverTest, AnswersNoTransactionOutsideOfItsHandShakes) {
   EXPECT_EQ(client->structure_method(2, in, out, size), kKxReturnError);
 }
 
-TEST_F(SmcDriverTest, CloseHandShakeNeedsAnOpenOne) {
+TEST_F(ControllerTest, CloseHandShakeNeedsAnOpenOne) {
   EXPECT_EQ(connection_.scalar(1), kKxReturnSuccess);
   EXPECT_EQ(connection_.scalar(1), kKxReturnError);
   EXPECT_EQ(connection_.scalar(0), kKxReturnSuccess);
   EXPECT_EQ(connection_.scalar(0), kKxReturnSuccess);
 }
 
-TEST_F(SmcDriverTest, RefusesSelectorsThatItDoesNotKnow) {
+TEST_F(ControllerTest, RefusesSelectorsThatItDoesNotKnow) {
   SMCParamStruct record{};
   EXPECT_EQ(connection_.scalar(2), kKxReturnUnsupported);
   EXPECT_EQ(connection_.scalar(3), kKxReturnUnsupported);
@@ -128,13 +128,13 @@ TEST_F(SmcDriverTest, RefusesSelectorsThatItDoesNotKnow) {
   EXPECT_EQ(connection_.call(record, record, 3), kKxReturnUnsupported);
 }
 
-TEST_F(SmcDriverTest, RefusesHandShakesWithArguments) {
+TEST_F(ControllerTest, RefusesHandShakesWithArguments) {
   std::uint32_t word = 0;
   EXPECT_EQ(connection_.client().scalar_method(0, {&word, 1}, {}), kKxReturnBadArgument);
   EXPECT_EQ(connection_.client().scalar_method(0, {}, {&word, 1}), kKxReturnBadArgument);
 }
 
-TEST_F(SmcDriverTest, RefusesRecordsOfAnotherSize) {
+TEST_F(ControllerTest, RefusesRecordsOfAnotherSize) {
   std::array<std::byte, 100> in{};
   std::array<std::byte, 100> out{};
   std::size_t size = 7;
@@ -151,7 +151,7 @@ TEST_F(SmcDriverTest, RefusesRecordsOfAnotherSize) {
   EXPECT_EQ(size, 80U);
 }
 
-TEST_F(SmcDriverTest, DescribesEveryKeyBySizeAndType) {
+TEST_F(ControllerTest, DescribesEveryKeyBySizeAndType) {
   for (const Key& key : all_keys()) {
     SMCParamStruct request{};
     request.key = key.code;
@@ -165,20 +165,20 @@ TEST_F(SmcDriverTest, DescribesEveryKeyBySizeAndType) {
   }
 }
 
-TEST_F(SmcDriverTest, DescribesAnUnknownKeyAsOneOfNoBytes) {
+TEST_F(ControllerTest, DescribesAnUnknownKeyAsOneOfNoBytes) {
   const SMCParamStruct reply = connection_.describe("F9Tg");
   EXPECT_EQ(reply.info.dataSize, 0U);
   EXPECT_EQ(reply.info.dataType, 0U);
   EXPECT_EQ(reply.result, static_cast<int>(controller::Result::unknown_key));
 }
 
-TEST_F(SmcDriverTest, ReadsAnUnknownKeyAsZeros) {
+TEST_F(ControllerTest, ReadsAnUnknownKeyAsZeros) {
   const SMCParamStruct reply = connection_.read("F9Tg");
   EXPECT_EQ(front(reply, 32), std::vector<int>(32, 0));
   EXPECT_EQ(reply.result, static_cast<int>(controller::Result::unknown_key));
 }
 
-TEST_F(SmcDriverTest, ReadsEachTypeWithTheHighestByteFirstAndZerosBehind) {
+TEST_F(ControllerTest, ReadsEachTypeWithTheHighestByteFirstAndZerosBehind) {
   fake_.pass(70'000 * kMs, 0);
   EXPECT_EQ(front(connection_.read("TA0P"), 3), (std::vector<int>{25, 0, 0}));        // sp78
   EXPECT_EQ(front(connection_.read("F0Mx"), 3), (std::vector<int>{0x51, 0x40, 0}));   // fpe2
@@ -189,7 +189,7 @@ TEST_F(SmcDriverTest, ReadsEachTypeWithTheHighestByteFirstAndZerosBehind) {
   EXPECT_EQ(front(connection_.read("FS! "), 3), (std::vector<int>{0x81, 0x02, 0}));  // ui16
 }
 
-TEST_F(SmcDriverTest, WrittenTargetAndForceBitsMoveTheFan) {
+TEST_F(ControllerTest, WrittenTargetAndForceBitsMoveTheFan) {
   EXPECT_EQ(connection_.write("F1Tg", {0x2E, 0xE0}), 0);  // 3000
   EXPECT_EQ(connection_.write("FS! ", {0x00, 0x02}), 0);
   EXPECT_EQ(machine_.inspect().fans().force_bits(), 2);
@@ -199,7 +199,7 @@ TEST_F(SmcDriverTest, WrittenTargetAndForceBitsMoveTheFan) {
   EXPECT_EQ(front(connection_.read("F0Ac"), 2), (std::vector<int>{0x0C, 0x80}));  // 800
 }
 
-TEST_F(SmcDriverTest, ClearedForceBitLeavesTheTarget) {
+TEST_F(ControllerTest, ClearedForceBitLeavesTheTarget) {
   connection_.write("F0Tg", {0x2E, 0xE0});
   connection_.write("FS! ", {0, 1});
   connection_.write("FS! ", {0, 0});
@@ -207,7 +207,7 @@ TEST_F(SmcDriverTest, ClearedForceBitLeavesTheTarget) {
   EXPECT_EQ(front(connection_.read("F0Tg"), 2), (std::vector<int>{0x2E, 0xE0}));
 }
 
-TEST_F(SmcDriverTest, RefusesWritesOfOrdinaryUsersWithAReturnCode) {
+TEST_F(ControllerTest, RefusesWritesOfOrdinaryUsersWithAReturnCode) {
   fake_.effective_user = 1000;
   for (const auto& request :
        {Connection::write_request("FS! ", {0, 1}), Connection::write_request("PC0C", {0, 1}),
@@ -218,19 +218,19 @@ TEST_F(SmcDriverTest, RefusesWritesOfOrdinaryUsersWithAReturnCode) {
   EXPECT_EQ(machine_.inspect().fans().force_bits(), 0);
 }
 
-TEST_F(SmcDriverTest, RefusesWritesOfReadOnlyKeysAndOfUnknownOnesWithTheResultByte) {
+TEST_F(ControllerTest, RefusesWritesOfReadOnlyKeysAndOfUnknownOnesWithTheResultByte) {
   EXPECT_EQ(connection_.write("F0Mx", {0, 1}), static_cast<int>(controller::Result::read_only_key));
   EXPECT_EQ(connection_.write("F0Ac", {0, 1}), static_cast<int>(controller::Result::read_only_key));
   EXPECT_EQ(connection_.write("F9Tg", {0, 1}), static_cast<int>(controller::Result::unknown_key));
 }
 
-TEST_F(SmcDriverTest, RefusesWritesOfAnotherSizeAndChangesNothing) {
+TEST_F(ControllerTest, RefusesWritesOfAnotherSizeAndChangesNothing) {
   EXPECT_EQ(connection_.write("FS! ", {1}), static_cast<int>(controller::Result::wrong_size));
   EXPECT_EQ(connection_.write("FS! ", {1, 2, 3}), static_cast<int>(controller::Result::wrong_size));
   EXPECT_EQ(machine_.inspect().fans().force_bits(), 0);
 }
 
-TEST_F(SmcDriverTest, RefusesAnUnknownCommandWithTheResultByte) {
+TEST_F(ControllerTest, RefusesAnUnknownCommandWithTheResultByte) {
   EXPECT_EQ(connection_.transact("FS! ", 0).result,
             static_cast<int>(controller::Result::unknown_command));
   EXPECT_EQ(connection_.transact("FS! ", 7).result,
@@ -239,11 +239,11 @@ TEST_F(SmcDriverTest, RefusesAnUnknownCommandWithTheResultByte) {
 
 // What each thread writes it alone writes, so the last of it must stand; the thread sanitizer
 // watches the rest.
-TEST_F(SmcDriverTest, TwoConnectionsServeSeveralThreadsAtOnce) {
+TEST_F(ControllerTest, TwoConnectionsServeSeveralThreadsAtOnce) {
   Surroundings real = real_surroundings();
   real.effective_user = [] { return uid_t{0}; };
   Machine machine(real);
-  SmcDriver driver(machine);
+  Controller driver(machine);
   const auto work = [&](auto& target) {
     Connection connection(driver);
     for (int i = 0; i <= 2000; ++i) {

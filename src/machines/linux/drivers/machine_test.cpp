@@ -1,4 +1,4 @@
-#include "machines/linux/machine.h"
+#include "machines/linux/drivers/machine.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <memory>
 
-#include "machines/linux/cpufreq/pstate_control.h"
+#include "machines/linux/cpufreq/pinning.h"
 #include "machines/power_plugin/plugin_service.h"
 
 namespace linux_machine {
@@ -13,7 +13,7 @@ namespace linux_machine {
 class LinuxPStates final : public power_plugin::PStates {
  public:
   /// All outlive this.
-  LinuxPStates(const Surroundings& surroundings, PStateControl& control, Ledger& ledger)
+  LinuxPStates(const Surroundings& surroundings, PStatePinning& control, Ledger& ledger)
       : surroundings_(surroundings), control_(control), ledger_(ledger) {}
 
   bool may_change() override { return surroundings_.effective_user() == 0; }
@@ -26,7 +26,7 @@ class LinuxPStates final : public power_plugin::PStates {
   kx_return_t told(const sysfs::Result<sysfs::Done>& result);
 
   const Surroundings& surroundings_;
-  PStateControl& control_;
+  PStatePinning& control_;
   Ledger& ledger_;
   std::atomic<bool> claimed_{false};
 };

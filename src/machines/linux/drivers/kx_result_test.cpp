@@ -1,4 +1,4 @@
-#include "machines/linux/kx_result.h"
+#include "machines/linux/drivers/kx_result.h"
 
 #include <gtest/gtest.h>
 

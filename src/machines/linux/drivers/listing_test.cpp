@@ -5,7 +5,7 @@
 
 #include "Inspection/unit.h"
 #include "machines/linux/cpufreq/pstates.h"
-#include "machines/linux/machine.h"
+#include "machines/linux/drivers/machine.h"
 #include "support/golden.h"
 #include "support/machine/energy_flow.h"
 #include "support/machine/machine_file.h"

@@ -1,8 +1,8 @@
-#include "machines/linux/machine.h"
+#include "machines/linux/drivers/machine.h"
 
 #include <memory>
 
-#include "machines/linux/plugin_driver.h"
+#include "machines/linux/drivers/power_plugin.h"
 #include "machines/linux/sensors/sensors.h"
 #include "machines/linux/sensors/temperature.h"
 

@@ -23,9 +23,9 @@ class SimulatedPStates final : public power_plugin::PStates {
 };
 
 /// The power plugin of the simulated machine. Outlived by the machine that it is given.
-class PluginDriver : public power_plugin::PluginService {
+class PowerPlugin : public power_plugin::PluginService {
  public:
-  explicit PluginDriver(Machine& machine)
+  explicit PowerPlugin(Machine& machine)
       : PluginService("SimulatedPlatformPlugin", std::make_unique<SimulatedPStates>(machine)) {}
 };
 

@@ -6,9 +6,9 @@
 namespace simulated {
 
 /// The driver of the simulated controller. Outlived by the machine that it is given.
-class SmcDriver : public controller::KeyService {
+class Controller : public controller::KeyService {
  public:
-  explicit SmcDriver(Machine& machine);
+  explicit Controller(Machine& machine);
 };
 
 }  // namespace simulated

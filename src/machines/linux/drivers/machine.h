@@ -3,11 +3,11 @@
 #include <vector>
 
 #include "Kx/driver.h"
-#include "machines/linux/cpufreq/pstate_control.h"
+#include "machines/linux/cpufreq/pinning.h"
+#include "machines/linux/drivers/controller.h"
 #include "machines/linux/fans/fan_control.h"
 #include "machines/linux/guardian/ledger.h"
-#include "machines/linux/keys.h"
-#include "machines/linux/surroundings.h"
+#include "machines/linux/surroundings/surroundings.h"
 
 namespace linux_machine {
 
@@ -33,7 +33,7 @@ class Machine {
   Ledger fan_ledger_;
   Ledger pstate_ledger_;
   FanControl fans_;
-  PStateControl pstates_;
+  PStatePinning pstates_;
   std::vector<Key> keys_;
   Complaints complaints_;
 };

@@ -1,4 +1,4 @@
-#include "machines/linux_kernel.h"
+#include "machines/linux_kernel/linux_kernel.h"
 
 #include <pthread.h>
 #include <sched.h>

@@ -1,4 +1,4 @@
-#include "machines/simulated/smc_driver.h"
+#include "machines/simulated/controller.h"
 
 #include <memory>
 
@@ -35,7 +35,7 @@ class SimulatedKeys final : public controller::Keys {
 
 }  // namespace
 
-SmcDriver::SmcDriver(Machine& machine)
+Controller::Controller(Machine& machine)
     : KeyService([&machine] { return std::make_unique<SimulatedKeys>(machine); }) {}
 
 }  // namespace simulated

@@ -1,4 +1,4 @@
-#include "machines/linux/keys.h"
+#include "machines/linux/drivers/controller.h"
 
 #include <gtest/gtest.h>
 
