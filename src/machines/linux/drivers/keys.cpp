@@ -59,7 +59,10 @@ std::string maximum_source(const FanControl& fans, std::size_t fan, const FanCha
 }
 
 Key make_key(std::uint32_t code, std::string source, std::function<Result<double>()> read) {
-  return {code, controller::kFpe2, std::move(source), nullptr, std::move(read), nullptr, false};
+  return {.code = code,
+          .type = controller::kFpe2,
+          .source = std::move(source),
+          .read = std::move(read)};
 }
 
 void add_fan(std::vector<Key>& keys, const Surroundings& surroundings, FanControl& fans,
@@ -99,19 +102,17 @@ std::vector<Key> make_keys(std::vector<SensorKey> sensors, const Surroundings& s
   for (SensorKey& sensor : sensors) {
     const std::string& name = sensor.name;
     const char code[5] = {name[0], name[1], name[2], name[3], '\0'};
-    keys.push_back({four_characters(code), sensor.type, std::move(sensor.source),
-                    std::move(sensor.connect), nullptr, nullptr, false});
+    keys.push_back({.code = four_characters(code),
+                    .type = sensor.type,
+                    .source = std::move(sensor.source),
+                    .connect = std::move(sensor.connect)});
   }
   const std::span<const FanChannel> channels = fans.channels();
   if (std::any_of(channels.begin(), channels.end(),
                   [](const FanChannel& fan) { return fan.controllable(); })) {
-    Key force{four_characters("FS! "),
-              controller::kUi16,
-              "one bit for each fan that is forced",
-              nullptr,
-              nullptr,
-              nullptr,
-              false};
+    Key force{.code = four_characters("FS! "),
+              .type = controller::kUi16,
+              .source = "one bit for each fan that is forced"};
     force.read = [&fans] { return Result<double>(static_cast<double>(fans.force_bits())); };
     force.write = [&fans](double bits) {
       return fans.set_force_bits(static_cast<std::uint16_t>(bits));
