@@ -10,7 +10,8 @@ namespace sysfs {
 
 /// One attribute file, opened once with the rights of that moment, for one direction. A read is
 /// one system call, but for interrupted ones and those that ask to be repeated, which are tried
-/// three times. Outlived by its tree. Thread: one at a time.
+/// three times. Opening, and the first read, are given up after a time (see Patience): then the
+/// attribute is silent. Outlived by its tree. Thread: one at a time.
 class Attribute {
  public:
   static Result<Attribute> open(Tree& tree, std::string path, Mode mode);
@@ -36,11 +37,12 @@ class Attribute {
   Attribute(Tree& tree, std::string path, int handle)
       : tree_(&tree), path_(std::move(path)), handle_(handle) {}
 
-  ssize_t read_into(std::span<char> text);
+  Result<std::size_t> read_into(std::span<char> text);
 
   Tree* tree_;
   std::string path_;
   int handle_;
+  bool has_answered_ = false;
 };
 
 // The same for an attribute that is needed once.

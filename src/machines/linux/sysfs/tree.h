@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "machines/linux/sysfs/patience.h"
+
 namespace sysfs {
 
 enum class Mode { read, write };
@@ -38,6 +40,10 @@ class Tree {
   /// Sets `names` to the entries of a folder, sorted. Returns 0.
   virtual int list(const char* folder, std::vector<std::string>& names) = 0;
 
+  /// Who waits for first accesses, and for how long; null: nothing in this tree can block. The tree
+  /// outlives whatever he has given up.
+  virtual Patience* patience() { return nullptr; }
+
   /// Where `path` really is, links followed, relative to the root; empty if it is nowhere.
   virtual std::string real_path(const char* path) = 0;
 };
@@ -46,6 +52,7 @@ class Tree {
 class Folder : public Tree {
  public:
   explicit Folder(std::string root) : root_(std::move(root)) {}
+  Folder(std::string root, int patience_s) : root_(std::move(root)), patience_(patience_s) {}
 
   int open(const char* path, Mode mode) override;
   ssize_t read(int handle, std::span<char> text) override;
@@ -53,9 +60,11 @@ class Folder : public Tree {
   void close(int handle) override;
   int list(const char* folder, std::vector<std::string>& names) override;
   std::string real_path(const char* path) override;
+  Patience* patience() override { return &patience_; }
 
  private:
   const std::string root_;
+  Patience patience_;
 };
 
 }  // namespace sysfs
