@@ -4,6 +4,7 @@
 
 #include "Host/host.h"
 #include "Process/shell_word.h"
+#include "machines/linux/sysfs/printable.h"
 
 namespace linux_machine {
 namespace {
@@ -11,11 +12,11 @@ namespace {
 using inspection::Finding;
 using Findings = std::vector<Finding>;
 
-void well(Findings& findings, std::string text) {
-  findings.push_back({true, std::move(text), ""});
+void well(Findings& findings, const std::string& text) {
+  findings.push_back({true, sysfs::printable(text), ""});
 }
-void lacks(Findings& findings, std::string text, std::string remedy) {
-  findings.push_back({false, std::move(text), std::move(remedy)});
+void lacks(Findings& findings, const std::string& text, std::string remedy) {
+  findings.push_back({false, sysfs::printable(text), std::move(remedy)});
 }
 
 /// A program of this project as a shell takes it, installed or not.

@@ -76,6 +76,15 @@ TEST(Judgement, HasARemedyForEverythingThatIsLacking) {
   }
 }
 
+TEST(Judgement, ShowsNoControlCharacterOfAName) {
+  Facts facts = all_well();
+  facts.pstate_driver = "intel\x1b[2J";
+  EXPECT_TRUE(says(facts, "P-states: 0 to 29 (intel\\x1b[2J)"));
+  facts.fans.front().name = "F0Tg (nct\r6779 fan2)";
+  facts.fans.front().refusal = "it is \x9b" "31m";
+  EXPECT_HAS(only_lack(facts), "F0Tg (nct\\x0d6779 fan2) cannot be forced: it is \\x9b31m");
+}
+
 TEST(Judgement, MissesFixedPriorityThatNobodyGrants) {
   Facts facts = all_well();
   facts.fixed_priority = false;

@@ -4,11 +4,36 @@
 #include "machines/linux/fans/curve_file.h"
 #include "machines/linux/giving_back/repair.h"
 #include "machines/linux/giving_back/state_file.h"
+#include "machines/linux/sysfs/printable.h"
 
 namespace linux_machine {
 namespace {
 
 using inspection::Console;
+
+std::string printable_lines(const std::string& text) {
+  std::string shown;
+  std::size_t begin = 0;
+  for (std::size_t end = 0; end != std::string::npos; begin = end + 1) {
+    end = text.find('\n', begin);
+    shown += sysfs::printable(text.substr(begin, end - begin));
+    shown += end == std::string::npos ? "" : "\n";
+  }
+  return shown;
+}
+
+/// The console for texts that repeat what the firmware says. Outlived by `console`.
+Console made_printable(const Console& console) {
+  Console shown;
+  shown.progress = [&console](double fraction, const std::string& what) {
+    console.progress(fraction, sysfs::printable(what));
+  };
+  shown.print = [&console](const std::string& text) { console.print(printable_lines(text)); };
+  shown.complain = [&console](const std::string& text) {
+    console.complain(sysfs::printable(text));
+  };
+  return shown;
+}
 
 bool measure_and_keep(Machine& machine, const Surroundings& surroundings, const FanChannel& fan,
                       const Console& console) {
@@ -54,7 +79,8 @@ bool restore_part(const Surroundings& surroundings, const std::string& part,
 
 }  // namespace
 
-bool calibrate(Machine& machine, const Surroundings& surroundings, const Console& console) {
+bool calibrate(Machine& machine, const Surroundings& surroundings, const Console& raw_console) {
+  const Console console = made_printable(raw_console);
   bool all = true;
   bool any = false;
   for (const FanChannel& fan : machine.fans().channels()) {

@@ -161,6 +161,16 @@ TEST(CalibrateWithout, AFanThatCanBeForcedSaysWhy) {
   EXPECT_EQ(kept.complaints, "");
 }
 
+TEST(CalibrateWithout, AControlCharacterOfANameOnTheTerminal) {
+  KeptConsole kept;
+  EXPECT_TRUE(
+      calibrate_on("link class/hwmon/hwmon0 -> ../../devices/x\n"
+                   "0444 devices/x/name = nct\x1b[2J\n0444 devices/x/fan1_input = 900\n",
+                   kept));
+  EXPECT_HAS(kept.printed, "# nct\\x1b[2J fan1 cannot be forced: ");
+  EXPECT_EQ(kept.printed.find('\x1b'), std::string::npos);
+}
+
 class Restore : public testing::Test {
  protected:
   /// As a run that was killed leaves it.

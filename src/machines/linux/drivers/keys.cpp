@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "machines/linux/sysfs/printable.h"
+
 namespace linux_machine {
 namespace {
 
@@ -121,6 +123,9 @@ std::vector<Key> make_keys(std::vector<SensorKey> sensors, const Surroundings& s
   }
   for (std::size_t fan = 0; fan < channels.size(); ++fan) {
     add_fan(keys, surroundings, fans, fan);
+  }
+  for (Key& key : keys) {
+    key.source = sysfs::printable(key.source);
   }
   return keys;
 }

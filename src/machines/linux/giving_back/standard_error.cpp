@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "machines/linux/giving_back/line_text.h"
+#include "machines/linux/sysfs/printable.h"
 
 namespace linux_machine {
 
@@ -15,7 +16,9 @@ void say_on_standard_error(std::string_view text) {
     return;
   }
   LineText line;
-  line.add("vorn: ").add(text).add("\n");
+  line.add("vorn: ");
+  sysfs::add_printable(text, [&](std::string_view part) { line.add(part); });
+  line.add("\n");
   [[maybe_unused]] const ssize_t written =
       write(STDERR_FILENO, line.view().data(), line.view().size());
 }
