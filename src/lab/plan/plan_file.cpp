@@ -45,14 +45,13 @@ Drive parse_drive(PlanMembers& members) {
 
 Phase parse_phase(const toml::table& table, const std::string& file) {
   PlanMembers members(table, file, "a phase");
+  members.only({"name", "duty", "sinusoid", "triangle", "offset", "depth", "duration", "at_most",
+                "drift", "fans", "pstate", "load"});
   Phase phase;
   phase.name = members.text("name", "phase");
   phase.drive = parse_drive(members);
   const toml::node* duration = table.get("duration");
   phase.until_settled = duration != nullptr && duration->value<std::string>() == "until settled";
-  if (phase.until_settled) {
-    members.take("duration");
-  }
   const std::optional<double> fixed =
       phase.until_settled ? std::nullopt : members.duration("duration");
   const std::optional<double> at_most = members.duration("at_most");
@@ -70,8 +69,6 @@ Phase parse_phase(const toml::table& table, const std::string& file) {
   }
   phase.fans = members.fans();
   phase.pstate = members.pstate();
-  members.take("load");
-  members.nothing_else();
   return phase;
 }
 
@@ -104,6 +101,8 @@ Plan parse_plan(std::string_view text, const std::string& name) {
     throw PlanError(why.str());
   }
   PlanMembers members(table, name, "a plan");
+  members.only({"question", "load", "threads", "carrier", "rate", "keys", "power", "fans", "pstate",
+                "engine_options", "limits", "phase"});
   const Plan defaults;
   Plan plan;
   plan.question = members.text("question", "run");
@@ -128,7 +127,6 @@ Plan parse_plan(std::string_view text, const std::string& name) {
       plan.phases.push_back(parse_phase(*phase.as_table(), name));
     }
   }
-  members.nothing_else();
   if (plan.phases.empty() && plan.question != "run" && plan.question != "fit") {
     throw PlanError(name + ": a plan for \"" + plan.question + "\" has phases: [[phase]]");
   }

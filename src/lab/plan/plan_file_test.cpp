@@ -124,6 +124,13 @@ TEST(PlanFile, AnUnknownWordIsNamedWithLineAndColumn) {
               testing::StartsWith("my.toml:4:3: unknown word \"until\" in a phase"));
 }
 
+TEST(PlanFile, AWrongWordIsNamedAlsoWhereARightOneIsMissing) {
+  EXPECT_THAT(refusal("[[phase]]\ndutty = 1\nduration = 3\n"),
+              testing::StartsWith("my.toml:2:1: unknown word \"dutty\" in a phase"));
+  EXPECT_THAT(refusal("question = \"step\"\n[[phases]]\nduty = 1\nduration = 3\n"),
+              testing::HasSubstr("unknown word \"phases\" in a plan"));
+}
+
 TEST(PlanFile, AValueOutOfItsRangeIsNamedWithLineAndColumn) {
   EXPECT_EQ(refusal("rate = 0"), "my.toml:1:8: rate is to be a number from 0.001 to 1000");
   EXPECT_EQ(refusal("threads = 1.5"), "my.toml:1:11: threads is to be a whole number");

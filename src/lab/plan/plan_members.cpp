@@ -15,11 +15,6 @@ void PlanMembers::refuse(const toml::source_region& where, const std::string& wh
   throw PlanError(text.str());
 }
 
-const toml::node* PlanMembers::take(const char* name) {
-  taken_.emplace_back(name);
-  return table_.get(name);
-}
-
 double PlanMembers::number(const char* name, double otherwise, double least, double most) {
   const toml::node* node = take(name);
   if (node == nullptr) {
@@ -87,7 +82,6 @@ std::optional<Fans> PlanMembers::fans() {
 std::optional<int> PlanMembers::pstate() {
   const toml::node* node = table_.get("pstate");
   if (node != nullptr && node->value<std::string>() == "automatic") {
-    take("pstate");
     return kAutomaticPState;
   }
   const int number = whole_number("pstate", -1, 0, 255);
@@ -112,15 +106,15 @@ std::optional<double> PlanMembers::duration(const char* name) {
   return seconds;
 }
 
-void PlanMembers::nothing_else() const {
+void PlanMembers::only(std::initializer_list<const char*> known) const {
   for (const auto& [key, node] : table_) {
-    if (std::find(taken_.begin(), taken_.end(), key.str()) == taken_.end()) {
-      std::string known;
-      for (const std::string& name : taken_) {
-        known += (known.empty() ? "" : ", ") + name;
+    if (std::find(known.begin(), known.end(), key.str()) == known.end()) {
+      std::string words;
+      for (const char* word : known) {
+        words += (words.empty() ? "" : ", ") + std::string(word);
       }
       refuse(key.source(),
-             "unknown word \"" + std::string(key.str()) + "\" in " + what_ + ": it knows " + known);
+             "unknown word \"" + std::string(key.str()) + "\" in " + what_ + ": it knows " + words);
     }
   }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <toml++/toml.h>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <vector>
@@ -9,9 +10,8 @@
 
 namespace lab {
 
-/// The members of one TOML table of a plan, which are taken one after the other; what was not taken
-/// is a word that the plan does not know. What is refused is thrown as PlanError, with line and
-/// column.
+/// The members of one TOML table of a plan, which are taken one after the other. What is refused is
+/// thrown as PlanError, with line and column.
 class PlanMembers {
  public:
   /// `file` and `what` ("a phase") stand for the table in messages. Both references must outlive
@@ -25,7 +25,7 @@ class PlanMembers {
   bool has(const char* name) const { return table_.contains(name); }
 
   /// The member as it stands; null if there is none.
-  const toml::node* take(const char* name);
+  const toml::node* take(const char* name) const { return table_.get(name); }
 
   /// A number within [least, most].
   double number(const char* name, double otherwise, double least, double most);
@@ -42,8 +42,9 @@ class PlanMembers {
   /// Seconds, or a text such as "90 s" or "2m".
   std::optional<double> duration(const char* name);
 
-  /// Refuses what no call has taken.
-  void nothing_else() const;
+  /// Refuses the first word that is not among these. To be called before anything is taken: a
+  /// wrong word often stands in place of one that is needed.
+  void only(std::initializer_list<const char*> known) const;
 
  private:
   std::string text_of(const toml::node& node, const char* name) const;
@@ -51,7 +52,6 @@ class PlanMembers {
   const toml::table& table_;
   const std::string& file_;
   std::string what_;
-  std::vector<std::string> taken_;
 };
 
 }  // namespace lab
