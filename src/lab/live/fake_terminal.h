@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/live/characters.h"
+#include "lab/data/characters.h"
 #include "lab/live/frame.h"
 
 namespace lab {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "lab/live/characters.h"
+#include "lab/data/characters.h"
 
 namespace lab {
 
@@ -27,16 +27,6 @@ std::string spaces(int count) {
 }
 
 }  // namespace
-
-int display_width(std::string_view text) {
-  int columns = 0;
-  while (!text.empty()) {
-    const Character next = first_character(text);
-    columns += columns_of(next.code);
-    text.remove_prefix(next.bytes);
-  }
-  return columns;
-}
 
 std::string clipped(std::string_view text, int columns, Look look) {
   if (columns <= 0) {

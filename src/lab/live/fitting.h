@@ -10,8 +10,6 @@ namespace lab {
 
 // Printable text in columns of a terminal.
 
-int display_width(std::string_view text);
-
 /// The text, its end left out for a mark if it takes more columns.
 std::string clipped(std::string_view text, int columns, Look look);
 

@@ -6,7 +6,7 @@
 #include <limits>
 #include <string_view>
 
-#include "lab/live/characters.h"
+#include "lab/data/characters.h"
 #include "lab/live/fitting.h"
 #include "lab/live/key_rows.h"
 #include "lab/live/quantity.h"

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "lab/data/characters.h"
 #include "lab/live/fake_run.h"
 #include "lab/live/fitting.h"
 

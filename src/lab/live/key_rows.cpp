@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "lab/live/characters.h"
+#include "lab/data/characters.h"
 #include "lab/live/fitting.h"
 #include "lab/live/quantity.h"
 #include "lab/live/sparkline.h"

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "lab/live/characters.h"
+#include "lab/data/characters.h"
 #include "lab/live/frame.h"
 #include "lab/live/key_rows.h"
 #include "lab/live/look.h"

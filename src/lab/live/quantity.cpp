@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "lab/live/characters.h"
+#include "lab/data/characters.h"
 
 namespace lab {
 

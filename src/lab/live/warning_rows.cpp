@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "lab/live/characters.h"
+#include "lab/data/characters.h"
 #include "lab/live/fitting.h"
 
 namespace lab {

@@ -13,7 +13,7 @@ std::string clean_text(std::string_view text);
 /// Clean text as the content of an HTML element or of a quoted attribute.
 std::string html_text(std::string_view text);
 
-/// The columns of a terminal that UTF-8 text takes, each character as one.
+/// The columns of a terminal that UTF-8 text takes.
 std::size_t width(std::string_view text);
 
 }  // namespace lab

@@ -28,8 +28,9 @@ TEST(CleanText, EscapesAllThatHtmlWouldRead) {
             "&lt;b a=&quot;1&quot; c=&#39;2&#39;&gt;&amp;amp;");
 }
 
-TEST(CleanText, CountsCharactersNotBytes) {
+TEST(CleanText, CountsColumnsNotBytes) {
   EXPECT_EQ(width("21 °C"), 5U);
+  EXPECT_EQ(width("温度"), 4U);
   EXPECT_EQ(width(""), 0U);
 }
 

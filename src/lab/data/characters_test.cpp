@@ -1,4 +1,4 @@
-#include "lab/live/characters.h"
+#include "lab/data/characters.h"
 
 #include <gtest/gtest.h>
 

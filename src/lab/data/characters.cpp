@@ -1,4 +1,4 @@
-#include "lab/live/characters.h"
+#include "lab/data/characters.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -91,6 +91,16 @@ int columns_of(char32_t code) {
     return 0;
   }
   return within(kWide, code) ? 2 : 1;
+}
+
+int display_width(std::string_view text) {
+  int columns = 0;
+  while (!text.empty()) {
+    const Character next = first_character(text);
+    columns += columns_of(next.code);
+    text.remove_prefix(next.bytes);
+  }
+  return columns;
 }
 
 std::string printable(std::string_view text, bool utf8) {
