@@ -121,6 +121,7 @@ std::vector<Chart> step_charts(const std::vector<KeyResult>& results, const Heat
   Chart left{.title = "Residuals",
              .x_label = "time, s",
              .y_label = "measured less fitted, K",
+             .over_time = true,
              .series = {},
              .note =
                  "What the fit leaves. A slow wave in it is something that changed the "

@@ -36,6 +36,7 @@ struct Chart {
   std::string y_label;
   Scale x_scale = Scale::linear;
   Scale y_scale = Scale::linear;
+  bool over_time = false;  ///< x is the run's time in s: zoomed together with the samples
   std::vector<Series> series;
   std::string note;  ///< what to look at, in a sentence; may be empty
 };

@@ -31,6 +31,7 @@ struct Figure {
   std::vector<Ink> inks;         ///< one for each series
   std::string unit;              ///< of the values, if they have one in common
   bool over_time = false;        ///< x is the run's time: all of these are zoomed together
+  bool of_samples = false;       ///< it shows samples, not an answer
   std::vector<Stretch> phases;   ///< of the run, where x is its time
   double samples_in_a_pair = 1;  ///< samples that two points stand for; 1: each is drawn
 };

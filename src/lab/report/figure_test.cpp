@@ -49,6 +49,24 @@ TEST(Figures, DrawLoadInPercentAndTimeInAUnitThatFits) {
   EXPECT_NEAR(*std::max_element(asked.y.begin(), asked.y.end()), 100, 0.1);
 }
 
+TEST(Figures, OfAnAnswerOverTheRunsTimeAreZoomedWithTheSamples) {
+  Answer answer = example_answer();
+  Chart residuals;
+  residuals.title = "Residuals";
+  residuals.over_time = true;
+  residuals.series.resize(1);
+  residuals.series[0].x = {0, 3600};
+  residuals.series[0].y = {0, 0};
+  answer.charts.push_back(residuals);
+  const std::vector<Figure> all = figures(long_run(400'000, 5), answer, 1000);
+  EXPECT_FALSE(all[0].over_time);
+  ASSERT_EQ(all[1].chart.title, "Residuals");
+  EXPECT_TRUE(all[1].over_time);
+  EXPECT_FALSE(all[1].of_samples);
+  EXPECT_EQ(all[1].chart.x_label, all[2].chart.x_label);
+  EXPECT_THAT(all[1].chart.series[0].x, ElementsAre(0, 1));  // h
+}
+
 TEST(Figures, KeepAPeakOfOneSampleAmongMany) {
   const std::vector<Figure> all = figures(long_run(100'000, 50'001), {}, 1000);
   const std::vector<double>& drawn = all[0].chart.series[0].y;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "lab/folder/whole_file.h"
+#include "lab/plan/plan_error.h"
 #include "lab/report/figure.h"
 #include "lab/report/gnuplot_process.h"
 #include "lab/report/gnuplot_script.h"
@@ -37,7 +38,7 @@ Picture picture_of(const std::string& path) {
   if (name.ends_with(".pdf")) {
     return Picture::pdf;
   }
-  throw PlotError("cannot tell the kind of picture from the name " + path +
+  throw PlanError("cannot tell the kind of picture from the name " + path +
                   " (let it end in .png, .svg or .pdf)");
 }
 
@@ -51,7 +52,7 @@ std::optional<std::size_t> whole_number(const std::string& text) {
 
 bool is_chosen(const Figure& figure, std::size_t number, const std::string& which) {
   if (which.empty()) {
-    return figure.over_time;
+    return figure.of_samples;
   }
   if (const std::optional<std::size_t> wanted = whole_number(which)) {
     return *wanted == number;
@@ -78,9 +79,11 @@ void plot(const Run& run, const Answer& answer, const std::string& path, const s
       chosen.push_back(all[i]);
     }
   }
+  if (all.empty()) {
+    throw PlotError("the run has no samples, so there is nothing to draw");
+  }
   if (chosen.empty()) {
-    throw PlotError(all.empty() ? "the run has no samples, so there is nothing to draw"
-                    : which.empty()
+    throw PlanError(which.empty()
                         ? "the run has no samples over time (choose a chart: " + offered(all) + ")"
                         : "there is no chart \"" + which + "\" (there are: " + offered(all) + ")");
   }

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "lab/example_run.h"
+#include "lab/plan/plan_error.h"
 #include "lab/report/gnuplot_process.h"
 
 namespace lab {
@@ -27,7 +28,7 @@ std::string contents(const std::string& path) {
 std::string refusal(const std::string& path, const std::string& which, const Run& run) {
   try {
     plot(run, example_answer(), path, which);
-  } catch (const PlotError& error) {
+  } catch (const PlanError& error) {
     return error.what();
   }
   return "no refusal";

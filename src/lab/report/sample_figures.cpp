@@ -175,6 +175,7 @@ std::vector<Figure> sample_figures(const Run& run, std::size_t most_points, Inks
     figure.inks = inks.of(figure.chart.series);
     figure.unit = kind.drawn;
     figure.over_time = true;
+    figure.of_samples = true;
     figure.phases = shared.phases;
     figure.samples_in_a_pair = shared.thinning.rows_in_a_bucket();
     figures.push_back(std::move(figure));
