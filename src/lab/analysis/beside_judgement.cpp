@@ -71,7 +71,7 @@ std::vector<std::string> judge_load(const std::vector<Column>& columns, double f
     if (!loads.empty() && share_below(loads, 0.9) > 0.1) {
       warnings.push_back("Other programs took up to " +
                          spoken_number(100 * share_below(loads, 0.9), 2) +
-                         " % of the processors, and heated them as well. Stop them.");
+                         " % of the processors. Stop them.");
     }
   }
   return warnings;

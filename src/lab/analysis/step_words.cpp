@@ -20,7 +20,7 @@ std::string time_constants(const std::vector<Stage>& stages) {
 }
 
 std::string sensor_text(double value, const char* unit) {
-  return std::isfinite(value) && value > 0 ? spoken_number(value, 2) + " " + unit : "not known";
+  return std::isfinite(value) && value > 0 ? spoken_number(value, 2) + " " + unit : "none seen";
 }
 
 }  // namespace

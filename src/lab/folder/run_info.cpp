@@ -18,4 +18,8 @@ const char* text(RunEnd end) {
   return "";
 }
 
+std::string machine_name(const RunInfo& info) {
+  return info.simulated ? "the simulated machine" : info.host;
+}
+
 }  // namespace lab

@@ -56,4 +56,7 @@ struct RunInfo {
   std::vector<std::string> warnings;
 };
 
+/// What the machine of a run is called in a title: its host's name, or "the simulated machine".
+std::string machine_name(const RunInfo& info);
+
 }  // namespace lab

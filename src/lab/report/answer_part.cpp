@@ -55,15 +55,12 @@ std::string day_and_minute(const std::string& instant) {
 std::string heading_part(const Run& run, const Answer& answer) {
   const RunInfo& info = run.info;
   std::string title = html_text(info.question.empty() ? "run" : info.question);
-  if (!info.host.empty()) {
-    title += " on " + html_text(info.host);
+  if (const std::string machine = machine_name(info); !machine.empty()) {
+    title += " on " + html_text(machine);
   }
   std::string about = html_text(info.processor);
-  for (const std::string& more :
-       {std::string(info.simulated ? "simulated machine" : ""), day_and_minute(info.begun)}) {
-    if (!more.empty()) {
-      about += (about.empty() ? "" : " · ") + html_text(more);
-    }
+  if (const std::string begun = day_and_minute(info.begun); !begun.empty()) {
+    about += (about.empty() ? "" : " · ") + html_text(begun);
   }
   std::string html = html::element("h1", title);
   if (!about.empty()) {

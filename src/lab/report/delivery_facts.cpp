@@ -140,10 +140,11 @@ std::vector<std::string> alarms(const Run& run) {
           (info.end_reason.empty() ? "" : " " + info.end_reason));
       break;
     case RunEnd::interrupted:
-      said.push_back("This run was interrupted before its end" + reason);
+      said.emplace_back("This run was interrupted before its end.");
       break;
     case RunEnd::limit:
-      said.push_back("This run was ended by a limit" + reason);
+      said.push_back(info.end_reason.empty() ? "This run was ended by a limit."
+                                             : info.end_reason + ": this ended the run early.");
       break;
     case RunEnd::failed:
       said.push_back("This run failed" + reason);

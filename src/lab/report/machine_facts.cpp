@@ -16,7 +16,7 @@ std::string processor_text(const RunInfo& info) {
 
 std::string end_text(const RunInfo& info) {
   std::string said = text(info.end);
-  if (!info.end_reason.empty()) {
+  if (!info.end_reason.empty() && info.end != RunEnd::interrupted) {
     said += ": " + info.end_reason;
   }
   if (info.engine_status > 0) {

@@ -13,6 +13,8 @@ constexpr int kDigitsWithoutInterval = 4;
 /// Beyond these powers of ten a number is written with an exponent.
 constexpr int kSmallest = -4;
 constexpr int kLargest = 7;
+/// Of data without noise an interval may be as narrow as rounding. No sensor is worth more digits.
+constexpr int kMostDigitsOfEstimate = 5;
 /// A double has 15 to 17 digits; more than these say nothing about a machine.
 constexpr int kMostDigits = 9;
 
@@ -108,7 +110,8 @@ EstimateText estimate_text(const Estimate& estimate) {
     text.interval = low && high ? "" : "no bounds";
     return text;
   }
-  const int finest = power_of_ten(std::max(std::abs(estimate.value), half)) - kMostDigits + 1;
+  const int finest =
+      power_of_ten(std::max(std::abs(estimate.value), half)) - kMostDigitsOfEstimate + 1;
   const int place = std::max(power_of_ten(half) - 1, finest);
   text.value = to_place(estimate.value, place);
   if (low && high) {

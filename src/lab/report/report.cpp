@@ -47,7 +47,8 @@ void write_head(std::ostream& out, const Run& run, const ReportAssets& assets,
          "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
          "<meta name=\"color-scheme\" content=\"light dark\">\n<title>"
       << html_text(run.info.question.empty() ? "run" : run.info.question)
-      << (run.info.host.empty() ? "" : " on ") << html_text(run.info.host) << "</title>\n<style>\n"
+      << (machine_name(run.info).empty() ? "" : " on ") << html_text(machine_name(run.info))
+      << "</title>\n<style>\n"
       << assets.style << '\n'
       << kPageStyle << "</style>\n</head>\n";
 }

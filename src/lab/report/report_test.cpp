@@ -50,6 +50,14 @@ TEST(Report, GivesTheAnswerFirstAndWhatRepeatsItLast) {
                 "[[phase]]", "vorn-engine -w bmix"}));
 }
 
+TEST(Report, OfTheSimulatedMachineIsNamedSo) {
+  lab::Run run = example_run();
+  run.info.simulated = true;
+  EXPECT_THAT(report(run, example_answer()),
+              AllOf(HasSubstr("<h1>step on the simulated machine</h1>"),
+                    HasSubstr("<title>step on the simulated machine</title>")));
+}
+
 TEST(Report, SaysHowLoadAndSamplesWereDelivered) {
   EXPECT_THAT(report(example_run(), example_answer()),
               AllOf(HasSubstr("50 % asked, 49.87 % delivered"),
@@ -99,9 +107,10 @@ TEST(Report, ShowsAtOnceThatARunDidNotEndAsPlanned) {
     lab::Run run = example_run();
     run.info.end = end;
     run.info.end_reason = "because of <that>";
-    EXPECT_TRUE(
-        in_order(report(run, example_answer()),
-                 {"class=\"alarm\" role=\"alert\"", "because of &lt;that&gt;", "id=\"answer\""}))
+    const char* reason =
+        end == RunEnd::interrupted ? "was interrupted before" : "because of &lt;that&gt;";
+    EXPECT_TRUE(in_order(report(run, example_answer()),
+                         {"class=\"alarm\" role=\"alert\"", reason, "id=\"answer\""}))
         << text(end);
   }
   EXPECT_THAT(report(example_run(), example_answer()), Not(HasSubstr("class=\"alarm\"")));
