@@ -23,6 +23,7 @@ TEST_F(Lab, CtrlCEndsARunInOrderAndAnalysesIt) {
   EXPECT_EQ(json("run.json")["end"], "interrupted");
   EXPECT_TRUE(fs::exists(fs::path(folder()) / "report.html"));
   EXPECT_EQ(json("result.json")["end"], "interrupted");
+  EXPECT_THAT(outcome.out, HasSubstr("Warning: This run was interrupted before its end.\n"));
 }
 
 TEST_F(Lab, AKilledRunCanBeReadAndSaysThatItWasCutShort) {
@@ -96,6 +97,9 @@ TEST_F(Lab, ALimitEndsARunAndWhatThereIsIsAnalysed) {
   EXPECT_EQ(outcome.status, 5) << outcome.err;
   EXPECT_EQ(json("run.json")["end"], "limit reached");
   EXPECT_EQ(json("result.json")["end"], "limit reached");
+  EXPECT_THAT(json("run.json")["end_reason"].get<std::string>(),
+              testing::MatchesRegex("TC0D shows [0-9.]+, and its limit is 36"));
+  EXPECT_THAT(outcome.out, HasSubstr("Warning: TC0D shows "));
 }
 
 TEST_F(Lab, AFullDiskIsSaidAndTheRunGoesOn) {

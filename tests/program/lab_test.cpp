@@ -155,7 +155,8 @@ TEST_F(Lab, WhatCannotBeDoneIsSaidWithItsRemedy) {
   };
   says(short_step({"--key", "NOPE"}), 3, "no key \"NOPE\": \"vorn-keys-sim\" lists those");
   says(short_step({"--fans", "fast"}), 2, "--fans takes");
-  says({"step", "--out", folder(), "--load", "nope"}, 3, "nope");
+  says({"step", "--out", folder(), "--load", "nope"}, 3,
+       "vorn-lab-sim: vorn-engine-sim has no load \"nope\": it has bcache, bfma, ");
   says({"run", "-o", "x"}, 2, "-o is not for run");
   says({"step", "--plan", "/nowhere/plan.toml"}, 2, "/nowhere/plan.toml: No such file");
   says({"report", "/nowhere"}, 4, "/nowhere: no run.json in it");

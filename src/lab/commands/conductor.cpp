@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <limits>
 #include <thread>
 
+#include "lab/commands/run_end.h"
 #include "lab/commands/settling.h"
 #include "lab/commands/stop_request.h"
 #include "lab/engine_process/engine_options.h"
@@ -30,29 +30,6 @@ double now_s() {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
   return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / kSecond;
-}
-
-/// The engine's exit statuses that a run may end with although it was played to its end: what was
-/// not as asked is in its record, and so in the report.
-constexpr int kSamplesLost = 21;
-constexpr int kWrongResult = 22;
-constexpr int kStartMissed = 23;
-constexpr int kRecordNotWhole = 24;
-constexpr int kLimitReached = 20;
-
-const char* shortcoming(int status) {
-  switch (status) {
-    case kSamplesLost:
-      return "more than one sample in twenty was left out, or the sample file lost lines";
-    case kWrongResult:
-      return "a load computed a wrong result: the hardware makes errors";
-    case kStartMissed:
-      return "the load did not begin when it was to";
-    case kRecordNotWhole:
-      return "the record of the stimulus is not whole";
-    default:
-      return nullptr;
-  }
 }
 
 }  // namespace
@@ -140,7 +117,7 @@ void Conductor::start_engine(const std::vector<std::string>& arguments,
                                .read = files};
   info_.engine_commands.push_back(EngineRun::command(start));
   info_.end = RunEnd::cut_short;  // until this start has ended, too
-  folder_.write_info(info_);  // before the start: a disk that is full ends no run that goes on
+  folder_.write_info(info_);      // before the start: a disk that is full ends no run that goes on
   engine_ = std::make_unique<EngineRun>(start);
   ++starts_;
 }
@@ -222,14 +199,15 @@ void Conductor::take_in() {
                                others_.at(instant_s)};
     values.insert(values.end(), row.keys.begin(), row.keys.end());
     samples_.add(row.time_s, values);
-    live_.set_delivered(row.delivered);
+    live_.set_load(row.asked, row.delivered);
   }
   if (engine_->newest()) {
-    const double asked = plan_.phases.empty() ? std::numeric_limits<double>::quiet_NaN()
-                                              : plan_.phases[phase_].drive.duty;
-    live_.add(*engine_->newest(), asked, others_.at(now_s() - 1));
+    live_.add(*engine_->newest(), others_.at(now_s() - 1));
   }
-  for (const std::string& note : engine_->take_notes()) {
+  // Of an engine that refuses to start, its words are the error that the run ends with.
+  const std::optional<int> status = engine_->status();
+  const bool begun = engine_->newest() || (status && !refused_start(*status));
+  for (const std::string& note : begun ? engine_->take_notes() : std::vector<std::string>()) {
     if (std::find(info_.warnings.begin(), info_.warnings.end(), note) == info_.warnings.end()) {
       info_.warnings.push_back(note);
     }
@@ -243,15 +221,14 @@ void Conductor::show() {
     return;
   }
   shown_s_ = now;
-  LiveState state{
-      .title = plan_.question + " on " + (info_.simulated ? "the simulated machine" : info_.host),
-      .phase = {},
-      .next = {},
-      .elapsed_s = now - begun_s_,
-      .left_s = std::nullopt,
-      .samples = &live_.table(),
-      .warnings = &info_.warnings,
-      .ending = stop_requests() > 0};
+  LiveState state{.title = plan_.question + " on " + machine_name(info_),
+                  .phase = {},
+                  .next = {},
+                  .elapsed_s = now - begun_s_,
+                  .left_s = std::nullopt,
+                  .samples = &live_.table(),
+                  .warnings = &info_.warnings,
+                  .ending = stop_requests() > 0};
   if (!plan_.phases.empty()) {
     const Phase& phase = plan_.phases[phase_];
     state.phase = phase.name + ", " + std::to_string(phase_ + 1) + " of " +
@@ -274,15 +251,17 @@ void Conductor::show() {
 void Conductor::note_end(Played played) {
   const int status = engine_->status().value_or(-1);
   info_.engine_status = status;
+  info_.end = end_of(status, stop_requests() > 0, played == Played::whole);
   info_.end_reason = engine_->end_reason();
-  if (status == kLimitReached) {
-    info_.end = RunEnd::limit;
-  } else if (stop_requests() > 0) {
-    info_.end = RunEnd::interrupted;
-  } else if (played == Played::whole && (status == 0 || shortcoming(status) != nullptr)) {
-    info_.end = RunEnd::complete;
-  } else {
-    info_.end = RunEnd::failed;
+  if (info_.end == RunEnd::interrupted) {
+    info_.end_reason.clear();  // that the engine's waveform was over then is no reason
+  }
+  for (const std::string& complaint : engine_->complaints()) {
+    const std::string reason = info_.end == RunEnd::limit ? limit_reason(complaint) : "";
+    if (!reason.empty()) {
+      info_.end_reason = reason;
+      std::erase(info_.warnings, complaint);
+    }
   }
   if (const char* text = shortcoming(status)) {
     info_.warnings.emplace_back(text);

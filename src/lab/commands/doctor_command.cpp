@@ -1,6 +1,7 @@
 #include "lab/commands/doctor_command.h"
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -32,6 +33,35 @@ Offer offer_of(const std::vector<MachineKey>& keys) {
           .pstates = may_start_as_root()};
 }
 
+/// `text` with `to` in place of each `from` that is a whole word: no letter and no dash behind it.
+std::string with_word(std::string text, const std::string& from, const std::string& to) {
+  for (std::size_t at = text.find(from); at != std::string::npos;) {
+    const std::size_t behind = at + from.size();
+    const bool whole = behind == text.size() ||
+                       (std::isalnum(static_cast<unsigned char>(text[behind])) == 0 &&
+                        text[behind] != '-' && text[behind] != '_' && text[behind] != '/');
+    if (whole) {
+      text.replace(at, from.size(), to);
+    }
+    at = text.find(from, at + (whole ? to.size() : from.size()));
+  }
+  return text;
+}
+
+/// What the machine lacks. An error is a finding.
+std::vector<Finding> findings_of(const std::string& engine) {
+  std::vector<Finding> findings;
+  try {
+    const std::string folder = find_program(machine().keys).parent_path().string() + "/";
+    for (const Finding& finding : machine_check()) {
+      findings.push_back(for_the_lab(finding, folder, engine.empty() ? "vorn-engine" : engine));
+    }
+  } catch (const EngineError& error) {
+    findings.push_back({.well = false, .text = error.what(), .remedy = {}});
+  }
+  return findings;
+}
+
 std::vector<MachineKey> keys_or_none() {
   try {
     return machine_keys();
@@ -49,9 +79,34 @@ void print(const Finding& finding) {
 
 }  // namespace
 
+Finding for_the_lab(const Finding& finding, const std::string& folder, const std::string& engine) {
+  const auto translated = [&](std::string text) {
+    // The lab itself is called through sudo; rights of a file are the engine's.
+    text = with_word(std::move(text), "sudo " + folder + "vorn", "sudo " + folder + "vorn-lab");
+    text = with_word(std::move(text), folder + "vorn", engine);
+    text = with_word(std::move(text), folder + "vorn-sim", folder + "vorn-lab-sim");
+    text = with_word(std::move(text), "run with -s 0; or load", "load");
+    text = with_word(std::move(text), "-s 0", "--fans automatic");
+    text = with_word(std::move(text), "-s, -a and -p change nothing",
+                     "fans and P-states are left to the machine");
+    return with_word(std::move(text), "; a run as root fails", "");
+  };
+  return {
+      .well = finding.well, .text = translated(finding.text), .remedy = translated(finding.remedy)};
+}
+
 ExitStatus doctor(bool json) {
-  const std::string engine = find_program(machine().engine).string();
-  const std::vector<Finding> findings = machine_check();
+  std::string engine;
+  std::string no_engine;
+  try {
+    engine = find_program(machine().engine).string();
+  } catch (const EngineError& error) {
+    no_engine = error.what();
+  }
+  std::vector<Finding> findings = findings_of(engine);
+  if (!no_engine.empty()) {
+    findings.push_back({.well = false, .text = "the engine: " + no_engine, .remedy = {}});
+  }
   const Offer offer = offer_of(keys_or_none());
   const auto questions = all_questions();
   Json lacking = Json::object();
@@ -59,7 +114,9 @@ ExitStatus doctor(bool json) {
                           [](const Finding& finding) { return finding.well; });
   if (!json) {
     std::for_each(findings.begin(), findings.end(), print);
-    std::cout << "ok     the engine is " << engine << '\n';
+    if (!engine.empty()) {
+      std::cout << "ok     the engine is " << engine << '\n';
+    }
   }
   for (const auto& question : questions) {
     const std::vector<std::string> lacks = question->lacks(offer);

@@ -13,7 +13,7 @@ constexpr std::size_t kKept = 36000;  // an hour at 10 Hz
 }  // namespace
 
 LiveTable::LiveTable(const std::vector<KeyInfo>& keys)
-    : delivered_(std::numeric_limits<double>::quiet_NaN()) {
+    : asked_(std::numeric_limits<double>::quiet_NaN()), delivered_(asked_) {
   for (const std::string& name : sample_columns(keys)) {
     table_.columns.push_back({.name = name, .unit = {}, .source = {}, .values = {}});
   }
@@ -24,7 +24,7 @@ LiveTable::LiveTable(const std::vector<KeyInfo>& keys)
   }
 }
 
-void LiveTable::add(const SampleRow& newest, double asked, double others) {
+void LiveTable::add(const SampleRow& newest, double others) {
   if ((!table_.time_s.empty() && newest.time_s <= table_.time_s.back()) ||
       newest.keys.size() + 4 != table_.columns.size()) {
     return;
@@ -39,7 +39,7 @@ void LiveTable::add(const SampleRow& newest, double asked, double others) {
     }
     dropped_ += kKept;
   }
-  std::vector<double> values{static_cast<double>(newest.phase), asked, delivered_, others};
+  std::vector<double> values{static_cast<double>(newest.phase), asked_, delivered_, others};
   values.insert(values.end(), newest.keys.begin(), newest.keys.end());
   table_.time_s.push_back(newest.time_s);
   for (std::size_t index = 0; index < values.size(); ++index) {

@@ -15,12 +15,15 @@ class LiveTable {
  public:
   explicit LiveTable(const std::vector<KeyInfo>& keys);
 
-  /// Adds the newest sample, unless it is there already. `asked` is the duty of now, and `others`
-  /// the load of everybody else.
-  void add(const SampleRow& newest, double asked, double others);
+  /// Adds the newest sample, unless it is there already. `others` is the load of everybody else.
+  void add(const SampleRow& newest, double others);
 
-  /// The load that the engine has delivered of late.
-  void set_delivered(double load) { delivered_ = load; }
+  /// The duty that was asked for and the load that was delivered, both at the newest instant for
+  /// which that is known.
+  void set_load(double asked, double delivered) {
+    asked_ = asked;
+    delivered_ = delivered;
+  }
 
   const Table& table() const { return table_; }
 
@@ -33,6 +36,7 @@ class LiveTable {
  private:
   Table table_;
   std::size_t dropped_ = 0;
+  double asked_;
   double delivered_;
 };
 

@@ -17,28 +17,31 @@ class LiveTableTest : public testing::Test {
 };
 
 TEST_F(LiveTableTest, ShowsTheNewestSampleOnce) {
-  table_.add(row(0, 30), 0.5, 0.1);
-  table_.add(row(0, 30), 0.5, 0.1);
-  table_.add(row(0.1, 31), 1, 0.2);
+  table_.add(row(0, 30), 0.1);
+  table_.add(row(0, 30), 0.1);
+  table_.add(row(0.1, 31), 0.2);
   const Table& table = table_.table();
   ASSERT_EQ(table.time_s.size(), 2U);
   EXPECT_EQ(table.find("TC0D")->values[1], 31);
   EXPECT_EQ(table.find("TC0D")->unit, "degC");
-  EXPECT_EQ(table.find(kAskedColumn)->values[1], 1);
+  EXPECT_EQ(table.find(kOthersColumn)->values[1], 0.2);
 }
 
 TEST_F(LiveTableTest, ShowsTheLoadAsFarAsItIsKnown) {
-  table_.add(row(0, 30), 1, 0);
-  table_.set_delivered(0.75);
-  table_.add(row(0.1, 30), 1, 0);
+  table_.add(row(0, 30), 0);
+  table_.set_load(1, 0.75);  // of one instant
+  table_.add(row(0.1, 30), 0);
   const Column& delivered = *table_.table().find(kDeliveredColumn);
+  const Column& asked = *table_.table().find(kAskedColumn);
+  EXPECT_TRUE(std::isnan(asked.values[0]));
+  EXPECT_EQ(asked.values[1], 1);
   EXPECT_TRUE(std::isnan(delivered.values[0]));
   EXPECT_EQ(delivered.values[1], 0.75);
 }
 
 TEST_F(LiveTableTest, DropsWhatIsOlderThanHours) {
   for (int index = 0; index < 100000; ++index) {
-    table_.add(row(index * 0.1, 30), 1, 0);
+    table_.add(row(index * 0.1, 30), 0);
   }
   EXPECT_LE(table_.table().time_s.size(), 72000U);
   EXPECT_EQ(table_.table().time_s.size(), table_.table().columns[0].values.size());

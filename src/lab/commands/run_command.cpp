@@ -13,6 +13,8 @@
 #include "lab/commands/this_machine.h"
 #include "lab/engine_process/caller.h"
 #include "lab/engine_process/engine_error.h"
+#include "lab/engine_process/engine_loads.h"
+#include "lab/engine_process/engine_run.h"
 #include "lab/engine_process/held.h"
 #include "lab/engine_process/machine.h"
 #include "lab/engine_process/machine_keys.h"
@@ -22,15 +24,6 @@
 namespace lab {
 
 namespace {
-
-/// Whether the engine's exit status says that it has not begun.
-bool refused(int status) {
-  constexpr int kFirst = 10;
-  constexpr int kLast = 14;
-  constexpr int kWrongOptions = 255;
-  constexpr int kNoProgram = 127;
-  return (status >= kFirst && status <= kLast) || status == kWrongOptions || status == kNoProgram;
-}
 
 std::vector<std::string> fan_targets(const std::vector<MachineKey>& keys) {
   std::vector<std::string> targets;
@@ -133,6 +126,7 @@ std::string default_folder(const std::string& question) {
 ExitStatus run_plan(const Question& question, const Plan& plan, const OutputOptions& output,
                     const std::vector<std::string>& command) {
   check(plan);
+  refuse_unknown_loads(plan, engine_loads());
   const std::vector<MachineKey> keys = machine_keys();
   RunInfo info;
   info.question = question.name();
@@ -151,7 +145,7 @@ ExitStatus run_plan(const Question& question, const Plan& plan, const OutputOpti
   folder.write_info(info);
   listen_for_stop_requests();
   const std::size_t lost = conduct(plan, folder, info, means, output);
-  if (refused(info.engine_status) && info.engine_commands.size() == 1) {
+  if (refused_start(info.engine_status) && info.engine_commands.size() == 1) {
     folder.discard();
     throw EngineError(std::string(machine().engine) + " did not start (status " +
                       std::to_string(info.engine_status) + "): " + info.end_reason);

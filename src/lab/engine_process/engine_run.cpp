@@ -94,6 +94,14 @@ EngineRun::EngineRun(const Start& start)
   }
 }
 
+bool refused_start(int status) {
+  constexpr int kFirst = 10;
+  constexpr int kLast = 14;
+  constexpr int kWrongOptions = 255;
+  constexpr int kNoProgram = 127;
+  return (status >= kFirst && status <= kLast) || status == kWrongOptions || status == kNoProgram;
+}
+
 std::string with_name(std::string line, const std::string& descriptor, const std::string& name) {
   for (std::size_t at = line.find(descriptor); at != std::string::npos;
        at = line.find(descriptor, at)) {
@@ -131,11 +139,12 @@ void EngineRun::poll() {
   record_.read([&](std::string_view text) {
     const RecordLine line(text);
     rows_.add_record(line);
-    delivery_.add(line);
     if (line.keyword() == "asked") {
       asked_ns_.push_back(line.whole(0).value_or(0));
     } else if (line.keyword() == "program") {
       version_ = line.text(1);
+    } else if (line.keyword() == "end") {
+      end_reason_ = line.text(2);
     }
   });
   take_errors();
@@ -155,11 +164,11 @@ std::optional<int> EngineRun::status() {
 }
 
 std::string EngineRun::end_reason() const {
-  if (!delivery_.end_reason().empty()) {
-    return delivery_.end_reason();
+  if (!end_reason_.empty()) {
+    return end_reason_;
   }
   std::string reason;
-  for (const std::string& line : other_errors_) {
+  for (const std::string& line : complaints_) {
     reason += (reason.empty() ? "" : "; ") + line;
   }
   return reason;
@@ -188,7 +197,7 @@ void EngineRun::take_errors() {
       notes_.push_back(line.substr(kNote.size()));
     } else if (line != "Power balancing restored" && line != "Fans restored") {
       notes_.push_back(line);  // those two are how an orderly run ends
-      other_errors_.push_back(line);
+      complaints_.push_back(line);
     }
   }
 }

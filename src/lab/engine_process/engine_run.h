@@ -11,7 +11,6 @@
 #include "lab/engine_process/child.h"
 #include "lab/engine_process/engine_options.h"
 #include "lab/engine_process/line_tail.h"
-#include "lab/folder/delivery_reader.h"
 #include "lab/folder/sample_rows.h"
 #include "lab/plan/plan.h"
 
@@ -63,6 +62,9 @@ class EngineRun {
   /// The engine's words for its end, or for why there was no start; empty if there are none.
   std::string end_reason() const;
 
+  /// What it complained of that is no note, in its order.
+  const std::vector<std::string>& complaints() const { return complaints_; }
+
   /// What the engine has told its user since the last call, without its name.
   std::vector<std::string> take_notes();
 
@@ -84,17 +86,20 @@ class EngineRun {
   LineTail samples_;
   LineTail record_;
   SampleRows rows_;
-  DeliveryReader delivery_;
+  std::string end_reason_;  // as the record has it
   std::vector<std::int64_t> asked_ns_;
   std::vector<std::pair<std::string, std::string>>
       own_names_;       // of descriptors: what files are called
   std::string errors_;  // what has come of a line that is not whole
   std::vector<std::string> notes_;
-  std::vector<std::string> other_errors_;  // what it said that is no note
+  std::vector<std::string> complaints_;
   std::string version_;
   bool steered_;
   bool ended_ = false;
 };
+
+/// Whether an engine's exit status says that it has not begun.
+bool refused_start(int status);
 
 /// A line in which a descriptor ("/dev/fd/5") is replaced by the name of its file. Pure.
 std::string with_name(std::string line, const std::string& descriptor, const std::string& name);
