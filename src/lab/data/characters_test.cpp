@@ -35,5 +35,11 @@ TEST(Characters, TakeNoColumnOrOneOrTwo) {
   EXPECT_EQ(columns_of(U'😀'), 2);
 }
 
+TEST(Characters, WidthCountsColumnsAndNotBytes) {
+  EXPECT_EQ(display_width("45 °C"), 5);
+  EXPECT_EQ(display_width("温度"), 4);
+  EXPECT_EQ(display_width("e\u0301"), 1);
+}
+
 }  // namespace
 }  // namespace lab

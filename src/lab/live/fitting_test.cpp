@@ -10,12 +10,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-TEST(Fitting, WidthCountsColumnsAndNotBytes) {
-  EXPECT_EQ(display_width("45 °C"), 5);
-  EXPECT_EQ(display_width("温度"), 4);
-  EXPECT_EQ(display_width("e\u0301"), 1);
-}
-
 TEST(Fitting, ClippingLeavesAMarkAndNeverHalfACharacter) {
   EXPECT_EQ(clipped("package", 7, kBare), "package");
   EXPECT_EQ(clipped("package", 6, kBare), "packa…");
