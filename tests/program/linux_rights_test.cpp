@@ -184,8 +184,9 @@ TEST_F(LinuxRights, OfASetUserIdProgramOneThreadAloneIsRaisedAndThatForAMoment) 
     raised();
   }
   EXPECT_EQ(running.wait().status, 0);
-  // A thread that is being started lowers itself first of all: it may be seen before that.
-  EXPECT_LE(most_raised, 2U);
+  // The one that changes something; the thread that makes the first access to an attribute for it,
+  // while it waits; and one that is being started, which lowers itself first of all.
+  EXPECT_LE(most_raised, 3U);
 }
 
 TEST_F(LinuxRights, WhatAHostileCallerLeavesOutChangesNothing) {

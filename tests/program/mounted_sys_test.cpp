@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -79,6 +80,31 @@ TEST(MountedSys, IsTheMachineThatTheProgramsSee) {
     const bool given_back = contents(policy + "scaling_min_freq") == least &&
                             contents(policy + "scaling_max_freq") == most;
     return given_back ? 0 : 4;
+  });
+  if (status == 77) {
+    GTEST_SKIP() << "may not mount here";
+  }
+  EXPECT_EQ(status, 0);
+}
+
+// As a chip on a dead bus: without a limit on waiting, the program would not end.
+TEST(MountedSys, AnAttributeThatDoesNotAnswerCostsItsOwnKey) {
+  SKIP_UNLESS_MAY_RUN(As::kRoot);
+  const int status = with_machine_mounted("two_socket_intel", [] {
+    const std::string blocked = "devices/platform/coretemp.1/hwmon/hwmon2/temp1_input";
+    std::filesystem::remove("/sys/" + blocked);
+    if (mkfifo(("/sys/" + blocked).c_str(), 0444) != 0) {
+      return 77;
+    }
+    const Outcome keys = run(VORN_KEYS_PROGRAM, {"--list"});
+    if (keys.out.find("TC0D\tsp78\t2\t55\tdegrees C") == std::string::npos ||
+        keys.out.find("F0Ac\tfpe2\t2\t1098\tRPM") == std::string::npos) {
+      return 1;
+    }
+    return keys.err.find("vorn: TC1D: opening " + blocked + ": no answer within 5 s\n") ==
+                   std::string::npos
+               ? 2
+               : 0;
   });
   if (status == 77) {
     GTEST_SKIP() << "may not mount here";

@@ -49,6 +49,7 @@ class LateCpufreq : public sysfs::Tree {
   void close(int handle) override;
   int list(const char* folder, std::vector<std::string>& names) override;
   std::string real_path(const char* path) override { return below_.real_path(path); }
+  sysfs::Patience* patience() override { return below_.patience(); }
 
  private:
   struct Opened {

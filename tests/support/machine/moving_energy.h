@@ -24,6 +24,7 @@ class MovingEnergy : public sysfs::Tree {
     return below_.list(folder, names);
   }
   std::string real_path(const char* path) override { return below_.real_path(path); }
+  sysfs::Patience* patience() override { return below_.patience(); }
 
   // For a fork: who holds it then cannot let go of it in the child.
   void lock() { mutex_.lock(); }

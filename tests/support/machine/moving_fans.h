@@ -57,6 +57,7 @@ class MovingFans : public sysfs::Tree {
   void close(int handle) override;
   int list(const char* folder, std::vector<std::string>& names) override;
   std::string real_path(const char* path) override;
+  sysfs::Patience* patience() override { return below_.patience(); }
 
   // For a fork: who holds it then cannot let go of it in the child.
   void lock() { mutex_.lock(); }
