@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -44,5 +45,13 @@ bool calibrate(const Console& console);
 
 /// Gives back what a run left changed. Returns whether all is well; nothing left is well.
 bool restore(const Console& console);
+
+/// What is read of this machine as a text, of three readings a second apart: for its developers,
+/// and for use_record(). Nothing, after a complaint, of a machine that is the same everywhere.
+std::optional<std::string> record(const Console& console);
+
+/// From here on, the machine is the one of a record. Returns what is wrong with the text; "" is
+/// nothing. Requires: no machine was asked for anything.
+std::string use_record(const std::string& text);
 
 }  // namespace inspection

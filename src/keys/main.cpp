@@ -3,11 +3,14 @@
 #include <optional>
 
 #include "Inspection/inspection.h"
+#include "Process/capabilities.h"
 #include "Process/standard_descriptors.h"
 #include "SMC/SMC.h"
 #include "keys/console.h"
 #include "keys/listing.h"
 #include "keys/options.h"
+#include "keys/record_file.h"
+#include "vorn/privilege.h"
 #include "vorn/version.h"
 
 namespace {
@@ -43,16 +46,32 @@ int calibrate() {
   return inspection::calibrate(vorn_keys::make_console()) ? kWell : kNotWell;
 }
 
+/// The files of a record are the caller's.
+void take_the_callers_rights() {
+  process::lower_capabilities();
+  uid.relinquish();
+}
+
+int record(const std::string& file) {
+  take_the_callers_rights();
+  return vorn_keys::record_into(file, vorn_keys::make_console()) ? kWell : kNotWell;
+}
+
+int list_record(const std::string& file) {
+  take_the_callers_rights();
+  return vorn_keys::use_record_of(file, vorn_keys::make_console()) ? list() : kNotWell;
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
   process::hold_standard_descriptors();
-  const std::optional<vorn_keys::Action> action = vorn_keys::parse_arguments(argc, argv);
-  if (!action) {
+  const std::optional<vorn_keys::Request> request = vorn_keys::parse_arguments(argc, argv);
+  if (!request) {
     std::cerr << vorn_keys::usage(argv[0]);
     return kWrongCommandLine;
   }
-  switch (*action) {
+  switch (request->action) {
     case vorn_keys::Action::list:
       return list();
     case vorn_keys::Action::check:
@@ -61,6 +80,10 @@ int main(int argc, char* argv[]) {
       return calibrate();
     case vorn_keys::Action::restore:
       return inspection::restore(vorn_keys::make_console()) ? kWell : kNotWell;
+    case vorn_keys::Action::record:
+      return record(request->operand);
+    case vorn_keys::Action::list_record:
+      return list_record(request->operand);
     case vorn_keys::Action::help:
       std::cout << vorn_keys::usage(argv[0]);
       return kWell;

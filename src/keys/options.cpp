@@ -7,10 +7,12 @@
 namespace vorn_keys {
 namespace {
 
-constexpr std::array<option, 7> kOptions{{{"list", no_argument, nullptr, 'l'},
+constexpr std::array<option, 9> kOptions{{{"list", no_argument, nullptr, 'l'},
                                           {"check", no_argument, nullptr, 'c'},
                                           {"calibrate", no_argument, nullptr, 'a'},
                                           {"restore", no_argument, nullptr, 'r'},
+                                          {"record", required_argument, nullptr, 'R'},
+                                          {"on", required_argument, nullptr, 'o'},
                                           {"help", no_argument, nullptr, 'h'},
                                           {"version", no_argument, nullptr, 'v'},
                                           {nullptr, 0, nullptr, 0}}};
@@ -25,6 +27,10 @@ std::optional<Action> action_of(int letter) {
       return Action::calibrate;
     case 'r':
       return Action::restore;
+    case 'R':
+      return Action::record;
+    case 'o':
+      return Action::list_record;
     case 'h':
       return Action::help;
     case 'v':
@@ -36,25 +42,29 @@ std::optional<Action> action_of(int letter) {
 
 }  // namespace
 
-std::optional<Action> parse_arguments(int argc, char* argv[]) {
-  std::optional<Action> asked;
+std::optional<Request> parse_arguments(int argc, char* argv[]) {
+  std::optional<Request> asked;
   optind = 0;  // begin anew, whoever parsed before
   for (int letter = 0; (letter = getopt_long(argc, argv, "hv", kOptions.data(), nullptr)) != -1;) {
     const std::optional<Action> action = action_of(letter);
-    if (!action || (asked && asked != action)) {
+    if (!action) {
       return std::nullopt;
     }
-    asked = action;
+    const Request request{*action, optarg == nullptr ? "" : optarg};
+    if (asked && asked != request) {
+      return std::nullopt;
+    }
+    asked = request;
   }
   if (optind < argc) {
     return std::nullopt;
   }
-  return asked.value_or(Action::list);
+  return asked.value_or(Request{});
 }
 
 std::string usage(const std::string& name) {
   return "Usage: " + name +
-         " [--list | --check | --calibrate | --restore]\n"
+         " [--list | --check | --calibrate | --restore | --record FILE | --on FILE]\n"
          "\n"
          "  --list       (the default) every key of this machine's controller: type, size in\n"
          "               bytes, value and unit, and the source behind it, separated by tabs\n"
@@ -62,6 +72,10 @@ std::string usage(const std::string& name) {
          "  --calibrate  measure the curves of the fans, a minute or two each, and keep them\n"
          "               (root; stops fans for moments, unless they are pumps)\n"
          "  --restore    give back what a run that was killed left changed (root)\n"
+         "  --record FILE\n"
+         "               write what this program reads of the machine as a text, without serial\n"
+         "               numbers and host name; takes some seconds; - is standard output\n"
+         "  --on FILE    list the keys of a machine that was recorded so\n"
          "  -h, --help   print this\n"
          "  -v, --version\n"
          "\n"

@@ -8,7 +8,7 @@ namespace vorn_keys {
 namespace {
 
 /// What the arguments behind the program's name ask for.
-std::optional<Action> parse(std::vector<std::string> arguments) {
+std::optional<Request> parse(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), "vorn-keys");
   std::vector<char*> argv;
   for (std::string& argument : arguments) {
@@ -18,33 +18,47 @@ std::optional<Action> parse(std::vector<std::string> arguments) {
   return parse_arguments(static_cast<int>(arguments.size()), argv.data());
 }
 
+Request asks(Action action, const std::string& operand = "") {
+  return {action, operand};
+}
+
 /// The same, where getopt complains.
-std::optional<Action> parse_wrong(std::vector<std::string> arguments) {
+std::optional<Request> parse_wrong(std::vector<std::string> arguments) {
   testing::internal::CaptureStderr();
-  const std::optional<Action> action = parse(std::move(arguments));
+  const std::optional<Request> request = parse(std::move(arguments));
   EXPECT_TRUE(testing::internal::GetCapturedStderr().starts_with("vorn-keys: "));
-  return action;
+  return request;
 }
 
 TEST(Options, AskForTheListUnlessTheySayOtherwise) {
-  EXPECT_EQ(parse({}), Action::list);
-  EXPECT_EQ(parse({"--"}), Action::list);
+  EXPECT_EQ(parse({}), asks(Action::list));
+  EXPECT_EQ(parse({"--"}), asks(Action::list));
 }
 
 TEST(Options, AskForOneActionEach) {
-  EXPECT_EQ(parse({"--list"}), Action::list);
-  EXPECT_EQ(parse({"--check"}), Action::check);
-  EXPECT_EQ(parse({"--calibrate"}), Action::calibrate);
-  EXPECT_EQ(parse({"--restore"}), Action::restore);
-  EXPECT_EQ(parse({"--help"}), Action::help);
-  EXPECT_EQ(parse({"--version"}), Action::version);
-  EXPECT_EQ(parse({"-h"}), Action::help);
-  EXPECT_EQ(parse({"-v"}), Action::version);
+  EXPECT_EQ(parse({"--list"}), asks(Action::list));
+  EXPECT_EQ(parse({"--check"}), asks(Action::check));
+  EXPECT_EQ(parse({"--calibrate"}), asks(Action::calibrate));
+  EXPECT_EQ(parse({"--restore"}), asks(Action::restore));
+  EXPECT_EQ(parse({"--help"}), asks(Action::help));
+  EXPECT_EQ(parse({"--version"}), asks(Action::version));
+  EXPECT_EQ(parse({"-h"}), asks(Action::help));
+  EXPECT_EQ(parse({"-v"}), asks(Action::version));
+}
+
+TEST(Options, NameTheFileOfARecord) {
+  EXPECT_EQ(parse({"--record", "my machine"}), asks(Action::record, "my machine"));
+  EXPECT_EQ(parse({"--on=a.machine"}), asks(Action::list_record, "a.machine"));
+  EXPECT_EQ(parse_wrong({"--record"}), std::nullopt);
+  EXPECT_EQ(parse_wrong({"--on"}), std::nullopt);
+  EXPECT_EQ(parse({"--on", "a", "b"}), std::nullopt);
 }
 
 TEST(Options, MayBeSaidTwice) {
-  EXPECT_EQ(parse({"--check", "--check"}), Action::check);
-  EXPECT_EQ(parse({"-h", "--help"}), Action::help);
+  EXPECT_EQ(parse({"--check", "--check"}), asks(Action::check));
+  EXPECT_EQ(parse({"-h", "--help"}), asks(Action::help));
+  EXPECT_EQ(parse({"--on", "a", "--on", "a"}), asks(Action::list_record, "a"));
+  EXPECT_EQ(parse({"--on", "a", "--on", "b"}), std::nullopt);
 }
 
 TEST(Options, OfTwoActionsAreWrong) {
@@ -68,15 +82,15 @@ TEST(Options, TakeNoOperands) {
 
 TEST(Options, AreReadAnewEachTime) {
   ASSERT_EQ(parse({"--check", "--restore"}), std::nullopt);
-  EXPECT_EQ(parse({"--restore"}), Action::restore);
-  EXPECT_EQ(parse({"--check"}), Action::check);
+  EXPECT_EQ(parse({"--restore"}), asks(Action::restore));
+  EXPECT_EQ(parse({"--check"}), asks(Action::check));
 }
 
 TEST(Usage, NamesTheProgramEveryOptionAndTheExitStatus) {
   const std::string text = usage("vorn-keys-sim");
   EXPECT_TRUE(text.starts_with("Usage: vorn-keys-sim ")) << text;
-  for (const char* part : {"--list", "--check", "--calibrate", "--restore", "-h, --help",
-                           "-v, --version", "Exit status: 0"}) {
+  for (const char* part : {"--list", "--check", "--calibrate", "--restore", "--record FILE",
+                           "--on FILE", "-h, --help", "-v, --version", "Exit status: 0"}) {
     EXPECT_NE(text.find(part), std::string::npos) << part;
   }
   EXPECT_TRUE(text.ends_with("\n"));

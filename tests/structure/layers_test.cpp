@@ -71,6 +71,7 @@ const std::map<std::string, Modules> kMachinesMayInclude = {
 /// it, is above them.
 const std::map<std::string, Modules> kLinuxMayInclude = {
     {"sysfs", {}},
+    {"record", {"sysfs"}},
     {"surroundings", {"sysfs"}},
     {"hwmon", {"sysfs"}},
     {"giving_back", {"sysfs", "surroundings"}},
@@ -79,7 +80,8 @@ const std::map<std::string, Modules> kLinuxMayInclude = {
     {"guardian", {"sysfs", "surroundings", "hwmon", "giving_back", "watch"}},
     {"fans", {"sysfs", "surroundings", "hwmon", "giving_back", "watch", "guardian"}},
     {"cpufreq", {"sysfs", "surroundings", "giving_back", "guardian"}},
-    {"drivers", {"sysfs", "surroundings", "hwmon", "guardian", "sensors", "fans", "cpufreq"}},
+    {"drivers",
+     {"sysfs", "record", "surroundings", "hwmon", "guardian", "sensors", "fans", "cpufreq"}},
     {"checkup",
      {"sysfs", "surroundings", "giving_back", "guardian", "sensors", "fans", "cpufreq", "drivers"}},
 };

@@ -24,3 +24,13 @@ bool inspection::calibrate(const Console& /*console*/) {
 bool inspection::restore(const Console& /*console*/) {
   return fake_inspection::state().well;
 }
+
+std::optional<std::string> inspection::record(const Console& /*console*/) {
+  ++fake_inspection::state().records;
+  return fake_inspection::state().recorded;
+}
+
+std::string inspection::use_record(const std::string& text) {
+  fake_inspection::state().used_record = text;
+  return fake_inspection::state().wrong_with_record;
+}

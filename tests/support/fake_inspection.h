@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "Inspection/inspection.h"
@@ -12,6 +14,10 @@ struct State {
   std::vector<inspection::Key> keys;
   std::vector<inspection::Finding> findings;
   bool well = true;  ///< what calibrate and restore return
+  std::optional<std::string> recorded;
+  int records = 0;  ///< how often the machine was recorded
+  std::string used_record;
+  std::string wrong_with_record;
 };
 
 /// The one state, shared by everything in the test program.

@@ -7,11 +7,24 @@ std::vector<kx::Node> kx::compose_machine() {
 }
 
 namespace linux_machine {
+namespace {
+
+const Surroundings* others = nullptr;
+
+}  // namespace
+
+void use_surroundings(const Surroundings& surroundings) {
+  others = &surroundings;
+}
+
+const Surroundings& used_surroundings() {
+  return others == nullptr ? this_surroundings() : *others;
+}
 
 Machine& this_machine() {
   static Machine& the_machine = *[] {
     keep_standard_descriptors();
-    return new Machine(this_surroundings());
+    return new Machine(used_surroundings());
   }();
   return the_machine;
 }

@@ -40,3 +40,12 @@ bool inspection::restore(const Console& console) {
   console.print("a simulated machine ends with its run: nothing is left changed");
   return true;
 }
+
+std::optional<std::string> inspection::record(const Console& console) {
+  console.complain("the simulated machine is the same everywhere: there is nothing to record");
+  return std::nullopt;
+}
+
+std::string inspection::use_record(const std::string& /*text*/) {
+  return "the simulated machine plays no record; vorn-keys does";
+}

@@ -42,6 +42,7 @@ class FaultyTree : public sysfs::Tree {
     return fails() ? -error_ : below_.list(folder, names);
   }
   std::string real_path(const char* path) override { return below_.real_path(path); }
+  int permissions(const char* path) override { return below_.permissions(path); }
 
  private:
   bool fails() {

@@ -50,6 +50,7 @@ class LateCpufreq : public sysfs::Tree {
   int list(const char* folder, std::vector<std::string>& names) override;
   std::string real_path(const char* path) override { return below_.real_path(path); }
   sysfs::Patience* patience() override { return below_.patience(); }
+  int permissions(const char* path) override { return below_.permissions(path); }
 
  private:
   struct Opened {

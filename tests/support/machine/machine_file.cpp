@@ -1,63 +1,19 @@
 #include "support/machine/machine_file.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <sstream>
 #include <stdexcept>
 
 namespace fs = std::filesystem;
 
-namespace {
-
-int error_named(const std::string& name) {
-  static const std::map<std::string, int> kErrors = {
-      {"EACCES", EACCES}, {"EAGAIN", EAGAIN},   {"EBUSY", EBUSY},           {"EINVAL", EINVAL},
-      {"EIO", EIO},       {"ENODATA", ENODATA}, {"EOPNOTSUPP", EOPNOTSUPP}, {"ENXIO", ENXIO}};
-  return kErrors.at(name);
-}
-
-MachineEntry parse_line(const std::string& line) {
-  std::istringstream words(line);
-  MachineEntry entry;
-  std::string kind;
-  std::string sign;
-  if (!(words >> kind >> entry.path >> sign)) {
-    throw std::runtime_error("too few words");
-  }
-  std::getline(words >> std::ws, entry.text);
-  if (kind == "link" && sign == "->") {
-    entry.link = true;
-    return entry;
-  }
-  entry.mode = std::stoi(kind, nullptr, 8);
-  if (sign == "!") {
-    entry.error = error_named(entry.text);
-    entry.text.clear();
-  } else if (sign != "=") {
-    throw std::runtime_error("neither = nor ! nor ->");
-  }
-  return entry;
-}
-
-}  // namespace
-
 std::vector<MachineEntry> parse_machine(const std::string& text) {
-  std::vector<MachineEntry> entries;
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) {
-    if (line.empty() || line.front() == '#') {
-      continue;
-    }
-    try {
-      entries.push_back(parse_line(line));
-    } catch (const std::exception& wrong) {
-      throw std::runtime_error("\"" + line + "\": " + wrong.what());
-    }
+  auto entries = linux_machine::read_machine_text(text);
+  if (!entries) {
+    throw std::runtime_error(entries.failure().message);
   }
-  return entries;
+  return *std::move(entries);
 }
 
 std::string read_machine(const std::string& name) {

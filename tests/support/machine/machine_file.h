@@ -3,19 +3,11 @@
 #include <string>
 #include <vector>
 
-/// The machines of tests/machines: a tree of attribute files as text, one a line.
-///
-///   # comment
-///   0444 class/thermal/thermal_zone0/temp = 41000
-///   0444 devices/x/power1_input ! ENODATA        every access fails with this error
-///   link class/hwmon/hwmon0 -> ../../devices/platform/coretemp.0/hwmon/hwmon0
-struct MachineEntry {
-  std::string path;
-  std::string text;  ///< of a link: its target, relative to the link's folder
-  int mode = 0644;
-  int error = 0;  ///< errno
-  bool link = false;
-};
+#include "machines/linux/record/machine_text.h"
+
+using linux_machine::MachineEntry;
+
+// The machines of tests/machines, in the format of machine_text.h.
 
 /// Throws std::runtime_error, naming the line, for a text that is no machine.
 std::vector<MachineEntry> parse_machine(const std::string& text);

@@ -175,11 +175,20 @@ int MemoryTree::list(const char* folder, std::vector<std::string>& names) {
   return names.empty() ? -ENOENT : 0;
 }
 
+int MemoryTree::permissions(const char* path) {
+  const TreeLock lock(mutex_);
+  const auto at = files_.find(resolve(path));
+  return at == files_.end() ? -ENOENT : at->second.mode;
+}
+
 std::string MemoryTree::real_path(const char* path) {
   const TreeLock lock(mutex_);
   std::string real = resolve(path);
-  const bool there = std::any_of(files_.begin(), files_.end(), [&](const auto& file) {
-    return file.first == real || file.first.starts_with(real + "/");
-  });
+  const std::string below = real + "/";
+  const bool there = files_.contains(real) ||
+                     std::any_of(files_.begin(), files_.end(),
+                                 [&](const auto& file) { return file.first.starts_with(below); }) ||
+                     std::any_of(links_.begin(), links_.end(),
+                                 [&](const auto& link) { return link.first.starts_with(below); });
   return there ? real : std::string();
 }

@@ -50,6 +50,7 @@ class MemoryTree : public sysfs::Tree {
   void close(int handle) override;
   int list(const char* folder, std::vector<std::string>& names) override;
   std::string real_path(const char* path) override;
+  int permissions(const char* path) override;
 
  private:
   struct File {

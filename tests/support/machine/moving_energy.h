@@ -25,6 +25,7 @@ class MovingEnergy : public sysfs::Tree {
   }
   std::string real_path(const char* path) override { return below_.real_path(path); }
   sysfs::Patience* patience() override { return below_.patience(); }
+  int permissions(const char* path) override { return below_.permissions(path); }
 
   // For a fork: who holds it then cannot let go of it in the child.
   void lock() { mutex_.lock(); }

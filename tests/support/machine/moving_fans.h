@@ -58,6 +58,7 @@ class MovingFans : public sysfs::Tree {
   int list(const char* folder, std::vector<std::string>& names) override;
   std::string real_path(const char* path) override;
   sysfs::Patience* patience() override { return below_.patience(); }
+  int permissions(const char* path) override { return below_.permissions(path); }
 
   // For a fork: who holds it then cannot let go of it in the child.
   void lock() { mutex_.lock(); }

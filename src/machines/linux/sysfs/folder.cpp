@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <limits.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +14,10 @@
 #include "machines/linux/sysfs/tree.h"
 
 namespace sysfs {
+
+int Tree::permissions(const char* /*path*/) {
+  return -EOPNOTSUPP;
+}
 
 int Folder::open(const char* path, Mode mode) {
   std::array<char, PATH_MAX> full;
@@ -70,6 +75,14 @@ std::string Folder::real_path(const char* path) {
   }
   std::string relative = real.lexically_relative(root);
   return relative.starts_with("..") ? std::string() : relative;
+}
+
+int Folder::permissions(const char* path) {
+  struct stat status {};
+  const std::string full = root_ + "/" + path;
+  constexpr mode_t kPermissions = 0777;
+  return stat(full.c_str(), &status) == 0 ? static_cast<int>(status.st_mode & kPermissions)
+                                          : -errno;
 }
 
 }  // namespace sysfs

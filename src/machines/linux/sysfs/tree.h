@@ -46,6 +46,9 @@ class Tree {
 
   /// Where `path` really is, links followed, relative to the root; empty if it is nowhere.
   virtual std::string real_path(const char* path) = 0;
+
+  /// The bits of a file's mode that say who may read and write it. Not every tree knows them.
+  virtual int permissions(const char* path);
 };
 
 /// The tree below a folder: "/sys" for the kernel's.
@@ -61,6 +64,7 @@ class Folder : public Tree {
   int list(const char* folder, std::vector<std::string>& names) override;
   std::string real_path(const char* path) override;
   Patience* patience() override { return &patience_; }
+  int permissions(const char* path) override;
 
  private:
   const std::string root_;
