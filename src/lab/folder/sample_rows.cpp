@@ -56,7 +56,7 @@ void SampleRows::add_sample(std::string_view line) {
   }
   // The engine counts from its own first sample, which need not be that of the run.
   const double before_s =
-      engine_zero_ns_ ? static_cast<double>(*engine_zero_ns_ - *zero_ns_) / kSecond : 0;
+      engine_zero_ ? static_cast<double>(engine_zero_->instant_ns - *zero_ns_) / kSecond : 0;
   newest_ = SampleRow{.time_s = before_s + values[0],
                       .phase = std::max(0, phase_) + origin_.first_phase,
                       .asked = kUnknown,
@@ -71,10 +71,7 @@ void SampleRows::add_record(const RecordLine& line) {
   if (keyword == "sample") {
     samples_.push_back({.instant_ns = instant, .seconds = rounded(line.field(1))});
     zero_ns_ = zero_ns_.value_or(instant);
-    if (!engine_zero_ns_) {
-      engine_zero_ns_ = instant;
-      engine_zero_s_ = samples_.back().seconds;
-    }
+    engine_zero_ = engine_zero_.value_or(samples_.back());
   } else if (keyword == "edge") {
     edges_.push_back({instant, line.field(2) == "on"});
   } else if (keyword == "asked") {
@@ -153,33 +150,41 @@ int SampleRows::phase_at(std::int64_t instant_ns) {
   return std::max(0, phase_) + origin_.first_phase;
 }
 
-/// The instant of a line; nothing while its record may still come. Lets go of the samples before
-/// it, whose lines were lost. A sample that the record has no line for was taken when its seconds
-/// say.
-std::optional<std::int64_t> SampleRows::instant_of(const Line& line, bool all) {
-  const auto found = std::find_if(samples_.begin(), samples_.end(), [&](const Sample& sample) {
-    return sample.seconds == line.seconds;
-  });
-  if (found == samples_.end() && !engine_zero_ns_) {
-    return std::nullopt;
-  }
-  const std::int64_t instant =
-      found != samples_.end()
-          ? found->instant_ns
-          : *engine_zero_ns_ + static_cast<std::int64_t>((line.seconds - engine_zero_s_) * kSecond);
-  if (!all && instant >= newest_ns_ - kRecordLateness) {
-    return std::nullopt;
-  }
-  if (found != samples_.end()) {
+std::deque<SampleRows::Sample>::const_iterator SampleRows::sample_of(const Line& line) const {
+  return std::find_if(samples_.begin(), samples_.end(),
+                      [&](const Sample& sample) { return sample.seconds == line.seconds; });
+}
+
+/// The instant of the first line; nothing while its record may still come. Lets go of the samples
+/// before it, whose lines were lost. The record lacks the line if it has one of those behind it:
+/// then the line's seconds say when it was taken, counted from the one before. They are of the wall
+/// clock, which may be set, so they say nothing by themselves.
+std::optional<std::int64_t> SampleRows::first_instant(bool all) {
+  const Line& line = lines_.front();
+  if (const auto found = sample_of(line); found != samples_.end()) {
+    if (!all && found->instant_ns >= newest_ns_ - kRecordLateness) {
+      return std::nullopt;
+    }
+    last_ = *found;
     samples_.erase(samples_.begin(), std::next(found));
+    return last_->instant_ns;
   }
-  return instant;
+  const bool lacking =
+      all || std::any_of(std::next(lines_.begin()), lines_.end(), [&](const Line& later) {
+        const auto found = sample_of(later);
+        return found != samples_.end() && found->instant_ns < newest_ns_ - kRecordLateness;
+      });
+  if (!lacking || !engine_zero_) {
+    return std::nullopt;
+  }
+  const Sample& before = last_ ? *last_ : *engine_zero_;
+  return before.instant_ns + static_cast<std::int64_t>((line.seconds - before.seconds) * kSecond);
 }
 
 std::vector<SampleRow> SampleRows::take(bool all) {
   std::vector<SampleRow> rows;
   while (!lines_.empty()) {
-    const std::optional<std::int64_t> instant = instant_of(lines_.front(), all);
+    const std::optional<std::int64_t> instant = first_instant(all);
     if (!instant) {
       break;
     }

@@ -64,15 +64,16 @@ class SampleRows {
     std::int64_t time_ns;
   };
 
-  std::optional<std::int64_t> instant_of(const Line& line, bool all);
+  std::deque<Sample>::const_iterator sample_of(const Line& line) const;
+  std::optional<std::int64_t> first_instant(bool all);
   double on_part(std::int64_t from_ns, std::int64_t to_ns);
   double load(std::int64_t from_ns, std::int64_t to_ns);
   int phase_at(std::int64_t instant_ns);
 
   Origin origin_;
   std::optional<std::int64_t> zero_ns_;
-  std::optional<std::int64_t> engine_zero_ns_;      // instant of this engine's first sample
-  double engine_zero_s_ = 0;                        // that sample's seconds
+  std::optional<Sample> engine_zero_;               // this engine's first sample
+  std::optional<Sample> last_;                      // the last one that a line was found for
   std::deque<Line> lines_;                          // that have not been taken
   std::deque<Sample> samples_;                      // of the record, likewise
   std::deque<Edge> edges_;                          // from the last one before the last row on

@@ -109,6 +109,19 @@ TEST_F(SampleRowsTest, ALineThatTheRecordLacksWasTakenWhenItSays) {
   EXPECT_TRUE(std::isnan(rows[3].delivered));
 }
 
+TEST_F(SampleRowsTest, AWallClockThatIsSetBackLosesNoRow) {
+  std::size_t rows = 0;
+  for (int at = 0; at < 60; ++at) {
+    const std::string seconds = std::to_string(at < 30 ? 0.1 * at : 0.1 * at - 1000);
+    rows_.add_sample(seconds + "\t30");
+    rows += rows_.take(false).size();  // before its record has come
+    record("sample\t" + SampleRowsTest::at(100L * at) + "\t" + seconds);
+    rows += rows_.take(false).size();
+  }
+  EXPECT_EQ(rows, 60U - 21);  // but those of the last two seconds
+  EXPECT_EQ(rows_.take(true).size(), 21U);
+}
+
 TEST_F(SampleRowsTest, LinesArePairedBySixDigits) {
   record("sample\t" + at(0) + "\t1.2345678e-05");
   record("sample\t" + at(100) + "\t0.10000049");

@@ -16,7 +16,8 @@ std::string processor_text(const RunInfo& info) {
 
 std::string end_text(const RunInfo& info) {
   std::string said = text(info.end);
-  if (!info.end_reason.empty() && info.end != RunEnd::interrupted) {
+  const bool unplanned = info.end != RunEnd::complete && info.end != RunEnd::interrupted;
+  if (unplanned && !info.end_reason.empty()) {
     said += ": " + info.end_reason;
   }
   if (info.engine_status > 0) {
