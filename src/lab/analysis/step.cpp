@@ -57,9 +57,9 @@ std::vector<std::string> without_dropouts(StepInput& input) {
   const auto say = [&](std::size_t count, const std::string& name, const char* shown) {
     if (count > 0) {
       warnings.push_back(std::to_string(count) + (count == 1 ? " value of " : " values of ") +
-                         name + " taken for not measured: " + shown +
-                         " between others that are nowhere near it is what a sensor shows that "
-                         "could not be read.");
+                         name + (count == 1 ? " was" : " were") + " left out: " + shown +
+                         " between quite other values is what a sensor shows that could not be "
+                         "read.");
     }
   };
   if (input.heat_is_power) {

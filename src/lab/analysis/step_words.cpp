@@ -19,8 +19,8 @@ std::string time_constants(const std::vector<Stage>& stages) {
   return text;
 }
 
-std::string sensor_text(double value, const char* unit) {
-  return std::isfinite(value) && value > 0 ? spoken_number(value, 2) + " " + unit : "none seen";
+std::string sensor_text(double value, const char* unit, const char* otherwise) {
+  return std::isfinite(value) && value > 0 ? spoken_number(value, 2) + " " + unit : otherwise;
 }
 
 }  // namespace
@@ -55,10 +55,10 @@ std::vector<ResultTable> step_tables(const std::vector<KeyResult>& results) {
     if (result.stages.empty()) {
       continue;
     }
-    keys.rows.push_back({result.name, result.resistance, result.start,
-                         spoken_number(result.residual_rms, 2) + " K",
-                         sensor_text(result.sensor.step, "K"),
-                         sensor_text(result.sensor.update_interval_s.value_or(0), "s")});
+    keys.rows.push_back(
+        {result.name, result.resistance, result.start, spoken_number(result.residual_rms, 2) + " K",
+         sensor_text(result.sensor.step, "K", "none seen"),
+         sensor_text(result.sensor.update_interval_s.value_or(0), "s", "not known")});
     for (std::size_t at = 0; at < result.stages.size(); ++at) {
       stages.rows.push_back({result.name, std::to_string(at + 1), result.stages[at].resistance,
                              result.stages[at].time_constant});
