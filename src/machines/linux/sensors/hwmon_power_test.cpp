@@ -91,6 +91,20 @@ TEST_F(HwmonPowerTest, CardsSuppliesAndTheWholeMachineAreNoProcessors) {
   EXPECT_TRUE(find_power_keys(world_.surroundings).empty());
 }
 
+TEST_F(HwmonPowerTest, AnAcpiMeterIsAProcessorsIfTheFirmwareSaysSo) {
+  const auto meter = [&](const char* what, const char* microwatts) {
+    chip("power_meter");
+    tree_.put(folder_ + "/power1_average", microwatts);
+    tree_.put(folder_ + "/power1_oem_info", what);
+  };
+  meter("Module Power Socket 0", "402000000");
+  meter("SysIO Power Socket 0", "57000000");
+  EXPECT_EQ(value().failure().message, "no key");
+  meter("CPU Power Socket 0", "148000000");
+  meter("CPU Power Socket 1", "143500000");
+  EXPECT_EQ(*value(), 291.5);
+}
+
 TEST_F(HwmonPowerTest, WhatCannotBeIsNonsense) {
   chip("fam15h_power");
   for (const char* microwatts : {"0", "-1", "1000000001", "much"}) {

@@ -18,6 +18,13 @@ namespace {
 
 using sysfs::Trouble;
 
+/// Text as a part of a test's name.
+std::string in_a_name(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+  return text;
+}
+
 class TemperatureTest : public testing::Test {
  protected:
   /// A monitor, its device as the kernel shows it.
@@ -135,6 +142,57 @@ TEST_F(TemperatureTest, TheHottestClusterOfAnArmProcessorCounts) {
   EXPECT_EQ(*value("TC0D"), 47);
 }
 
+class ProcessorNames : public TemperatureTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(ProcessorNames, AreThoseOfMonitors) {
+  chip("platform/soc", GetParam());
+  temp(1, "", "45000");
+  chip("platform/gpu", "gpu_thermal");
+  temp(1, "", "60000");
+  EXPECT_EQ(*value("TC0D"), 45);
+}
+
+TEST_P(ProcessorNames, AreThoseOfZonesButForTheSensorBlock) {
+  zone(GetParam(), "45000");
+  zone("gpu-thermal", "60000");
+  EXPECT_EQ(names(), GetParam() == std::string("pvt") ? "" : "TC0D TC0P");
+}
+INSTANTIATE_TEST_SUITE_P(All, ProcessorNames,
+                         testing::Values("cpu", "CPU-therm", "CPU_therm", "imx_thermal_zone",
+                                         "thermal_cluster0", "cpu_thermal0", "cpu0-thermal",
+                                         "soc-thermal", "bigcore1_thermal", "pvt"),
+                         [](const auto& test) {
+                           return in_a_name(test.param) + "_" + std::to_string(test.index);
+                         });
+
+TEST_F(TemperatureTest, SeveralNodesOfAPackageAreOne) {
+  const auto processor = [&](int number, int package) {
+    tree_.put("devices/system/cpu/cpu" + std::to_string(number) + "/topology/physical_package_id",
+              std::to_string(package));
+  };
+  for (const char* const node : {"1a", "18", "1b", "19"}) {
+    chip("pci0000:00/0000:00:" + std::string(node) + ".3", "k10temp");
+    temp(1, "", std::string("4") + std::to_string(node[1] % 10) + "000");
+  }
+  EXPECT_EQ(names(), "TC0D TC1D TC2D TC3D TC0P") << "nothing is known of packages";
+  processor(0, 0);
+  processor(1, 1);
+  EXPECT_EQ(names(), "TC0D TC1D TC0P");
+  EXPECT_EQ(*value("TC0D"), 47) << "of 18 and 19";
+  EXPECT_EQ(*value("TC1D"), 48) << "of 1a and 1b";
+  processor(2, 2);
+  EXPECT_EQ(names(), "TC0D TC1D TC2D TC3D TC0P") << "four nodes are no three packages";
+}
+
+TEST_F(TemperatureTest, EachManagementProcessorIsAPackage) {
+  chip("platform/AMPC0005:0a", "apm_xgene");
+  temp(1, "SoC Temperature", "49000");
+  chip("platform/AMPC0005:01", "apm_xgene");
+  temp(1, "SoC Temperature", "46000");
+  EXPECT_EQ(names(), "TC0D TC1D TC0P");
+  EXPECT_EQ(*value("TC0D"), 46);
+}
+
 TEST_F(TemperatureTest, ASilentClusterIsLeftOut) {
   chip("virtual/thermal/thermal_zone0", "cpu_thermal");
   temp(1, "", "44000");
@@ -170,13 +228,6 @@ struct Firmware {
 
 std::ostream& operator<<(std::ostream& out, const Firmware& firmware) {
   return out << firmware.name << " " << firmware.label;
-}
-
-/// Text as a part of a test's name.
-std::string in_a_name(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
-  return text;
 }
 
 class FirmwareTest : public TemperatureTest, public testing::WithParamInterface<Firmware> {};
