@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <ostream>
 
 #include "Kx/Kx.h"
+#include "Kx/object_table.h"
 #include "support/kx_driver.h"
 
 namespace {
@@ -176,6 +178,16 @@ TEST_F(ArgumentTest, AStructureCallNeedsTheRecordsThatItsSizesPromise) {
             kKxReturnBadArgument);
   EXPECT_EQ(KxConnectMethodStructureIStructureO(connection, 0, 4, &size, record, record),
             kKxReturnSuccess);
+}
+
+TEST(ObjectTable, GivesNoHandleThatIsAPort) {
+  kx::ObjectTable objects;
+  for (int i = 0; i < 10; ++i) {
+    const kx_object_t handle = objects.add(std::make_shared<kx::Iterator>());
+    EXPECT_NE(handle, 0U);
+    EXPECT_NE(handle, KxTaskSelf());
+    EXPECT_NE(handle, master_port());
+  }
 }
 
 }  // namespace

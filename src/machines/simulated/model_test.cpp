@@ -191,5 +191,21 @@ TEST(Model, MeasuredPowerOfAnyTenthOfASecondIsItsEnergy) {
   }
 }
 
+TEST(Model, ShowsThePowerOfBeforeAfterATimeThatItSatOut) {
+  Model model;
+  for (int step = 0; step < 137; ++step) {
+    model.advance(Model::kStepNs, step % 7 / 7.0);
+  }
+  const Model before = model;
+  model.sit_out(kSecond + 37 * Model::kStepNs);
+  EXPECT_EQ(model.power_w(), before.power_w());
+  EXPECT_EQ(model.energy_j(), before.energy_j());
+  EXPECT_NEAR(model.age_s() - before.age_s(), 1.0, 1e-9);
+  Model beside = before;
+  beside.advance(30 * Model::kStepNs, 1);
+  model.advance(30 * Model::kStepNs, 1);
+  EXPECT_EQ(model.power_w(), beside.power_w());
+}
+
 }  // namespace
 }  // namespace simulated

@@ -5,6 +5,7 @@
 #include <cerrno>
 
 #include "machines/linux/cpufreq/pstates.h"
+#include "machines/linux/sysfs/attribute.h"
 #include "support/machine/cpufreq_fixture.h"
 #include "support/machine/machine_file.h"
 
@@ -228,6 +229,18 @@ TEST(PStatePinning, HasNothingToGiveBackAtFirst) {
   CpufreqMachine machine(turbo_machine());
   EXPECT_TRUE(machine.control.give_back());
   EXPECT_EQ(machine.tree.writes(), 0);
+}
+
+TEST(PStatePinning, GivesBackWhatItFoundTheLastTime) {
+  CpufreqMachine machine(turbo_machine());
+  ASSERT_TRUE(machine.control.force(3));
+  ASSERT_TRUE(machine.control.give_back());
+  ASSERT_TRUE(sysfs::write_text(machine.kernel, kCpufreq + "policy0/scaling_max_freq", "3000000"));
+  machine.test.now_ns += kNsPerS;
+  const auto before = machine.kernel.snapshot();
+  ASSERT_TRUE(machine.control.force(3));
+  ASSERT_TRUE(machine.control.give_back());
+  EXPECT_EQ(machine.kernel.snapshot(), before);
 }
 
 }  // namespace

@@ -322,5 +322,33 @@ TEST_F(RestoreTest, AFanOfAStaleJournalIsPutBackInAModeThatItWasForcedIn) {
   EXPECT_EQ(reports_.size(), 1U);
 }
 
+// What it shows of full speed is a matter of its rounding, and of its range of pwm values.
+TEST_F(RestoreTest, AChipThatRoundsIsAtFullSpeedFromThreeQuartersOn) {
+  const char* const kOff = "fan h 2 nct6779 target=- pwm=153 enable=5 zero=off\n";
+  tree_.on_write("h/pwm2_enable", [](std::string& text) { return text == "5" ? -EINVAL : 0; });
+  for (const char* shown : {"190", "252"}) {
+    tree_.on_read("h/pwm2", [shown](const std::string&) { return MemoryTree::Answer{shown, 0}; });
+    EXPECT_FALSE(restored(kOff));
+    EXPECT_THAT(reports_.back(), HasSubstr("; the fan is at full speed instead"));
+  }
+  tree_.on_read("h/pwm2", [](const std::string&) { return MemoryTree::Answer{"189", 0}; });
+  EXPECT_FALSE(restored(kOff));
+  EXPECT_THAT(reports_.back(), HasSubstr("neither could the fan be put at full speed"));
+}
+
+TEST_F(RestoreTest, AFanIsFoundUnderANumberOfTwoDigits) {
+  for (const char* number : {"10", "99"}) {
+    const std::string folder = std::string("devices/nct/hwmon/hwmon") + number;
+    tree_.put(folder + "/name", "nct6779", 0444);
+    tree_.put(folder + "/pwm2", "255");
+    tree_.put(folder + "/pwm2_enable", "1");
+    EXPECT_TRUE(
+        restored("fan devices/nct/hwmon/hwmon3 2 nct6779 target=- pwm=153 enable=5 zero=full\n"));
+    EXPECT_EQ(tree_.text(folder + "/pwm2_enable"), "5");
+    EXPECT_THAT(reports_, IsEmpty());
+    tree_.remove(folder);
+  }
+}
+
 }  // namespace
 }  // namespace linux_machine

@@ -20,6 +20,7 @@
 #include "machines/linux/giving_back/journal.h"
 #include "machines/linux/giving_back/repair.h"
 #include "machines/linux/sysfs/attribute.h"
+#include "program/guardians.h"
 #include "support/machine/machine_file.h"
 #include "support/machine/test_surroundings.h"
 
@@ -323,6 +324,25 @@ TEST_F(GuardianTest, GivesBackTheSecondPartToo) {
     kill(getpid(), SIGKILL);
   }
   waitpid(child, nullptr, 0);
+  EXPECT_TRUE(a_becomes("1"));
+}
+
+// Ctrl-C reaches every process of the terminal's group, and a caller may signal whom he likes.
+TEST_F(GuardianTest, IsEndedByNoSignalBeforeItHasGivenBack) {
+  const pid_t run = start([] {
+    for (;;) {
+      pause();
+    }
+  });
+  ASSERT_TRUE(a_becomes("9"));
+  const std::vector<pid_t> guardians = living_guardians(for_runs_.folder());
+  ASSERT_EQ(guardians.size(), 1U);
+  for (const int signo : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM, SIGPIPE, SIGUSR1, SIGUSR2,
+                          SIGXCPU, SIGXFSZ, SIGRTMIN}) {
+    kill(guardians.front(), signo);
+  }
+  kill(run, SIGKILL);
+  waitpid(run, nullptr, 0);
   EXPECT_TRUE(a_becomes("1"));
 }
 

@@ -138,5 +138,12 @@ TEST_F(HwmonPowerTest, TheSocketsEnergiesAreSummedUp) {
   EXPECT_NEAR(*value(), 60, 1e-9);
 }
 
+TEST_F(HwmonPowerTest, OfAProcessorsMonitorOnlyTheFirstPowerIsThePackages) {
+  chip("fam15h_power");
+  power(1, "", "45000000");
+  power(2, "", "95000000");
+  EXPECT_EQ(*value(), 45);
+}
+
 }  // namespace
 }  // namespace linux_machine

@@ -78,8 +78,9 @@ TEST_F(TemperatureTest, AMachineWithoutSensorsHasNoKeys) {
   EXPECT_EQ(names(), "");
 }
 
+// The number of a package is in its label; that of its device may run against it.
 TEST_F(TemperatureTest, EveryIntelPackageHasAKey) {
-  chip("platform/coretemp.10", "coretemp");
+  chip("platform/coretemp.1", "coretemp");
   temp(1, "Package id 10", "50000");
   chip("platform/coretemp.2", "coretemp");
   temp(1, "Physical id 2", "62000");
@@ -393,6 +394,12 @@ TEST_F(TemperatureTest, AZonesCriticalTemperatureIsItsTripPoint) {
   tree_.put("class/thermal/thermal_zone0/trip_point_1_type", "critical");
   tree_.put("class/thermal/thermal_zone0/trip_point_1_temp", "110000");
   EXPECT_EQ(find_watched_temperatures(tree_).at(0).critical_c, 110);
+}
+
+TEST_F(TemperatureTest, OfAThinkpadOnlyTheFirstSensorIsTheProcessors) {
+  chip("platform/thinkpad_hwmon", "thinkpad");
+  temp(2, "", "45000");
+  EXPECT_EQ(names(), "");
 }
 
 }  // namespace

@@ -109,5 +109,22 @@ TEST_F(FanWatchTest, HasRoomForTheCoresOfALargeMachineAndSaysWhenItIsFull) {
                                  FanWatch::Reads::each_round, kMayStand));
 }
 
+TEST_F(FanWatchTest, CountsAnewForAFanThatIsWatchedAgain) {
+  tree_.fail("fan", EIO);
+  for (int times = 0; times < 3; ++times) {
+    ASSERT_TRUE(watch_->watch_fan("fan", FanWatch::Reads::each_round, 0));
+    EXPECT_EQ(round(), "");
+    EXPECT_EQ(round(), "");
+    watch_->forget_fan("fan");
+  }
+  tree_.fail("fan", 0);
+  tree_.put("fan", "0");
+  for (int times = 0; times < 3; ++times) {
+    ASSERT_TRUE(watch_->watch_fan("fan", FanWatch::Reads::each_round, 0));
+    EXPECT_EQ(round(), "");
+    watch_->forget_fan("fan");
+  }
+}
+
 }  // namespace
 }  // namespace linux_machine
