@@ -9,6 +9,7 @@
 #include "lab/folder/run.h"
 #include "lab/folder/run_folder.h"
 #include "lab/folder/sample_rows.h"
+#include "lab/folder/stimulus_reader.h"
 
 namespace lab {
 
@@ -78,13 +79,18 @@ void add_later(const std::vector<SampleRow>& rows, Run& run) {
 
 void read_delivery(const RunFolder& folder, Run& run) {
   DeliveryReader reader;
+  StimulusReader stimulus;
   for (std::size_t start = 0;; ++start) {
-    if (!each_line(folder.stimulus(start),
-                   [&](std::string_view line) { reader.add(RecordLine(line)); })) {
+    if (!each_line(folder.stimulus(start), [&](std::string_view text) {
+          const RecordLine line(text);
+          reader.add(line);
+          stimulus.add(line);
+        })) {
       break;
     }
   }
   run.delivery = reader.delivery();
+  run.stimulus = stimulus.stimulus();
 }
 
 void recover_rows(const RunFolder& folder, Run& run) {

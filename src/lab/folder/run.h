@@ -1,5 +1,6 @@
 #pragma once
 
+#include "lab/data/stimulus.h"
 #include "lab/data/table.h"
 #include "lab/folder/delivery.h"
 #include "lab/folder/run_info.h"
@@ -13,6 +14,7 @@ struct Run {
   RunInfo info;
   Table samples;  ///< kPhaseColumn, kAskedColumn, kDeliveredColumn, kOthersColumn, then the keys
   Delivery delivery;
+  Stimulus stimulus;  ///< of the first minutes
 };
 
 }  // namespace lab
