@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace lab {
 
@@ -17,21 +18,28 @@ double quantile(std::vector<double> values, double share) {
 }
 
 // The distance of which all distances are multiples, as Euclid finds it, but for a tenth: the
-// values may have been rounded when they were written. 0: there is none.
-double common_divisor(const std::vector<double>& distances, double least) {
-  double divisor = *std::min_element(distances.begin(), distances.end());
+// values may have been rounded when they were written. Short distances make it exact before long
+// ones are judged, which are many multiples of it. 0: there is none.
+double common_divisor(std::vector<double> distances, double least) {
+  std::sort(distances.begin(), distances.end());
+  double divisor = distances.front();
   for (int round = 0; round < 6 && divisor > least; ++round) {
     double worst = 0;
     double sum = 0;
     double multiples = 0;
+    double exact = divisor;
     for (const double distance : distances) {
-      const double times = std::round(distance / divisor);
-      worst = std::max(worst, std::abs(distance - times * divisor));
-      sum += distance;
-      multiples += times;
+      const double times = std::round(distance / exact);
+      const double off = std::abs(distance - times * exact);
+      worst = std::max(worst, off);
+      if (off <= 0.1 * divisor) {
+        sum += distance;
+        multiples += times;
+        exact = sum / multiples;
+      }
     }
     if (worst <= 0.1 * divisor) {
-      return sum / multiples;
+      return exact;
     }
     divisor = worst;
   }
@@ -64,7 +72,7 @@ double step_of(std::vector<double> values, std::size_t& levels) {
     }
   }
   levels = values.empty() ? 0 : distances.size() + 1;
-  return distances.empty() ? 0 : common_divisor(distances, 1e-7 * range);
+  return distances.empty() ? 0 : common_divisor(std::move(distances), 1e-7 * range);
 }
 
 struct Changes {

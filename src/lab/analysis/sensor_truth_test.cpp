@@ -51,6 +51,15 @@ TEST(SensorTruth, FindsTheStepOfValuesThatWereRoundedWhenWritten) {
   EXPECT_NEAR(sensor_truth(seen.time_s, seen.values).step, 1.0 / 256, 1e-5);
 }
 
+TEST(SensorTruth, FindsAFineStepAcrossGapsOfManySteps) {
+  Seen seen(0.1, 0, 1.0 / 256, 0.2);
+  for (double& value : seen.values) {
+    value += value > 40 ? 2.5 : 0;  // 640 steps
+    value = std::round(value * 1e4) / 1e4;
+  }
+  EXPECT_NEAR(sensor_truth(seen.time_s, seen.values).step, 1.0 / 256, 1e-5);
+}
+
 TEST(SensorTruth, OfASmoothColumnHasNoStep) {
   const Seen seen(0.1, 0, 0, 0.2);
   const SensorTruth truth = sensor_truth(seen.time_s, seen.values);
