@@ -141,7 +141,7 @@ void CommandLine::add_questions() {
     }
     CLI::App* command = add(*app_, question->name(), question->summary(), question->example());
     add_own_options(*question, *command);
-    add_plan_options(*command, plan_options_);
+    add_plan_options(*command, plan_options_, question->defaults());
     add_output_options(*command, output_);
     command->callback([this, command, &question] {
       chosen_ = [this, command, &question] {
@@ -162,7 +162,7 @@ void CommandLine::add_plan() {
     }
     CLI::App* command = plan->add_subcommand(question->name(), question->summary());
     add_own_options(*question, *command);
-    add_plan_options(*command, plan_options_);
+    add_plan_options(*command, plan_options_, question->defaults());
     command->add_flag("--json", json_, "print it as JSON");
     command->callback([this, command, &question] {
       chosen_ = [this, command, &question] {

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <cmath>
+#include <sstream>
 
 #include "lab/plan/plan_error.h"
 
@@ -64,19 +65,27 @@ void add_output_options(CLI::App& app, OutputOptions& options) {
   app.add_flag("--lines", options.lines, "show lines while it runs, and no full screen");
 }
 
-void add_plan_options(CLI::App& app, PlanOptions& options) {
+void add_plan_options(CLI::App& app, PlanOptions& options, const Plan& defaults) {
+  const auto hertz = [](double value) {
+    std::ostringstream text;
+    text << value;
+    return text.str();
+  };
   app.add_option("--plan", options.plan_file, "run the plan in this file")->option_text("<file>");
-  app.add_option("--load", options.load,
-                 "one of vorn-engine's loads that follow a waveform (default: bmix)")
+  app.add_option(
+         "--load", options.load,
+         "one of vorn-engine's loads that follow a waveform (default: " + defaults.load + ")")
       ->option_text("<load>");
   app.add_option("--threads", options.threads, "threads of load (default: 0, one a processor)")
       ->check(CLI::Range(0, 4096))
       ->option_text("<n>");
-  app.add_option("--rate", options.rate_hz, "samples per second (default: 10)")
+  app.add_option("--rate", options.rate_hz,
+                 "samples per second (default: " + hertz(defaults.rate_hz) + ")")
       ->check(CLI::Range(0.001, 1000.0))
       ->option_text("<hz>");
-  app.add_option("--carrier", options.carrier_hz,
-                 "frequency of a duty between 0 and 1 (default: 20)")
+  app.add_option(
+         "--carrier", options.carrier_hz,
+         "frequency of a duty between 0 and 1 (default: " + hertz(defaults.carrier_hz) + ")")
       ->check(CLI::Range(0.001, 10000.0))
       ->option_text("<hz>");
   app.add_option("--key", options.keys,

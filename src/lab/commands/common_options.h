@@ -35,7 +35,9 @@ struct PlanOptions {
 };
 
 void add_output_options(CLI::App& app, OutputOptions& options);
-void add_plan_options(CLI::App& app, PlanOptions& options);
+
+/// `defaults` is what the help calls so.
+void add_plan_options(CLI::App& app, PlanOptions& options, const Plan& defaults);
 
 /// Changes the plan to what the options say. Throws PlanError.
 void apply(const PlanOptions& options, Plan& plan);

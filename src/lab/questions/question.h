@@ -38,6 +38,10 @@ class Question {
   /// Whether a command plans and runs it; others are asked of what there is.
   virtual bool has_command() const { return true; }
 
+  /// Load, carrier and rate of the plan, as the help names them. Those of every plan, unless the
+  /// question needs others.
+  virtual Plan defaults() const { return {}; }
+
   /// Adds the options that this question alone has.
   virtual void add_options(CLI::App& /*app*/) {}
 

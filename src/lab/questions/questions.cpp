@@ -2,6 +2,7 @@
 
 #include "lab/questions/fit.h"
 #include "lab/questions/just_run.h"
+#include "lab/questions/prove.h"
 #include "lab/questions/question.h"
 #include "lab/questions/step.h"
 
@@ -11,6 +12,7 @@ std::vector<std::unique_ptr<Question>> all_questions() {
   std::vector<std::unique_ptr<Question>> questions;
   questions.push_back(std::make_unique<JustRun>());
   questions.push_back(std::make_unique<Step>());
+  questions.push_back(std::make_unique<Prove>());
   questions.push_back(std::make_unique<Fit>());
   return questions;
 }
