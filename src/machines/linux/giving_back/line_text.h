@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstring>
 #include <string_view>
 
 namespace linux_machine {
@@ -15,7 +14,7 @@ class BasicLineText {
  public:
   BasicLineText& add(std::string_view text) {
     const std::size_t fits = std::min(text.size(), buffer_.size() - 1 - length_);
-    std::memcpy(buffer_.data() + length_, text.data(), fits);
+    text.copy(buffer_.data() + length_, fits);
     length_ += fits;
     buffer_[length_] = '\0';
     return *this;

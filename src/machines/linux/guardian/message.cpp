@@ -4,7 +4,6 @@
 #include <sys/socket.h>
 
 #include <cerrno>
-#include <cstring>
 
 namespace linux_machine {
 
@@ -16,7 +15,7 @@ bool send_message(int socket, Word word, std::int64_t number, std::string_view t
   message.word = word;
   message.length = static_cast<std::uint16_t>(text.size());
   message.number = number;
-  std::memcpy(message.characters.data(), text.data(), text.size());
+  text.copy(message.characters.data(), text.size());
   const std::size_t size = offsetof(Message, characters) + text.size();
   ssize_t sent = -1;
   do {
