@@ -8,6 +8,7 @@
 #include "support/machine/late_cpufreq.h"
 #include "support/machine/machine_file.h"
 #include "support/machine/memory_tree.h"
+#include "support/machine/mode_rules.h"
 #include "support/machine/test_surroundings.h"
 
 namespace {
@@ -26,8 +27,9 @@ class Simulated final : public MachineUnderTest {
 
 class FromFile final : public MachineUnderTest {
  public:
-  explicit FromFile(const std::string& name)
-      : tree_(LateCpufreq::with_moving(read_machine(name))) {}
+  explicit FromFile(const std::string& name) : tree_(LateCpufreq::with_moving(read_machine(name))) {
+    let_modes_rule(tree_);
+  }
 
   std::vector<kx::Node> compose() override { return machine_.compose(); }
   void become_user(uid_t user) override { surroundings_.user = user; }

@@ -91,13 +91,13 @@ class FanFixture {
     for (const int pwm : {255, 192, 128, 96, 64, 48, 40, 32}) {
       points.push_back({pwm, moving_fans_[fan].steady_rpm(pwm)});
     }
-    const FanChannel channel{kFolder,
-                             "devices/platform/board",
-                             memory.text(attribute("name")),
-                             moving_fans_[fan].channel,
-                             "",
-                             ""};
-    save_curve(surroundings.surroundings.curves_folder, channel, *Curve::make(points, stop, 70));
+    FanChannel channel;
+    channel.folder = kFolder;
+    channel.device = "devices/platform/board";
+    channel.chip = memory.text(attribute("name"));
+    channel.channel = moving_fans_[fan].channel;
+    save_curve(surroundings.surroundings.curves_folder, channel,
+               curve_text(channel, *Curve::make(points, stop, 70)));
   }
 
  private:

@@ -9,7 +9,6 @@
 #include <functional>
 #include <sstream>
 
-#include "machines/linux/fans/channel.h"
 #include "machines/linux/fans/curve_file.h"
 #include "machines/linux/sysfs/attribute.h"
 #include "machines/linux/sysfs/parse.h"
@@ -85,8 +84,8 @@ LiveTree::LiveTree(std::string folder, int pace)
       energy_(cpufreq_, kPowerW, [pace] { return pace * now_ns(); }) {}
 
 void LiveTree::keep_curves() {
-  const auto none = [](const linux_machine::FanChannel&) { return false; };
-  for (const linux_machine::FanChannel& channel : linux_machine::find_fans(sys(), none)) {
+  for (const linux_machine::FanChannel& channel :
+       linux_machine::find_fans(sys(), linux_machine::known_of_fans(curves()))) {
     const auto fan = std::find_if(fans_.begin(), fans_.end(), [&](const MovingFan& one) {
       return one.folder == channel.folder && one.channel == channel.channel;
     });

@@ -98,6 +98,9 @@ int MemoryTree::open(const char* path, sysfs::Mode mode) {
   if (at == files_.end()) {
     return -ENOENT;
   }
+  if (mode == sysfs::Mode::write && (at->second.mode & 0222) == 0) {
+    return -EACCES;  // the kernel lets not even the superuser
+  }
   const int others = mode == sysfs::Mode::read ? 0004 : 0002;
   if (!superuser && (at->second.mode & others) == 0) {
     return -EACCES;

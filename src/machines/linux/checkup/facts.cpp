@@ -5,6 +5,7 @@
 #include "machines/linux/cpufreq/pstates.h"
 #include "machines/linux/fans/curve_file.h"
 #include "machines/linux/fans/daemons.h"
+#include "machines/linux/fans/fan_survey.h"
 #include "machines/linux/giving_back/repair.h"
 #include "machines/linux_kernel/linux_kernel.h"
 
@@ -23,6 +24,10 @@ Facts::Fan look_at_fan(const FanChannel& channel, std::size_t number,
   fan.name = "F" + std::to_string(number) + "Tg (" + channel.chip + " fan" +
              std::to_string(channel.channel) + ")";
   fan.refusal = channel.refusal;
+  fan.connection = channel.connection;
+  fan.beyond_forced = number >= kMostForcedFans && channel.measurable &&
+                      channel.connection == FanChannel::Connection::certain;
+  fan.keeps_no_mode = channel.shares_switch;
   const auto curve = load_curve(curves_folder, channel);
   fan.has_curve = curve && curve->has_value();
   fan.damaged = curve ? "" : curve.failure().message;

@@ -20,6 +20,9 @@ struct Facts {
   struct Fan {
     std::string name;     ///< its target key, chip and channel
     std::string refusal;  ///< why it cannot be forced; empty if it can
+    FanChannel::Connection connection = FanChannel::Connection::certain;
+    bool beyond_forced = false;  ///< it has a number that clients cannot force
+    bool keeps_no_mode = false;  ///< its mode cannot be read: what comes back is automatic
     bool has_curve = false;
     bool has_maximum = false;  ///< known without moving it
     std::string damaged;       ///< what is wrong with its curve's file

@@ -150,6 +150,17 @@ TEST(GatherFacts, SaysWhyAFanCannotBeForced) {
       << facts.fans[0].refusal;
 }
 
+TEST(GatherFacts, SeesWhatFansAreLike) {
+  const Facts empty_header = FactsOf(read_machine("unconnected_header")).gather();
+  EXPECT_EQ(empty_header.fans[1].connection, FanChannel::Connection::doubtful);
+  EXPECT_TRUE(FactsOf(read_machine("dell_laptop")).gather().fans[0].keeps_no_mode);
+  EXPECT_FALSE(FactsOf(read_machine("dell_mode_each")).gather().fans[0].keeps_no_mode);
+  const Facts many = FactsOf(read_machine("many_fans")).gather();
+  EXPECT_FALSE(many.fans[2].beyond_forced);
+  EXPECT_TRUE(many.fans[3].beyond_forced);
+  EXPECT_FALSE(many.fans[6].beyond_forced) << "which stands still";
+}
+
 TEST(GatherFacts, KnowsAMaximumFromTheChipOrACurve) {
   FactsOf machine(read_machine(kBoard));
   EXPECT_FALSE(machine.gather().fans[0].has_maximum);

@@ -89,7 +89,17 @@ void judge_keys(const Facts& facts, Findings& findings) {
 }
 
 void judge_fan(const Facts& facts, const Facts::Fan& fan, Findings& findings) {
-  if (!fan.refusal.empty()) {
+  using Connection = FanChannel::Connection;
+  if (!fan.refusal.empty() && fan.connection == Connection::none) {
+    well(findings, fan.name + ": nothing is connected: it did not turn when it was measured");
+  } else if (!fan.refusal.empty() && fan.connection == Connection::doubtful) {
+    lacks(findings, fan.name + ": perhaps nothing is connected: it stands still; it is not forced",
+          "sudo " + program(facts, "vorn-keys") +
+              " --calibrate finds out; until then, name the fans that turn: -a F0Tg");
+  } else if (fan.beyond_forced) {
+    well(findings, fan.name + ": is shown; the first three fans can be forced, and " +
+                       program(facts, "vorn-keys") + " --assign chooses them");
+  } else if (!fan.refusal.empty()) {
     lacks(findings, fan.name + " cannot be forced: " + fan.refusal,
           "leave it out with -a, or all fans with -s 0");
   } else if (!fan.damaged.empty()) {
@@ -106,6 +116,20 @@ void judge_fan(const Facts& facts, const Facts::Fan& fan, Findings& findings) {
   }
 }
 
+/// A chip whose fans share a switch.
+void judge_switch(const Facts& facts, Findings& findings) {
+  const auto one = std::find_if(facts.fans.begin(), facts.fans.end(), [](const Facts::Fan& fan) {
+    return fan.keeps_no_mode && fan.refusal.empty();
+  });
+  if (one != facts.fans.end()) {
+    lacks(findings,
+          one->name +
+              ": its mode cannot be read, and one switch serves all fans of the chip: they "
+              "are given back to automatic control, however they were found",
+          "Linux 6.18 or later, whose driver has a mode for each fan");
+  }
+}
+
 void judge_fans(const Facts& facts, Findings& findings) {
   if (facts.fans.empty()) {
     lacks(findings, "fans: the kernel shows none",
@@ -115,8 +139,17 @@ void judge_fans(const Facts& facts, Findings& findings) {
   for (const Facts::Fan& fan : facts.fans) {
     judge_fan(facts, fan, findings);
   }
-  if (facts.fans.size() == 1) {
-    lacks(findings, "fans: there is one, and a run as root sets two unless told otherwise",
+  judge_switch(facts, findings);
+  const auto forceable = std::count_if(facts.fans.begin(), facts.fans.end(),
+                                       [](const Facts::Fan& fan) { return fan.refusal.empty(); });
+  const bool others_are_named =
+      std::any_of(facts.fans.begin(), facts.fans.end(), [](const Facts::Fan& fan) {
+        return !fan.refusal.empty() && fan.connection != FanChannel::Connection::none;
+      });
+  if (facts.fans.size() == 1 || (forceable == 1 && !others_are_named)) {
+    lacks(findings,
+          std::string("fans: ") + (facts.fans.size() == 1 ? "there is one" : "one can be forced") +
+              ", and a run as root sets two unless told otherwise",
           "name it: -a F0Tg");
   }
   if (!facts.watched_temperature) {

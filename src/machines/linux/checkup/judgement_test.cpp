@@ -200,6 +200,35 @@ TEST(Judgement, SaysWhyAFanCannotBeForced) {
   EXPECT_HAS(lack, "leave it out with -a");
 }
 
+TEST(Judgement, NamesAFanThatPerhapsIsNotThere) {
+  Facts facts = all_well();
+  facts.fans.push_back(measured("F2Tg (nct6798 fan1)"));
+  facts.fans[2].refusal = "x/fan1_input: it stands still";
+  facts.fans[2].connection = FanChannel::Connection::doubtful;
+  EXPECT_HAS(only_lack(facts), "F2Tg (nct6798 fan1): perhaps nothing is connected");
+  EXPECT_HAS(only_lack(facts), "sudo vorn-keys --calibrate finds out");
+  EXPECT_HAS(only_lack(facts), "-a F0Tg");
+  facts.fans[2].connection = FanChannel::Connection::none;
+  EXPECT_TRUE(lacks(facts).empty()) << "it has been found out";
+  facts.fans.erase(facts.fans.begin() + 1);
+  EXPECT_HAS(only_lack(facts), "fans: one can be forced, and a run as root sets two");
+}
+
+TEST(Judgement, NamesASwitchThatCannotBeRead) {
+  Facts facts = all_well();
+  facts.fans[1].keeps_no_mode = true;
+  EXPECT_HAS(only_lack(facts), "F1Tg (nct6779 fan3): its mode cannot be read");
+  EXPECT_HAS(only_lack(facts), "Linux 6.18 or later");
+}
+
+TEST(Judgement, AFourthFanIsNothingThatLacks) {
+  Facts facts = all_well();
+  facts.fans.push_back(measured("F3Tg (nct6798 fan1)"));
+  facts.fans[2].refusal = "the first three fans can be forced";
+  facts.fans[2].beyond_forced = true;
+  EXPECT_TRUE(lacks(facts).empty());
+}
+
 TEST(Judgement, SendsAFanWithoutAGoodCurveToCalibration) {
   Facts facts = all_well();
   facts.fans[0].has_curve = false;

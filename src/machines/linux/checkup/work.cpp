@@ -38,7 +38,7 @@ Console made_printable(const Console& console) {
 bool measure_and_keep(Machine& machine, const Surroundings& surroundings, const FanChannel& fan,
                       const Console& console) {
   const std::string what = fan.chip + " fan" + std::to_string(fan.channel);
-  const sysfs::Result<Curve> curve =
+  const sysfs::Result<std::optional<Curve>> curve =
       measure_curve(surroundings, machine.fan_ledger(), fan, machine.temperatures(),
                     [&](double fraction, const std::string& text) {
                       console.progress(fraction, what + ": " + text);
@@ -47,8 +47,12 @@ bool measure_and_keep(Machine& machine, const Surroundings& surroundings, const 
     console.complain(what + ": " + curve.failure().message);
     return false;
   }
-  console.print(curve_text(fan, *curve));
-  const auto saved = save_curve(surroundings.curves_folder, fan, *curve);
+  const std::string text = *curve ? curve_text(fan, **curve) : still_text(fan);
+  console.print(text);
+  if (!*curve) {
+    console.print("# it does not turn at full speed: perhaps nothing is connected there");
+  }
+  const auto saved = save_curve(surroundings.curves_folder, fan, text);
   if (!saved) {
     console.complain(saved.failure().message);
     return false;
@@ -84,7 +88,7 @@ bool calibrate(Machine& machine, const Surroundings& surroundings, const Console
   bool all = true;
   bool any = false;
   for (const FanChannel& fan : machine.fans().channels()) {
-    if (!fan.controllable()) {
+    if (!fan.measurable) {
       console.print("# " + fan.chip + " fan" + std::to_string(fan.channel) +
                     " cannot be forced: " + fan.refusal);
       continue;

@@ -105,13 +105,28 @@ TEST_F(Calibrate, ShowsItsProgressFanByFan) {
 TEST_F(Calibrate, MeasuresTheOthersWhenOneFanFails) {
   Machine machine(surroundings());
   const auto before = bench.state();
-  bench.moving.block(0, true);
+  bench.memory.fail(FanFixture::attribute("fan1_input"), EIO);
   EXPECT_FALSE(linux_machine::calibrate(machine, surroundings(), kept.console()));
-  EXPECT_TRUE(kept.complaints.starts_with("nct6779 fan1: reading ")) << kept.complaints;
-  EXPECT_HAS(kept.complaints, "the fan does not turn at full speed");
+  EXPECT_TRUE(kept.complaints.starts_with("nct6779 fan1: the measurement was ended: reading "))
+      << kept.complaints;
   EXPECT_HAS(kept.printed, "fan 2\n");
   EXPECT_EQ(curves_kept(), 1U);
   EXPECT_EQ(bench.state(), before);
+}
+
+TEST_F(Calibrate, RemembersAFanThatDoesNotTurn) {
+  {
+    Machine machine(surroundings());
+    bench.moving.block(0, true);
+    EXPECT_TRUE(linux_machine::calibrate(machine, surroundings(), kept.console()));
+  }
+  EXPECT_EQ(kept.complaints, "");
+  EXPECT_HAS(kept.printed, "fan 1\nturns no\n");
+  EXPECT_HAS(kept.printed, "# it does not turn at full speed: perhaps nothing is connected there");
+  EXPECT_EQ(curves_kept(), 2U);
+  Machine next(surroundings());
+  EXPECT_EQ(next.fans().channels()[1].connection, FanChannel::Connection::none);
+  EXPECT_TRUE(linux_machine::calibrate(next, surroundings(), kept.console())) << "it may be tried";
 }
 
 TEST_F(Calibrate, IsRefusedToOrdinaryUsers) {

@@ -48,16 +48,29 @@ class Speed final : public Sensor {
   Result<Attribute> input_;
 };
 
+const char* doubt_about(const FanChannel& fan) {
+  switch (fan.connection) {
+    case FanChannel::Connection::doubtful:
+      return ", perhaps unconnected";
+    case FanChannel::Connection::none:
+      return ", unconnected";
+    case FanChannel::Connection::certain:
+      break;
+  }
+  return "";
+}
+
 std::string described(const FanChannel& fan) {
   return fan.chip + " fan" + std::to_string(fan.channel) +
-         (fan.label.empty() ? "" : ", label \"" + fan.label + "\"");
+         (fan.label.empty() ? "" : ", label \"" + fan.label + "\"") +
+         (fan.is_assigned ? ", assigned" : "") + doubt_about(fan);
 }
 
 std::string maximum_source(const FanControl& fans, std::size_t fan, const FanChannel& channel) {
   if (fans.maximum_is_measured_on_demand(fan)) {
     return "not measured yet: run vorn-keys --calibrate";
   }
-  return channel.kind().real_range ? channel.most() : "measured curve";
+  return channel.kind().real_range ? channel.greatest() : "measured curve";
 }
 
 Key make_key(std::uint32_t code, std::string source, std::function<Result<double>()> read) {

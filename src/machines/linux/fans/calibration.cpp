@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "machines/linux/fans/daemons.h"
+#include "machines/linux/fans/permission.h"
 #include "machines/linux/fans/settling.h"
 #include "machines/linux/fans/taken_channel.h"
 #include "machines/linux/watch/fan_watch.h"
@@ -48,7 +48,8 @@ class Calibration {
         ledger_(ledger),
         progress_(progress) {}
 
-  Result<Curve> run();
+  /// None: it does not turn.
+  Result<std::optional<Curve>> run();
 
  private:
   enum class StopTest { passed, does_not_stop };
@@ -122,9 +123,6 @@ Result<Done> Calibration::sweep() {
 }
 
 Result<Done> Calibration::check_range() const {
-  if (points_.empty()) {
-    return sysfs::nonsense(fan_.input(), "the fan does not turn at full speed");
-  }
   const auto [least, most] =
       std::minmax_element(points_.begin(), points_.end(),
                           [](const CurvePoint& a, const CurvePoint& b) { return a.rpm < b.rpm; });
@@ -213,8 +211,12 @@ Result<Calibration::StopTest> Calibration::test_stop() {
   return *stopped ? StopTest::passed : StopTest::does_not_stop;
 }
 
-Result<Curve> Calibration::run() {
+Result<std::optional<Curve>> Calibration::run() {
   Result<Done> done = sweep();
+  if (done && points_.empty()) {
+    progress_(1, "it does not turn at full speed");
+    return std::optional<Curve>();
+  }
   if (done) {
     done = check_range();
   }
@@ -231,27 +233,22 @@ Result<Curve> Calibration::run() {
     stop = *tested == StopTest::passed ? Curve::Stop::stops_and_starts : Curve::Stop::unproven;
   }
   progress_(1, "done");
-  return *Curve::make(points_, stop, start_pwm_);  // check_range() saw that there is one
+  return Curve::make(points_, stop, start_pwm_);  // check_range() saw that there is one
 }
 
 Result<Done> may_calibrate(const Surroundings& surroundings, const FanChannel& fan) {
-  if (!fan.controllable()) {
+  if (!fan.measurable) {
     return Failure{Trouble::unsupported, fan.refusal};
   }
-  if (surroundings.effective_user() != 0) {
-    return Failure{Trouble::refused, fan.enable() + ": changing it needs the superuser"};
-  }
-  if (const std::optional<std::string> daemon = running_fan_daemon(surroundings.proc)) {
-    return Failure{Trouble::held, beside_daemon(*daemon)};
-  }
-  return Done{};
+  return may_change(surroundings, fan);
 }
 
 }  // namespace
 
-Result<Curve> measure_curve(const Surroundings& surroundings, Ledger& ledger, const FanChannel& fan,
-                            const std::vector<WatchedTemperature>& temperatures,
-                            const CalibrationProgress& progress) {
+Result<std::optional<Curve>> measure_curve(const Surroundings& surroundings, Ledger& ledger,
+                                           const FanChannel& fan,
+                                           const std::vector<WatchedTemperature>& temperatures,
+                                           const CalibrationProgress& progress) {
   Result<Done> may = may_calibrate(surroundings, fan);
   if (may) {
     may = ledger.begin();
@@ -260,16 +257,17 @@ Result<Curve> measure_curve(const Surroundings& surroundings, Ledger& ledger, co
     may = ledger.watch(*one);
   }
   if (may) {
-    may = ledger.watch(WatchedFan{
-        .attribute = fan.input(), .slow = fan.kind().one_switch, .turns_from_ns = kMayStand});
+    may = ledger.watch(
+        WatchedFan{.attribute = fan.input(), .slow = fan.kind().slow, .turns_from_ns = kMayStand});
   }
   if (!may) {
     return may.failure();
   }
   std::vector<std::string> noted;
   Result<TakenChannel> channel = TakenChannel::take(surroundings, ledger, fan, noted);
-  Result<Curve> curve = channel ? Calibration(surroundings, fan, *channel, ledger, progress).run()
-                                : Result<Curve>(channel.failure());
+  Result<std::optional<Curve>> curve =
+      channel ? Calibration(surroundings, fan, *channel, ledger, progress).run()
+              : Result<std::optional<Curve>>(channel.failure());
   ledger.forget_fan(fan.input());
   bool given_back = true;
   for (const std::string& line : noted) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,14 +18,14 @@ using CalibrationProgress = std::function<void(double fraction, const std::strin
 
 /// Measures the curve of `fan`, which takes one to three minutes and leaves it as it was, whatever
 /// happens: its speeds from full pwm down to where it stops, and, unless it is a pump, whether it
-/// stops at pwm 0 and starts again. Ends early if a temperature comes near to critical.
+/// stops at pwm 0 and starts again. Ends early if a temperature comes near to critical. None: it
+/// does not turn at full speed.
 ///
 /// Failures: refused without the effective user 0, unsupported for a fan that cannot be controlled
 /// (one whose speed hardly changes included), held beside another program that controls fans,
 /// given_back when it ended early, and those of the attributes. Thread: any, one at a time.
-sysfs::Result<Curve> measure_curve(const Surroundings& surroundings, Ledger& ledger,
-                                   const FanChannel& fan,
-                                   const std::vector<WatchedTemperature>& temperatures,
-                                   const CalibrationProgress& progress);
+sysfs::Result<std::optional<Curve>> measure_curve(
+    const Surroundings& surroundings, Ledger& ledger, const FanChannel& fan,
+    const std::vector<WatchedTemperature>& temperatures, const CalibrationProgress& progress);
 
 }  // namespace linux_machine

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "machines/linux/fans/fan_survey.h"
+#include "support/machine/machine_file.h"
 #include "support/machine/memory_tree.h"
 
 namespace linux_machine {
@@ -35,7 +37,9 @@ class Device {
 class ChannelTest : public testing::Test {
  protected:
   std::vector<FanChannel> find(const std::string& device_with_curve = "") {
-    return find_fans(tree_, [&](const FanChannel& fan) { return fan.device == device_with_curve; });
+    return find_fans(tree_, {.measured = [&](const FanChannel& fan) {
+                       return fan.device == device_with_curve ? Measured::turns : Measured::not_yet;
+                     }});
   }
   std::vector<std::string> names(const std::string& device_with_curve = "") {
     std::vector<std::string> all;
@@ -76,9 +80,10 @@ TEST_F(ChannelTest, OrderDoesNotFollowTheNumbersOfHwmon) {
 TEST_F(ChannelTest, FansThatTurnOrWereMeasuredComeFirst) {
   Device(tree_, 0, "devices/a", "nct6779").fan(1, 0).fan(2, -1).fan(3, 500);
   Device(tree_, 1, "devices/b", "it8728").fan(1, 0);
-  EXPECT_EQ(names(), (std::vector<std::string>{"devices/a 3", "devices/a 1", "devices/a 2"}));
+  EXPECT_EQ(names(),
+            (std::vector<std::string>{"devices/a 3", "devices/a 1", "devices/a 2", "devices/b 1"}));
   EXPECT_EQ(names("devices/b"),
-            (std::vector<std::string>{"devices/a 3", "devices/b 1", "devices/a 1"}));
+            (std::vector<std::string>{"devices/a 3", "devices/b 1", "devices/a 1", "devices/a 2"}));
 }
 
 TEST_F(ChannelTest, GraphicsCardsAndPowerSuppliesKeepTheirFans) {
@@ -88,7 +93,7 @@ TEST_F(ChannelTest, GraphicsCardsAndPowerSuppliesKeepTheirFans) {
 }
 
 TEST_F(ChannelTest, SomeCanBeReadAndNotForced) {
-  for (const char* chip : {"pwmfan", "asus", "asus_custom_fan_curve", "hp", "nct6683", "nct6687",
+  for (const char* chip : {"pwmfan", "asus", "asus_custom_fan_curve", "hp", "nct6683",
                            "corsaircpro", "aquacomputer"}) {
     const std::string why = refusal(chip);
     EXPECT_NE(why.find("devices/x/hwmon/hwmon0/fan1_input: "), std::string::npos) << chip << why;
@@ -108,6 +113,93 @@ TEST_F(ChannelTest, FirmwareMayKeepAFanToItself) {
   EXPECT_NE(find()[0].refusal.find("pwm1_enable: the firmware"), std::string::npos);
 }
 
+TEST_F(ChannelTest, SomeFirmwareTakesItsModeBack) {
+  Device(tree_, 0, "devices/x", "nct6687").fan(1, 900).with("pwm1_enable", "99");
+  EXPECT_EQ(find()[0].refusal, "");
+}
+
+TEST_F(ChannelTest, AFanThatStandsAndWasNeverMeasuredIsPerhapsNotThere) {
+  Device(tree_, 0, "devices/a", "nct6798").fan(1, 0).fan(2, 1764);
+  const auto fans = find();
+  EXPECT_EQ(fans[0].channel, 2);
+  EXPECT_EQ(fans[1].connection, FanChannel::Connection::doubtful);
+  EXPECT_FALSE(fans[1].controllable());
+  EXPECT_TRUE(fans[1].measurable);
+  EXPECT_EQ(fans[1].refusal,
+            "devices/a/hwmon/hwmon0/fan1_input: it stands still and was never measured: perhaps "
+            "nothing is connected there");
+  EXPECT_TRUE(find("devices/a")[1].controllable()) << "with a measured curve it is one";
+}
+
+TEST_F(ChannelTest, AFanOfALaptopIsThereThoughItStands) {
+  for (const char* chip : {"thinkpad", "dell_smm", "cros_ec"}) {
+    EXPECT_EQ(refusal(chip), "");
+    Device(tree_, 0, "devices/x", chip).fan(1, 0);
+    EXPECT_EQ(find()[0].refusal, "") << chip;
+  }
+}
+
+TEST_F(ChannelTest, AFanThatDidNotTurnWhenItWasMeasuredIsForcedOnlyIfItTurns) {
+  const auto find_still = [this] {
+    return find_fans(tree_, {.measured = [](const FanChannel&) { return Measured::stands; }}).at(0);
+  };
+  Device(tree_, 0, "devices/a", "nct6798").fan(1, 0);
+  EXPECT_EQ(find_still().connection, FanChannel::Connection::none);
+  EXPECT_FALSE(find_still().controllable());
+  Device(tree_, 0, "devices/a", "nct6798").fan(1, 500);
+  EXPECT_EQ(find_still().refusal, "");
+}
+
+TEST_F(ChannelTest, OnlyTheFirstThreeCanBeForced) {
+  Device device(tree_, 0, "devices/a", "nct6798");
+  for (int n = 1; n <= 12; ++n) {
+    device.fan(n, 900);
+  }
+  const auto fans = find();
+  ASSERT_EQ(fans.size(), kMostFans);
+  for (std::size_t n = 0; n < fans.size(); ++n) {
+    EXPECT_EQ(fans[n].controllable(), n < 3) << n;
+    EXPECT_TRUE(fans[n].measurable) << n;
+  }
+}
+
+/// Of a machine of tests/machines: chip and channel.
+std::vector<std::string> fans_of(const std::string& machine,
+                                 std::vector<Assignment> assigned = {}) {
+  MemoryTree tree(read_machine(machine));
+  std::vector<std::string> all;
+  for (const FanChannel& fan :
+       find_fans(tree, {.measured = [](const FanChannel&) { return Measured::not_yet; },
+                       .assigned = std::move(assigned)})) {
+    all.push_back(fan.chip + " " + std::to_string(fan.channel));
+  }
+  return all;
+}
+
+TEST(FanOrder, LabelledFirstThenTheBoardsThenThoseOfHubsThenWhatStands) {
+  EXPECT_EQ(fans_of("many_fans"),
+            (std::vector<std::string>{"nct6799 2", "nct6799 5", "nct6799 1", "nct6799 3",
+                                      "nct6799 7", "corsaircpro 1", "nct6799 4", "nct6799 6"}));
+}
+
+TEST(FanOrder, AnAssignedFanHasItsNumber) {
+  constexpr const char* kBoard = "devices/platform/nct6775.656";
+  EXPECT_EQ(fans_of("many_fans", {{.number = 0, .device = kBoard, .channel = 4},
+                                  {.number = 2, .device = kBoard, .channel = 5},
+                                  {.number = 9, .device = kBoard, .channel = 1},
+                                  {.number = 1, .device = "devices/gone", .channel = 1}}),
+            (std::vector<std::string>{"nct6799 4", "nct6799 2", "nct6799 5", "nct6799 1",
+                                      "nct6799 3", "nct6799 7", "corsaircpro 1", "nct6799 6"}));
+}
+
+TEST(FanOrder, AFanThatSeveralDriversShowIsThereOnce) {
+  EXPECT_EQ(fans_of("laptop_three_views"), (std::vector<std::string>{"dell_smm 1", "dell_smm 2"}));
+}
+
+TEST(FanOrder, OldDriversKeepTheirFansInTheDevicesFolder) {
+  EXPECT_EQ(fans_of("old_registration"), (std::vector<std::string>{"f71882fg 1", "f71882fg 2"}));
+}
+
 TEST_F(ChannelTest, AFanThatCannotBeReadIsNone) {
   Device(tree_, 0, "devices/x", "it8728").fan(1, 900).fan(2, 900);
   tree_.fail("devices/x/hwmon/hwmon0/fan1_input", ENODATA);
@@ -116,6 +208,7 @@ TEST_F(ChannelTest, AFanThatCannotBeReadIsNone) {
 
 TEST_F(ChannelTest, OneSwitchServesAllFansOfAChip) {
   Device(tree_, 0, "devices/x", "dell_smm").fan(1, 900).fan(2, 900).with("pwm1_enable", "", 0200);
+  tree_.remove("devices/x/hwmon/hwmon0/pwm2_enable");
   EXPECT_EQ(find()[1].enable(), "devices/x/hwmon/hwmon0/pwm1_enable");
   EXPECT_TRUE(find()[1].controllable());
 }
@@ -167,7 +260,8 @@ TEST_F(ChannelTest, AFanLabelledForGraphicsIsNoneOfOurs) {
 TEST_F(ChannelTest, FansThatCanBeControlledComeBeforeThoseThatCannot) {
   Device(tree_, 0, "devices/a", "hp").fan(1, 900).fan(2, 900);
   Device(tree_, 1, "devices/b", "it8728").fan(1, 0).fan(2, 700);
-  EXPECT_EQ(names(), (std::vector<std::string>{"devices/b 2", "devices/b 1", "devices/a 1"}));
+  EXPECT_EQ(names(),
+            (std::vector<std::string>{"devices/b 2", "devices/a 1", "devices/a 2", "devices/b 1"}));
 }
 
 TEST_F(ChannelTest, AMeterOfWaterFlowIsNoFan) {

@@ -16,9 +16,13 @@ struct Chip {
       {};                          ///< of pwmN_enable, while the chip holds fanN_target by itself
   bool zero_is_full_speed = true;  ///< what pwmN_enable 0 means; else the fan stands
   bool real_range = false;         ///< fanN_max and fanN_min are what the fan can do, not alarms
-  bool one_switch = false;        ///< pwm1_enable switches all fans of the chip, and cannot be read
-  Fans fans = Fans::ours;         ///< a graphics card's or power supply's are left to it
-  std::string_view refusal = {};  ///< why the fans cannot be forced; empty if they can
+  bool one_switch = false;         ///< pwm1_enable may switch all fans, and be unreadable
+  bool slow = false;               ///< it stalls the machine when it is read
+  bool built_in = false;           ///< of the machine as it was made: no header that may be empty
+  int view = 0;  ///< above 0: shows fans that drivers with a lower one may show as well
+  bool takes_firmware_mode = false;  ///< kFirmwareMode can be left, and written to give it back
+  Fans fans = Fans::ours;            ///< a graphics card's or power supply's are left to it
+  std::string_view refusal = {};     ///< why the fans cannot be forced; empty if they can
 };
 
 /// What pwmN_enable reads where the firmware keeps the fan to itself.

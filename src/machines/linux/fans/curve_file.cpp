@@ -72,6 +72,19 @@ Result<Done> replace_file(const std::string& path, const std::string& text) {
   return result;
 }
 
+/// What every file begins with.
+std::string head_text(const FanChannel& fan) {
+  return std::string(kFirstLine) + "\ndevice " + fan.device + "\nchip " + fan.chip + "\nfan " +
+         std::to_string(fan.channel) + "\n";
+}
+
+std::string text_of(const std::string& path) {
+  std::ifstream file(path);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
 std::optional<int> parse_small(std::string_view word) {
   const std::optional<long long> value = sysfs::parse_integer(word);
   return value && *value >= 0 && *value <= kMostRpm ? std::optional<int>(static_cast<int>(*value))
@@ -82,13 +95,28 @@ std::optional<int> parse_small(std::string_view word) {
 
 std::string curve_text(const FanChannel& fan, const Curve& curve) {
   std::ostringstream text;
-  text << kFirstLine << "\ndevice " << fan.device << "\nchip " << fan.chip << "\nfan "
-       << fan.channel << "\nstops-and-starts " << (curve.can_stop() ? "yes" : "no")
+  text << head_text(fan) << "stops-and-starts " << (curve.can_stop() ? "yes" : "no")
        << "\nstart-pwm " << curve.start_pwm() << "\n";
   for (const CurvePoint& point : curve.points()) {
     text << point.pwm << " " << std::lround(point.rpm) << "\n";
   }
   return text.str();
+}
+
+std::string still_text(const FanChannel& fan) {
+  return head_text(fan) + "turns no\n";
+}
+
+Measured load_measured(const std::string& folder, const FanChannel& fan) {
+  if (text_of(curve_path(folder, fan)) == still_text(fan)) {
+    return Measured::stands;
+  }
+  const Result<std::optional<Curve>> curve = load_curve(folder, fan);
+  return curve && *curve ? Measured::turns : Measured::not_yet;
+}
+
+KnownOfFans known_of_fans(const std::string& folder) {
+  return {.measured = [folder](const FanChannel& fan) { return load_measured(folder, fan); }};
 }
 
 std::optional<Curve> parse_curve(std::string_view text, const FanChannel& fan, std::string& wrong) {
@@ -154,6 +182,9 @@ Result<std::optional<Curve>> load_curve(const std::string& folder, const FanChan
   if (file) {
     curve = parse_curve(text.str(), fan, wrong);
   }
+  if (!curve && text.str() == still_text(fan)) {
+    return std::optional<Curve>();
+  }
   if (!curve) {
     return sysfs::nonsense(path, wrong +
                                      "; remove it, or measure the fan again with "
@@ -162,13 +193,13 @@ Result<std::optional<Curve>> load_curve(const std::string& folder, const FanChan
   return curve;
 }
 
-Result<Done> save_curve(const std::string& folder, const FanChannel& fan, const Curve& curve) {
+Result<Done> save_curve(const std::string& folder, const FanChannel& fan, const std::string& text) {
   if (mkdir(folder.c_str(), kFolderMode) == 0) {
     chmod(folder.c_str(), kFolderMode);  // whatever the umask
   } else if (errno != EEXIST) {
     return sysfs::failure("making", folder, errno);
   }
-  return replace_file(curve_path(folder, fan), curve_text(fan, curve));
+  return replace_file(curve_path(folder, fan), text);
 }
 
 }  // namespace linux_machine

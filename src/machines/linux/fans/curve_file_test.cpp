@@ -11,12 +11,14 @@
 namespace linux_machine {
 namespace {
 
-const FanChannel kFan{"devices/platform/nct6775.656/hwmon/hwmon3",
-                      "devices/platform/nct6775.656",
-                      "nct6779",
-                      2,
-                      "",
-                      ""};
+const FanChannel kFan = [] {
+  FanChannel fan;
+  fan.folder = "devices/platform/nct6775.656/hwmon/hwmon3";
+  fan.device = "devices/platform/nct6775.656";
+  fan.chip = "nct6779";
+  fan.channel = 2;
+  return fan;
+}();
 
 class CurveFileTest : public testing::Test {
  protected:
@@ -51,7 +53,7 @@ TEST_F(CurveFileTest, IsTextForPeople) {
 }
 
 TEST_F(CurveFileTest, IsReadAsItWasSaved) {
-  ASSERT_TRUE(save_curve(folder_, kFan, curve_));
+  ASSERT_TRUE(save_curve(folder_, kFan, curve_text(kFan, curve_)));
   const auto loaded = load_curve(folder_, kFan);
   ASSERT_TRUE(loaded && *loaded);
   EXPECT_EQ(curve_text(kFan, **loaded), curve_text(kFan, curve_));
@@ -59,9 +61,23 @@ TEST_F(CurveFileTest, IsReadAsItWasSaved) {
   EXPECT_EQ(mode_of(curve_path(folder_, kFan)), 0644U);
 }
 
+TEST_F(CurveFileTest, RemembersAFanThatDidNotTurn) {
+  EXPECT_EQ(load_measured(folder_, kFan), Measured::not_yet);
+  ASSERT_TRUE(save_curve(folder_, kFan, still_text(kFan)));
+  EXPECT_EQ(load_measured(folder_, kFan), Measured::stands);
+  const auto loaded = load_curve(folder_, kFan);
+  ASSERT_TRUE(loaded) << loaded.failure().message;
+  EXPECT_FALSE(loaded->has_value());
+  ASSERT_TRUE(save_curve(folder_, kFan, curve_text(kFan, curve_)));
+  EXPECT_EQ(load_measured(folder_, kFan), Measured::turns);
+  write(still_text(kFan) + "x\n");
+  EXPECT_EQ(load_measured(folder_, kFan), Measured::not_yet);
+  EXPECT_FALSE(load_curve(folder_, kFan));
+}
+
 TEST_F(CurveFileTest, IsReplacedAsAWhole) {
-  ASSERT_TRUE(save_curve(folder_, kFan, curve_));
-  ASSERT_TRUE(save_curve(folder_, kFan, Curve::proportional(1000)));
+  ASSERT_TRUE(save_curve(folder_, kFan, curve_text(kFan, curve_)));
+  ASSERT_TRUE(save_curve(folder_, kFan, curve_text(kFan, Curve::proportional(1000))));
   EXPECT_FALSE((*load_curve(folder_, kFan))->can_stop());
   const std::filesystem::directory_iterator files(folder_);
   EXPECT_EQ(std::distance(begin(files), end(files)), 1);
@@ -114,7 +130,7 @@ TEST_F(CurveFileTest, DifferentFansHaveDifferentFiles) {
 }
 
 TEST_F(CurveFileTest, AFolderThatCannotBeMadeIsNamed) {
-  const auto saved = save_curve("/proc/no-such/curves", kFan, curve_);
+  const auto saved = save_curve("/proc/no-such/curves", kFan, curve_text(kFan, curve_));
   ASSERT_FALSE(saved);
   EXPECT_NE(saved.failure().message.find("/proc/no-such/curves"), std::string::npos);
 }

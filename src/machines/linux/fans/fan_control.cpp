@@ -39,17 +39,13 @@ FanControl::FanControl(const Surroundings& surroundings, Ledger& ledger,
     : surroundings_(surroundings),
       ledger_(ledger),
       watching_(watching),
-      channels_(find_fans(surroundings.sys,
-                          [&](const FanChannel& fan) {
-                            const auto curve = load_curve(surroundings.curves_folder, fan);
-                            return curve && curve->has_value();
-                          })),
+      channels_(find_fans(surroundings.sys, known_of_fans(surroundings.curves_folder))),
       temperatures_(std::move(temperatures)) {
   for (const FanChannel& channel : channels_) {
     Fan fan{};
     fan.channel = &channel;
-    fan.least = real_limit(surroundings.sys, channel, channel.least());
-    fan.most = real_limit(surroundings.sys, channel, channel.most());
+    fan.least = real_limit(surroundings.sys, channel, channel.lowest());
+    fan.most = real_limit(surroundings.sys, channel, channel.greatest());
     auto curve = load_curve(surroundings.curves_folder, channel);
     if (curve) {
       fan.curve = *curve;

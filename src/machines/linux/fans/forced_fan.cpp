@@ -82,7 +82,7 @@ Result<Done> ForcedFan::drive_by_pwm(double target_rpm, const Curve& curve, std:
 }
 
 bool ForcedFan::read_is_due(std::int64_t now_ns) const {
-  return !channel_.chip().one_switch || now_ns - read_ns_ >= kSeldomNs;
+  return !channel_.chip().slow || now_ns - read_ns_ >= kSeldomNs;
 }
 
 Result<double> ForcedFan::read(std::int64_t now_ns) {

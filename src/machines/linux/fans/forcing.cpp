@@ -2,8 +2,8 @@
 #include <cerrno>
 #include <utility>
 
-#include "machines/linux/fans/daemons.h"
 #include "machines/linux/fans/fan_control.h"
+#include "machines/linux/fans/permission.h"
 #include "machines/linux/watch/fan_watch.h"
 
 // The half of FanControl that takes fans and gives them back.
@@ -29,13 +29,7 @@ Result<sysfs::Done> FanControl::may_force(const Fan& fan) {
   if (!fan.channel->controllable()) {
     return Failure{Trouble::unsupported, fan.channel->refusal};
   }
-  if (surroundings_.effective_user() != 0) {
-    return Failure{Trouble::refused, fan.channel->enable() + ": changing it needs the superuser"};
-  }
-  if (const std::optional<std::string> daemon = running_fan_daemon(surroundings_.proc)) {
-    return Failure{Trouble::held, beside_daemon(*daemon)};
-  }
-  return Done{};
+  return may_change(surroundings_, *fan.channel);
 }
 
 /// Makes this process the one that holds the fans, with all temperatures watched.
@@ -50,7 +44,7 @@ Result<sysfs::Done> FanControl::begin_watch() {
 Result<sysfs::Done> FanControl::tell_watch(const Fan& fan) {
   const TakenChannel& channel = fan.forced->channel();
   return ledger_.watch(WatchedFan{.attribute = channel.input(),
-                                  .slow = channel.chip().one_switch,
+                                  .slow = channel.chip().slow,
                                   .turns_from_ns = fan.forced->turns_from_ns()});
 }
 
@@ -169,7 +163,7 @@ Result<double> FanControl::measure_unforced(Fan& fan) {
   }
   if (may) {
     may = ledger_.watch(WatchedFan{.attribute = fan.channel->input(),
-                                   .slow = fan.channel->kind().one_switch,
+                                   .slow = fan.channel->kind().slow,
                                    .turns_from_ns = kMayStand});
   }
   if (!may) {

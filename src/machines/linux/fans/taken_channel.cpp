@@ -1,6 +1,7 @@
 #include "machines/linux/fans/taken_channel.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <utility>
 
@@ -22,30 +23,31 @@ constexpr int kUnreadableAutomatic = 2;  // where the mode cannot be read, firmw
 }  // namespace
 
 TakenChannel::TakenChannel(const Chip& chip, Before before, std::vector<std::string> lines,
-                           Attribute input, Attribute pwm, Attribute enable)
+                           Attribute input, Attribute enable)
     : chip_(&chip),
       before_(before),
       lines_(std::move(lines)),
       input_(std::move(input)),
-      pwm_attribute_(std::move(pwm)),
       enable_(std::move(enable)) {}
 
 Result<TakenChannel::Before> TakenChannel::read_before(sysfs::Tree& tree, const FanChannel& fan) {
   Before before;
-  const Result<long long> pwm = sysfs::read_integer(tree, fan.pwm());
-  if (!pwm) {
-    return pwm.failure();
-  }
-  if (*pwm < 0 || *pwm > kFullPwm) {
-    return sysfs::nonsense(fan.pwm(), std::to_string(*pwm) + " is no pwm");
-  }
-  before.pwm = *pwm;
-  if (!fan.kind().one_switch) {
+  if (!fan.shares_switch) {
     const Result<long long> enable = sysfs::read_integer(tree, fan.enable());
     if (!enable) {
       return enable.failure();
     }
     before.enable = *enable;
+  }
+  const Result<long long> pwm = sysfs::read_integer(tree, fan.pwm());
+  const bool manual = before.enable == fan.kind().manual_mode;
+  if (pwm && (*pwm < 0 || *pwm > kFullPwm)) {
+    return sysfs::nonsense(fan.pwm(), std::to_string(*pwm) + " is no pwm");
+  }
+  if (pwm) {
+    before.pwm = *pwm;
+  } else if (pwm.failure().error != ENODATA || !before.enable || manual) {
+    return pwm.failure();  // some have none to show while they are automatic
   }
   if (fan.kind().target_mode && sysfs::exists(tree, fan.target())) {
     const Result<long long> target = sysfs::read_integer(tree, fan.target());
@@ -62,16 +64,11 @@ Result<TakenChannel> TakenChannel::open(sysfs::Tree& tree, const FanChannel& fan
   if (!input) {
     return input.failure();
   }
-  Result<Attribute> pwm = Attribute::open(tree, fan.pwm(), Mode::write);
-  if (!pwm) {
-    return pwm.failure();
-  }
   Result<Attribute> enable = Attribute::open(tree, fan.enable(), Mode::write);
   if (!enable) {
     return enable.failure();
   }
-  TakenChannel taken(fan.kind(), before, std::move(lines), std::move(*input), std::move(*pwm),
-                     std::move(*enable));
+  TakenChannel taken(fan.kind(), before, std::move(lines), std::move(*input), std::move(*enable));
   if (before.enable) {
     Result<Attribute> mode = Attribute::open(tree, fan.enable(), Mode::read);
     if (!mode) {
@@ -114,7 +111,7 @@ Result<TakenChannel> TakenChannel::take(const Surroundings& surroundings, Ledger
     state.forced_modes.push_back(*fan.kind().target_mode);
   }
   lines.push_back(fan_line(state));
-  if (fan.kind().one_switch) {
+  if (fan.shares_switch) {
     const FanState all{.folder = fan.folder,
                        .channel = 1,
                        .chip = fan.chip,
@@ -136,24 +133,35 @@ Result<TakenChannel> TakenChannel::take(const Surroundings& surroundings, Ledger
     }
     noted.push_back(line);
   }
-  const Result<Done> held = taken->hold_as_it_is();
+  const Result<Done> held = taken->hold_as_it_is(surroundings.sys, fan.pwm());
   return held ? std::move(taken) : Result<TakenChannel>(held.failure());
 }
 
-Result<Done> TakenChannel::hold_as_it_is() {
-  const bool stands_by_mode = before_.enable == 0 && chip_->manual_mode != 0;
-  pwm_ = static_cast<int>(before_.pwm);
-  if (stands_by_mode) {
-    pwm_ = chip_->zero_is_full_speed ? kFullPwm : 0;
-  }
+Result<Done> TakenChannel::hold_as_it_is(sysfs::Tree& tree, const std::string& pwm_path) {
   if (before_.enable != chip_->manual_mode) {
     Result<Done> entered = enter(chip_->manual_mode);
     if (!entered) {
       return entered;
     }
   }
-  // The mode first: in an automatic one a pwm is refused, or taken and ignored.
-  return pwm_attribute_.write(pwm_);
+  // The mode first: in an automatic one a pwm is refused, or taken and ignored; and some drivers
+  // let nobody open it for writing.
+  Result<Attribute> pwm = Attribute::open(tree, pwm_path, Mode::write);
+  if (!pwm) {
+    return pwm.failure();
+  }
+  pwm_attribute_ = std::move(*pwm);
+  const bool stood_by_mode = before_.enable == 0 && chip_->manual_mode != 0;
+  if (stood_by_mode) {
+    pwm_ = chip_->zero_is_full_speed ? kFullPwm : 0;
+  } else if (before_.pwm) {
+    pwm_ = static_cast<int>(*before_.pwm);
+  } else {
+    const Result<long long> shown = sysfs::read_integer(tree, pwm_path);
+    const bool usable = shown && *shown > 0 && *shown <= kFullPwm;
+    pwm_ = usable ? static_cast<int>(*shown) : kFullPwm;
+  }
+  return pwm_attribute_->write(pwm_);
 }
 
 Result<Done> TakenChannel::enter(int mode) {
@@ -185,9 +193,9 @@ Result<Done> TakenChannel::set_pwm(int pwm) {
     }
   }
   holds_target_ = false;
-  Result<Done> written = pwm_attribute_.write(pwm);
+  Result<Done> written = pwm_attribute_->write(pwm);
   if (!written && !is_in_its_mode() && enter(chip_->manual_mode)) {
-    written = pwm_attribute_.write(pwm);  // the firmware had taken the fan meanwhile
+    written = pwm_attribute_->write(pwm);  // the firmware had taken the fan meanwhile
   }
   if (written) {
     pwm_ = pwm;
@@ -232,14 +240,14 @@ Result<Done> TakenChannel::enter_again() {
   if (!entered) {
     return entered;
   }
-  return holds_target_ ? target_->write(held_rpm_) : pwm_attribute_.write(pwm_);
+  return holds_target_ ? target_->write(held_rpm_) : pwm_attribute_->write(pwm_);
 }
 
 bool TakenChannel::put_back(Switch mode_switch) {
   if (before_.target && target_) {
     target_->write(*before_.target);
   }
-  const Result<Done> pwm = set_pwm(static_cast<int>(before_.pwm));
+  const Result<Done> pwm = before_.pwm ? set_pwm(static_cast<int>(*before_.pwm)) : Done{};
   if (mode_switch == Switch::leave) {
     return static_cast<bool>(pwm);
   }

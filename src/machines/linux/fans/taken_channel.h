@@ -65,26 +65,26 @@ class TakenChannel {
  private:
   struct Before {
     std::optional<long long> target;
-    long long pwm = 0;
+    std::optional<long long> pwm;     ///< none: it shows none while it is automatic
     std::optional<long long> enable;  ///< none: it cannot be read
   };
   TakenChannel(const Chip& chip, Before before, std::vector<std::string> lines,
-               sysfs::Attribute input, sysfs::Attribute pwm, sysfs::Attribute enable);
+               sysfs::Attribute input, sysfs::Attribute enable);
 
   static sysfs::Result<Before> read_before(sysfs::Tree& tree, const FanChannel& fan);
   static sysfs::Result<TakenChannel> open(sysfs::Tree& tree, const FanChannel& fan, Before before,
                                           std::vector<std::string> lines);
   sysfs::Result<sysfs::Done> enter(int mode);
-  sysfs::Result<sysfs::Done> hold_as_it_is();
+  sysfs::Result<sysfs::Done> hold_as_it_is(sysfs::Tree& tree, const std::string& pwm_path);
 
   const Chip* chip_;
   Before before_;
   std::vector<std::string> lines_;
   sysfs::Attribute input_;
-  sysfs::Attribute pwm_attribute_;
   sysfs::Attribute enable_;
-  std::optional<sysfs::Attribute> mode_;    ///< enable_ for reading, if it can be
-  std::optional<sysfs::Attribute> target_;  ///< if the chip holds targets
+  std::optional<sysfs::Attribute> pwm_attribute_;  ///< once the mode is manual
+  std::optional<sysfs::Attribute> mode_;           ///< enable_ for reading, if it can be
+  std::optional<sysfs::Attribute> target_;         ///< if the chip holds targets
   std::optional<sysfs::Attribute> target_read_;
   int pwm_ = 0;
   long long held_rpm_ = 0;  ///< while it holds a target
