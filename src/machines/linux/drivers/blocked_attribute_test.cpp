@@ -47,9 +47,9 @@ class BlockedAttribute : public testing::Test {
     ASSERT_EQ(mkfifo(blocked_.back().c_str(), 0644), 0);
   }
 
-  /// They outlive the tests, as whoever has been given up may.
+  /// They are never destroyed: whoever has been given up may still be in them.
   static sysfs::Tree& tree(const std::string& folder) {
-    static std::vector<std::unique_ptr<sysfs::Folder>> all;
+    static auto& all = *new std::vector<std::unique_ptr<sysfs::Folder>>;
     return *all.emplace_back(std::make_unique<sysfs::Folder>(folder, 1));
   }
   /// The value of a key, or the message in place of it.
