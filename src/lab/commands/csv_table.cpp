@@ -27,7 +27,7 @@ std::string_view trimmed(std::string_view text) {
 
 /// The name of column `index` from 0, as its cell of the head has it, and no earlier column.
 std::string column_name(std::string_view cell, std::size_t index, const Table& table) {
-  const std::string number = "column " + std::to_string(index + 1);
+  std::string number = "column " + std::to_string(index + 1);
   if (cell.empty()) {
     return number;
   }

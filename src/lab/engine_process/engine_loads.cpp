@@ -40,12 +40,12 @@ void refuse_unknown_loads(const Plan& plan, const std::vector<std::string>& load
     if (loads.empty() || std::find(loads.begin(), loads.end(), load) != loads.end()) {
       continue;
     }
-    std::string known;
+    std::string why = machine().engine;
+    why.append(" has no load \"").append(load).append("\": it has");
     for (const std::string& name : loads) {
-      known += (known.empty() ? "" : ", ") + name;
+      why.append(name == loads.front() ? " " : ", ").append(name);
     }
-    throw EngineError(std::string(machine().engine) + " has no load \"" + load + "\": it has " +
-                      known);
+    throw EngineError(why);
   }
 }
 

@@ -12,7 +12,7 @@ std::string of_all_phases(const Plan& plan, const std::function<std::string(cons
   if (plan.phases.empty()) {
     return "as the engine's options have it";
   }
-  const std::string first = held(plan.phases.front());
+  std::string first = held(plan.phases.front());
   for (const Phase& phase : plan.phases) {
     if (held(phase) != first) {
       return "not the same in all phases";
