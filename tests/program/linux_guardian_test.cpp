@@ -63,7 +63,7 @@ class LinuxGuardian : public testing::Test {
              now.at("devices/system/cpu/cpufreq/policy0/scaling_max_freq") == "3400000";
     });
   }
-  void heat() { ASSERT_TRUE(sysfs::write_text(machine_.tree().sys(), kHottest, "97000")); }
+  void heat() { ASSERT_TRUE(sysfs::write_text(machine_.tree().sys(), kHottest, "104000")); }
 
   TreeMachine machine_{"two_socket_intel"};
   std::map<std::string, std::string> before_;
@@ -93,7 +93,7 @@ TEST_F(LinuxGuardian, WatchesInPlaceOfAStoppedRun) {
   running.send(SIGSTOP);
   heat();
   EXPECT_TRUE(says(running, std::string("vorn: the fans are given back: ") + kHottest +
-                                " reads 97 degrees, and 100 degrees are critical\n"));
+                                " reads 104 degrees, and 100 degrees are critical\n"));
   EXPECT_TRUE(is_given_back());
 }
 

@@ -7,6 +7,8 @@
 #include "machines/linux/fans/daemons.h"
 #include "machines/linux/fans/fan_survey.h"
 #include "machines/linux/giving_back/repair.h"
+#include "machines/linux/sysfs/attribute.h"
+#include "machines/linux/watch/safety.h"
 #include "machines/linux_kernel/linux_kernel.h"
 
 namespace linux_machine {
@@ -32,6 +34,20 @@ Facts::Fan look_at_fan(const FanChannel& channel, std::size_t number,
   fan.has_curve = curve && curve->has_value();
   fan.damaged = curve ? "" : curve.failure().message;
   return fan;
+}
+
+std::optional<Facts::AtLimit> look_for_limit(const std::vector<WatchedTemperature>& temperatures,
+                                             sysfs::Tree& sys) {
+  constexpr double kPerDegree = 1000;
+  for (const WatchedTemperature& one : temperatures) {
+    const sysfs::Result<long long> value = sysfs::read_integer(sys, one.attribute);
+    const double celsius = value ? static_cast<double>(*value) / kPerDegree : 0;
+    if (celsius >= one.critical_c - kMarginC && is_processors_temperature(celsius)) {
+      return Facts::AtLimit{
+          .attribute = one.attribute, .celsius = celsius, .limit_c = one.critical_c};
+    }
+  }
+  return std::nullopt;
 }
 
 void look_at_pstates(Facts& facts, sysfs::Tree& sys) {
@@ -64,6 +80,7 @@ Facts gather_facts(Machine& machine, const Surroundings& surroundings,
     }
   }
   facts.watched_temperature = !machine.temperatures().empty();
+  facts.at_limit = look_for_limit(machine.temperatures(), surroundings.sys);
   std::size_t number = 0;
   for (const FanChannel& channel : machine.fans().channels()) {
     facts.fans.push_back(look_at_fan(channel, number, surroundings.curves_folder));

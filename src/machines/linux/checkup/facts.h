@@ -38,6 +38,12 @@ struct Facts {
   std::size_t keys = 0;
   std::vector<PowerKey> power;
   bool watched_temperature = false;
+  struct AtLimit {
+    std::string attribute;
+    double celsius;
+    double limit_c;
+  };
+  std::optional<AtLimit> at_limit;  ///< a processor that runs at its limit now
   std::vector<Fan> fans;
   std::optional<std::string> fan_daemon;
 

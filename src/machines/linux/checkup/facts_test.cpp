@@ -150,6 +150,16 @@ TEST(GatherFacts, SaysWhyAFanCannotBeForced) {
       << facts.fans[0].refusal;
 }
 
+TEST(GatherFacts, SeesAProcessorAtItsLimit) {
+  FactsOf machine(read_machine("unconnected_header"));
+  EXPECT_FALSE(machine.gather().at_limit);
+  machine.tree.put("devices/platform/coretemp.0/hwmon/hwmon1/temp1_input", "96000");
+  const Facts facts = machine.gather();
+  ASSERT_TRUE(facts.at_limit);
+  EXPECT_EQ(facts.at_limit->celsius, 96);
+  EXPECT_EQ(facts.at_limit->limit_c, 100);
+}
+
 TEST(GatherFacts, SeesWhatFansAreLike) {
   const Facts empty_header = FactsOf(read_machine("unconnected_header")).gather();
   EXPECT_EQ(empty_header.fans[1].connection, FanChannel::Connection::doubtful);

@@ -1,6 +1,7 @@
 #include "machines/linux/checkup/judgement.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "Host/host.h"
 #include "Process/shell_word.h"
@@ -155,6 +156,14 @@ void judge_fans(const Facts& facts, Findings& findings) {
   if (!facts.watched_temperature) {
     lacks(findings, "fans: no temperature of the processor to watch while they are forced",
           "load its driver (coretemp, k10temp), or leave the fans alone: -s 0");
+  }
+  if (facts.at_limit) {
+    const Facts::AtLimit& hot = *facts.at_limit;
+    lacks(findings,
+          "fans: " + hot.attribute + " reads " + std::to_string(std::lround(hot.celsius)) +
+              " degrees, and this processor runs at " + std::to_string(std::lround(hot.limit_c)) +
+              " at most; fans that are set slower than they turn are given back at once",
+          "set them no slower than they turn (F0Ac), or end what loads the processor first");
   }
   if (facts.fan_daemon) {
     lacks(findings, "fans: " + *facts.fan_daemon + " is running and controls them",

@@ -81,7 +81,9 @@ TEST(Judgement, ShowsNoControlCharacterOfAName) {
   facts.pstate_driver = "intel\x1b[2J";
   EXPECT_TRUE(says(facts, "P-states: 0 to 29 (intel\\x1b[2J)"));
   facts.fans.front().name = "F0Tg (nct\r6779 fan2)";
-  facts.fans.front().refusal = "it is \x9b" "31m";
+  facts.fans.front().refusal =
+      "it is \x9b"
+      "31m";
   EXPECT_HAS(only_lack(facts), "F0Tg (nct\\x0d6779 fan2) cannot be forced: it is \\x9b31m");
 }
 
@@ -219,6 +221,13 @@ TEST(Judgement, NamesASwitchThatCannotBeRead) {
   facts.fans[1].keeps_no_mode = true;
   EXPECT_HAS(only_lack(facts), "F1Tg (nct6779 fan3): its mode cannot be read");
   EXPECT_HAS(only_lack(facts), "Linux 6.18 or later");
+}
+
+TEST(Judgement, NamesAProcessorThatRunsAtItsLimit) {
+  Facts facts = all_well();
+  facts.at_limit = Facts::AtLimit{.attribute = "x/temp1_input", .celsius = 94.6, .limit_c = 95};
+  EXPECT_HAS(only_lack(facts), "x/temp1_input reads 95 degrees, and this processor runs at 95 at");
+  EXPECT_HAS(only_lack(facts), "no slower than they turn");
 }
 
 TEST(Judgement, AFourthFanIsNothingThatLacks) {

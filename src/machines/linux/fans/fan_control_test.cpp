@@ -380,7 +380,7 @@ TEST(FanControl, AThreadOfItsOwnWatchesWhileAFanIsForced) {
     ASSERT_TRUE(control.set_force_bits(0));
   }
   ASSERT_TRUE(control.set_force_bits(3));
-  bench.memory.put(FanFixture::kTemperature, "97000");
+  bench.memory.put(FanFixture::kTemperature, "104000");
   while (control.force_bits() != 0) {
     std::this_thread::yield();  // ends with the test's own time-out if nobody watches
   }
@@ -413,7 +413,7 @@ TEST(FanControl, AChipThatMissesItsTargetIsDrivenByPwmForTheRestOfTheRun) {
   // Its own target is put back all the same, without privilege too.
   bench.surroundings.user = 1000;
   bench.faulty.privileged = false;
-  bench.memory.put(FanFixture::kTemperature, "99000");
+  bench.memory.put(FanFixture::kTemperature, "104000");
   bench.pass(0.5);
   EXPECT_EQ(bench.state(), before);
   EXPECT_EQ(bench.shown("fan1_target"), 1234);

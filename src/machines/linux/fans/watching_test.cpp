@@ -58,12 +58,12 @@ class WatchingTest : public testing::Test {
 
 TEST_F(WatchingTest, GivesTheFansBackNearTheCriticalTemperature) {
   force();
-  bench_.memory.put(FanFixture::kTemperature, "94900");
+  bench_.memory.put(FanFixture::kTemperature, "102900");
   bench_.pass(2);
   EXPECT_EQ(bench_.control->force_bits(), 3);
-  bench_.memory.put(FanFixture::kTemperature, "95000");
+  bench_.memory.put(FanFixture::kTemperature, "103000");
   bench_.pass(0.5);
-  expect_tripped("devices/cpu/temp1_input reads 95 degrees, and 100 degrees are critical");
+  expect_tripped("devices/cpu/temp1_input reads 103 degrees, and 100 degrees are critical");
 }
 
 TEST_F(WatchingTest, GivesTheFansBackWhenOneStands) {
@@ -94,7 +94,7 @@ TEST_F(WatchingTest, ActsWithoutPrivilegeThroughWhatIsOpen) {
   force();
   bench_.surroundings.user = 1000;
   bench_.faulty.privileged = false;
-  bench_.memory.put(FanFixture::kTemperature, "99000");
+  bench_.memory.put(FanFixture::kTemperature, "104000");
   bench_.pass(0.5);
   bench_.faulty.privileged = true;
   EXPECT_EQ(bench_.state(), before_);
@@ -107,22 +107,22 @@ TEST_F(WatchingTest, ActsWithoutPrivilegeThroughWhatIsOpen) {
 
 TEST_F(WatchingTest, TripsInTheMiddleOfAMeasurement) {
   ASSERT_TRUE(bench_.control->set_force_bits(3));
-  bench_.memory.put(FanFixture::kTemperature, "99000");
+  bench_.memory.put(FanFixture::kTemperature, "104000");
   EXPECT_EQ(bench_.control->maximum_rpm(0).failure().trouble, sysfs::Trouble::given_back);
-  expect_tripped("devices/cpu/temp1_input reads 99 degrees, and 100 degrees are critical");
+  expect_tripped("devices/cpu/temp1_input reads 104 degrees, and 100 degrees are critical");
 }
 
 TEST_F(WatchingTest, TripsWhileATargetNeedsAMeasurement) {
   ASSERT_TRUE(bench_.control->set_force_bits(3));
-  bench_.memory.put(FanFixture::kTemperature, "99000");
+  bench_.memory.put(FanFixture::kTemperature, "104000");
   EXPECT_EQ(bench_.control->set_target_rpm(0, 1000).failure().trouble, sysfs::Trouble::given_back);
-  expect_tripped("devices/cpu/temp1_input reads 99 degrees, and 100 degrees are critical");
+  expect_tripped("devices/cpu/temp1_input reads 104 degrees, and 100 degrees are critical");
 }
 
 TEST_F(WatchingTest, PutsTheFansBackIfThePrivilegeGoesBetweenLookingAndActing) {
   force();
   bench_.faulty.privileged = false;  // and the user is still said to be the superuser
-  bench_.memory.put(FanFixture::kTemperature, "99000");
+  bench_.memory.put(FanFixture::kTemperature, "104000");
   bench_.pass(0.5);
   bench_.faulty.privileged = true;
   EXPECT_EQ(bench_.control->force_bits(), 0);
@@ -137,7 +137,7 @@ TEST_F(WatchingTest, AFanThatIsGivenBackStaysSoThoughTheLedgerCannotBePaid) {
     const bool original = text.starts_with("5");
     return original && ++modes > 1 && modes <= 5 ? -EIO : 0;
   });
-  bench_.memory.put(FanFixture::kTemperature, "99000");
+  bench_.memory.put(FanFixture::kTemperature, "104000");
   bench_.pass(0.5);
   EXPECT_GT(modes, 5);
   EXPECT_EQ(bench_.state(), before_);
@@ -149,7 +149,7 @@ TEST_F(WatchingTest, DoesNotSayThatAFanIsGivenBackThatIsNot) {
   bench_.surroundings.user = 1000;
   bench_.faulty.privileged = false;
   bench_.moving.refuse_mode(0, 5, EINVAL);
-  bench_.memory.put(FanFixture::kTemperature, "99000");
+  bench_.memory.put(FanFixture::kTemperature, "104000");
   bench_.pass(0.5);
   EXPECT_EQ(bench_.shown("pwm1"), 255);
   EXPECT_EQ(bench_.shown("pwm2_enable"), 5);
@@ -160,7 +160,7 @@ TEST_F(WatchingTest, DoesNotSayThatAFanIsGivenBackThatIsNot) {
 TEST_F(WatchingTest, ARefusalAfterATripDoesNotBlameThePrivilege) {
   force();
   EXPECT_FALSE(bench_.control->tripped());
-  bench_.memory.put(FanFixture::kTemperature, "99000");
+  bench_.memory.put(FanFixture::kTemperature, "104000");
   bench_.pass(0.5);
   bench_.surroundings.user = 1000;
   EXPECT_TRUE(bench_.control->tripped());

@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "machines/linux/sensors/design_limit.h"
 #include "machines/linux/sensors/thermometers.h"
 #include "machines/linux/sysfs/attribute.h"
 #include "machines/linux/sysfs/parse.h"
@@ -26,7 +27,6 @@ bool is_critical_temperature(double celsius) {
 }
 
 constexpr double kPerDegree = 1000;
-constexpr double kUsualCriticalC = 95;  // for a processor that does not tell its own
 
 constexpr std::size_t kMostPackages = 10;  // TC0D to TC9D
 
@@ -194,10 +194,10 @@ std::string critical_attribute(sysfs::Tree& tree, const std::string& attribute) 
   return {};
 }
 
-double critical_of(sysfs::Tree& tree, const std::string& attribute) {
+double critical_of(sysfs::Tree& tree, const std::string& attribute, double own_limit_c) {
   const auto critical = sysfs::read_integer(tree, critical_attribute(tree, attribute));
   const double celsius = critical ? static_cast<double>(*critical) / kPerDegree : 0;
-  return is_critical_temperature(celsius) ? celsius : kUsualCriticalC;
+  return is_critical_temperature(celsius) ? celsius : own_limit_c;
 }
 
 }  // namespace
@@ -213,9 +213,11 @@ std::vector<SensorKey> find_temperature_keys(const Surroundings& surroundings) {
 
 std::vector<WatchedTemperature> find_watched_temperatures(sysfs::Tree& tree) {
   std::vector<WatchedTemperature> found;
+  const auto modalias = sysfs::read_text(tree, "devices/system/cpu/modalias");
+  const double limit_c = design_limit_c(modalias ? *modalias : "");
   for (const ThermalPackage& package : find_packages(tree, survey_temperatures(tree))) {
     for (const Thermometer& one : package) {
-      found.push_back({one.attribute, critical_of(tree, one.attribute)});
+      found.push_back({one.attribute, critical_of(tree, one.attribute, limit_c)});
     }
   }
   return found;

@@ -12,6 +12,9 @@ namespace {
 
 constexpr int kTries = 3;  // where the kernel asks for it
 
+// Speeds waver, and a fan held at its pwm is not slowed down.
+constexpr double kAsFast = 0.9;
+
 template <class Slots>
 auto find(Slots& slots, std::string_view attribute) {
   return std::find_if(slots.begin(), slots.end(),
@@ -87,6 +90,9 @@ bool FanWatch::watch_fan(std::string_view attribute, Reads reads, std::int64_t t
     slot->safety = {};
     slot->read_ns = INT64_MIN / 2;
     slot->input.open(tree_, attribute);
+    LineText failure;
+    slot->rpm = read_rpm(*slot, failure);
+    slot->found_rpm = slot->rpm;
   }
   slot->reads = reads;
   slot->turns_from_ns = turns_from_ns;
@@ -99,7 +105,7 @@ void FanWatch::forget_fan(std::string_view attribute) {
   }
 }
 
-bool FanWatch::alarmed(Temperature& one, LineText& why) {
+bool FanWatch::alarmed(Temperature& one, std::string_view cooling, LineText& why) {
   constexpr double kPerDegree = 1000;
   LineText failure;
   Reading celsius{.attribute = one.input.path(), .value = {}, .failure = {}};
@@ -112,7 +118,19 @@ bool FanWatch::alarmed(Temperature& one, LineText& why) {
     }
   }
   celsius.failure = failure.view();
-  return one.safety.alarmed(celsius, one.critical_c, why);
+  return one.safety.alarmed(celsius, one.critical_c, cooling, why);
+}
+
+std::optional<double> FanWatch::read_rpm(Fan& one, LineText& failure) {
+  long long value = 0;
+  if (!one.input.read(tree_, value, failure)) {
+    return std::nullopt;
+  }
+  if (!is_fan_speed(value)) {
+    failure.add("it is no speed of a fan");
+    return std::nullopt;
+  }
+  return static_cast<double>(std::max(value, 0LL));
 }
 
 bool FanWatch::alarmed(Fan& one, std::int64_t now_ns, LineText& why) {
@@ -121,16 +139,10 @@ bool FanWatch::alarmed(Fan& one, std::int64_t now_ns, LineText& why) {
   }
   one.read_ns = now_ns;
   LineText failure;
-  Reading rpm{.attribute = one.input.path(), .value = {}, .failure = {}};
-  long long value = 0;
-  if (one.input.read(tree_, value, failure)) {
-    if (is_fan_speed(value)) {
-      rpm.value = static_cast<double>(std::max(value, 0LL));
-    } else {
-      failure.add("it is no speed of a fan");
-    }
-  }
-  rpm.failure = failure.view();
+  const std::optional<double> value = read_rpm(one, failure);
+  const Reading rpm{.attribute = one.input.path(), .value = value, .failure = failure.view()};
+  one.rpm = value ? value : one.rpm;
+  one.found_rpm = one.found_rpm ? one.found_rpm : value;
   return one.safety.alarmed(rpm, now_ns >= one.turns_from_ns, why);
 }
 
@@ -139,10 +151,28 @@ bool FanWatch::alarmed(std::int64_t now_ns, LineText& why) {
   if (std::none_of(fans_.begin(), fans_.end(), used)) {
     return false;
   }
-  return std::any_of(temperatures_.begin(), temperatures_.end(),
-                     [&](Temperature& one) { return used(one) && alarmed(one, why); }) ||
-         std::any_of(fans_.begin(), fans_.end(),
-                     [&](Fan& one) { return used(one) && alarmed(one, now_ns, why); });
+  if (std::any_of(fans_.begin(), fans_.end(),
+                  [&](Fan& one) { return used(one) && alarmed(one, now_ns, why); })) {
+    return true;
+  }
+  LineText cooling;
+  judge_cooling(cooling);  // with the speeds of this round
+  return std::any_of(temperatures_.begin(), temperatures_.end(), [&](Temperature& one) {
+    return used(one) && alarmed(one, cooling.view(), why);
+  });
+}
+
+void FanWatch::judge_cooling(LineText& text) const {
+  for (const Fan& one : fans_) {
+    if (!one.input.used() || !one.rpm || !one.found_rpm || !text.view().empty()) {
+      continue;
+    }
+    if (*one.rpm <= 0) {
+      text.add(one.input.path()).add(" stands still");
+    } else if (*one.rpm < kAsFast * *one.found_rpm) {
+      text.add(one.input.path()).add(" turns slower than it was found");
+    }
+  }
 }
 
 }  // namespace linux_machine

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "machines/linux/giving_back/line_text.h"
@@ -32,7 +33,8 @@ class FanWatch {
   bool watch_temperature(std::string_view attribute, double critical_c);
 
   /// Watches a fan's speed, or says anew from when on (the surroundings' clock) it has to turn.
-  /// False: there is no room for it.
+  /// The speed that it has when it is first named is what it was found at. False: there is no room
+  /// for it.
   bool watch_fan(std::string_view attribute, Reads reads, std::int64_t turns_from_ns);
 
   /// Watches that fan no more.
@@ -68,10 +70,15 @@ class FanWatch {
     Reads reads = Reads::each_round;
     std::int64_t turns_from_ns = 0;
     std::int64_t read_ns = INT64_MIN / 2;
+    std::optional<double> found_rpm{};  ///< before it was first told another speed
+    std::optional<double> rpm{};        ///< read last
     FanSafety safety;
   };
 
-  bool alarmed(Temperature& one, LineText& why);
+  bool alarmed(Temperature& one, std::string_view cooling, LineText& why);
+  std::optional<double> read_rpm(Fan& one, LineText& failure);
+  /// What is wrong with the cooling: see TemperatureSafety.
+  void judge_cooling(LineText& text) const;
   bool alarmed(Fan& one, std::int64_t now_ns, LineText& why);
 
   sysfs::Tree& tree_;

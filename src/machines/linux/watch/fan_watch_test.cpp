@@ -34,11 +34,39 @@ class FanWatchTest : public testing::Test {
 TEST_F(FanWatchTest, SeesEveryTemperatureWhileAFanIsWatched) {
   ASSERT_TRUE(watch_->watch_temperature("t1", 100));
   ASSERT_TRUE(watch_->watch_temperature("t2", 90));
-  tree_.put("t2", "85000");
+  tree_.put("t2", "93000");
   EXPECT_EQ(round(), "") << "no fan is forced";
   ASSERT_TRUE(watch_->watch_fan("fan", FanWatch::Reads::each_round, kMayStand));
-  EXPECT_EQ(round(), "t2 reads 85 degrees, and 90 degrees are critical");
+  EXPECT_EQ(round(), "t2 reads 93 degrees, and 90 degrees are critical");
   watch_->forget_fan("fan");
+  EXPECT_EQ(round(), "");
+}
+
+TEST_F(FanWatchTest, AFanThatIsSlowerThanItWasFoundCoolsLess) {
+  ASSERT_TRUE(watch_->watch_temperature("t1", 100));
+  ASSERT_TRUE(watch_->watch_fan("fan", FanWatch::Reads::each_round, kMayStand));
+  tree_.put("t1", "96000");
+  for (const char* rpm : {"900", "2000", "815", "-2"}) {
+    tree_.put("fan", rpm);
+    EXPECT_EQ(round(), "") << rpm;
+  }
+  tree_.put("fan", "805");
+  EXPECT_EQ(
+      round(),
+      "t1 reads 96 degrees, 100 degrees are critical, and fan turns slower than it was found");
+  tree_.put("fan", "0");
+  EXPECT_EQ(round(), "t1 reads 96 degrees, 100 degrees are critical, and fan stands still");
+  tree_.put("t1", "94000");
+  EXPECT_EQ(round(), "");
+}
+
+TEST_F(FanWatchTest, WhatAFanWasFoundAtIsForgottenWithIt) {
+  ASSERT_TRUE(watch_->watch_temperature("t1", 100));
+  ASSERT_TRUE(watch_->watch_fan("fan", FanWatch::Reads::each_round, kMayStand));
+  watch_->forget_fan("fan");
+  tree_.put("t1", "96000");
+  tree_.put("fan", "500");
+  ASSERT_TRUE(watch_->watch_fan("fan", FanWatch::Reads::each_round, kMayStand));
   EXPECT_EQ(round(), "");
 }
 

@@ -37,13 +37,18 @@ void add_no_temperature(LineText& text, double celsius) {
   text.add(" is no processor's temperature");
 }
 
-bool TemperatureSafety::alarmed(const Reading& celsius, double critical_c, LineText& why) {
-  if (celsius.value && *celsius.value >= critical_c - kMarginC) {
+bool TemperatureSafety::alarmed(const Reading& celsius, double critical_c, std::string_view cooling,
+                                LineText& why) {
+  const double limit_c = cooling.empty() ? critical_c + kBeyondC : critical_c - kMarginC;
+  if (celsius.value && *celsius.value >= limit_c) {
     why.add(celsius.attribute).add(" reads ");
     add_degrees(why, *celsius.value);
-    why.add(", and ");
+    why.add(cooling.empty() ? ", and " : ", ");
     add_degrees(why, critical_c);
     why.add(" are critical");
+    if (!cooling.empty()) {
+      why.add(", and ").add(cooling);
+    }
     return true;
   }
   return fails(celsius, failed_, why);

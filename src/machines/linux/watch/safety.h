@@ -18,7 +18,14 @@ struct Reading {
   std::string_view failure;  ///< names the attribute; while there is no value
 };
 
-constexpr double kMarginC = 5;   ///< below critical, from where on no fan is forced
+/// Below critical, from where on no fan may be slower than it was found. Processors are made to run
+/// at their limit, and hold it by themselves: to be there is no danger, but to be there with less
+/// cooling than automatic control gave is.
+constexpr double kMarginC = 5;
+
+/// Above critical, from where on no fan is forced: the processor does not hold its limit.
+constexpr double kBeyondC = 3;
+
 constexpr int kFailedReads = 3;  ///< in a row
 constexpr int kReadsAtRest = 2;  ///< in a row
 
@@ -32,8 +39,9 @@ void add_no_temperature(LineText& text, double celsius);
 class TemperatureSafety {
  public:
   /// One round. True if the fans must be given back; then adds to `why` in words that name the
-  /// attribute and what it reads.
-  bool alarmed(const Reading& celsius, double critical_c, LineText& why);
+  /// attribute and what it reads. `cooling`: what is wrong with it, "<fan> turns slower than it was
+  /// found"; empty if each fan turns as fast as that.
+  bool alarmed(const Reading& celsius, double critical_c, std::string_view cooling, LineText& why);
 
  private:
   int failed_ = 0;  ///< reads in a row

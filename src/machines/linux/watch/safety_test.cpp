@@ -15,9 +15,10 @@ constexpr Reading kFailed = {
     .attribute = "x/input", .value = {}, .failure = "reading x/input: Input/output error"};
 
 /// What the temperature's round comes to; "" if all is well.
-std::string round(TemperatureSafety& safety, const Reading& reading) {
+std::string round(TemperatureSafety& safety, const Reading& reading,
+                  std::string_view cooling = {}) {
   LineText why;
-  return safety.alarmed(reading, 100, why) ? std::string(why.view()) : "";
+  return safety.alarmed(reading, 100, cooling, why) ? std::string(why.view()) : "";
 }
 
 std::string round(FanSafety& safety, const Reading& reading, bool should_turn = true) {
@@ -25,11 +26,20 @@ std::string round(FanSafety& safety, const Reading& reading, bool should_turn = 
   return safety.alarmed(reading, should_turn, why) ? std::string(why.view()) : "";
 }
 
-TEST(Safety, TripsFiveDegreesBelowCritical) {
+TEST(Safety, AProcessorMayRunAtItsLimitAsLongAsItHoldsIt) {
   TemperatureSafety safety;
-  EXPECT_EQ(round(safety, says(94.9)), "");
-  EXPECT_EQ(round(safety, says(95)), "x/input reads 95 degrees, and 100 degrees are critical");
+  for (const double celsius : {94.9, 95.0, 100.0, 102.9}) {
+    EXPECT_EQ(round(safety, says(celsius)), "");
+  }
+  EXPECT_EQ(round(safety, says(103)), "x/input reads 103 degrees, and 100 degrees are critical");
   EXPECT_NE(round(safety, says(120)), "");
+}
+
+TEST(Safety, WithLessCoolingTripsFiveDegreesBelowCritical) {
+  TemperatureSafety safety;
+  EXPECT_EQ(round(safety, says(94.9), "fan stands still"), "");
+  EXPECT_EQ(round(safety, says(95), "fan stands still"),
+            "x/input reads 95 degrees, 100 degrees are critical, and fan stands still");
 }
 
 TEST(Safety, TripsWhenAFanThatShouldTurnReadsZeroTwice) {
