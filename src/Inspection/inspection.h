@@ -43,6 +43,10 @@ struct Console {
 /// all is well; nothing to measure is well.
 bool calibrate(const Console& console);
 
+/// Keeps the number that a user gives to a fan, "F0=DEVICE/fan2"; "F0=" takes it away. Returns
+/// whether it is kept.
+bool assign(const std::string& wish, const Console& console);
+
 /// Gives back what a run left changed. Returns whether all is well; nothing left is well.
 bool restore(const Console& console);
 

@@ -78,6 +78,8 @@ int main(int argc, char* argv[]) {
       return check();
     case vorn_keys::Action::calibrate:
       return calibrate();
+    case vorn_keys::Action::assign:
+      return inspection::assign(request->operand, vorn_keys::make_console()) ? kWell : kNotWell;
     case vorn_keys::Action::restore:
       return inspection::restore(vorn_keys::make_console()) ? kWell : kNotWell;
     case vorn_keys::Action::record:

@@ -7,15 +7,16 @@
 namespace vorn_keys {
 namespace {
 
-constexpr std::array<option, 9> kOptions{{{"list", no_argument, nullptr, 'l'},
-                                          {"check", no_argument, nullptr, 'c'},
-                                          {"calibrate", no_argument, nullptr, 'a'},
-                                          {"restore", no_argument, nullptr, 'r'},
-                                          {"record", required_argument, nullptr, 'R'},
-                                          {"on", required_argument, nullptr, 'o'},
-                                          {"help", no_argument, nullptr, 'h'},
-                                          {"version", no_argument, nullptr, 'v'},
-                                          {nullptr, 0, nullptr, 0}}};
+constexpr std::array<option, 10> kOptions{{{"list", no_argument, nullptr, 'l'},
+                                           {"check", no_argument, nullptr, 'c'},
+                                           {"calibrate", no_argument, nullptr, 'a'},
+                                           {"restore", no_argument, nullptr, 'r'},
+                                           {"assign", required_argument, nullptr, 'A'},
+                                           {"record", required_argument, nullptr, 'R'},
+                                           {"on", required_argument, nullptr, 'o'},
+                                           {"help", no_argument, nullptr, 'h'},
+                                           {"version", no_argument, nullptr, 'v'},
+                                           {nullptr, 0, nullptr, 0}}};
 
 std::optional<Action> action_of(int letter) {
   switch (letter) {
@@ -27,6 +28,8 @@ std::optional<Action> action_of(int letter) {
       return Action::calibrate;
     case 'r':
       return Action::restore;
+    case 'A':
+      return Action::assign;
     case 'R':
       return Action::record;
     case 'o':
@@ -64,7 +67,8 @@ std::optional<Request> parse_arguments(int argc, char* argv[]) {
 
 std::string usage(const std::string& name) {
   return "Usage: " + name +
-         " [--list | --check | --calibrate | --restore | --record FILE | --on FILE]\n"
+         " [--list | --check | --calibrate | --restore |\n"
+         "                  --assign FN=DEVICE/fanM | --record FILE | --on FILE]\n"
          "\n"
          "  --list       (the default) every key of this machine's controller: type, size in\n"
          "               bytes, value and unit, and the source behind it, separated by tabs\n"
@@ -72,6 +76,9 @@ std::string usage(const std::string& name) {
          "  --calibrate  measure the curves of the fans, a minute or two each, and keep them\n"
          "               (root; stops fans for moments, unless they are pumps)\n"
          "  --restore    give back what a run that was killed left changed (root)\n"
+         "  --assign FN=DEVICE/fanM\n"
+         "               give fan M of a device, as the list names it, the number N; FN= takes it\n"
+         "               away (root); F0, F1 and F2 can be forced\n"
          "  --record FILE\n"
          "               write what this program reads of the machine as a text, without serial\n"
          "               numbers and host name; takes some seconds; - is standard output\n"

@@ -5,12 +5,12 @@
 
 namespace vorn_keys {
 
-enum class Action { list, calibrate, restore, check, record, list_record, help, version };
+enum class Action { list, calibrate, restore, check, assign, record, list_record, help, version };
 
 /// What the command line asks for.
 struct Request {
   Action action = Action::list;
-  std::string operand;  ///< of an action that takes one: the file of a record
+  std::string operand;  ///< of an action that takes one: the file of a record, or a fan's number
 
   bool operator==(const Request&) const = default;
 };

@@ -61,6 +61,11 @@ TEST(Options, MayBeSaidTwice) {
   EXPECT_EQ(parse({"--on", "a", "--on", "b"}), std::nullopt);
 }
 
+TEST(Options, AFansNumberIsAskedForAsItIs) {
+  EXPECT_EQ(parse({"--assign", "F0=a/fan2"}), asks(Action::assign, "F0=a/fan2"));
+  EXPECT_EQ(parse({"--assign", "F0=a/fan2", "--assign", "F1=a/fan1"}), std::nullopt);
+}
+
 TEST(Options, OfTwoActionsAreWrong) {
   EXPECT_EQ(parse({"--list", "--check"}), std::nullopt);
   EXPECT_EQ(parse({"--calibrate", "--restore"}), std::nullopt);
@@ -89,8 +94,9 @@ TEST(Options, AreReadAnewEachTime) {
 TEST(Usage, NamesTheProgramEveryOptionAndTheExitStatus) {
   const std::string text = usage("vorn-keys-sim");
   EXPECT_TRUE(text.starts_with("Usage: vorn-keys-sim ")) << text;
-  for (const char* part : {"--list", "--check", "--calibrate", "--restore", "--record FILE",
-                           "--on FILE", "-h, --help", "-v, --version", "Exit status: 0"}) {
+  for (const char* part :
+       {"--list", "--check", "--calibrate", "--restore", "--assign FN=DEVICE/fanM", "--record FILE",
+        "--on FILE", "-h, --help", "-v, --version", "Exit status: 0"}) {
     EXPECT_NE(text.find(part), std::string::npos) << part;
   }
   EXPECT_TRUE(text.ends_with("\n"));

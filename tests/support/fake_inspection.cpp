@@ -21,6 +21,10 @@ bool inspection::calibrate(const Console& /*console*/) {
   return fake_inspection::state().well;
 }
 
+bool inspection::assign(const std::string& /*wish*/, const Console& /*console*/) {
+  return fake_inspection::state().well;
+}
+
 bool inspection::restore(const Console& /*console*/) {
   return fake_inspection::state().well;
 }

@@ -38,6 +38,10 @@ bool inspection::calibrate(const Console& console) {
   return linux_machine::calibrate(this_machine(), used_surroundings(), console);
 }
 
+bool inspection::assign(const std::string& wish, const Console& console) {
+  return linux_machine::assign_fan(this_machine(), used_surroundings(), wish, console);
+}
+
 bool inspection::restore(const Console& console) {
   return linux_machine::restore_parts(used_surroundings(), console);
 }

@@ -36,6 +36,11 @@ bool inspection::calibrate(const Console& console) {
   return true;
 }
 
+bool inspection::assign(const std::string& /*wish*/, const Console& console) {
+  console.complain("the simulated fans have their numbers");
+  return false;
+}
+
 bool inspection::restore(const Console& console) {
   console.print("a simulated machine ends with its run: nothing is left changed");
   return true;

@@ -1,5 +1,9 @@
 #include "machines/linux/checkup/work.h"
 
+#include <algorithm>
+#include <iterator>
+
+#include "machines/linux/fans/assignment.h"
 #include "machines/linux/fans/calibration.h"
 #include "machines/linux/fans/curve_file.h"
 #include "machines/linux/giving_back/repair.h"
@@ -101,6 +105,53 @@ bool calibrate(Machine& machine, const Surroundings& surroundings, const Console
     console.print("# no fan of this machine can be forced: nothing to measure");
   }
   return all;
+}
+
+bool assign_fan(Machine& machine, const Surroundings& surroundings, const std::string& wish,
+                const Console& console) {
+  const std::optional<AssignmentWish> asked = parse_wish(wish);
+  if (!asked) {
+    console.complain(wish + ": this is no number and fan, as F0=devices/platform/nct6775.656/fan2");
+    return false;
+  }
+  if (surroundings.effective_user() != 0) {
+    console.complain("giving a fan its number needs root: sudo vorn-keys --assign " + wish);
+    return false;
+  }
+  std::vector<FanChannel> meant;
+  const auto channels = machine.fans().channels();
+  std::copy_if(channels.begin(), channels.end(), std::back_inserter(meant),
+               [&](const FanChannel& fan) {
+                 return fan.channel == asked->channel &&
+                        (fan.device == asked->device || fan.folder == asked->device ||
+                         fan.chip == asked->device);
+               });
+  const bool takes_away = asked->device.empty();
+  if (!takes_away && (meant.size() != 1 || asked->number >= channels.size())) {
+    console.complain(wish + (meant.empty()      ? ": this machine has no such fan"
+                             : meant.size() > 1 ? ": this machine has several such fans: name the "
+                                                  "device by its path"
+                                                : ": this machine has fewer fans"));
+    console.complain("vorn-keys lists the fans, with their devices");
+    return false;
+  }
+  std::string wrong;  // a file that cannot be used is replaced
+  std::vector<Assignment> all = load_assigned(surroundings.curves_folder, wrong);
+  std::erase_if(all, [&](const Assignment& one) {
+    return one.number == asked->number ||
+           (!takes_away && one.device == meant[0].device && one.channel == meant[0].channel);
+  });
+  if (!takes_away) {
+    all.push_back(
+        {.number = asked->number, .device = meant[0].device, .channel = meant[0].channel});
+  }
+  if (const auto saved = save_assigned(surroundings.curves_folder, all); !saved) {
+    console.complain(saved.failure().message);
+    return false;
+  }
+  console.print("# kept in " + assignment_path(surroundings.curves_folder) +
+                "; vorn-keys lists it");
+  return true;
 }
 
 bool restore_parts(const Surroundings& surroundings, const Console& console) {

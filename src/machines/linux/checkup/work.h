@@ -10,6 +10,10 @@ namespace linux_machine {
 bool calibrate(Machine& machine, const Surroundings& surroundings,
                const inspection::Console& console);
 
+/// Keeps the number that a user gives to a fan; see inspection::assign.
+bool assign_fan(Machine& machine, const Surroundings& surroundings, const std::string& wish,
+                const inspection::Console& console);
+
 /// Gives back what every state file says; see inspection::restore. What a run holds is left alone.
 bool restore_parts(const Surroundings& surroundings, const inspection::Console& console);
 

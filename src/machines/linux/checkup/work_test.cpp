@@ -129,6 +129,45 @@ TEST_F(Calibrate, RemembersAFanThatDoesNotTurn) {
   EXPECT_TRUE(linux_machine::calibrate(next, surroundings(), kept.console())) << "it may be tried";
 }
 
+TEST_F(Calibrate, NumbersThatAreAssignedStay) {
+  const auto assign = [this](const std::string& wish) {
+    Machine machine(surroundings());
+    return assign_fan(machine, surroundings(), wish, kept.console());
+  };
+  const auto numbers = [this] {
+    std::string all;
+    for (const FanChannel& fan : Machine(surroundings()).fans().channels()) {
+      all += std::to_string(fan.channel) + (fan.is_assigned ? "a" : "");
+    }
+    return all;
+  };
+  ASSERT_EQ(numbers(), "12");
+  EXPECT_TRUE(assign("F0=devices/platform/board/fan2"));
+  EXPECT_EQ(numbers(), "2a1");
+  EXPECT_TRUE(assign("F1=nct6779/fan2")) << "by its chip";
+  EXPECT_EQ(numbers(), "12a");
+  const std::string folder = std::string(FanFixture::kFolder);
+  EXPECT_TRUE(assign("F0=" + folder + "/fan2")) << "as in the listing";
+  EXPECT_EQ(numbers(), "2a1");
+  EXPECT_TRUE(assign("F0="));
+  EXPECT_EQ(numbers(), "12");
+  EXPECT_EQ(kept.complaints, "");
+}
+
+TEST_F(Calibrate, AnAssignmentThatCannotBeIsRefused) {
+  Machine machine(surroundings());
+  const auto refused = [&](const std::string& wish) {
+    kept.complaints.clear();
+    EXPECT_FALSE(assign_fan(machine, surroundings(), wish, kept.console())) << wish;
+    return kept.complaints;
+  };
+  EXPECT_HAS(refused("F0=fan1"), "this is no number and fan");
+  EXPECT_HAS(refused("F0=nct6779/fan3"), "no such fan");
+  EXPECT_HAS(refused("F2=nct6779/fan1"), "fewer fans");
+  bench.surroundings.user = 1000;
+  EXPECT_HAS(refused("F0=nct6779/fan2"), "needs root: sudo vorn-keys --assign F0=nct6779/fan2");
+}
+
 TEST_F(Calibrate, IsRefusedToOrdinaryUsers) {
   bench.surroundings.user = 1000;
   EXPECT_FALSE(calibrate());

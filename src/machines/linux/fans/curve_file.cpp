@@ -1,17 +1,16 @@
 #include "machines/linux/fans/curve_file.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cctype>
 #include <cerrno>
 #include <cmath>
-#include <cstdio>
 #include <fstream>
 #include <map>
 #include <sstream>
 
+#include "machines/linux/fans/assignment.h"
+#include "machines/linux/fans/kept_file.h"
 #include "machines/linux/sysfs/parse.h"
 
 namespace linux_machine {
@@ -21,8 +20,6 @@ using sysfs::Done;
 using sysfs::Result;
 
 constexpr std::string_view kFirstLine = "vorn fan curve 1";
-constexpr mode_t kFolderMode = 0755;
-constexpr mode_t kFileMode = 0644;
 
 /// Different texts stay different: '/' becomes '_', and what could be taken for one or is no part
 /// of a handsome file name becomes its code.
@@ -42,47 +39,10 @@ std::string as_file_name(std::string_view text) {
   return name;
 }
 
-Result<Done> write_whole(int file, const std::string& path, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t written = ::write(file, text.data(), text.size());
-    if (written < 0 && errno != EINTR) {
-      return sysfs::failure("writing", path, errno);
-    }
-    text.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
-  }
-  // The name must not come to stand for a file whose content is still on its way.
-  return fsync(file) == 0 ? Result<Done>(Done{}) : sysfs::failure("writing", path, errno);
-}
-
-Result<Done> replace_file(const std::string& path, const std::string& text) {
-  const std::string fresh = path + ".new";
-  const int file = ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode);
-  if (file < 0) {
-    return sysfs::failure("writing", fresh, errno);
-  }
-  fchmod(file, kFileMode);  // whatever the umask: everyone may read how fast a fan turns
-  Result<Done> result = write_whole(file, fresh, text);
-  ::close(file);
-  if (result && std::rename(fresh.c_str(), path.c_str()) != 0) {
-    result = sysfs::failure("writing", path, errno);
-  }
-  if (!result) {
-    unlink(fresh.c_str());
-  }
-  return result;
-}
-
 /// What every file begins with.
 std::string head_text(const FanChannel& fan) {
   return std::string(kFirstLine) + "\ndevice " + fan.device + "\nchip " + fan.chip + "\nfan " +
          std::to_string(fan.channel) + "\n";
-}
-
-std::string text_of(const std::string& path) {
-  std::ifstream file(path);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
 }
 
 std::optional<int> parse_small(std::string_view word) {
@@ -108,7 +68,7 @@ std::string still_text(const FanChannel& fan) {
 }
 
 Measured load_measured(const std::string& folder, const FanChannel& fan) {
-  if (text_of(curve_path(folder, fan)) == still_text(fan)) {
+  if (kept_text(curve_path(folder, fan)) == still_text(fan)) {
     return Measured::stands;
   }
   const Result<std::optional<Curve>> curve = load_curve(folder, fan);
@@ -116,7 +76,11 @@ Measured load_measured(const std::string& folder, const FanChannel& fan) {
 }
 
 KnownOfFans known_of_fans(const std::string& folder) {
-  return {.measured = [folder](const FanChannel& fan) { return load_measured(folder, fan); }};
+  std::string wrong;
+  std::vector<Assignment> assigned = load_assigned(folder, wrong);
+  return {.measured = [folder](const FanChannel& fan) { return load_measured(folder, fan); },
+          .assigned = std::move(assigned),
+          .wrong = std::move(wrong)};
 }
 
 std::optional<Curve> parse_curve(std::string_view text, const FanChannel& fan, std::string& wrong) {
@@ -194,12 +158,7 @@ Result<std::optional<Curve>> load_curve(const std::string& folder, const FanChan
 }
 
 Result<Done> save_curve(const std::string& folder, const FanChannel& fan, const std::string& text) {
-  if (mkdir(folder.c_str(), kFolderMode) == 0) {
-    chmod(folder.c_str(), kFolderMode);  // whatever the umask
-  } else if (errno != EEXIST) {
-    return sysfs::failure("making", folder, errno);
-  }
-  return replace_file(curve_path(folder, fan), text);
+  return keep_text(folder, curve_path(folder, fan), text);
 }
 
 }  // namespace linux_machine

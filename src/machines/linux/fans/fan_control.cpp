@@ -32,6 +32,14 @@ std::optional<double> real_limit(sysfs::Tree& tree, const FanChannel& fan,
              : std::nullopt;
 }
 
+std::vector<FanChannel> find_channels(const Surroundings& surroundings) {
+  const KnownOfFans known = known_of_fans(surroundings.curves_folder);
+  if (!known.wrong.empty()) {
+    surroundings.report(known.wrong);
+  }
+  return find_fans(surroundings.sys, known);
+}
+
 }  // namespace
 
 FanControl::FanControl(const Surroundings& surroundings, Ledger& ledger,
@@ -39,7 +47,7 @@ FanControl::FanControl(const Surroundings& surroundings, Ledger& ledger,
     : surroundings_(surroundings),
       ledger_(ledger),
       watching_(watching),
-      channels_(find_fans(surroundings.sys, known_of_fans(surroundings.curves_folder))),
+      channels_(find_channels(surroundings)),
       temperatures_(std::move(temperatures)) {
   for (const FanChannel& channel : channels_) {
     Fan fan{};

@@ -32,6 +32,7 @@ struct Assignment {
 struct KnownOfFans {
   std::function<Measured(const FanChannel&)> measured;
   std::vector<Assignment> assigned = {};
+  std::string wrong = {};  ///< with what a user has assigned; empty: nothing
 };
 
 /// The machine's fans by their numbers, kMostFans at most. Those that are assigned have their
