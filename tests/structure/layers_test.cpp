@@ -83,7 +83,8 @@ const std::map<std::string, Modules> kLinuxMayInclude = {
     {"drivers",
      {"sysfs", "record", "surroundings", "hwmon", "guardian", "sensors", "fans", "cpufreq"}},
     {"checkup",
-     {"sysfs", "surroundings", "giving_back", "guardian", "sensors", "fans", "cpufreq", "drivers"}},
+     {"sysfs", "surroundings", "giving_back", "watch", "guardian", "sensors", "fans", "cpufreq",
+      "drivers"}},
 };
 
 bool is_test(const fs::path& file) {
