@@ -6,9 +6,9 @@
 #include <map>
 
 #include "lab/commands/answering.h"
-#include "lab/commands/csv_table.h"
 #include "lab/commands/run_command.h"
 #include "lab/commands/this_machine.h"
+#include "lab/folder/csv_table.h"
 #include "lab/folder/folder_error.h"
 #include "lab/folder/run_folder.h"
 #include "lab/folder/samples_file.h"

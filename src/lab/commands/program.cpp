@@ -6,11 +6,11 @@
 #include <iostream>
 
 #include "lab/commands/command_line.h"
-#include "lab/commands/csv_table.h"
 #include "lab/commands/exit_status.h"
 #include "lab/engine_process/caller.h"
 #include "lab/engine_process/engine_error.h"
 #include "lab/engine_process/machine.h"
+#include "lab/folder/csv_table.h"
 #include "lab/folder/folder_error.h"
 #include "lab/plan/plan_error.h"
 #include "lab/report/plot.h"

@@ -1,4 +1,4 @@
-#include "lab/commands/csv_table.h"
+#include "lab/folder/csv_table.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

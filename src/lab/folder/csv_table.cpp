@@ -1,4 +1,4 @@
-#include "lab/commands/csv_table.h"
+#include "lab/folder/csv_table.h"
 
 #include <algorithm>
 #include <charconv>
