@@ -14,6 +14,7 @@
 #include "lab/engine_process/engine_run.h"
 #include "lab/engine_process/held.h"
 #include "lab/engine_process/machine.h"
+#include "lab/folder/whole_file.h"
 #include "lab/plan/duration.h"
 
 namespace lab {
@@ -67,7 +68,7 @@ void Conductor::play_options() {
   for (NamedFile& file : files) {  // the options are the last of the arguments
     file.word += arguments.size() - plan_.engine_options.size();
   }
-  start_engine(arguments, files);
+  start_engine(arguments, files, Steered::no);
   if (options.time_s) {
     phase_end_s_ = begun_s_ + *options.time_s;
   }
@@ -76,10 +77,28 @@ void Conductor::play_options() {
   wait_for_end(Played::whole);
 }
 
+/// Has the engine play a phase's profile, from a file beside its record, to the end.
+void Conductor::play_profile(const Segment& segment) {
+  const Phase& phase = plan_.phases[segment.first];
+  const std::filesystem::path file = folder_.profile(starts_);
+  write_whole(file, profile_text(phase.drive));
+  std::vector<std::string> arguments = engine_arguments(plan_, segment, means_);
+  arguments.insert(arguments.end(), {"--profile", file.string()});
+  start_engine(arguments, {{.word = arguments.size() - 1, .begin = 0}}, Steered::no);
+  phase_end_s_ = now_s() + phase.duration_s;
+  while (follow()) {
+  }
+  wait_for_end(stop_requests() == 0 ? Played::whole : Played::part);
+}
+
 void Conductor::play_segment(const Segment& segment) {
   phase_ = segment.first;
   note_phase();
-  start_engine(engine_arguments(plan_, segment, means_), {});
+  if (plays_profile(plan_, segment)) {
+    play_profile(segment);
+    return;
+  }
+  start_engine(engine_arguments(plan_, segment, means_), {}, Steered::yes);
   Played played = Played::whole;
   for (; phase_ <= segment.last; ++phase_) {
     if (phase_ != segment.first) {
@@ -105,12 +124,12 @@ void Conductor::note_phase() {
 }
 
 void Conductor::start_engine(const std::vector<std::string>& arguments,
-                             const std::vector<NamedFile>& files) {
+                             const std::vector<NamedFile>& files, Steered steered) {
   const EngineRun::Start start{.arguments = arguments,
                                .samples = folder_.engine_samples(starts_),
                                .record = folder_.stimulus(starts_),
                                .as_root = means_.root,
-                               .steered = !plan_.phases.empty(),
+                               .steered = steered == Steered::yes,
                                .origin = {.zero_ns = zero_ns_,
                                           .first_phase = static_cast<int>(phase_),
                                           .processors = info_.processors},
@@ -234,14 +253,18 @@ void Conductor::show() {
     state.phase = phase.name + ", " + std::to_string(phase_ + 1) + " of " +
                   std::to_string(plan_.phases.size());
     double left_s = phase_end_s_ ? std::max(0.0, *phase_end_s_ - now) : phase.duration_s;
-    const std::string when = (phase.until_settled ? "as soon as it is settled, in " : "in ") +
-                             spoken(left_s) + (phase.until_settled ? " at most" : "");
+    const std::string when = phase.until_stopped
+                                 ? "as soon as it is stopped (Ctrl-C)"
+                                 : (phase.until_settled ? "as soon as it is settled, in " : "in ") +
+                                       spoken(left_s) + (phase.until_settled ? " at most" : "");
     const bool last = phase_ + 1 == plan_.phases.size();
     state.next = (last ? "the analysis " : plan_.phases[phase_ + 1].name + " ") + when;
     for (std::size_t index = phase_ + 1; index < plan_.phases.size(); ++index) {
       left_s += plan_.phases[index].duration_s;
     }
-    state.left_s = left_s;
+    if (!phase.until_stopped) {
+      state.left_s = left_s;
+    }
   } else if (phase_end_s_) {
     state.left_s = std::max(0.0, *phase_end_s_ - now);
   }
@@ -251,7 +274,10 @@ void Conductor::show() {
 void Conductor::note_end(Played played) {
   const int status = engine_->status().value_or(-1);
   info_.engine_status = status;
-  info_.end = end_of(status, stop_requests() > 0, played == Played::whole);
+  const bool stop_is_the_end = !plan_.phases.empty() && plan_.phases[phase_].until_stopped;
+  info_.end = stop_is_the_end && stop_requests() == 1
+                  ? end_of(status, false, true)
+                  : end_of(status, stop_requests() > 0, played == Played::whole);
   info_.end_reason = engine_->end_reason();
   if (info_.end == RunEnd::interrupted) {
     info_.end_reason.clear();  // that the engine's waveform was over then is no reason

@@ -46,7 +46,11 @@ class Conductor {
   void play_options();
   void play_segment(const Segment& segment);
   void note_phase();
-  void start_engine(const std::vector<std::string>& arguments, const std::vector<NamedFile>& files);
+  void play_profile(const Segment& segment);
+  /// Whether the engine follows what it is told, or has all it needs from its start on.
+  enum class Steered { yes, no };
+  void start_engine(const std::vector<std::string>& arguments, const std::vector<NamedFile>& files,
+                    Steered steered);
   /// Waits for the end of a phase. Returns whether the run goes on.
   bool play_phase(const Phase& phase, std::size_t steering);
   std::optional<double> begin_of(std::size_t steering, double asked_s) const;

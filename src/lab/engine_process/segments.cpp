@@ -27,7 +27,9 @@ std::vector<Segment> segments_of(const Plan& plan) {
                        .load = phase.load.value_or(plan.load),
                        .fans = fans_of(plan, phase),
                        .pstate = pstate_of(plan, phase)};
-    if (!segments.empty() && segments.back().load == next.load &&
+    const bool profile = phase.drive.shape == Drive::Shape::profile ||
+                         (index > 0 && plan.phases[index - 1].drive.shape == Drive::Shape::profile);
+    if (!segments.empty() && !profile && segments.back().load == next.load &&
         same(segments.back().fans, next.fans) && segments.back().pstate == next.pstate) {
       segments.back().last = index;
     } else {
@@ -39,7 +41,8 @@ std::vector<Segment> segments_of(const Plan& plan) {
 
 std::vector<std::string> engine_arguments(const Plan& plan, const Segment& segment,
                                           const Means& means) {
-  std::vector<std::string> arguments{"--steer", "-m", "-r", decimal(plan.rate_hz)};
+  std::vector<std::string> arguments{plays_profile(plan, segment) ? "--attached" : "--steer", "-m",
+                                     "-r", decimal(plan.rate_hz)};
   for (const std::string& key : means.keys) {
     append(arguments, {"-k", key});
   }
@@ -71,8 +74,22 @@ std::vector<std::string> engine_arguments(const Plan& plan, const Segment& segme
   return arguments;
 }
 
+bool plays_profile(const Plan& plan, const Segment& segment) {
+  return plan.phases[segment.first].drive.shape == Drive::Shape::profile;
+}
+
+std::string profile_text(const Drive& drive) {
+  std::string text = "steps\n";
+  for (const ProfilePoint& point : drive.profile) {
+    text += decimal(point.time_s) + " " + decimal(point.duty) + "\n";
+  }
+  return text;
+}
+
 std::string steering(const Drive& drive) {
   switch (drive.shape) {
+    case Drive::Shape::profile:
+      break;  // it is the engine's from its start on
     case Drive::Shape::constant:
       return "duty " + decimal(drive.duty) + "\n";
     case Drive::Shape::sinusoid:

@@ -28,9 +28,15 @@ struct Means {
   bool root = false;                  ///< the engine is started with root's rights
 };
 
-/// The engine's arguments for a segment, but for its files. Pure.
+/// The engine's arguments for a segment, but for its files: that of a profile too. Pure.
 std::vector<std::string> engine_arguments(const Plan& plan, const Segment& segment,
                                           const Means& means);
+
+/// Whether the engine of a segment plays a profile from a file, and is not steered.
+bool plays_profile(const Plan& plan, const Segment& segment);
+
+/// The profile as the engine reads it. Pure.
+std::string profile_text(const Drive& drive);
 
 /// The line for an engine that is steered. Pure.
 std::string steering(const Drive& drive);

@@ -100,5 +100,19 @@ TEST(Steering, IsALineInPlainDecimals) {
             "triangle 2 0 1\n");
 }
 
+TEST(Segments, AProfileHasAnEngineOfItsOwnThatIsNotSteered) {
+  Plan plan;
+  plan.phases.resize(3);
+  plan.phases[1].drive.shape = Drive::Shape::profile;
+  plan.phases[1].drive.profile = {{.time_s = 0, .duty = 0.25}, {.time_s = 60, .duty = 0}};
+  const std::vector<Segment> segments = segments_of(plan);
+  ASSERT_EQ(segments.size(), 3U);
+  EXPECT_FALSE(plays_profile(plan, segments[0]));
+  EXPECT_TRUE(plays_profile(plan, segments[1]));
+  EXPECT_EQ(engine_arguments(plan, segments[1], {})[0], "--attached");
+  EXPECT_EQ(engine_arguments(plan, segments[2], {})[0], "--steer");
+  EXPECT_EQ(profile_text(plan.phases[1].drive), "steps\n0 0.25\n60 0\n");
+}
+
 }  // namespace
 }  // namespace lab

@@ -48,6 +48,10 @@ fs::path RunFolder::stimulus(std::size_t start) const {
   return path_ / (start == 0 ? "stimulus" : "stimulus-" + std::to_string(start + 1));
 }
 
+fs::path RunFolder::profile(std::size_t start) const {
+  return path_ / (start == 0 ? "profile" : "profile-" + std::to_string(start + 1));
+}
+
 fs::path RunFolder::engine_samples(std::size_t start) const {
   return path_ /
          (start == 0 ? "samples.engine" : "samples-" + std::to_string(start + 1) + ".engine");
@@ -67,7 +71,8 @@ void RunFolder::write_result(const Run& run, const Answer& answer) const {
 
 void RunFolder::discard() const {
   std::error_code error;  // what cannot be removed stays
-  for (const fs::path& file : {plan(), info(), samples(), engine_samples(0), stimulus(0)}) {
+  for (const fs::path& file :
+       {plan(), info(), samples(), engine_samples(0), stimulus(0), profile(0)}) {
     fs::remove(file, error);
   }
   fs::remove(path_, error);

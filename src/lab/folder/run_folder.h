@@ -27,6 +27,9 @@ class RunFolder {
   /// The engine's record of its start number `start`, counted from 0.
   std::filesystem::path stimulus(std::size_t start = 0) const;
 
+  /// The profile that the engine's start number `start` plays, if it plays one.
+  std::filesystem::path profile(std::size_t start) const;
+
   /// The engine's own sample file of that start while it runs. It is gone when all of it is in
   /// samples.csv.
   std::filesystem::path engine_samples(std::size_t start = 0) const;

@@ -19,8 +19,10 @@ void check(const Plan& plan) {
   for (const Phase& phase : plan.phases) {
     std::ostringstream why;
     const bool shaped = phase.drive.shape != Drive::Shape::constant;
-    constexpr double kYear_s = 365.0 * 86400;
-    if (!(phase.duration_s <= kYear_s)) {
+    const bool last = &phase == &plan.phases.back();
+    if (phase.until_stopped && !last) {
+      why << "it goes on until it is stopped, and is not the last one";
+    } else if (!(phase.duration_s <= kLongestPhase_s)) {
       why << "it lasts longer than a year";
     } else if (phase.duration_s * plan.carrier_hz < 2) {
       why << "it lasts less than two periods of the carrier, which is " << plan.carrier_hz << " Hz";

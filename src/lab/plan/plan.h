@@ -7,13 +7,20 @@
 
 namespace lab {
 
+/// From an instant on, in seconds since its phase began, a duty.
+struct ProfilePoint {
+  double time_s = 0;
+  double duty = 0;
+};
+
 /// How the duty of the load goes during a phase.
 struct Drive {
-  enum class Shape { constant, sinusoid, triangle };
+  enum class Shape { constant, sinusoid, triangle, profile };
   Shape shape = Shape::constant;
-  double duty = 0;          ///< 0 to 1: the duty, or the least one of a shape
-  double depth = 0;         ///< 0 to 1: how far the duty of a shape rises from there
-  double frequency_hz = 0;  ///< of a shape
+  double duty = 0;                      ///< 0 to 1: the duty, or the least one of a shape
+  double depth = 0;                     ///< 0 to 1: how far the duty of a shape rises from there
+  double frequency_hz = 0;              ///< of a shape
+  std::vector<ProfilePoint> profile{};  ///< the last point is its end
 };
 
 /// A setting of the machine that a run forces, or leaves to the machine.
@@ -29,6 +36,7 @@ struct Phase {
   Drive drive;
   double duration_s = 0;       ///< how long; with `until_settled`, how long at most
   bool until_settled = false;  ///< ends as soon as every temperature has settled
+  bool until_stopped = false;  ///< ends when somebody asks to; the last phase alone
   double drift = 0.05;         ///< settled: no more than this part of its change is still to come
   std::optional<std::string> load;  ///< instead of the plan's, as are the following
   std::optional<Fans> fans;
@@ -58,6 +66,9 @@ struct Plan {
 /// What is held during a phase of the plan: its own, or what the plan has for all.
 Fans fans_of(const Plan& plan, const Phase& phase);
 std::optional<int> pstate_of(const Plan& plan, const Phase& phase);  ///< nothing: the machine's
+
+/// How long a phase "until stopped" lasts if nobody stops it.
+inline constexpr double kLongestPhase_s = 365.0 * 86400;
 
 /// Throws PlanError if an engine could not play the plan: a phase shorter than two periods of the
 /// carrier, a shape that is faster than half of it, or one that leaves 0 to 1.

@@ -15,12 +15,53 @@ namespace lab {
 
 namespace {
 
+/// A list of instants and duties.
+Drive parse_profile(PlanMembers& members) {
+  const toml::node& node = *members.take("profile");
+  const auto refuse = [&](const toml::node& where) {
+    members.refuse(
+        where.source(),
+        "profile is to be a list of [s, duty], from 0 s on, such as [[0, 0.3], [60, 0]]");
+  };
+  Drive drive;
+  drive.shape = Drive::Shape::profile;
+  if (!node.is_array()) {
+    refuse(node);
+  }
+  for (const toml::node& row : *node.as_array()) {
+    const toml::array* cells = row.as_array();
+    if (cells == nullptr || cells->size() != 2) {
+      refuse(row);
+    }
+    const auto time = (*cells)[0].value<double>();
+    const auto duty = (*cells)[1].value<double>();
+    const double before = drive.profile.empty() ? -1 : drive.profile.back().time_s;
+    const bool begins = !drive.profile.empty() || time == 0.0;
+    if (!time || !duty || !begins || !(*time > before) || !(*duty >= 0 && *duty <= 1)) {
+      refuse(row);
+    }
+    drive.profile.push_back({.time_s = *time, .duty = *duty});
+  }
+  if (drive.profile.size() < 2) {
+    refuse(node);
+  }
+  return drive;
+}
+
 Drive parse_drive(PlanMembers& members) {
   Drive drive;
+  if (members.has("profile")) {
+    for (const char* other : {"duty", "sinusoid", "triangle", "offset", "depth", "duration"}) {
+      if (members.has(other)) {
+        members.refuse(std::string(other) + " and profile exclude each other");
+      }
+    }
+    return parse_profile(members);
+  }
   const bool sinusoid = members.has("sinusoid");
   const bool triangle = members.has("triangle");
   if ((sinusoid ? 1 : 0) + (triangle ? 1 : 0) + (members.has("duty") ? 1 : 0) != 1) {
-    members.refuse("a phase has one of duty, sinusoid and triangle");
+    members.refuse("a phase has one of duty, sinusoid, triangle and profile");
   }
   drive.duty = members.number("duty", 0, 0, 1);
   constexpr double kLeastHz = 1e-6;
@@ -43,17 +84,32 @@ Drive parse_drive(PlanMembers& members) {
   return drive;
 }
 
+/// How long a phase lasts that does not end by itself.
+std::optional<double> fixed_length(const Phase& phase, PlanMembers& members) {
+  if (phase.until_settled) {
+    return std::nullopt;
+  }
+  if (phase.until_stopped) {
+    return kLongestPhase_s;
+  }
+  return phase.drive.shape == Drive::Shape::profile ? phase.drive.profile.back().time_s
+                                                    : members.duration("duration");
+}
+
 Phase parse_phase(const toml::table& table, const std::string& file) {
   PlanMembers members(table, file, "a phase");
   members.only({"name", "duty", "sinusoid", "triangle", "offset", "depth", "duration", "at_most",
-                "drift", "fans", "pstate", "load"});
+                "drift", "fans", "pstate", "load", "profile"});
   Phase phase;
   phase.name = members.text("name", "phase");
   phase.drive = parse_drive(members);
   const toml::node* duration = table.get("duration");
-  phase.until_settled = duration != nullptr && duration->value<std::string>() == "until settled";
-  const std::optional<double> fixed =
-      phase.until_settled ? std::nullopt : members.duration("duration");
+  const auto until = [&](const char* what) {
+    return duration != nullptr && duration->value<std::string>() == what;
+  };
+  phase.until_settled = until("until settled");
+  phase.until_stopped = until("until stopped");
+  const std::optional<double> fixed = fixed_length(phase, members);
   const std::optional<double> at_most = members.duration("at_most");
   if (phase.until_settled != at_most.has_value() ||
       (members.has("drift") && !phase.until_settled)) {
@@ -63,7 +119,7 @@ Phase parse_phase(const toml::table& table, const std::string& file) {
   if (!phase.until_settled && !fixed) {
     members.refuse("a phase has a duration, such as 90, \"2m\" or \"until settled\"");
   }
-  phase.duration_s = phase.until_settled ? *at_most : *fixed;
+  phase.duration_s = (phase.until_settled ? at_most : fixed).value_or(0);
   if (members.has("load")) {
     phase.load = members.text("load", "");
   }

@@ -47,6 +47,45 @@ std::string refusal(const std::string& text) {
   return "";
 }
 
+TEST(PlanFile, APhaseMayPlayAProfileOrGoOnUntilItIsStopped) {
+  const Plan plan = parse_plan(
+      "[[phase]]\nprofile = [[0, 0.25], [1.5, 1], [4, 0]]\n"
+      "[[phase]]\nduty = 0\nduration = \"until stopped\"\n",
+      "my.toml");
+  const Plan again = parse_plan(plan_text(plan), "again.toml");
+  for (const Plan& read : {plan, again}) {
+    ASSERT_EQ(read.phases.size(), 2U);
+    EXPECT_EQ(read.phases[0].drive.shape, Drive::Shape::profile);
+    ASSERT_EQ(read.phases[0].drive.profile.size(), 3U);
+    EXPECT_EQ(read.phases[0].drive.profile[1].time_s, 1.5);
+    EXPECT_EQ(read.phases[0].drive.profile[1].duty, 1);
+    EXPECT_EQ(read.phases[0].duration_s, 4);
+    EXPECT_FALSE(read.phases[0].until_stopped);
+    EXPECT_TRUE(read.phases[1].until_stopped);
+    EXPECT_NO_THROW(check(read));
+  }
+}
+
+TEST(PlanFile, RefusesAProfileThatIsNone) {
+  for (const char* profile : {"3", "[]", "[[0, 1]]", "[[1, 1], [2, 0]]", "[[0, 1], [0, 1]]",
+                              "[[0, 2], [1, 0]]", "[[0, 1, 2], [1, 0, 2]]"}) {
+    EXPECT_THAT(refusal("[[phase]]\nprofile = " + std::string(profile) + "\n"),
+                testing::HasSubstr("profile is to be a list of [s, duty]"))
+        << profile;
+  }
+  EXPECT_THAT(refusal("[[phase]]\nprofile = [[0, 1], [2, 0]]\nduty = 1\n"),
+              testing::HasSubstr("duty and profile exclude each other"));
+}
+
+TEST(Plan, OnlyTheLastPhaseGoesOnUntilItIsStopped) {
+  Plan plan;
+  plan.phases.resize(2);
+  plan.phases[0].duration_s = kLongestPhase_s;
+  plan.phases[0].until_stopped = true;
+  plan.phases[1].duration_s = 5;
+  EXPECT_THROW(check(plan), PlanError);
+}
+
 TEST(PlanFile, APhaseMayLeaveThePstateToTheMachine) {
   const Plan plan = parse_plan(
       "pstate = 3\n[[phase]]\nduty = 1\nduration = 5\npstate = \"automatic\"\n"

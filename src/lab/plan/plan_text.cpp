@@ -42,6 +42,14 @@ std::string fans_value(const Fans& fans) {
 }
 
 void write_drive(std::ostream& out, const Drive& drive) {
+  if (drive.shape == Drive::Shape::profile) {
+    out << "profile = [  # s, duty from then on; the last one is the end\n";
+    for (const ProfilePoint& point : drive.profile) {
+      out << "  [" << number(point.time_s) << ", " << number(point.duty) << "],\n";
+    }
+    out << "]\n";
+    return;
+  }
   if (drive.shape == Drive::Shape::constant) {
     out << "duty = " << number(drive.duty) << '\n';
     return;
@@ -55,11 +63,12 @@ void write_phase(std::ostream& out, const Phase& phase) {
   out << "\n[[phase]]\nname = " << quoted(phase.name) << '\n';
   write_drive(out, phase.drive);
   if (phase.until_settled) {
-    out << "duration = \"until settled\"\nat_most = ";
-  } else {
-    out << "duration = ";
+    out << "duration = \"until settled\"\nat_most = " << number(phase.duration_s) << "  # s\n";
+  } else if (phase.until_stopped) {
+    out << "duration = \"until stopped\"\n";
+  } else if (phase.drive.shape != Drive::Shape::profile) {
+    out << "duration = " << number(phase.duration_s) << "  # s\n";
   }
-  out << number(phase.duration_s) << "  # s\n";
   if (phase.until_settled) {
     out << "drift = " << number(phase.drift)
         << "  # part of the change that may still be to come\n";

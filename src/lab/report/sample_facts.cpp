@@ -15,6 +15,10 @@ std::string drive_text(const Drive& drive) {
   if (drive.shape == Drive::Shape::constant) {
     return drive.duty == 0 ? "none" : percent_text(drive.duty);
   }
+  if (drive.shape == Drive::Shape::profile) {
+    return "a profile of " + count_text(static_cast<std::int64_t>(drive.profile.size())) +
+           " points";
+  }
   return std::string(drive.shape == Drive::Shape::sinusoid ? "sinusoid" : "triangle") + " of " +
          with_unit(number_text(drive.frequency_hz), "Hz") + ", " + percent_text(drive.duty) +
          " to " + percent_text(drive.duty + drive.depth);
@@ -52,6 +56,9 @@ std::string seconds_text(double seconds) {
 }
 
 std::string planned_text(const Phase& phase) {
+  if (phase.until_stopped) {
+    return "until stopped";
+  }
   return (phase.until_settled ? "until settled, at most " : "") + seconds_text(phase.duration_s);
 }
 
