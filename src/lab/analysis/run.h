@@ -12,6 +12,7 @@ namespace lab {
 struct RunContext {
   double full_load = 1;             ///< what a duty of 1 delivers
   std::vector<std::string> phases;  ///< their names; empty: none was planned
+  bool watched = false;             ///< what others do is looked at, and disturbs nothing
 };
 
 /// A run in numbers: of each key the mean with its interval, the extremes and what lies between

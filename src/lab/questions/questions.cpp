@@ -5,6 +5,7 @@
 #include "lab/questions/prove.h"
 #include "lab/questions/question.h"
 #include "lab/questions/step.h"
+#include "lab/questions/watch.h"
 
 namespace lab {
 
@@ -13,6 +14,7 @@ std::vector<std::unique_ptr<Question>> all_questions() {
   questions.push_back(std::make_unique<JustRun>());
   questions.push_back(std::make_unique<Step>());
   questions.push_back(std::make_unique<Prove>());
+  questions.push_back(std::make_unique<Watch>());
   questions.push_back(std::make_unique<Fit>());
   return questions;
 }
