@@ -198,7 +198,7 @@ TEST_F(LinuxRun, GivesTheFansBackWhenAProcessorIsTooHot) {
   std::this_thread::sleep_for(std::chrono::milliseconds(700));
   EXPECT_NE(machine_.tree().snapshot(), before_);
   ASSERT_TRUE(sysfs::write_text(machine_.tree().sys(),
-                                "devices/platform/coretemp.1/hwmon/hwmon2/temp1_input", "96000"));
+                                "devices/platform/coretemp.1/hwmon/hwmon2/temp1_input", "104000"));
   for (int tries = 0; tries < 3000 && running.err().empty(); ++tries) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
