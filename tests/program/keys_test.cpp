@@ -89,6 +89,27 @@ class KeysOnAMachine : public testing::Test {
   TreeMachine machine_{"two_socket_intel", kPace};
 };
 
+TEST_F(KeysOnAMachine, KeepTheNumberThatAFanIsGiven) {
+  const auto source_of = [this](const std::string& key) {
+    for (const auto& row : columns(run({"--list"}).out)) {
+      if (row.size() == 6 && row[0] == key) {
+        return row[5];
+      }
+    }
+    return std::string();
+  };
+  machine_.tree().keep_curves();
+  ASSERT_TRUE(source_of("F0Tg").starts_with("nct6779 fan1: ")) << source_of("F0Tg");
+  const Outcome given = run({"--assign", "F0=devices/platform/nct6775.656/fan3"});
+  EXPECT_EQ(given.status, 0) << given.err;
+  EXPECT_TRUE(source_of("F0Tg").starts_with("nct6779 fan3, assigned: ")) << source_of("F0Tg");
+  EXPECT_TRUE(source_of("F1Tg").starts_with("nct6779 fan1: ")) << source_of("F1Tg");
+  EXPECT_EQ(run({"--assign", "F0=nct6779/fan9"}).status, 1);
+  const Outcome of_user = run({"--assign", "F0="}, As::kOrdinaryUser);
+  EXPECT_EQ(of_user.status, 1);
+  EXPECT_NE(of_user.err.find("needs root: sudo vorn-keys --assign F0="), std::string::npos);
+}
+
 TEST_F(KeysOnAMachine, ShowTheSourceBehindEachKey) {
   machine_.tree().keep_curves();
   const Outcome outcome = run({"--list"});
