@@ -1,5 +1,6 @@
 #include "machines/linux/drivers/recorded_machine.h"
 
+#include <list>
 #include <utility>
 
 #include "machines/linux/cpufreq/pstates.h"
@@ -15,7 +16,9 @@ constexpr uid_t kNobody = 65534;
 
 /// What the drivers look at to list the machine's keys and P-states.
 std::set<std::string> looked_at(const Surroundings& surroundings) {
-  NotingTree& noting = *new NotingTree(surroundings.sys);  // for good: who gave up may be in it
+  // Kept for good: an access that was given up may be in it for ever.
+  static std::list<NotingTree>& kept = *new std::list<NotingTree>;
+  NotingTree& noting = kept.emplace_back(surroundings.sys);
   Surroundings noted{.sys = noting,
                      .proc = surroundings.proc,
                      .curves_folder = kNowhere,

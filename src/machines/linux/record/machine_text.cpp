@@ -207,6 +207,11 @@ std::string answer_text(const Answering& answer) {
   return " =" + (answer.text.empty() ? "" : " " + escaped(answer.text, false)) + "\n";
 }
 
+sysfs::Failure wrong_line(std::size_t number, const std::string& why) {
+  return {.trouble = sysfs::Trouble::nonsense,
+          .message = "line " + std::to_string(number) + ": " + why};
+}
+
 }  // namespace
 
 sysfs::Result<std::vector<MachineEntry>> read_machine_text(std::string_view text) {
@@ -219,8 +224,7 @@ sysfs::Result<std::vector<MachineEntry>> read_machine_text(std::string_view text
       continue;
     }
     if (const std::string wrong = reader.take(line); !wrong.empty()) {
-      return sysfs::Failure{.trouble = sysfs::Trouble::nonsense,
-                            .message = "line " + std::to_string(number) + ": " + wrong};
+      return wrong_line(number, wrong);
     }
   }
   return std::move(reader.entries);

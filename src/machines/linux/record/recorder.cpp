@@ -61,7 +61,8 @@ class Addresses {
     auto from = text.cbegin();
     for (std::smatch match; std::regex_search(from, text.cend(), match, kAddress);
          from = match.suffix().first) {
-      safe += match.prefix().str() + "address" + std::to_string(number_of(match.str()));
+      safe.append(match.prefix().str()).append("address");
+      safe.append(std::to_string(number_of(match.str())));
     }
     return safe.append(from, text.cend());
   }
@@ -84,7 +85,8 @@ std::string Recorder::follow(const std::string& path) {
   std::string at;
   for (std::size_t from = 0; from <= path.size();) {
     const std::size_t end = std::min(path.find('/', from), path.size());
-    const std::string next = at + (at.empty() ? "" : "/") + path.substr(from, end - from);
+    std::string next = at;
+    next.append(at.empty() ? "" : "/").append(path, from, end - from);
     from = end + 1;
     const auto known = real_.find(next);
     const std::string real =
