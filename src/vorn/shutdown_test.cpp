@@ -1,6 +1,8 @@
 #include "vorn/shutdown.h"
 
 #include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -11,6 +13,7 @@
 #include <vector>
 
 #include "BlockingSpinLoop/BlockingSpinLoop.h"
+#include "support/asleep.h"
 #include "support/sanitized.h"
 #include "support/settings_fixture.h"
 #include "vorn/interval_source.h"
@@ -69,7 +72,15 @@ class SlowToLeave : public IntervalSource {
  public:
   std::optional<std::int64_t> next_ns() override {
     thread_local const AtTheEnd at_the_end(over_);
+    task_ = static_cast<pid_t>(syscall(SYS_gettid));
     return std::int64_t{3600} * 1000000000;
+  }
+
+  /// Returns when the thread that plays it sleeps.
+  void wait_until_asleep() const {
+    while (task_ == 0 || !asleep(task_)) {
+      std::this_thread::yield();
+    }
   }
 
   /// Whether the thread that played it is over.
@@ -91,6 +102,7 @@ class SlowToLeave : public IntervalSource {
     std::atomic<bool>& over_;
   };
 
+  std::atomic<pid_t> task_{0};
   std::atomic<bool> over_{false};
 };
 
@@ -98,6 +110,7 @@ TEST_F(Shutdown, JoinsTheTimingThreadOutOfItsSleep) {
   SlowToLeave source;
   waveform.source = &source;
   ASSERT_EQ(spawn_timing(), 0);
+  source.wait_until_asleep();
   sig_int_alrm(SIGINT);
   EXPECT_TRUE(source.over());
   timing_thread.join();

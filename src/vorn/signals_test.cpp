@@ -173,6 +173,33 @@ TEST_F(SignalsDeathTest, ARunThatHoldsNoFansMayBeStoppedFromTheTerminal) {
   EXPECT_IN_CHILD([] { return !ignores_stops_from_the_terminal(); });
 }
 
+bool is_blocked(int signo) {
+  sigset_t blocked;
+  pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+  return sigismember(&blocked, signo) == 1;
+}
+
+// As nohup has it.
+TEST_F(SignalsDeathTest, AnIgnoredHangupIsNotListenedFor) {
+  EXPECT_IN_CHILD([] {
+    signal(SIGHUP, SIG_IGN);
+    signals();
+    const bool listens = is_blocked(SIGHUP) || !is_blocked(SIGTERM);
+    stop_listening();
+    return !listens;
+  });
+}
+
+TEST_F(SignalsDeathTest, ALimitOfFileSizesIsNoSignal) {
+  EXPECT_IN_CHILD([] {
+    signals();
+    struct sigaction action {};
+    sigaction(SIGXFSZ, nullptr, &action);
+    stop_listening();
+    return action.sa_handler == SIG_IGN;
+  });
+}
+
 TEST_F(SignalsDeathTest, StoppedWithoutASignalReturnsAtOnce) {
   EXPECT_IN_CHILD([] {
     signals();
