@@ -320,6 +320,14 @@ TEST_F(MonitorThread, SaysThatItsSensorsWereOpenedLate) {
   EXPECT_NE(printed.find(" s there are no samples, "), std::string::npos) << printed;
 }
 
+TEST_F(MonitorThread, MissesNoSampleThatItHasTaken) {
+  monitor_rate = 20;
+  EXPECT_TRUE(soon_enough([this] {
+    printed_by([this] { first_lines(3); });
+    return sampling_report().left_out == 0 && sampling_report().late == 0;
+  }));
+}
+
 TEST_F(MonitorThread, WritesToStandardOutputIfToldADash) {
   output = std::string(1, '-');
   monitor_rate = 100;
