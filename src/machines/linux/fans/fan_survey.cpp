@@ -141,6 +141,7 @@ std::vector<FanChannel> numbered(std::vector<Found> ordered,
     }
   }
   std::vector<FanChannel> fans;
+  fans.reserve(places.size());
   auto next = ordered.begin();
   for (std::optional<FanChannel>& place : places) {
     fans.push_back(place ? *std::move(place) : std::move((next++)->fan));
