@@ -22,7 +22,10 @@ struct Bounds {
 
 Bounds bounds_of(const HeatCurve& curve) {
   const double length_s = std::max(curve.time_s.back(), 1e-9);
-  const double step_s = length_s / static_cast<double>(std::max<std::size_t>(curve.rows(), 2));
+  double step_s = length_s / static_cast<double>(std::max<std::size_t>(curve.rows(), 2));
+  if (curve.widest_fast_s > 0) {  // a record may be much denser behind a change of heat
+    step_s = std::min(step_s, curve.widest_fast_s);
+  }
   return {.least = std::log(0.05 * step_s), .most = std::log(10 * length_s)};
 }
 

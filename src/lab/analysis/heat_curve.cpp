@@ -71,8 +71,8 @@ std::vector<std::size_t> cut(std::span<const double> time_s, std::span<const dou
                              double range, Widening widening, double& widest_fast_s) {
   std::vector<std::size_t> first{0, 1};
   double event_s = time_s[0];
-  double level_sum = 0;
-  double level_count = 0;
+  double level_sum = heat[0];
+  double level_count = 1;
   widest_fast_s = 0;
   for (std::size_t at = 1; at < time_s.size(); ++at) {
     const bool changed =

@@ -9,12 +9,14 @@ namespace lab {
 namespace {
 
 constexpr int kMostStages = 4;
+constexpr int kMostRungs = 6;
 
 // How much better, by the criterion, the fit with more parameters is: above zero, it is worth them.
-// What residuals are worth is judged by the simpler fit: what it misses makes them correlated, and
-// that only asks for more evidence.
-double gain(const FosterFit& simple, const FosterFit& rich, const Observed& observed) {
-  const Eigen::VectorXd residuals = weighted_rows(observed.value - simple.fitted, observed);
+// What residuals are worth is judged by `judge`. If that is the simpler fit, what it misses makes
+// them correlated, and that only asks for more evidence.
+double gain(const FosterFit& simple, const FosterFit& rich, const FosterFit& judge,
+            const Observed& observed) {
+  const Eigen::VectorXd residuals = weighted_rows(observed.value - judge.fitted, observed);
   const double count = effective_count(static_cast<double>(residuals.size()), noise_of(residuals));
   const auto more = static_cast<double>(rich.slopes.cols() - simple.slopes.cols());
   // Squares that are rounding alone say nothing.
@@ -65,7 +67,7 @@ FosterFit choose_stages(const HeatCurve& curve, const Observed& observed,
         richer = std::move(afresh);
       }
     }
-    if (gain(best, richer, observed) <= 0 || !distinct(richer, observed)) {
+    if (gain(best, richer, best, observed) <= 0 || !distinct(richer, observed)) {
       break;
     }
     best = std::move(richer);
@@ -74,7 +76,34 @@ FosterFit choose_stages(const HeatCurve& curve, const Observed& observed,
     return best;
   }
   FosterFit settled = foster_fit(curve, observed, best.tau_s, Start::settled);
-  return gain(settled, best, observed) > 0 ? best : settled;
+  return gain(settled, best, settled, observed) > 0 ? best : settled;
+}
+
+FosterFit choose_rungs(const HeatCurve& curve, const Observed& observed, const FosterStart& start) {
+  std::vector<FosterFit> fits;
+  std::vector<double> tau_s;
+  for (int stages = 1; stages <= kMostRungs; ++stages) {
+    tau_s = start.one_more(tau_s);
+    if (tau_s.size() < static_cast<std::size_t>(stages)) {
+      break;
+    }
+    fits.push_back(foster_fit(curve, observed, tau_s, Start::settled));
+    tau_s = fits.back().tau_s;
+    if (stages > 1 && !distinct(fits.back(), observed)) {
+      fits.pop_back();
+    }
+  }
+  const FosterFit* best = &fits.front();
+  for (const FosterFit& fit : fits) {
+    if (gain(*best, fit, fits.back(), observed) > 0) {
+      best = &fit;
+    }
+  }
+  if (start_to_look_for(curve) == Start::settled) {
+    return *best;
+  }
+  FosterFit unsettled = foster_fit(curve, observed, best->tau_s, Start::unsettled);
+  return gain(*best, unsettled, unsettled, observed) > 0 ? unsettled : *best;
 }
 
 }  // namespace lab

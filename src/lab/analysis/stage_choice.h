@@ -12,6 +12,13 @@ namespace lab {
 /// Estimating the dimension of a model (1978).
 FosterFit choose_stages(const HeatCurve& curve, const Observed& observed, const FosterStart& start);
 
+/// The fit with as many stages, 1 to 6, as a ladder of this impedance has rungs, as far as the data
+/// tell. All numbers of stages are tried, and the least Bayesian information criterion chooses
+/// among those that are `distinct`; what residuals are worth is judged by the richest of them. That
+/// finds more than choose_stages(), which must not take slow errors for stages, and asks that what
+/// is left is noise. Source: Schwarz (1978).
+FosterFit choose_rungs(const HeatCurve& curve, const Observed& observed, const FosterStart& start);
+
 /// Whether each stage is known to be there: a hundredth of all resistance at least, twice its
 /// standard error, and a time constant half as long again as the one before. How well the time
 /// constant is known is another matter: a stage that is needed stays, or the others would be wrong.

@@ -10,6 +10,7 @@
 #include "lab/analysis/step_judgement.h"
 #include "lab/analysis/step_key.h"
 #include "lab/analysis/step_words.h"
+#include "lab/analysis/structure_told.h"
 
 namespace lab {
 
@@ -136,7 +137,7 @@ Answer analyse_step(const StepInput& input) {
   for (const Column& temperature : record.temperatures) {
     results.push_back(fit_key(record, temperature, curve, grid, unit));
   }
-  lend_time_constants(curve, unit, results);
+  lend_time_constants(curve, unit, record.structure ? Lend::to_late_ones : Lend::to_all, results);
   for (KeyResult& result : results) {
     refine_key(record, curve, unit, result);
   }
@@ -171,6 +172,11 @@ Answer analyse_step(const StepInput& input) {
     answer.warnings.insert(answer.warnings.end(), result.warnings.begin(), result.warnings.end());
   }
   answer.figures = {{"keys", step_figures(results)}, {what, heat_figures(record)}};
+  if (record.structure && record.heat_is_power) {
+    tell_structures(structures(results, curve), results, answer);
+  } else if (record.structure) {
+    tell_no_power(answer);
+  }
   return answer;
 }
 

@@ -13,6 +13,7 @@ struct StepInput {
   std::vector<double> time_s;  ///< ascending; need not be even
   std::vector<double> heat;    ///< W, or load 0 to 1: mean since the sample before; NaN: not read
   bool heat_is_power = true;
+  bool structure = false;            ///< the ladder behind each temperature is asked for as well
   std::string heat_name;             ///< the key, or what else it is called
   double heat_delay_s = 0;           ///< how long after the heat its reading comes
   std::vector<Column> temperatures;  ///< in degC
@@ -36,6 +37,8 @@ struct StepInput {
 ///   keys.KEY.decided              false: the estimates are not to be relied on
 ///   power                         name, unit, minimum, mean, maximum; "load" instead of "power" if
 ///                                 that is what the heat is
+///
+/// With `structure`, the ladder behind each temperature as well: structure_told.h has its figures.
 ///
 /// Sources: JESD51-1 for the terms; the methods are cited where they are: heat_curve.h,
 /// stage_response.h, foster_fit.h, stage_choice.h, uncertainty.h, coarse_fit.h.

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
+
+#include "lab/analysis/impedance_curve.h"
 
 namespace lab {
 
@@ -10,29 +11,13 @@ namespace {
 
 constexpr double kMostPoints = 2000;  // more than a screen has across
 
-// Z_th at a time after a step, with its gradient by (start, resistances, offsets, ln tau).
-double impedance(const KeyResult& result, double time_s, Eigen::VectorXd& gradient) {
-  const auto stages = static_cast<Eigen::Index>(result.fit.tau_s.size());
-  gradient = Eigen::VectorXd::Zero(result.covariance.rows());
-  double sum = 0;
-  for (Eigen::Index at = 0; at < stages; ++at) {
-    const auto stage = static_cast<std::size_t>(at);
-    const double u = time_s / result.fit.tau_s[stage];
-    const double rise = -std::expm1(-u);
-    sum += result.fit.resistance[stage] * rise;
-    gradient[1 + at] = rise;
-    gradient[gradient.size() - stages + at] = -result.fit.resistance[stage] * u * std::exp(-u);
-  }
-  return sum;
-}
-
 Series fitted(const KeyResult& result, double from_s, double to_s) {
   Series series{.name = result.name + " fitted", .x = {}, .y = {}, .low = {}, .high = {}};
   constexpr int kPoints = 200;
   Eigen::VectorXd gradient;
   for (int at = 0; at <= kPoints; ++at) {
     const double time_s = from_s * std::pow(to_s / from_s, static_cast<double>(at) / kPoints);
-    const double z = impedance(result, time_s, gradient);
+    const double z = fitted_impedance(result, time_s, gradient);
     const double half =
         result.factor * std::sqrt(std::max(gradient.dot(result.covariance * gradient), 0.0));
     series.x.push_back(time_s);
@@ -43,41 +28,16 @@ Series fitted(const KeyResult& result, double from_s, double to_s) {
   return series;
 }
 
-Series measured(const KeyResult& result, const HeatCurve& curve,
-                const std::vector<HeatStep>& steps) {
-  struct Sum {
-    double log_time = 0;
-    double z = 0;
-    double count = 0;
-  };
-  constexpr double kToADecade = 15;
-  std::map<int, Sum> bins;
-  Eigen::VectorXd gradient;
-  for (const HeatStep& step : steps) {
-    auto row = static_cast<std::size_t>(
-        std::upper_bound(curve.time_s.begin(), curve.time_s.end(), step.time_s) -
-        curve.time_s.begin());
-    for (; row < curve.rows() && curve.time_s[row] <= step.time_s + step.length_s; ++row) {
-      const auto at = static_cast<Eigen::Index>(row);
-      const double since_s = curve.time_s[row] - step.time_s;
-      if (result.observed.weight[at] > 0 && since_s > 0) {
-        const double left = result.observed.value[at] - result.fit.fitted[at];
-        Sum& sum = bins[static_cast<int>(std::floor(std::log10(since_s) * kToADecade))];
-        sum.log_time += std::log(since_s);
-        sum.z += impedance(result, since_s, gradient) + left / step.change;
-        sum.count += 1;
-      }
-    }
-  }
+Series measured(const KeyResult& result, const HeatCurve& curve) {
   Series series{.name = result.name + " measured",
                 .style = Series::Style::points,
                 .x = {},
                 .y = {},
                 .low = {},
                 .high = {}};
-  for (const auto& [bin, sum] : bins) {
-    series.x.push_back(std::exp(sum.log_time / sum.count));
-    series.y.push_back(sum.z / sum.count);
+  for (const ImpedancePoint& point : measured_impedance(result, curve)) {
+    series.x.push_back(point.time_s);
+    series.y.push_back(point.impedance);
   }
   return series;
 }
@@ -126,9 +86,8 @@ std::vector<Chart> step_charts(const std::vector<KeyResult>& results, const Heat
              .note =
                  "What the fit leaves. A slow wave in it is something that changed the "
                  "temperature beside the heat."};
-  const std::vector<HeatStep> steps = heat_steps(curve);
   double longest_s = 0;
-  for (const HeatStep& step : steps) {
+  for (const HeatStep& step : heat_steps(curve)) {
     longest_s = std::max(longest_s, step.length_s);
   }
   for (const KeyResult& result : results) {
@@ -138,7 +97,7 @@ std::vector<Chart> step_charts(const std::vector<KeyResult>& results, const Heat
     const double from_s = result.fit.tau_s.front() / 10;
     const double to_s = std::max(3 * result.fit.tau_s.back(), longest_s);
     impedances.series.push_back(fitted(result, from_s, to_s));
-    impedances.series.push_back(measured(result, curve, steps));
+    impedances.series.push_back(measured(result, curve));
     left.series.push_back(residuals(result, curve));
   }
   return {impedances, left};

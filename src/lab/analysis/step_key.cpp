@@ -119,15 +119,35 @@ KeyResult fit_key(const StepInput& input, const Column& temperature, const HeatC
                   "still. Use another key, or more heat.");
     return result;
   }
-  result.fit = choose_stages(curve, result.observed, FosterStart(curve, grid, result.observed));
+  const FosterStart start(curve, grid, result.observed);
+  result.fit = input.structure ? choose_rungs(curve, result.observed, start)
+                               : choose_stages(curve, result.observed, start);
   tell_estimates(uncertainty(result.fit, result.observed), unit, result);
   return result;
 }
 
-void lend_time_constants(const HeatCurve& curve, const std::string& unit,
+double first_rise(const KeyResult& result) {
+  double sum = 0;
+  for (std::size_t at = 0; at < result.fit.tau_s.size(); ++at) {
+    sum += result.fit.resistance[at] / result.fit.tau_s[at];
+  }
+  return sum;
+}
+
+bool rises_late(const KeyResult& result, const std::vector<KeyResult>& all) {
+  constexpr double kMuchSlower = 0.1;
+  return !result.stages.empty() && std::any_of(all.begin(), all.end(), [&](const auto& other) {
+    return first_rise(result) < kMuchSlower * first_rise(other);
+  });
+}
+
+void lend_time_constants(const HeatCurve& curve, const std::string& unit, Lend lend,
                          std::vector<KeyResult>& results) {
   const std::vector<KeyResult> alone = results;
   for (std::size_t at = 0; at < results.size(); ++at) {
+    if (lend == Lend::to_late_ones && !rises_late(alone[at], alone)) {
+      continue;
+    }
     std::vector<double> own_s;
     for (const Stage& stage : alone[at].stages) {
       if (well_known(stage.time_constant)) {

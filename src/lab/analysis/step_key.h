@@ -41,12 +41,22 @@ struct KeyResult {
 KeyResult fit_key(const StepInput& input, const Column& temperature, const HeatCurve& curve,
                   const StartGrid& grid, const std::string& unit);
 
+/// How quickly a temperature rises at first, K/s for each watt, as its stages have it.
+double first_rise(const KeyResult& result);
+
+/// The place where heat goes in rises at once, and others late: less than a tenth as quickly at
+/// first as another of the results. False for one without stages.
+bool rises_late(const KeyResult& result, const std::vector<KeyResult>& all);
+
+/// Who is lent time constants: where the ladder is asked for, a heated place has to show its own.
+enum class Lend { to_all, to_late_ones };
+
 /// The temperatures of a thermal network have the same time constants, each in its own measure. A
 /// temperature that shows a fast one too little to tell it (a heat sink begins to rise a little
 /// later than the die) would have its slow ones wrong without it. So where another temperature
 /// knows one that this one lacks, this one is fitted again with it. Source: natural frequencies are
 /// those of the network, not of the place, for example Desoer and Kuh, Basic Circuit Theory (1969).
-void lend_time_constants(const HeatCurve& curve, const std::string& unit,
+void lend_time_constants(const HeatCurve& curve, const std::string& unit, Lend lend,
                          std::vector<KeyResult>& results);
 
 /// For a coarse sensor, a better fit and better intervals than least squares gives.

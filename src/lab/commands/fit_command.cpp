@@ -159,6 +159,8 @@ void add_fit_options(CLI::App& app, FitOptions& options) {
                  "C, mC (thousandths of it), K or F (default: C)")
       ->check(CLI::IsMember({"C", "mC", "K", "F"}))
       ->option_text("<unit>");
+  app.add_flag("--structure", options.structure,
+               "the path of the heat as well: ladder, spectrum and structure functions");
   app.add_option("--out", options.output.out, "folder for the result (default: fit-DATE-TIME)")
       ->option_text("<folder>");
   app.add_flag("--json", options.output.json, "print the result as JSON");
@@ -170,6 +172,7 @@ ExitStatus fit(const FitOptions& options, const std::vector<std::string>& comman
   }
   Plan plan;
   plan.question = "fit";
+  plan.structure = options.structure;
   RunInfo info;
   const Table samples = samples_of(options, plan.power, info.warnings);
   info.question = plan.question;

@@ -23,6 +23,7 @@ struct FitOptions {
   std::optional<double> watts;
   std::vector<std::string> temperatures;
   std::string temperature_unit = "C";
+  bool structure = false;
   OutputOptions output;
 };
 

@@ -56,6 +56,7 @@ struct Plan {
   double rate_hz = 10;            ///< of the samples
   std::vector<std::string> keys;  ///< empty: every temperature, power and fan speed of the machine
   std::string power;              ///< the key of the power that heats; empty: found by its name
+  bool structure = false;         ///< of `step` and `fit`: the ladder is asked for as well
   Fans fans;
   std::optional<int> pstate;             ///< nothing: left to the machine
   std::map<std::string, double> limits;  ///< the run ends when a key shows more

@@ -157,8 +157,8 @@ Plan parse_plan(std::string_view text, const std::string& name) {
     throw PlanError(why.str());
   }
   PlanMembers members(table, name, "a plan");
-  members.only({"question", "load", "threads", "carrier", "rate", "keys", "power", "fans", "pstate",
-                "engine_options", "limits", "phase"});
+  members.only({"question", "load", "threads", "carrier", "rate", "keys", "power", "structure",
+                "fans", "pstate", "engine_options", "limits", "phase"});
   const Plan defaults;
   Plan plan;
   plan.question = members.text("question", "run");
@@ -168,6 +168,7 @@ Plan parse_plan(std::string_view text, const std::string& name) {
   plan.rate_hz = members.number("rate", defaults.rate_hz, 0.001, 1000);
   plan.keys = members.texts("keys");
   plan.power = members.text("power", "");
+  plan.structure = members.flag("structure", defaults.structure);
   plan.fans = members.fans().value_or(defaults.fans);
   plan.pstate = members.pstate();
   if (plan.pstate == kAutomaticPState) {

@@ -37,6 +37,18 @@ int PlanMembers::whole_number(const char* name, int otherwise, int least, int mo
   return static_cast<int>(value);
 }
 
+bool PlanMembers::flag(const char* name, bool otherwise) {
+  const toml::node* node = take(name);
+  if (node == nullptr) {
+    return otherwise;
+  }
+  const std::optional<bool> value = node->value_exact<bool>();
+  if (!value) {
+    refuse(node->source(), std::string(name) + " is to be true or false");
+  }
+  return *value;
+}
+
 std::string PlanMembers::text(const char* name, const std::string& otherwise) {
   const toml::node* node = take(name);
   if (node == nullptr) {

@@ -30,6 +30,7 @@ class PlanMembers {
   /// A number within [least, most].
   double number(const char* name, double otherwise, double least, double most);
   int whole_number(const char* name, int otherwise, int least, int most);
+  bool flag(const char* name, bool otherwise);
   std::string text(const char* name, const std::string& otherwise);
   std::vector<std::string> texts(const char* name);
 

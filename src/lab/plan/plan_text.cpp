@@ -105,6 +105,9 @@ std::string plan_text(const Plan& plan) {
   out << "rate = " << number(plan.rate_hz) << "  # samples per second\n"
       << "keys = " << list(plan.keys) << "  # empty: all temperatures, powers and fan speeds\n"
       << "power = " << quoted(plan.power) << "  # the key of the heat; empty: found by its name\n";
+  if (plan.structure) {
+    out << "structure = true  # the ladder behind each temperature as well\n";
+  }
   if (!plan.limits.empty()) {
     out << "\n[limits]  # the run ends when a key shows more\n";
     for (const auto& [key, value] : plan.limits) {

@@ -32,6 +32,7 @@ StepInput heat_and_temperatures(const Run& run) {
   const Column* heat = power != nullptr ? power : run.samples.find(kDeliveredColumn);
   input.full_load = full_load(run);
   input.heat_is_power = power != nullptr;
+  input.structure = run.plan.structure;
   if (heat != nullptr) {
     input.heat = heat->values;
     input.heat_name = heat->name;

@@ -40,6 +40,8 @@ void Step::add_options(CLI::App& app) {
   app.add_option("--at-most", at_most_,
                  "what is not settled by then goes on all the same (default: 10m)")
       ->option_text("<time>");
+  app.add_flag("--structure", structure_,
+               "the path of the heat as well: ladder, spectrum and structure functions");
 }
 
 Plan Step::plan() const {
@@ -48,6 +50,7 @@ Plan Step::plan() const {
   }
   Plan plan;
   plan.question = name();
+  plan.structure = structure_;
   plan.fans.hold = Fans::Hold::maximum;
   const auto phase = [&](const char* phase_name, double duty, const std::string& time,
                          const char* option) {

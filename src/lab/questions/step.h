@@ -26,6 +26,7 @@ class Step final : public Question {
   std::string heat_ = "until settled";
   std::string cool_ = "until settled";
   std::string at_most_ = "10m";
+  bool structure_ = false;
 };
 
 }  // namespace lab
