@@ -60,7 +60,7 @@ CommandLine::CommandLine(const std::string& program)
       "Each command has a --help of its own. Exit status: 0 answered, 1 the data cannot "
       "answer,\n2 wrong command line or plan, 3 nothing was run, 4 a file cannot be read "
       "or written,\n5 the run ended early and was analysed, 130 ended by Ctrl-C and "
-      "analysed.");
+      "analysed;\nof compare: 0 no difference, 6 better, 7 worse, 8 different.");
   app_->failure_message(wrong_command_line);
   add_run();
   add_questions();
@@ -178,6 +178,11 @@ void CommandLine::add_others() {
                           "fit measured.csv --time seconds --power watts --temperature die");
   add_fit_options(*fit_app, fit_);
   fit_app->callback([this] { chosen_ = [this] { return fit(fit_, words_); }; });
+
+  CLI::App* compare = add(*app_, "compare", "runs laid over each other: better, same or worse",
+                          "compare old-paste new-paste; echo $?");
+  add_compare_options(*compare, compare_);
+  compare->callback([this] { chosen_ = [this] { return compare_runs(compare_, words_); }; });
 
   CLI::App* report =
       add(*app_, "report", "analyse a run again, and write its report again", "report first-step");

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "lab/commands/common_options.h"
+#include "lab/commands/compare_command.h"
 #include "lab/commands/exit_status.h"
 #include "lab/commands/fit_command.h"
 #include "lab/commands/folder_commands.h"
@@ -44,6 +45,7 @@ class CommandLine {
   std::vector<std::unique_ptr<Question>> questions_;
   PlanOptions plan_options_;
   OutputOptions output_;
+  CompareOptions compare_;
   FitOptions fit_;
   PlotOptions plot_;
   std::string report_folder_;

@@ -16,7 +16,7 @@ std::string repeat_part(const Run& run) {
   return html::element("section id=\"repeat\"",
                        html::element("h2", "To do it again") +
                            block("Command", shell_words(run.info.command)) +
-                           block("Plan", plan_text(run.plan)) +
+                           block("Plan", run.plan.question.empty() ? "" : plan_text(run.plan)) +
                            block("What the engine was started with", engine)) +
          "\n";
 }

@@ -1,0 +1,216 @@
+#include "lab/analysis/comparison.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "lab/analysis/fake_ladder.h"
+#include "lab/analysis/fake_two_nodes.h"
+#include "lab/analysis/step.h"
+
+namespace lab {
+namespace {
+
+using nlohmann::ordered_json;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+/// A step of 175 s on the two nodes at 4 Hz, with noise of half a kelvin on each sample.
+ComparedRun noisy_run(const TwoNodes& machine, unsigned seed) {
+  static const StepInput same = TwoNodes().record(one_step, 175, 0.25);
+  StepInput input =
+      machine.air_w_k == TwoNodes().air_w_k ? same : machine.record(one_step, 175, 0.25);
+  std::mt19937_64 random(seed);
+  disturb(input, 0.5, 0, random);
+  return {.name = "run " + std::to_string(seed), .answer = analyse_step(input), .conditions = {}};
+}
+
+/// The die of this one has 5 % more resistance to the air, all of it behind the sink.
+TwoNodes five_percent_worse() {
+  TwoNodes machine;
+  machine.air_w_k = 1 / (machine.sink_k_w() + 0.05 * machine.die_k_w());
+  return machine;
+}
+
+ordered_json value_of(double value, double half, const char* unit) {
+  return to_json({.value = value, .low = value - half, .high = value + half, .unit = unit});
+}
+
+/// An answer of resistances with intervals of 2 %.
+ComparedRun with_resistances(const std::string& name, const std::vector<double>& resistances) {
+  ComparedRun run{.name = name, .answer = {}, .conditions = {}};
+  for (std::size_t at = 0; at < resistances.size(); ++at) {
+    run.answer.figures["keys"]["T" + std::to_string(at)]["resistance"] =
+        value_of(resistances[at], 0.02 * resistances[at], "K/W");
+  }
+  return run;
+}
+
+TEST(Compare, SaysOfTheSameRunMadeTwiceThatThereIsNoDifferenceIn95Of100Pairs) {
+  int same = 0;
+  int same_without_least = 0;
+  for (unsigned pair = 0; pair < 100; ++pair) {
+    const std::vector<ComparedRun> runs{noisy_run({}, 2 * pair + 1), noisy_run({}, 2 * pair + 2)};
+    same += compare(runs, {}).verdict == Verdict::same ? 1 : 0;
+    same_without_least += compare(runs, {.least = 0, .keys = {}}).verdict == Verdict::same ? 1 : 0;
+  }
+  EXPECT_GE(same, 95);
+  EXPECT_GE(same_without_least, 95);
+}
+
+TEST(Compare, FindsFivePercentMoreResistanceInThreeMinutesIn99Of100Pairs) {
+  const TwoNodes worse = five_percent_worse();
+  int found = 0;
+  for (unsigned pair = 0; pair < 100; ++pair) {
+    const Comparison comparison =
+        compare({noisy_run({}, 2 * pair + 1), noisy_run(worse, 2 * pair + 2)}, {});
+    found += comparison.verdict == Verdict::worse ? 1 : 0;
+  }
+  EXPECT_GE(found, 99);
+}
+
+TEST(Compare, SaysByHowMuchInWords) {
+  const Comparison comparison =
+      compare({with_resistances("old", {0.4}), with_resistances("new", {0.3})}, {});
+  EXPECT_EQ(comparison.verdict, Verdict::better);
+  EXPECT_THAT(comparison.answer.sentences,
+              ElementsAre("new is better than old: T0 resistance is 25 % lower (95 %: 23 to 28)."));
+  const ordered_json& figures = comparison.answer.figures;
+  EXPECT_EQ(figures["verdict"], "better");
+  const ordered_json& difference = figures["runs"][0]["differences"][0];
+  EXPECT_EQ(difference["name"], "keys.T0.resistance");
+  EXPECT_NEAR(difference["difference"]["value"], -25, 1e-9);
+  EXPECT_NEAR(difference["difference"]["low"], -27.5, 1e-9);  // hypot of 1.5 % and 2 %
+  EXPECT_EQ(difference["counts"], true);
+}
+
+TEST(Compare, OfOneUpAndOneDownIsDifferent) {
+  EXPECT_EQ(
+      compare({with_resistances("a", {0.4, 0.2}), with_resistances("b", {0.5, 0.1})}, {}).verdict,
+      Verdict::different);
+  EXPECT_EQ(compare({with_resistances("a", {0.4, 0.2}), with_resistances("b", {0.5, 0.1})},
+                    {.least = 1, .keys = {"T0"}})
+                .verdict,
+            Verdict::worse);
+}
+
+TEST(Compare, OfOtherTimeConstantsAloneIsDifferent) {
+  ComparedRun one = with_resistances("a", {0.4});
+  ComparedRun other = one;
+  one.answer.figures["keys"]["T0"]["stages"][0]["time_constant"] = value_of(10, 0.1, "s");
+  other.answer.figures["keys"]["T0"]["stages"][0]["time_constant"] = value_of(12, 0.1, "s");
+  EXPECT_EQ(compare({one, other}, {}).verdict, Verdict::different);
+}
+
+TEST(Compare, DoesNotCountWhatIsBelowTheLeastDifference) {
+  ComparedRun one{.name = "a", .answer = {}, .conditions = {}};
+  ComparedRun other = one;
+  one.answer.figures["keys"]["TC0D"]["mean"] = value_of(60, 0.01, "degC");
+  other.answer.figures["keys"]["TC0D"]["mean"] = value_of(60.8, 0.01, "degC");
+  EXPECT_EQ(compare({one, other}, {}).verdict, Verdict::same);  // less than 1 K
+  EXPECT_EQ(compare({one, other}, {.least = 0.5, .keys = {}}).verdict, Verdict::worse);
+}
+
+// 2.5 standard errors, which chance gives once in 80: among 20 keys that is nothing.
+TEST(Compare, AsksForMoreTheMoreIsCompared) {
+  const ComparisonRules rules{.least = 0, .keys = {}};
+  const double by = 2.5 * std::sqrt(2.0) * 0.02 / 1.96;
+  std::vector<double> resistances(20, 1.0);
+  const ComparedRun first = with_resistances("a", resistances);
+  resistances[7] += by;
+  EXPECT_EQ(compare({first, with_resistances("b", resistances)}, rules).verdict, Verdict::same);
+  EXPECT_EQ(compare({with_resistances("a", {1}), with_resistances("b", {1 + by})}, rules).verdict,
+            Verdict::worse);
+}
+
+TEST(Compare, ComparesEachWithTheFirstAndSaysTheWorst) {
+  const Comparison comparison =
+      compare({with_resistances("a", {0.4}), with_resistances("b", {0.3}),
+               with_resistances("c", {0.5}), with_resistances("d", {0.4})},
+              {});
+  EXPECT_EQ(comparison.verdict, Verdict::worse);
+  const ordered_json& runs = comparison.answer.figures["runs"];
+  ASSERT_EQ(runs.size(), 3U);
+  EXPECT_EQ(runs[0]["verdict"], "better");
+  EXPECT_EQ(runs[1]["verdict"], "worse");
+  EXPECT_EQ(runs[2]["verdict"], "same");
+  EXPECT_EQ(comparison.answer.tables.size(), 3U);
+}
+
+TEST(Compare, LeavesOutWhatOneOfThemLacksOrCouldNotDecide) {
+  ComparedRun one = with_resistances("a", {0.4, 0.2, 0.1});
+  ComparedRun other = with_resistances("b", {0.4, 0.9});
+  other.answer.figures["keys"]["T1"]["decided"] = false;
+  const Comparison comparison = compare({one, other}, {});
+  EXPECT_EQ(comparison.verdict, Verdict::same);
+  EXPECT_THAT(comparison.answer.warnings,
+              ElementsAre(HasSubstr("T1 could not be decided in the second"),
+                          HasSubstr("T2 is only in the first")));
+
+  const Comparison nothing = compare({with_resistances("a", {}), other}, {});
+  EXPECT_EQ(nothing.verdict, Verdict::unknown);
+  EXPECT_FALSE(nothing.answer.decided);
+}
+
+TEST(Compare, WarnsOfConditionsThatAreNotTheSame) {
+  ComparedRun one = with_resistances("a", {0.4});
+  ComparedRun other = with_resistances("b", {0.4});
+  one.conditions = {{"machine", "x"}, {"hold of the fans", "maximum"}};
+  other.conditions = {{"machine", "x"}, {"hold of the fans", ""}};
+  EXPECT_THAT(compare({one, other}, {}).answer.warnings,
+              ElementsAre("The hold of the fans is not the same: \"maximum\" in a, not known in b. "
+                          "A difference may come from that."));
+  other.conditions = one.conditions;
+  EXPECT_THAT(compare({one, other}, {}).answer.warnings, IsEmpty());
+}
+
+TEST(Compare, LeavesOutListsOfOtherSettings) {
+  const auto sweep = [](double setting) {
+    ComparedRun run{.name = "a", .answer = {}, .conditions = {}};
+    run.answer.figures["points"][0]["setting"] = setting;
+    run.answer.figures["points"][0]["keys"]["TC0D"] = value_of(50, 0.1, "degC");
+    return run;
+  };
+  EXPECT_EQ(compare({sweep(1000), sweep(1000)}, {}).verdict, Verdict::same);
+  EXPECT_EQ(compare({sweep(1000), sweep(2000)}, {}).verdict, Verdict::unknown);
+}
+
+// A paste that is worse by 0.05 K/W, between the first and the second rung.
+TEST(Compare, SaysWhereTwoStructuresPart) {
+  const auto run = [](const char* name, double paste, unsigned seed) {
+    const FakeLadder ladder{{{.resistance = 0.1, .capacitance = 2},
+                             {.resistance = paste, .capacitance = 20},
+                             {.resistance = 0.2, .capacitance = 300}}};
+    StepInput input = ladder.step(50, 400, 0.1);
+    input.structure = true;
+    std::mt19937_64 random(seed);
+    disturb(input, 0.05, 0, random);
+    return ComparedRun{.name = name, .answer = analyse_step(input), .conditions = {}};
+  };
+  const Comparison comparison = compare({run("old", 0.15, 1), run("new", 0.2, 2)}, {});
+  EXPECT_EQ(comparison.verdict, Verdict::worse);
+  EXPECT_THAT(
+      comparison.answer.sentences,
+      Contains(testing::ContainsRegex("From die outwards, old and new part after 0\\.(09|10)"
+                                      "[0-9]* K/W: die ladder 2 resistance is 3[0-9.]+ % "
+                                      "higher")));
+  std::vector<std::string> titles;
+  for (const Chart& chart : comparison.answer.charts) {
+    titles.push_back(chart.title);
+  }
+  EXPECT_THAT(titles,
+              ElementsAre("Thermal impedance", "Spectrum of time constants",
+                          "Cumulative structure function", "Differential structure function"));
+  std::vector<std::string> names;
+  for (const Series& series : comparison.answer.charts[2].series) {
+    names.push_back(series.name);
+  }
+  EXPECT_THAT(names, ElementsAre("old: die", "old: die ladder", "new: die", "new: die ladder"));
+}
+
+}  // namespace
+}  // namespace lab
