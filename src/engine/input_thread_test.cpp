@@ -127,8 +127,8 @@ TEST_F(InputThread, ComplainsAboutALineThatItDoesNotUnderstandAndGoesOn) {
   EXPECT_EQ(comes_to(kPeriod / 4), kPeriod / 4);
   const std::string name(program_invocation_short_name);
   const std::string taken =
-      "; it takes \"duty D\", \"sinusoid HZ OFFSET DEPTH\", \"triangle HZ OFFSET DEPTH\" or "
-      "\"end\"\n";
+      "; it takes \"duty D\", \"sinusoid HZ OFFSET DEPTH\", \"triangle HZ OFFSET DEPTH\", "
+      "\"sines MEAN HZ AMPLITUDE DEGREES ...\" or \"end\"\n";
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             name + ": standard input \"duty 2\": \"2\" is not a duty from 0 to 1" + taken + name +
                 ": standard input \"sinusoid 6 0 1\": \"6\" Hz is above half of --frequency, "

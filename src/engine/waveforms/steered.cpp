@@ -33,6 +33,9 @@ double SteeredSource::duty() const {
   if (steering_.what == What::duty || steering_.what == What::end) {
     return steering_.offset;
   }
+  if (steering_.what == What::sines) {
+    return sum_of_sines();
+  }
   const long double periods =
       static_cast<long double>(carrier_hz_) / static_cast<long double>(steering_.hz);  // of a wave
   const auto in_wave =
@@ -40,6 +43,20 @@ double SteeredSource::duty() const {
   const Shape shape = steering_.what == What::sinusoid ? Shape::sinusoid : Shape::triangle;
   const double level = shape_level(shape, in_wave, static_cast<double>(periods));
   return std::clamp(steering_.offset + steering_.depth * level, 0.0, 1.0);
+}
+
+double SteeredSource::sum_of_sines() const {
+  constexpr double kTwoPi = 6.283185307179586;
+  double duty = steering_.offset;
+  for (std::size_t at = 0; at < steering_.sine_count; ++at) {
+    const Steering::Sine& sine = steering_.sines[at];
+    const long double waves = static_cast<long double>(period_ - since_) *
+                              static_cast<long double>(sine.hz) /
+                              static_cast<long double>(carrier_hz_);
+    const auto in_wave = static_cast<double>(std::fmod(waves, 1.0L));
+    duty += sine.amplitude * std::cos(kTwoPi * (in_wave + sine.degrees / 360));
+  }
+  return std::clamp(duty, 0.0, 1.0);
 }
 
 Slot SteeredSource::slot() const {

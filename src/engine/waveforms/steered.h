@@ -44,6 +44,7 @@ class SteeredSource final : public IntervalSource {
   void look();
   Slot slot() const;
   double duty() const;
+  double sum_of_sines() const;
   std::int64_t begin_period();
 
   const double carrier_hz_;

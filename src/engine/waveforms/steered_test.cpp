@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -202,6 +203,38 @@ TEST(SteeredSource, OfASwingThatIsNoWholeNumberOfPeriodsKeepsTheCarrierAndTheFre
   }
   player.play_until(99999 * kMs);
   const std::vector<PlayedEdge> expected = edges_of_duties(kCarrier, 0, duties);
+  ASSERT_EQ(player.edges.size(), expected.size());
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    EXPECT_EQ(player.edges[i].on, expected[i].on);
+    EXPECT_NEAR(static_cast<double>(player.edges[i].at_ns - expected[i].at_ns), 0.0, 1.0) << i;
+  }
+}
+
+TEST(SteeredSource, PlaysASumOfSinusoidsFromWhereItTookEffect) {
+  constexpr double kCarrier = 61.7;
+  Steering sines{.what = What::sines, .hz = 0.3, .offset = 0.4, .depth = 1.0};
+  sines.sine_count = 2;
+  sines.sines[0] = {0.3, 0.3, 20};
+  sines.sines[1] = {1.7, 0.2, -130};
+  Player player(kCarrier);
+  player.source.say(duty(1.0));
+  player.play_until(500 * kMs);
+  player.source.say(sines);
+  player.play_until(60000 * kMs);
+  ASSERT_EQ(player.effective_ns.size(), 2U);
+  const double first = std::round(static_cast<double>(player.effective_ns[1]) / 1e9 * kCarrier);
+  std::vector<double> duties;
+  for (int period = 0; period < static_cast<int>(60 * kCarrier) + 1; ++period) {
+    constexpr double kTurn = 2 * 3.14159265358979323846;
+    const double since_s = (period - first) / kCarrier;
+    const double sum = 0.4 + 0.3 * std::cos(kTurn * (0.3 * since_s + 20.0 / 360)) +
+                       0.2 * std::cos(kTurn * (1.7 * since_s - 130.0 / 360));
+    duties.push_back(period < first ? 1.0 : std::min(std::max(sum, 0.0), 1.0));
+  }
+  std::vector<PlayedEdge> expected = edges_of_duties(kCarrier, 0, duties);
+  while (expected.back().at_ns > 60000 * kMs) {
+    expected.pop_back();
+  }
   ASSERT_EQ(player.edges.size(), expected.size());
   for (std::size_t i = 0; i < expected.size(); ++i) {
     EXPECT_EQ(player.edges[i].on, expected[i].on);

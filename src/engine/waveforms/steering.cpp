@@ -1,6 +1,8 @@
 #include "engine/waveforms/steering.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <optional>
 #include <vector>
 
@@ -39,14 +41,19 @@ Parsed<Steering> parse_duty(std::string_view word) {
   return {Steering{.what = What::duty, .hz = 0.0, .offset = *duty, .depth = 0.0}, {}};
 }
 
+// What must hold of every frequency; empty if it does.
+const char* wrong_frequency(const std::optional<double>& hz, double carrier_hz) {
+  if (!hz || !(*hz >= kSlowestHz)) {
+    return " is not a frequency from 1e-06 Hz on";
+  }
+  return *hz <= carrier_hz / 2 ? nullptr : " Hz is above half of --frequency, which cannot show it";
+}
+
 Parsed<Steering> parse_swing(What what, const std::vector<std::string_view>& words,
                              double carrier_hz) {
   const std::optional<double> hz = number_of(words[1]);
-  if (!hz || !(*hz >= kSlowestHz)) {
-    return refuse(words[1], " is not a frequency from 1e-06 Hz on");
-  }
-  if (!(*hz <= carrier_hz / 2)) {
-    return refuse(words[1], " Hz is above half of --frequency, which cannot show it");
+  if (const char* wrong = wrong_frequency(hz, carrier_hz)) {
+    return refuse(words[1], wrong);
   }
   const std::optional<double> offset = number_of(words[2]);
   if (!offset || !is_fraction(*offset)) {
@@ -60,6 +67,32 @@ Parsed<Steering> parse_swing(What what, const std::vector<std::string_view>& wor
     return Parsed<Steering>::no("offset and depth add up to a duty above 1");
   }
   return {Steering{.what = what, .hz = *hz, .offset = *offset, .depth = *depth}, {}};
+}
+
+Parsed<Steering> parse_sines(const std::vector<std::string_view>& words, double carrier_hz) {
+  const std::optional<double> mean = number_of(words[1]);
+  if (!mean || !is_fraction(*mean)) {
+    return refuse(words[1], " is not a mean from 0 to 1");
+  }
+  Steering steering{.what = What::sines, .hz = 0.0, .offset = *mean, .depth = 0.0};
+  for (std::size_t at = 2; at + 2 < words.size(); at += 3) {
+    const std::optional<double> hz = number_of(words[at]);
+    if (const char* wrong = wrong_frequency(hz, carrier_hz)) {
+      return refuse(words[at], wrong);
+    }
+    const std::optional<double> amplitude = number_of(words[at + 1]);
+    if (!amplitude || !is_fraction(*amplitude)) {
+      return refuse(words[at + 1], " is not an amplitude from 0 to 1");
+    }
+    const std::optional<double> degrees = number_of(words[at + 2]);
+    if (!degrees || !std::isfinite(*degrees)) {
+      return refuse(words[at + 2], " is not an angle in degrees");
+    }
+    steering.hz = steering.sine_count == 0 ? *hz : std::min(steering.hz, *hz);
+    steering.depth += 2 * *amplitude;
+    steering.sines[steering.sine_count++] = {*hz, *amplitude, *degrees};
+  }
+  return {steering, {}};
 }
 
 }  // namespace
@@ -78,6 +111,11 @@ Parsed<Steering> parse_steering(std::string_view line, double carrier_hz) {
   if (words.size() == 4 && (words[0] == "sinusoid" || words[0] == "triangle")) {
     return parse_swing(words[0] == "sinusoid" ? What::sinusoid : What::triangle, words, carrier_hz);
   }
+  const std::size_t most_words = 2 + 3 * Steering::kMostSines;
+  if (words.size() >= 5 && words[0] == "sines" && words.size() % 3 == 2) {
+    return words.size() <= most_words ? parse_sines(words, carrier_hz)
+                                      : Parsed<Steering>::no("there are more than 16 sinusoids");
+  }
   return Parsed<Steering>::no("it is none of the lines that are known");
 }
 
@@ -89,6 +127,8 @@ const char* steering_name(Steering::What what) {
       return "sinusoid";
     case What::triangle:
       return "triangle";
+    case What::sines:
+      return "sines";
     case What::end:
       return "end";
   }

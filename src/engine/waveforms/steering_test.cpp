@@ -41,14 +41,41 @@ TEST(SteeringLine, IsASwing) {
   EXPECT_EQ(asked("triangle 25 0 1").what, What::triangle);
 }
 
+TEST(SteeringLine, IsASumOfSinusoids) {
+  const Steering steering = asked("sines 0.45 0.2 0.1 90 0.05 0.2 -30");
+  EXPECT_EQ(steering.what, What::sines);
+  EXPECT_EQ(steering.offset, 0.45);
+  EXPECT_EQ(steering.hz, 0.05);
+  EXPECT_DOUBLE_EQ(steering.depth, 0.6);
+  ASSERT_EQ(steering.sine_count, 2U);
+  EXPECT_EQ(steering.sines[1].hz, 0.05);
+  EXPECT_EQ(steering.sines[1].amplitude, 0.2);
+  EXPECT_EQ(steering.sines[1].degrees, -30);
+}
+
+TEST(SteeringLine, OfSinusoidsIsRefusedForWhatIsWrongInAnyOfThem) {
+  EXPECT_EQ(refusal("sines 2 1 0.1 0"), "\"2\" is not a mean from 0 to 1");
+  EXPECT_EQ(refusal("sines 0.5 1 0.1 0 26 0.1 0"),
+            "\"26\" Hz is above half of --frequency, which cannot show it");
+  EXPECT_EQ(refusal("sines 0.5 1 0.1 0 2 -1 0"), "\"-1\" is not an amplitude from 0 to 1");
+  EXPECT_EQ(refusal("sines 0.5 1 0.1 inf"), "\"inf\" is not an angle in degrees");
+  std::string line = "sines 0.5";
+  for (std::size_t at = 0; at < Steering::kMostSines; ++at) {
+    line += " 1 0.01 0";
+  }
+  EXPECT_EQ(refusal(line), "none");
+  EXPECT_EQ(refusal(line + " 1 0.01 0"), "there are more than 16 sinusoids");
+}
+
 TEST(SteeringLine, IsTheEnd) {
   EXPECT_EQ(asked("end").what, What::end);
 }
 
 TEST(SteeringLine, ThatSaysSomethingElseIsRefusedWithTheReason) {
   const std::string unknown = "it is none of the lines that are known";
-  for (const char* line : {"", "half", "duty", "duty 0.5 0.5", "end 1", "sinusoid 1 0.5",
-                           "triangle 1 0 1 0", "Duty 0.5", "duty0.5"}) {
+  for (const char* line :
+       {"", "half", "duty", "duty 0.5 0.5", "end 1", "sinusoid 1 0.5", "triangle 1 0 1 0",
+        "Duty 0.5", "duty0.5", "sines 0.5", "sines 0.5 1 0.1"}) {
     EXPECT_EQ(refusal(line), unknown) << line;
   }
   EXPECT_EQ(refusal("duty 1.5"), "\"1.5\" is not a duty from 0 to 1");
@@ -69,7 +96,8 @@ TEST(SteeringLine, ThatSaysSomethingElseIsRefusedWithTheReason) {
 }
 
 TEST(SteeringLine, ThatIsTooLongIsRefused) {
-  EXPECT_EQ(refusal("duty 0.5" + std::string(200, ' ')), "the line is too long");
+  EXPECT_EQ(refusal("duty 0.5" + std::string(SteeringLines::kLongest, ' ')),
+            "the line is too long");
 }
 
 std::vector<std::string> lines_of(const std::vector<std::string>& pieces) {

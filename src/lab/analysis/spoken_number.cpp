@@ -37,6 +37,15 @@ std::string spoken_number(double value, int digits) {
   return with_decimals(value, std::clamp(digits - 1 - magnitude(value), 0, 9));
 }
 
+std::string spoken_hertz(double frequency_hz) {
+  std::string text = spoken_number(frequency_hz);
+  if (text.find('.') != std::string::npos) {
+    text.erase(text.find_last_not_of('0') + 1);
+    text.erase(text.find_last_not_of('.') + 1);
+  }
+  return text + " Hz";
+}
+
 std::string spoken_value(const Estimate& estimate) {
   return std::isfinite(estimate.value) ? with_decimals(estimate.value, decimals_of(estimate))
                                        : "unknown";

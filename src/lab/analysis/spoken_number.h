@@ -9,6 +9,9 @@ namespace lab {
 /// A number with that many significant digits, without an exponent where people write none.
 std::string spoken_number(double value, int digits = 3);
 
+/// A frequency with three digits at most, and its unit: "0.05 Hz".
+std::string spoken_hertz(double frequency_hz);
+
 /// The value of an estimate with as many digits as its interval lets mean something: "0.432".
 std::string spoken_value(const Estimate& estimate);
 

@@ -87,6 +87,7 @@ std::string profile_text(const Drive& drive) {
 }
 
 std::string steering(const Drive& drive) {
+  std::string line;
   switch (drive.shape) {
     case Drive::Shape::profile:
       break;  // it is the engine's from its start on
@@ -97,8 +98,15 @@ std::string steering(const Drive& drive) {
       return std::string(drive.shape == Drive::Shape::sinusoid ? "sinusoid " : "triangle ") +
              decimal(drive.frequency_hz) + " " + decimal(drive.duty) + " " + decimal(drive.depth) +
              "\n";
+    case Drive::Shape::sines:
+      line = "sines " + decimal(drive.duty);
+      for (const Sine& sine : drive.sines) {
+        line += " " + decimal(sine.frequency_hz) + " " + decimal(sine.amplitude) + " " +
+                decimal(sine.degrees);
+      }
+      return line + "\n";
   }
-  return "";
+  return line;
 }
 
 }  // namespace lab

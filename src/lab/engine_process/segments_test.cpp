@@ -98,6 +98,11 @@ TEST(Steering, IsALineInPlainDecimals) {
       "sinusoid 0.1 0.25 0.5\n");
   EXPECT_EQ(steering({.shape = Drive::Shape::triangle, .duty = 0, .depth = 1, .frequency_hz = 2}),
             "triangle 2 0 1\n");
+  EXPECT_EQ(steering({.shape = Drive::Shape::sines,
+                      .duty = 0.45,
+                      .sines = {{.frequency_hz = 0.02, .amplitude = 0.15, .degrees = 10},
+                                {.frequency_hz = 0.3, .amplitude = 0.1, .degrees = 0}}}),
+            "sines 0.45 0.02 0.15 10 0.3 0.1 0\n");
 }
 
 TEST(Segments, AProfileHasAnEngineOfItsOwnThatIsNotSteered) {

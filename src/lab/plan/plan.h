@@ -1,9 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "lab/data/known_stages.h"
 
 namespace lab {
 
@@ -13,14 +16,25 @@ struct ProfilePoint {
   double duty = 0;
 };
 
+/// One of several sinusoids that a duty is the sum of.
+struct Sine {
+  double frequency_hz = 0;
+  double amplitude = 0;  ///< of the duty, to either side
+  double degrees = 0;    ///< of the cosine when the phase begins
+};
+
+/// So many of them the engine takes at once.
+inline constexpr std::size_t kMostSines = 16;
+
 /// How the duty of the load goes during a phase.
 struct Drive {
-  enum class Shape { constant, sinusoid, triangle, profile };
+  enum class Shape { constant, sinusoid, triangle, profile, sines };
   Shape shape = Shape::constant;
-  double duty = 0;                      ///< 0 to 1: the duty, or the least one of a shape
-  double depth = 0;                     ///< 0 to 1: how far the duty of a shape rises from there
-  double frequency_hz = 0;              ///< of a shape
+  double duty = 0;          ///< 0 to 1: the duty; the least one of a shape; the mean of sines
+  double depth = 0;         ///< 0 to 1: how far the duty of a sinusoid or triangle rises from there
+  double frequency_hz = 0;  ///< of a sinusoid or a triangle
   std::vector<ProfilePoint> profile{};  ///< the last point is its end
+  std::vector<Sine> sines{};
 };
 
 /// A setting of the machine that a run forces, or leaves to the machine.
@@ -62,6 +76,8 @@ struct Plan {
   std::map<std::string, double> limits;  ///< the run ends when a key shows more
   std::vector<Phase> phases;
   std::vector<std::string> engine_options;  ///< of `run`: given to the engine as they stand
+  KnownStages predicted;       ///< of `bode`: whose curve is to stand beside the points
+  std::string predicted_from;  ///< whence those are, in a word or two
 };
 
 /// What is held during a phase of the plan: its own, or what the plan has for all.
@@ -70,6 +86,9 @@ std::optional<int> pstate_of(const Plan& plan, const Phase& phase);  ///< nothin
 
 /// How long a phase "until stopped" lasts if nobody stops it.
 inline constexpr double kLongestPhase_s = 365.0 * 86400;
+
+/// How long a plan takes, if nothing ends it early: phases "until settled" as long as they may.
+double longest_s(const Plan& plan);
 
 /// Throws PlanError if an engine could not play the plan: a phase shorter than two periods of the
 /// carrier, a shape that is faster than half of it, or one that leaves 0 to 1.

@@ -15,6 +15,54 @@ namespace lab {
 
 namespace {
 
+constexpr double kLeastHz = 1e-6;
+constexpr double kMostHz = 1000;
+
+/// The numbers of a list of lists, each of them `count` long.
+std::vector<std::vector<double>> rows_of(const toml::node& node, std::size_t count,
+                                         const PlanMembers& members, const char* what) {
+  const auto refuse = [&](const toml::node& where) { members.refuse(where.source(), what); };
+  std::vector<std::vector<double>> rows;
+  if (!node.is_array()) {
+    refuse(node);
+  }
+  for (const toml::node& row : *node.as_array()) {
+    if (!row.is_array() || row.as_array()->size() != count) {
+      refuse(row);
+    }
+    rows.emplace_back();
+    for (const toml::node& cell : *row.as_array()) {
+      const auto number = cell.value<double>();
+      if (!number || !std::isfinite(*number)) {
+        refuse(cell);
+      }
+      rows.back().push_back(*number);
+    }
+  }
+  if (rows.empty()) {
+    refuse(node);
+  }
+  return rows;
+}
+
+Drive parse_sines(PlanMembers& members) {
+  Drive drive{.shape = Drive::Shape::sines};
+  const toml::node& node = *members.take("sines");
+  constexpr const char* kForm =
+      "sines is to be a list of [Hz, amplitude from 0 to 0.5, degrees], at most 16 of them";
+  for (const std::vector<double>& row : rows_of(node, 3, members, kForm)) {
+    if (!(row[0] >= kLeastHz && row[0] <= kMostHz) || !(row[1] >= 0 && row[1] <= 0.5)) {
+      members.refuse(node.source(), kForm);
+    }
+    drive.sines.push_back({.frequency_hz = row[0], .amplitude = row[1], .degrees = row[2]});
+  }
+  if (drive.sines.size() > kMostSines) {
+    members.refuse(node.source(), kForm);
+  }
+  drive.duty = members.number("mean", 0.5, 0, 1);
+  return drive;
+}
+
 /// A list of instants and duties.
 Drive parse_profile(PlanMembers& members) {
   const toml::node& node = *members.take("profile");
@@ -58,14 +106,20 @@ Drive parse_drive(PlanMembers& members) {
     }
     return parse_profile(members);
   }
+  if (members.has("sines")) {
+    for (const char* other : {"duty", "sinusoid", "triangle", "offset", "depth"}) {
+      if (members.has(other)) {
+        members.refuse(std::string(other) + " and sines exclude each other");
+      }
+    }
+    return parse_sines(members);
+  }
   const bool sinusoid = members.has("sinusoid");
   const bool triangle = members.has("triangle");
   if ((sinusoid ? 1 : 0) + (triangle ? 1 : 0) + (members.has("duty") ? 1 : 0) != 1) {
-    members.refuse("a phase has one of duty, sinusoid, triangle and profile");
+    members.refuse("a phase has one of duty, sinusoid, triangle, profile and sines");
   }
   drive.duty = members.number("duty", 0, 0, 1);
-  constexpr double kLeastHz = 1e-6;
-  constexpr double kMostHz = 1000;
   const double sinusoid_hz = members.number("sinusoid", 0, kLeastHz, kMostHz);
   const double triangle_hz = members.number("triangle", 0, kLeastHz, kMostHz);
   const double offset = members.number("offset", 0, 0, 1);
@@ -98,8 +152,8 @@ std::optional<double> fixed_length(const Phase& phase, PlanMembers& members) {
 
 Phase parse_phase(const toml::table& table, const std::string& file) {
   PlanMembers members(table, file, "a phase");
-  members.only({"name", "duty", "sinusoid", "triangle", "offset", "depth", "duration", "at_most",
-                "drift", "fans", "pstate", "load", "profile"});
+  members.only({"name", "duty", "sinusoid", "triangle", "sines", "mean", "offset", "depth",
+                "duration", "at_most", "drift", "fans", "pstate", "load", "profile"});
   Phase phase;
   phase.name = members.text("name", "phase");
   phase.drive = parse_drive(members);
@@ -144,6 +198,33 @@ void parse_limits(const toml::node* node, const PlanMembers& members, Plan& plan
   }
 }
 
+void parse_predicted(const toml::node* node, const PlanMembers& members, const std::string& file,
+                     Plan& plan) {
+  if (node == nullptr) {
+    return;
+  }
+  if (!node->is_table()) {
+    members.refuse(node->source(), "predicted is to be a table: [predicted]");
+  }
+  PlanMembers predicted(*node->as_table(), file, "predicted");
+  predicted.only({"from", "stages"});
+  plan.predicted_from = predicted.text("from", "another run");
+  const toml::node* stages = predicted.take("stages");
+  constexpr const char* kForm =
+      "the stages of a key are to be a list of [K/W, s], such as TC0D = [[0.2, 0.5], [0.2, 28]]";
+  if (stages == nullptr || !stages->is_table()) {
+    predicted.refuse(kForm);
+  }
+  for (const auto& [key, list] : *stages->as_table()) {
+    for (const std::vector<double>& row : rows_of(list, 2, predicted, kForm)) {
+      if (!(row[1] > 0)) {
+        predicted.refuse(list.source(), kForm);
+      }
+      plan.predicted[std::string(key.str())].push_back({.resistance = row[0], .tau_s = row[1]});
+    }
+  }
+}
+
 }  // namespace
 
 Plan parse_plan(std::string_view text, const std::string& name) {
@@ -158,7 +239,7 @@ Plan parse_plan(std::string_view text, const std::string& name) {
   }
   PlanMembers members(table, name, "a plan");
   members.only({"question", "load", "threads", "carrier", "rate", "keys", "power", "structure",
-                "fans", "pstate", "engine_options", "limits", "phase"});
+                "fans", "pstate", "engine_options", "limits", "predicted", "phase"});
   const Plan defaults;
   Plan plan;
   plan.question = members.text("question", "run");
@@ -176,6 +257,7 @@ Plan parse_plan(std::string_view text, const std::string& name) {
   }
   plan.engine_options = members.texts("engine_options");
   parse_limits(members.take("limits"), members, plan);
+  parse_predicted(members.take("predicted"), members, name, plan);
   if (const toml::node* phases = members.take("phase")) {
     if (!phases->is_array_of_tables()) {
       members.refuse(phases->source(), "phases are written [[phase]]");

@@ -215,5 +215,54 @@ TEST(PlanFile, AFileThatIsNotThereIsNamed) {
   EXPECT_THROW(read_plan("/nowhere/my.toml"), PlanError);
 }
 
+constexpr const char* kSines = R"(
+question = "bode"
+
+[predicted]
+from = "first"
+stages.TC0D = [[0.24, 0.49], [-0.19, 27.6]]
+
+[[phase]]
+sines = [[0.02, 0.2, 0], [0.3, 0.1, -90]]
+mean = 0.45
+duration = 200
+)";
+
+TEST(PlanFile, SinusoidsAtOnceAndPredictedStagesAreReadAndWritten) {
+  const std::string again = plan_text(parse_plan(kSines, "my.toml"));
+  for (const Plan& plan : {parse_plan(kSines, "my.toml"), parse_plan(again, "again.toml")}) {
+    const Drive& drive = plan.phases[0].drive;
+    EXPECT_EQ(drive.shape, Drive::Shape::sines);
+    EXPECT_EQ(drive.duty, 0.45);
+    ASSERT_EQ(drive.sines.size(), 2U);
+    EXPECT_EQ(drive.sines[1].frequency_hz, 0.3);
+    EXPECT_EQ(drive.sines[1].amplitude, 0.1);
+    EXPECT_EQ(drive.sines[1].degrees, -90);
+    EXPECT_EQ(plan.predicted_from, "first");
+    ASSERT_EQ(plan.predicted.at("TC0D").size(), 2U);
+    EXPECT_EQ(plan.predicted.at("TC0D")[1].resistance, -0.19);
+    EXPECT_EQ(plan.predicted.at("TC0D")[1].tau_s, 27.6);
+  }
+}
+
+TEST(PlanFile, SinusoidsOfAnotherFormAreRefused) {
+  const std::string phase = "[[phase]]\nduration = 9\n";
+  EXPECT_EQ(refusal(phase + "sines = [[1, 0.1]]"),
+            "my.toml:3:10: sines is to be a list of [Hz, amplitude from 0 to 0.5, degrees], at "
+            "most 16 of them");
+  EXPECT_EQ(refusal(phase + "sines = [[1, 0.1, 0]]\nduty = 1"),
+            "my.toml:1:1: duty and sines exclude each other");
+  EXPECT_THAT(refusal("[predicted]\nstages.TC0D = [[1]]\n" + phase + "duty = 1"),
+              testing::HasSubstr("the stages of a key are to be a list of [K/W, s]"));
+}
+
+TEST(PlanFile, SaysHowLongThePlanTakes) {
+  EXPECT_THAT(plan_text(parse_plan(kSines, "my.toml")),
+              testing::HasSubstr("# It takes 3 min 20 s.\n"));
+  EXPECT_THAT(plan_text(parse_plan(kWhole, "my.toml")),
+              testing::HasSubstr("# It takes 2 min 10 s at most: what is to settle may do so "
+                                 "sooner.\n"));
+}
+
 }  // namespace
 }  // namespace lab

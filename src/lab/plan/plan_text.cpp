@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "lab/plan/duration.h"
 #include "lab/plan/plan_file.h"
 
 namespace lab {
@@ -41,6 +43,15 @@ std::string fans_value(const Fans& fans) {
   return "";
 }
 
+void write_sines(std::ostream& out, const Drive& drive) {
+  out << "sines = [  # Hz, amplitude of the duty, degrees\n";
+  for (const Sine& sine : drive.sines) {
+    out << "  [" << number(sine.frequency_hz) << ", " << number(sine.amplitude) << ", "
+        << number(sine.degrees) << "],\n";
+  }
+  out << "]\nmean = " << number(drive.duty) << '\n';
+}
+
 void write_drive(std::ostream& out, const Drive& drive) {
   if (drive.shape == Drive::Shape::profile) {
     out << "profile = [  # s, duty from then on; the last one is the end\n";
@@ -48,6 +59,10 @@ void write_drive(std::ostream& out, const Drive& drive) {
       out << "  [" << number(point.time_s) << ", " << number(point.duty) << "],\n";
     }
     out << "]\n";
+    return;
+  }
+  if (drive.shape == Drive::Shape::sines) {
+    write_sines(out, drive);
     return;
   }
   if (drive.shape == Drive::Shape::constant) {
@@ -86,12 +101,37 @@ void write_phase(std::ostream& out, const Phase& phase) {
   }
 }
 
+bool settles(const Plan& plan) {
+  return std::any_of(plan.phases.begin(), plan.phases.end(),
+                     [](const Phase& phase) { return phase.until_settled; });
+}
+
+void write_predicted(std::ostream& out, const Plan& plan) {
+  if (plan.predicted.empty()) {
+    return;
+  }
+  out << "\n[predicted]  # stages whose curve is to stand beside what is measured\nfrom = "
+      << quoted(plan.predicted_from) << '\n';
+  for (const auto& [key, stages] : plan.predicted) {
+    out << "stages." << quoted(key) << " = [";
+    for (std::size_t at = 0; at < stages.size(); ++at) {
+      out << (at > 0 ? ", [" : "[") << number(stages[at].resistance) << ", "
+          << number(stages[at].tau_s) << ']';
+    }
+    out << "]  # K/W, s\n";
+  }
+}
+
 }  // namespace
 
 std::string plan_text(const Plan& plan) {
   std::ostringstream out;
-  out << "# A plan of vorn-lab. Run it: vorn-lab " << plan.question << " --plan FILE\n"
-      << "question = " << quoted(plan.question) << '\n';
+  out << "# A plan of vorn-lab. Run it: vorn-lab " << plan.question << " --plan FILE\n";
+  if (!plan.phases.empty() && !plan.phases.back().until_stopped) {
+    out << "# It takes " << spoken(longest_s(plan))
+        << (settles(plan) ? " at most: what is to settle may do so sooner.\n" : ".\n");
+  }
+  out << "question = " << quoted(plan.question) << '\n';
   if (!plan.engine_options.empty()) {
     out << "engine_options = " << list(plan.engine_options) << '\n';
   } else {
@@ -114,6 +154,7 @@ std::string plan_text(const Plan& plan) {
       out << quoted(key) << " = " << number(value) << '\n';
     }
   }
+  write_predicted(out, plan);
   for (const Phase& phase : plan.phases) {
     write_phase(out, phase);
   }

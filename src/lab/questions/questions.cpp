@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "lab/questions/bode.h"
 #include "lab/questions/fit.h"
 #include "lab/questions/just_run.h"
 #include "lab/questions/prove.h"
@@ -13,6 +14,7 @@ std::vector<std::unique_ptr<Question>> all_questions() {
   std::vector<std::unique_ptr<Question>> questions;
   questions.push_back(std::make_unique<JustRun>());
   questions.push_back(std::make_unique<Step>());
+  questions.push_back(std::make_unique<Bode>());
   questions.push_back(std::make_unique<Prove>());
   questions.push_back(std::make_unique<Watch>());
   questions.push_back(std::make_unique<Fit>());

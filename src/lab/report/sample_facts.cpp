@@ -19,6 +19,9 @@ std::string drive_text(const Drive& drive) {
     return "a profile of " + count_text(static_cast<std::int64_t>(drive.profile.size())) +
            " points";
   }
+  if (drive.shape == Drive::Shape::sines) {
+    return std::to_string(drive.sines.size()) + " sinusoids around " + percent_text(drive.duty);
+  }
   return std::string(drive.shape == Drive::Shape::sinusoid ? "sinusoid" : "triangle") + " of " +
          with_unit(number_text(drive.frequency_hz), "Hz") + ", " + percent_text(drive.duty) +
          " to " + percent_text(drive.duty + drive.depth);

@@ -120,7 +120,7 @@ void Player::play_phase(std::size_t index) {
     // Sample k is due at k / rate, whatever phase is played then.
     const double due_ms = static_cast<double>(samples_) / run_.plan.rate_hz / kMs;
     if (static_cast<double>(now_ms_) >= due_ms) {
-      sample(index, phase.drive);
+      sample(index);
     }
     if (phase.until_settled && now_ms_ >= next_look_ms) {
       next_look_ms += 1000;
@@ -153,6 +153,14 @@ double Player::duty(const Drive& drive, std::uint64_t period) const {
   }
   const double since_s = static_cast<double>(period) / run_.plan.carrier_hz -
                          static_cast<double>(phase_began_ms_) * kMs;
+  if (drive.shape == Drive::Shape::sines) {
+    double duty = drive.duty;
+    for (const Sine& sine : drive.sines) {
+      duty += sine.amplitude *
+              std::cos(2 * kPi * (sine.frequency_hz * std::max(0.0, since_s) + sine.degrees / 360));
+    }
+    return std::clamp(duty, 0.0, 1.0);
+  }
   const double wave = std::max(0.0, since_s) * drive.frequency_hz;
   const double part = wave - std::floor(wave);
   const double level = drive.shape == Drive::Shape::sinusoid ? 0.5 - 0.5 * std::cos(2 * kPi * part)
@@ -176,13 +184,11 @@ void Player::advance(const Drive& drive, double activity) {
   ++now_ms_;
 }
 
-void Player::sample(std::size_t phase, const Drive& drive) {
+void Player::sample(std::size_t phase) {
   const std::int64_t since_ms = now_ms_ - sampled_ms_;
-  const auto period =
-      static_cast<std::uint64_t>(static_cast<double>(now_ms_) * kMs * run_.plan.carrier_hz);
+  const double load = since_ms > 0 ? on_ms_ / static_cast<double>(since_ms) : 0;
   run_.samples.time_s.push_back(static_cast<double>(now_ms_) * kMs);
-  std::vector<double> values{static_cast<double>(phase), duty(drive, period),
-                             since_ms > 0 ? on_ms_ / static_cast<double>(since_ms) : 0, 0};
+  std::vector<double> values{static_cast<double>(phase), load, load, 0};
   for (const std::string& name : run_.plan.keys) {
     const simulated::Key& key = key_of(name);
     values.push_back(key.type.decode(key.type.encode(key.value(model_))));

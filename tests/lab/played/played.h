@@ -39,7 +39,7 @@ class Player {
   void force(const Phase& phase);
   double duty(const Drive& drive, std::uint64_t period) const;
   void advance(const Drive& drive, double activity);
-  void sample(std::size_t phase, const Drive& drive);
+  void sample(std::size_t phase);
 
   simulated::Model model_;
   Run run_;
