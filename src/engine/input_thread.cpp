@@ -11,6 +11,8 @@
 #include <string_view>
 
 #include "engine/complaint.h"
+#include "engine/forcing.h"
+#include "engine/forcing_thread.h"
 #include "engine/waveforms/steered.h"
 #include "engine/waveforms/steering.h"
 #include "engine/waveforms/text_lines.h"
@@ -36,7 +38,8 @@ constexpr std::uint32_t kRestUs = 2000;  // so 128 kB a second at most
 // Written before the thread starts.
 SteeredSource* steered_source = nullptr;
 double carrier = 0.0;
-int ending = -1;  // a counter of the kernel's: not 0 when the thread is to end
+Forced& forced_by_run = *new Forced;  // never destroyed: a failed start ends main() meanwhile
+int ending = -1;                      // a counter of the kernel's: not 0 when the thread is to end
 
 std::atomic<bool> input_over{false};
 
@@ -58,11 +61,22 @@ bool take_line(std::string_view line) {
   if (words_of(line).empty()) {
     return true;
   }
+  const auto refuse = [line](const std::string& why) {
+    complain("standard input " + shown_text(line) + ": " + why + "; it takes " + kForcingTaken +
+             ", " + kSteeringTaken);
+    return true;
+  };
+  if (is_forcing(line)) {
+    const Parsed<Forcing> forcing = parse_forcing(line, forced_by_run);
+    if (!forcing.value) {
+      return refuse(forcing.refused);
+    }
+    say_forcing(*forcing.value);
+    return true;
+  }
   const Parsed<Steering> steering = parse_steering(line, carrier);
   if (!steering.value) {
-    complain("standard input " + shown_text(line) + ": " + steering.refused + "; it takes " +
-             kSteeringTaken);
-    return true;
+    return refuse(steering.refused);
   }
   steered_source->say(*steering.value);
   return steering.value->what != Steering::What::end;
@@ -116,9 +130,10 @@ int input_thread_priority() {
   return monitor_thread_priority() - 1;
 }
 
-int spawn_input(SteeredSource* steered, double carrier_hz) {
+int spawn_input(SteeredSource* steered, double carrier_hz, const Forced& forced) {
   steered_source = steered;
   carrier = carrier_hz;
+  forced_by_run = forced;
   input_over = false;
   if (ending >= 0) {
     close(ending);

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <thread>
 
+#include "engine/forcing.h"
 #include "engine/waveforms/steered.h"
 #include "support/fake_host.h"
 #include "support/machine_fixture.h"
@@ -108,7 +109,7 @@ class InputThread : public MachineFixture {
 };
 
 TEST_F(InputThread, SaysTheLinesToTheWaveform) {
-  ASSERT_EQ(spawn_input(&source_, kCarrier), 0);
+  ASSERT_EQ(spawn_input(&source_, kCarrier, {}), 0);
   write_to_input("duty 0.25\n");
   EXPECT_EQ(comes_to(kPeriod / 4), kPeriod / 4);
   write_to_input("\nduty 0.9\nduty 0.");
@@ -122,12 +123,13 @@ TEST_F(InputThread, SaysTheLinesToTheWaveform) {
 
 TEST_F(InputThread, ComplainsAboutALineThatItDoesNotUnderstandAndGoesOn) {
   testing::internal::CaptureStderr();
-  ASSERT_EQ(spawn_input(&source_, kCarrier), 0);
+  ASSERT_EQ(spawn_input(&source_, kCarrier, {}), 0);
   write_to_input("duty 0.5\nduty 2\nsinusoid 6 0 1\nduty 0.25\n");
   EXPECT_EQ(comes_to(kPeriod / 4), kPeriod / 4);
   const std::string name(program_invocation_short_name);
   const std::string taken =
-      "; it takes \"duty D\", \"sinusoid HZ OFFSET DEPTH\", \"triangle HZ OFFSET DEPTH\", "
+      "; it takes \"fans RPM\", \"fan KEY RPM\", \"pstate P\", \"duty D\", \"sinusoid HZ OFFSET "
+      "DEPTH\", \"triangle HZ OFFSET DEPTH\", "
       "\"sines MEAN HZ AMPLITUDE DEGREES ...\" or \"end\"\n";
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             name + ": standard input \"duty 2\": \"2\" is not a duty from 0 to 1" + taken + name +
@@ -137,8 +139,18 @@ TEST_F(InputThread, ComplainsAboutALineThatItDoesNotUnderstandAndGoesOn) {
   EXPECT_FALSE(run_ended);
 }
 
+TEST_F(InputThread, RefusesToForceWhatTheRunLeavesAlone) {
+  testing::internal::CaptureStderr();
+  ASSERT_EQ(spawn_input(&source_, kCarrier, {}), 0);
+  write_to_input("fans 800\nduty 0.25\n");
+  EXPECT_EQ(comes_to(kPeriod / 4), kPeriod / 4);
+  EXPECT_NE(testing::internal::GetCapturedStderr().find("\"fans 800\": the run holds no fan"),
+            std::string::npos);
+  EXPECT_TRUE(controller->requests().empty());
+}
+
 TEST_F(InputThread, EndsTheRunWhenTheInputEnds) {
-  ASSERT_EQ(spawn_input(&source_, kCarrier), 0);
+  ASSERT_EQ(spawn_input(&source_, kCarrier, {}), 0);
   EXPECT_FALSE(input_ended_run());
   close_input();
   EXPECT_TRUE(ends());
@@ -146,7 +158,7 @@ TEST_F(InputThread, EndsTheRunWhenTheInputEnds) {
 }
 
 TEST_F(InputThread, EndsTheRunWhenTheInputEndsThatNobodyReads) {
-  ASSERT_EQ(spawn_input(nullptr, 0.0), 0);
+  ASSERT_EQ(spawn_input(nullptr, 0.0, {}), 0);
   write_to_input("something\n");
   std::this_thread::sleep_for(std::chrono::milliseconds(20));
   EXPECT_FALSE(run_ended);
@@ -157,12 +169,12 @@ TEST_F(InputThread, EndsTheRunWhenTheInputEndsThatNobodyReads) {
 
 TEST_F(InputThread, EndsTheRunWhenTheInputFails) {
   use_as_input(open("/", O_RDONLY | O_CLOEXEC));  // a folder, which cannot be read
-  ASSERT_EQ(spawn_input(nullptr, 0.0), 0);
+  ASSERT_EQ(spawn_input(nullptr, 0.0, {}), 0);
   EXPECT_TRUE(ends());
 }
 
 TEST_F(InputThread, BehindTheWordTheEndOfTheInputIsNotWaitedFor) {
-  ASSERT_EQ(spawn_input(&source_, kCarrier), 0);
+  ASSERT_EQ(spawn_input(&source_, kCarrier, {}), 0);
   write_to_input("end\n");
   close_input();
   EXPECT_EQ(comes_to(-2), -2);
@@ -175,7 +187,7 @@ TEST_F(InputThread, LeavesATerminalAloneUntilItHangsUp) {
   int terminal = -1;
   ASSERT_EQ(openpty(&keyboard, &terminal, nullptr, nullptr, nullptr), 0);
   use_as_input(terminal);
-  ASSERT_EQ(spawn_input(nullptr, 0.0), 0);
+  ASSERT_EQ(spawn_input(nullptr, 0.0, {}), 0);
   ASSERT_EQ(write(keyboard, "typed\n", 6), 6);
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
   EXPECT_FALSE(run_ended);
@@ -196,7 +208,7 @@ TEST_F(InputThread, StandsBetweenTheLoadAndTheThreadsThatAreOnTime) {
 
 TEST_F(InputThread, IsNotStartedWithoutARightToItsPriority) {
   fake_host::state().priority_result = EPERM;
-  EXPECT_EQ(spawn_input(nullptr, 0.0), -1);
+  EXPECT_EQ(spawn_input(nullptr, 0.0, {}), -1);
 }
 
 }  // namespace

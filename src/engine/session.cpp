@@ -7,6 +7,8 @@
 
 #include "Inspection/inspection.h"
 #include "engine/complaint.h"
+#include "engine/forcing.h"
+#include "engine/forcing_thread.h"
 #include "engine/input_thread.h"
 #include "engine/limit_thread.h"
 #include "engine/loads/load_factories.h"
@@ -240,7 +242,16 @@ int Session::start_threads_beside() {
     say({note_on_refused_thread(limit_thread.start_error())});
     return -1;
   }
-  if (request_.attached && spawn_input(choice_.steered, frequency) < 0) {
+  Forced forced;
+  if (choice_.steered != nullptr && uid.privileged()) {
+    forced = {.fans = setting_fans() ? fans : std::list<std::string>(), .pstate = setting_pstate()};
+  }
+  if ((!forced.fans.empty() || forced.pstate) && spawn_forcing(record_.get()) < 0) {
+    complain("the thread that forces fans and P-state cannot be started");
+    say({note_on_refused_thread(forcing_thread.start_error())});
+    return -1;
+  }
+  if (request_.attached && spawn_input(choice_.steered, frequency, forced) < 0) {
     complain("the thread that listens to standard input cannot be started");
     say({note_on_refused_thread(input_thread.start_error())});
     return -1;

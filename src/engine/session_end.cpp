@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "engine/complaint.h"
+#include "engine/forcing_thread.h"
 #include "engine/input_thread.h"
 #include "engine/limit_thread.h"
 #include "engine/nanoseconds.h"
@@ -156,6 +157,7 @@ void Session::record_failed_start() {
     int priority;
   } service[] = {{"limits", limit_thread, monitor_thread_priority()},
                  {"standard input", input_thread, input_thread_priority()},
+                 {"forcing", forcing_thread, fan_thread_priority()},
                  {"fans", fan_thread, fan_thread_priority()},
                  {"samples", monitor_thread, monitor_thread_priority()},
                  {"waveform", timing_thread, timing_thread_priority()}};
@@ -172,6 +174,7 @@ void Session::record_failed_start() {
 
 ExitStatus Session::conclude(int result) {
   end_input();
+  end_forcing();
   if (result < 0) {
     record_failed_start();
     return ExitStatus::kNotStarted;

@@ -22,6 +22,19 @@ int could_not_set(PrivilegedSetting setting, PrivilegedSetting* failed) {
   return -1;
 }
 
+/// Does `change` with the privilege while the run lasts. Returns what it returns.
+template <class Change>
+int changed(const Change& change) {
+  const std::lock_guard lock(in_progress);
+  if (params.terminate) {
+    return 0;
+  }
+  uid.elevate();
+  const int result = change();
+  uid.relinquish();
+  return result;
+}
+
 }  // namespace
 
 int setup_privileged(PrivilegedSetting* failed) {
@@ -40,6 +53,14 @@ int setup_privileged(PrivilegedSetting* failed) {
   }
   uid.relinquish();
   return 0;
+}
+
+int change_fans(const std::list<std::string>& names, unsigned int speed) {
+  return changed([&] { return set_fans(names, speed); });
+}
+
+int change_pstate(std::int32_t number) {
+  return changed([&] { return set_pstate(number); });
 }
 
 void teardown_privileged() {

@@ -167,7 +167,8 @@ TEST(SteeredEngine, ComplainsAboutALineThatItDoesNotUnderstandAndGoesOn) {
   const Outcome outcome = running.wait();
   EXPECT_EQ(outcome.status, 0);
   const std::string taken =
-      "; it takes \"duty D\", \"sinusoid HZ OFFSET DEPTH\", \"triangle HZ OFFSET DEPTH\", "
+      "; it takes \"fans RPM\", \"fan KEY RPM\", \"pstate P\", \"duty D\", \"sinusoid HZ OFFSET "
+      "DEPTH\", \"triangle HZ OFFSET DEPTH\", "
       "\"sines MEAN HZ AMPLITUDE DEGREES ...\" or \"end\"\n";
   for (const std::string line : {"\"louder\": it is none of the lines that are known",
                                  "\"duty 1.1\": \"1.1\" is not a duty from 0 to 1"}) {

@@ -41,6 +41,17 @@ bool start_writer(std::shared_ptr<RecordParts>* share) {
   return started;
 }
 
+/// A word of two texts, said now.
+Word word_of(Word::Kind kind, std::string_view what, std::string_view more) noexcept {
+  Word word;
+  word.kind = kind;
+  word.at_ns = clock_reading().monotonic_ns;
+  word.append(what);
+  word.what = word.length;
+  word.append(more);
+  return word;
+}
+
 }  // namespace
 
 Record::Record(RecordPlan plan) : Record(std::move(plan), nullptr) {}
@@ -95,13 +106,11 @@ void Record::sample_taken(double elapsed_s) noexcept {
 }
 
 void Record::refused(std::string_view what, std::string_view why) noexcept {
-  Word word;
-  word.kind = Word::Kind::refused;
-  word.at_ns = clock_reading().monotonic_ns;
-  word.append(what);
-  word.what = word.length;
-  word.append(why);
-  parts_->words.push(word);
+  parts_->words.push(word_of(Word::Kind::refused, what, why));
+}
+
+void Record::forced(std::string_view what, std::string_view value) noexcept {
+  parts_->words.push(word_of(Word::Kind::forced, what, value));
 }
 
 void Record::load_error(unsigned thread, int processor, std::int64_t at_ns,

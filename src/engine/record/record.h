@@ -84,12 +84,15 @@ class Record {
   /// and work. Neither waits nor allocates. Thread: one, the monitor thread.
   void sample_taken(double elapsed_s) noexcept;
 
-  // Two kinds of words. What is too long is cut, what finds no room is dropped and counted. Neither
-  // waits or allocates. Thread: any.
+  // Three kinds of words. What is too long is cut, what finds no room is dropped and counted.
+  // Neither waits or allocates. Thread: any.
 
   /// A right that the run asked for was refused: what ("thread of the samples at priority 63"), and
   /// why.
   void refused(std::string_view what, std::string_view why) noexcept;
+  /// Something of the machine is forced otherwise from now on: what ("F0Tg", "pstate"), and to
+  /// what.
+  void forced(std::string_view what, std::string_view value) noexcept;
   /// A load's result was wrong, on `processor` (-1: unknown).
   void load_error(unsigned thread, int processor, std::int64_t at_ns,
                   std::string_view text) noexcept;

@@ -165,12 +165,16 @@ TEST_F(TheRecord, SaysNothingOfAStartThatNobodyAgreedOn) {
 TEST_F(TheRecord, SaysWhatWasSaid) {
   Record record(plan(1));
   record.refused("priority 63", "a line\nwith two ends");
+  record.forced("F0Tg", "maximum");
   record.load_error(0, 5, 777, "fma: wrong result");
   record.finish("", 0);
   const RecordReader reader(path_);
   ASSERT_EQ(reader.of("refused").size(), 1U);
   EXPECT_EQ(reader.of("refused")[0][2], "priority 63");
   EXPECT_EQ(reader.of("refused")[0][3], "a line\nwith two ends");
+  ASSERT_EQ(reader.of("forced").size(), 1U);
+  EXPECT_EQ(reader.of("forced")[0][2], "F0Tg");
+  EXPECT_EQ(reader.of("forced")[0][3], "maximum");
   EXPECT_EQ(reader.of("error"),
             (std::vector<RecordLine>{{"error", "777", "0", "5", "fma: wrong result"}}));
 }

@@ -84,6 +84,12 @@ void RecordWriter::take_words() {
             .add(text.substr(0, word.what))
             .add(text.substr(word.what));
         break;
+      case Word::Kind::forced:
+        Line(text_, "forced")
+            .add(word.at_ns)
+            .add(text.substr(0, word.what))
+            .add(text.substr(word.what));
+        break;
       case Word::Kind::error:
         Line(text_, "error").add(word.at_ns).add(word.thread).add(word.processor).add(text);
         break;

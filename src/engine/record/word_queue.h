@@ -8,14 +8,15 @@
 
 /// Something that was said in a run.
 struct Word {
-  enum class Kind : std::int32_t { refused, error };
+  enum class Kind : std::int32_t { refused, error, forced };
   static constexpr std::size_t kLongest = 400;  ///< bytes of text; what is longer is cut
 
   Kind kind = Kind::refused;
   std::int64_t at_ns = 0;       ///< of CLOCK_MONOTONIC
   std::uint32_t thread = 0;     ///< of an error
   std::int32_t processor = -1;  ///< of an error
-  std::uint32_t what = 0;       ///< of a refusal: how many bytes of the text are what was refused
+  std::uint32_t what = 0;  ///< of a refusal: how many bytes of the text are what was refused; of a
+                           ///< forcing: what was forced
   std::uint32_t length = 0;
   std::array<char, kLongest> text{};
 
