@@ -8,6 +8,7 @@
 #include "lab/commands/run_command.h"
 #include "lab/commands/version.h"
 #include "lab/engine_process/engine_options.h"
+#include "lab/engine_process/machine_keys.h"
 #include "lab/plan/plan_error.h"
 #include "lab/plan/plan_file.h"
 
@@ -98,6 +99,7 @@ Plan CommandLine::plan_of(const Question& question, const CLI::App& command) con
                     "\": run it with \"" + program_ + " " + plan.question + "\"");
   }
   apply(plan_options_, plan);
+  question.complete(plan, [] { return machine_keys(); });
   return plan;
 }
 

@@ -48,11 +48,11 @@ Conductor::Conductor(const Plan& plan, const RunFolder& folder, RunInfo& info, M
 
 Conductor::~Conductor() = default;
 
-void Conductor::play() {
+void Conductor::play(std::size_t first) {
   if (plan_.phases.empty()) {
     play_options();
   }
-  for (const Segment& segment : segments_of(plan_)) {
+  for (const Segment& segment : segments_of(plan_, first)) {
     play_segment(segment);
     if (info_.end != RunEnd::complete) {
       break;
@@ -104,7 +104,7 @@ void Conductor::play_segment(const Segment& segment) {
     if (phase_ != segment.first) {
       note_phase();
     }
-    engine_->steer(plan_.phases[phase_].drive);
+    engine_->steer(plan_.phases[phase_].drive, forcing(plan_, segment, phase_, means_));
     if (!play_phase(plan_.phases[phase_], phase_ - segment.first)) {
       played = Played::part;
       break;
@@ -117,10 +117,13 @@ void Conductor::play_segment(const Segment& segment) {
 /// Notes that the present phase begins, and how the machine is held in it.
 void Conductor::note_phase() {
   const Phase& phase = plan_.phases[phase_];
-  info_.phases.push_back({.name = phase.name,
-                          .engine_start = static_cast<int>(engine_ ? starts_ - 1 : starts_),
-                          .fans = fans_held(fans_of(plan_, phase), means_),
-                          .pstate = pstate_held(pstate_of(plan_, phase), means_)});
+  info_.phases.push_back(
+      {.name = phase.name,
+       .engine_start = static_cast<int>(engine_ ? starts_ - 1 : starts_),
+       .fans = (phase.fan.empty() ? "" : phase.fan + " ") +
+               fans_held(fans_of(plan_, phase), means_) +
+               (phase.fan.empty() ? "" : ", the others " + fans_held(plan_.fans, means_)),
+       .pstate = pstate_held(pstate_of(plan_, phase), means_)});
 }
 
 void Conductor::start_engine(const std::vector<std::string>& arguments,

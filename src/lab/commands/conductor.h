@@ -29,9 +29,9 @@ class Conductor {
   Conductor& operator=(const Conductor&) = delete;
   ~Conductor();
 
-  /// Plays the plan to its end, or until somebody asks to stop. How it ended stands in `info`
-  /// afterwards. Throws EngineError if an engine cannot be started.
-  void play();
+  /// Plays the plan from phase `first` on to its end, or until somebody asks to stop. How it ended
+  /// stands in `info` afterwards. Throws EngineError if an engine cannot be started.
+  void play(std::size_t first = 0);
 
   /// Lines of samples that the disk did not take.
   std::size_t lost() const { return samples_.lost(); }

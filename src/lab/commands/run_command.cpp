@@ -61,9 +61,21 @@ void note_what_is_not_done(const Plan& plan, const Means& means, RunInfo& info) 
   }
 }
 
-/// Has the engine play the plan into the folder. Returns how many lines of samples.csv were lost.
-std::size_t conduct(const Plan& plan, const RunFolder& folder, RunInfo& info, const Means& means,
-                    const OutputOptions& output) {
+/// Adds the phases that the question wants after what was measured so far. Returns whether there
+/// are any.
+bool add_further(const Question& question, const RunFolder& folder, Plan& plan) {
+  const std::vector<Phase> further = question.further(folder.read());
+  if (!further.empty()) {
+    plan.phases.insert(plan.phases.end(), further.begin(), further.end());
+    folder.write_plan(plan);
+  }
+  return !further.empty();
+}
+
+/// Has the engine play the plan into the folder, and what the question adds to it. Returns how many
+/// lines of samples.csv were lost.
+std::size_t conduct(const Question& question, Plan& plan, const RunFolder& folder, RunInfo& info,
+                    const Means& means, const OutputOptions& output) {
   const ViewKind kind = output.quiet   ? ViewKind::quiet
                         : output.lines ? ViewKind::lines
                                        : fitting_kind(STDERR_FILENO);
@@ -71,6 +83,11 @@ std::size_t conduct(const Plan& plan, const RunFolder& folder, RunInfo& info, co
   Conductor conductor(plan, folder, info, means, *view);
   try {
     conductor.play();
+    for (std::size_t first = plan.phases.size();
+         info.end == RunEnd::complete && plan.error && add_further(question, folder, plan);
+         first = plan.phases.size()) {
+      conductor.play(first);
+    }
   } catch (const EngineError&) {
     if (info.engine_commands.size() <= 1 && !conductor.started()) {
       folder.discard();  // nothing has been run
@@ -123,8 +140,9 @@ std::string default_folder(const std::string& question) {
   return question + text.data();
 }
 
-ExitStatus run_plan(const Question& question, const Plan& plan, const OutputOptions& output,
+ExitStatus run_plan(const Question& question, const Plan& asked, const OutputOptions& output,
                     const std::vector<std::string>& command) {
+  Plan plan = asked;
   check(plan);
   refuse_unknown_loads(plan, engine_loads());
   const std::vector<MachineKey> keys = machine_keys();
@@ -144,7 +162,7 @@ ExitStatus run_plan(const Question& question, const Plan& plan, const OutputOpti
   folder.write_plan(plan);
   folder.write_info(info);
   listen_for_stop_requests();
-  const std::size_t lost = conduct(plan, folder, info, means, output);
+  const std::size_t lost = conduct(question, plan, folder, info, means, output);
   if (refused_start(info.engine_status) && info.engine_commands.size() == 1) {
     folder.discard();
     throw EngineError(std::string(machine().engine) + " did not start (status " +

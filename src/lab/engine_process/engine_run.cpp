@@ -123,8 +123,8 @@ std::vector<std::string> EngineRun::command(const Start& start) {
   return command;
 }
 
-void EngineRun::steer(const Drive& drive) {
-  engine_.write(steering(drive));
+void EngineRun::steer(const Drive& drive, const std::string& forcing) {
+  engine_.write(forcing + steering(drive));
 }
 
 void EngineRun::end() {

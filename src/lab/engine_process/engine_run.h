@@ -33,8 +33,9 @@ class EngineRun {
   /// Starts the engine. Throws EngineError.
   explicit EngineRun(const Start& start);
 
-  /// Asks for another duty from the next period of the carrier on.
-  void steer(const Drive& drive);
+  /// Asks for another duty from the next period of the carrier on, and before that for what
+  /// `forcing` says: lines of fans and P-state.
+  void steer(const Drive& drive, const std::string& forcing = "");
 
   /// Asks the engine to end in order.
   void end();

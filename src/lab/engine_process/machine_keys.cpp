@@ -58,6 +58,7 @@ std::vector<MachineKey> parse_listing(std::string_view text) {
     keys.push_back({.name = std::string(cells[0]),
                     .unit = short_unit(cells[4]),
                     .source = std::string(cells[5]),
+                    .value = number ? std::optional(value) : std::nullopt,
                     .readable = number,
                     // The engine's sampler takes fixed-point numbers of two bytes.
                     .sampled = cells[1].starts_with("fp") || cells[1].starts_with("sp")});

@@ -12,6 +12,7 @@ struct MachineKey {
   std::string name;
   std::string unit;  ///< "W", "degC", "RPM", "V", "A"; empty: none
   std::string source;
+  std::optional<double> value = std::nullopt;  ///< as it is now; nothing: not a number
   bool readable = true;
   bool sampled = true;  ///< whether a run can monitor it
 };

@@ -12,25 +12,56 @@ bool same(const Fans& one, const Fans& other) {
   return one.hold == other.hold && one.rpm == other.rpm;
 }
 
+/// What a phase holds: all fans but one, and that one.
+struct Held {
+  Fans all;
+  std::string fan;  // empty: none is held otherwise
+  Fans one;
+  std::optional<int> pstate;
+};
+
+Held held_in(const Plan& plan, const Phase& phase) {
+  const Fans fans = fans_of(plan, phase);
+  return {.all = phase.fan.empty() ? fans : plan.fans,
+          .fan = phase.fan,
+          .one = fans,
+          .pstate = pstate_of(plan, phase)};
+}
+
+/// What an engine can be started with: a speed of 0 would leave the fans alone.
+Fans started_with(const Fans& fans) {
+  return fans.hold == Fans::Hold::speed && fans.rpm == 0 ? Fans{Fans::Hold::maximum, 0} : fans;
+}
+
+std::string speed_text(const Fans& fans) {
+  return fans.hold == Fans::Hold::maximum ? "maximum" : std::to_string(fans.rpm);
+}
+
+bool forced(const Fans& fans) {
+  return fans.hold != Fans::Hold::automatic;
+}
+
 void append(std::vector<std::string>& arguments, std::initializer_list<std::string> more) {
   arguments.insert(arguments.end(), more);
 }
 
 }  // namespace
 
-std::vector<Segment> segments_of(const Plan& plan) {
+std::vector<Segment> segments_of(const Plan& plan, std::size_t first) {
   std::vector<Segment> segments;
-  for (std::size_t index = 0; index < plan.phases.size(); ++index) {
+  for (std::size_t index = first; index < plan.phases.size(); ++index) {
     const Phase& phase = plan.phases[index];
+    const Held held = held_in(plan, phase);
     const Segment next{.first = index,
                        .last = index,
                        .load = phase.load.value_or(plan.load),
-                       .fans = fans_of(plan, phase),
-                       .pstate = pstate_of(plan, phase)};
+                       .fans = started_with(held.all),
+                       .pstate = held.pstate};
     const bool profile = phase.drive.shape == Drive::Shape::profile ||
                          (index > 0 && plan.phases[index - 1].drive.shape == Drive::Shape::profile);
-    if (!segments.empty() && !profile && segments.back().load == next.load &&
-        same(segments.back().fans, next.fans) && segments.back().pstate == next.pstate) {
+    if (index > first && !profile && segments.back().load == next.load &&
+        forced(segments.back().fans) == forced(next.fans) &&
+        segments.back().pstate.has_value() == next.pstate.has_value()) {
       segments.back().last = index;
     } else {
       segments.push_back(next);
@@ -107,6 +138,34 @@ std::string steering(const Drive& drive) {
       return line + "\n";
   }
   return line;
+}
+
+std::string forcing(const Plan& plan, const Segment& segment, std::size_t index,
+                    const Means& means) {
+  if (!means.root) {
+    return "";
+  }
+  const Held now = held_in(plan, plan.phases[index]);
+  const Held before =
+      index == segment.first
+          ? Held{.all = segment.fans, .fan = {}, .one = {}, .pstate = segment.pstate}
+          : held_in(plan, plan.phases[index - 1]);
+  std::string lines;
+  if (forced(now.all) && !means.fan_keys.empty()) {
+    if (!same(now.all, before.all)) {
+      lines += "fans " + speed_text(now.all) + "\n";
+    } else if (!before.fan.empty() && before.fan != now.fan) {
+      lines += "fan " + before.fan + " " + speed_text(now.all) + "\n";
+    }
+    if (!now.fan.empty() &&
+        (now.fan != before.fan || !same(now.one, before.one) || !same(now.all, before.all))) {
+      lines += "fan " + now.fan + " " + speed_text(now.one) + "\n";
+    }
+  }
+  if (now.pstate && now.pstate != before.pstate) {
+    lines += "pstate " + std::to_string(*now.pstate) + "\n";
+  }
+  return lines;
 }
 
 }  // namespace lab

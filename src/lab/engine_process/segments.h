@@ -9,7 +9,8 @@
 
 namespace lab {
 
-/// Phases that follow each other and that one engine plays: only their duty differs.
+/// Phases that follow each other and that one engine plays: their load is the same, and whether
+/// fans and a P-state are forced. What it starts with is what the first one wants.
 struct Segment {
   std::size_t first = 0;  ///< of the plan's phases
   std::size_t last = 0;
@@ -18,8 +19,8 @@ struct Segment {
   std::optional<int> pstate;
 };
 
-/// The engine's starts that a plan needs. Pure.
-std::vector<Segment> segments_of(const Plan& plan);
+/// The engine's starts that a plan needs from phase `first` on. Pure.
+std::vector<Segment> segments_of(const Plan& plan, std::size_t first = 0);
 
 /// What the lab found on the machine, as far as the engine's command line depends on it.
 struct Means {
@@ -40,5 +41,10 @@ std::string profile_text(const Drive& drive);
 
 /// The line for an engine that is steered. Pure.
 std::string steering(const Drive& drive);
+
+/// The lines for what phase `index` of a segment forces otherwise than the phase before, or than
+/// the engine was started with. Pure.
+std::string forcing(const Plan& plan, const Segment& segment, std::size_t index,
+                    const Means& means);
 
 }  // namespace lab

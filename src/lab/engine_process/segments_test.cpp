@@ -29,17 +29,31 @@ TEST(Segments, PhasesThatDifferInTheirDutyAloneAreOne) {
   EXPECT_EQ(segments[0].last, 2U);
 }
 
-TEST(Segments, AnotherLoadSpeedOrPstateNeedsAnotherEngine) {
+TEST(Segments, AnotherLoadNeedsAnotherEngine) {
   Plan plan = step_plan();
   plan.phases[1].load = "bmem";
   EXPECT_EQ(segments_of(plan).size(), 3U);
-  plan = step_plan();
+  EXPECT_TRUE(segments_of({}).empty());
+}
+
+TEST(Segments, FansAndPstateThatAreForcedOnceNeedAnotherEngine) {
+  Plan plan = step_plan();
   plan.phases[2].fans = Fans{.hold = Fans::Hold::speed, .rpm = 900};
-  EXPECT_EQ(segments_of(plan).size(), 2U);
+  EXPECT_EQ(segments_of(plan).size(), 2U) << "they were left to the machine before";
+  plan.fans.hold = Fans::Hold::maximum;
+  EXPECT_EQ(segments_of(plan).size(), 1U);
   plan = step_plan();
   plan.phases[0].pstate = 3;
   EXPECT_EQ(segments_of(plan).size(), 2U);
-  EXPECT_TRUE(segments_of({}).empty());
+  plan.pstate = 1;
+  EXPECT_EQ(segments_of(plan).size(), 1U);
+}
+
+TEST(Segments, OfPhasesThatComeLaterBeginWithThem) {
+  const std::vector<Segment> segments = segments_of(step_plan(), 1);
+  ASSERT_EQ(segments.size(), 1U);
+  EXPECT_EQ(segments[0].first, 1U);
+  EXPECT_EQ(segments[0].last, 2U);
 }
 
 TEST(Segments, APhaseMayUndoThePlansPstateAndFans) {
@@ -87,6 +101,51 @@ TEST(EngineArguments, OnAMachineWithoutFansHoldNone) {
   Means means = kRoot;
   means.fan_keys.clear();
   EXPECT_THAT(engine_arguments(plan, segments_of(plan)[0], means), testing::Contains("0"));
+}
+
+Fans speed(int rpm) {
+  return {.hold = Fans::Hold::speed, .rpm = rpm};
+}
+
+/// The lines for each phase of the plan, which is one segment.
+std::vector<std::string> forced(const Plan& plan, const Means& means = kRoot) {
+  std::vector<std::string> lines;
+  const Segment segment = segments_of(plan).at(0);
+  for (std::size_t index = 0; index <= segment.last; ++index) {
+    lines.push_back(forcing(plan, segment, index, means));
+  }
+  return lines;
+}
+
+TEST(Forcing, SaysWhatAPhaseForcesOtherwiseThanTheOneBefore) {
+  Plan plan = step_plan();
+  plan.fans = speed(3000);
+  plan.pstate = 0;
+  plan.phases[1].fans = speed(1200);
+  plan.phases[2].fans = speed(1200);
+  plan.phases[2].pstate = 2;
+  EXPECT_THAT(forced(plan), ElementsAre("", "fans 1200\n", "pstate 2\n"));
+  EXPECT_THAT(forced(plan, kOrdinary), ElementsAre("", "", ""));
+}
+
+TEST(Forcing, OfOneFanLeavesTheOthersAsThePlanHasThem) {
+  Plan plan = step_plan();
+  plan.fans.hold = Fans::Hold::maximum;
+  plan.phases[0].fan = "F0Tg";
+  plan.phases[0].fans = speed(800);
+  plan.phases[1].fan = "F1Tg";
+  plan.phases[1].fans = speed(0);
+  EXPECT_THAT(forced(plan), ElementsAre("fan F0Tg 800\n", "fan F0Tg maximum\nfan F1Tg 0\n",
+                                        "fan F1Tg maximum\n"));
+}
+
+// "-s 0" would leave them to the machine.
+TEST(Forcing, AStopAtTheBeginningIsSaidBehindTheStart) {
+  Plan plan = step_plan();
+  plan.phases.resize(1);
+  plan.phases[0].fans = speed(0);
+  EXPECT_THAT(engine_arguments(plan, segments_of(plan)[0], kRoot), testing::Contains("-1"));
+  EXPECT_THAT(forced(plan), ElementsAre("fans 0\n"));
 }
 
 TEST(Steering, IsALineInPlainDecimals) {

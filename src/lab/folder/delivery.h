@@ -7,6 +7,19 @@
 
 namespace lab {
 
+/// What all loads together had done at an instant, counted since the run began.
+struct WorkDone {
+  double time_s = 0;  ///< since the first sample of the run
+  double operations = 0;
+};
+
+/// Something that the engine was told to force otherwise, and when it did.
+struct ForcedAt {
+  double time_s = 0;  ///< since the first sample of the run
+  std::string what;   ///< the target key of a fan, or "pstate"
+  std::string value;
+};
+
 /// What the engine's record says of how its load was delivered. Nothing: the record does not tell.
 struct Delivery {
   std::int64_t edges = 0;
@@ -30,7 +43,9 @@ struct Delivery {
   int threads = 0;                  ///< most threads of load that an engine had; 0: not known
   std::int64_t wrong_results = 0;
   std::vector<std::string> errors;  ///< the engine's words for them
-  bool whole = false;               ///< the record has its end
+  std::vector<ForcedAt> forced;
+  std::vector<WorkDone> work;  ///< about once a second; empty: the loads do not count
+  bool whole = false;          ///< the record has its end
 };
 
 }  // namespace lab

@@ -12,6 +12,8 @@ constexpr double kSecond = 1e9;       // ns
 
 // Buffers of the record are emptied ten times a second, and after a second at the latest: of an on
 // phase older than this, no more lines come.
+constexpr std::int64_t kWorkApart = 1'000'000'000;  // ns: what is done in less is of no interest
+
 constexpr std::int64_t kSettled = 5'000'000'000;  // ns
 
 std::optional<double> percentile(std::vector<float> values, double part) {
@@ -37,6 +39,8 @@ void DeliveryReader::add(const RecordLine& line) {
     engine_.entered.push_back(line.whole(0).value_or(0));
   } else if (keyword == "time" || keyword == "use") {
     add_time(line);
+  } else if (keyword == "work") {
+    add_work(line);
   } else if (keyword == "sample") {
     add_sample(line.whole(0).value_or(0));
   } else if (keyword == "gap") {
@@ -51,6 +55,10 @@ void DeliveryReader::add(const RecordLine& line) {
       sums_.throttled += std::max<std::int64_t>(0, count - place->second);
       place->second = count;
     }
+  } else if (keyword == "forced") {
+    const std::int64_t instant = line.whole(0).value_or(0);
+    sums_.forced.push_back({static_cast<double>(instant - zero_ns_.value_or(instant)) / kSecond,
+                            line.text(1), line.text(2)});
   } else if (keyword == "error") {
     ++sums_.wrong_results;
     sums_.errors.push_back(line.text(3));
@@ -123,6 +131,7 @@ void DeliveryReader::add_sample(std::int64_t instant_ns) {
     sums_.sample_gap_max_s = std::max(sums_.sample_gap_max_s.value_or(0), gap);
   }
   engine_.last_sample_ns = instant_ns;
+  zero_ns_ = zero_ns_.value_or(instant_ns);
   ++sums_.samples;
 }
 
@@ -143,6 +152,20 @@ void DeliveryReader::add_entered(std::int64_t instant_ns,
   phase.first_ns = phase.entered == 0 ? instant_ns : std::min(phase.first_ns, instant_ns);
   phase.last_ns = phase.entered == 0 ? instant_ns : std::max(phase.last_ns, instant_ns);
   ++phase.entered;
+}
+
+void DeliveryReader::add_work(const RecordLine& line) {
+  const std::int64_t instant = line.whole(0).value_or(0);
+  engine_.operations[line.whole(1).value_or(0)] = static_cast<double>(line.whole(2).value_or(0));
+  if (!zero_ns_ || instant < work_due_ns_) {
+    return;
+  }
+  work_due_ns_ = instant + kWorkApart;
+  double operations = earlier_operations_;
+  for (const auto& [thread, done] : engine_.operations) {
+    operations += done;
+  }
+  sums_.work.push_back({static_cast<double>(instant - *zero_ns_) / kSecond, operations});
 }
 
 void DeliveryReader::add_skew(const OnPhase& phase, std::vector<float>& skews_us) {
@@ -168,6 +191,9 @@ void DeliveryReader::begin_record() {
     add_rest(skews_us_);
     cut_ = cut_ || !sums_.whole;
     sums_.whole = false;
+    for (const auto& [thread, done] : engine_.operations) {
+      earlier_operations_ += done;
+    }
     engine_ = {};
   }
   ++records_;

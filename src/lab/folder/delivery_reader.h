@@ -46,6 +46,7 @@ class DeliveryReader {
     std::map<std::int64_t, std::int64_t> throttles;  ///< by processor: the last count
     std::optional<std::int64_t> begin_ns;            ///< of the waveform
     std::int64_t last_edge_ns = 0;
+    std::map<std::int64_t, double> operations;  ///< by thread: the last count
     bool on = false;
     std::int64_t on_ns = 0;
     std::optional<std::int64_t> last_sample_ns;
@@ -69,6 +70,7 @@ class DeliveryReader {
   void add_sample(std::int64_t instant_ns);
   void add_dropped(const RecordLine& line);
   void add_time(const RecordLine& line);
+  void add_work(const RecordLine& line);
 
   /// The duties so far with those of the present engine.
   Duties duties() const;
@@ -80,6 +82,9 @@ class DeliveryReader {
   bool cut_ = false;  // the record of one of those has no end
   Engine engine_;
   std::int64_t records_ = 0;
+  std::optional<std::int64_t> zero_ns_;  // of the run's first sample
+  double earlier_operations_ = 0;        // of the engines before the present one
+  std::int64_t work_due_ns_ = 0;
   std::string end_reason_;
 };
 

@@ -81,6 +81,32 @@ TEST_F(DeliveryReaderTest, DutyAskedComesFromThePlanAndDeliveredFromTheThreads) 
   EXPECT_NEAR(delivery.duty_delivered.value_or(0), 0.3, 1e-9);
 }
 
+TEST_F(DeliveryReaderTest, WorkIsThatOfAllThreadsOnceASecondOverAllEngines) {
+  for (const char* line :
+       {"vorn-record\t1", "sample\t1000000000\t0", "work\t1000000000\t0\t10\t0",
+        "work\t1000000000\t1\t20\t0", "work\t1500000000\t0\t100\t0", "work\t2000000000\t0\t200\t0",
+        "vorn-record\t1", "work\t9000000000\t0\t5\t0"}) {
+    add(line);
+  }
+  const std::vector<WorkDone> work = reader_.delivery().work;
+  ASSERT_EQ(work.size(), 3U);
+  EXPECT_EQ(work[0].time_s, 0);
+  EXPECT_EQ(work[1].time_s, 1);
+  EXPECT_EQ(work[1].operations, 220);
+  EXPECT_EQ(work[2].time_s, 8);
+  EXPECT_EQ(work[2].operations, 225) << "the second engine counts from 0";
+}
+
+TEST_F(DeliveryReaderTest, WhatWasForcedHasTheTimeOfTheRun) {
+  add("sample\t1000000000\t0");
+  add("forced\t3500000000\tF0Tg\tmaximum");
+  const std::vector<ForcedAt> forced = reader_.delivery().forced;
+  ASSERT_EQ(forced.size(), 1U);
+  EXPECT_EQ(forced[0].time_s, 2.5);
+  EXPECT_EQ(forced[0].what, "F0Tg");
+  EXPECT_EQ(forced[0].value, "maximum");
+}
+
 TEST_F(DeliveryReaderTest, BothDutiesAreOfTheWholeWaveform) {
   // Off, on from second 1 to 3, off until second 4; then on to the end.
   for (const char* line : {"edge\t0\t0\toff", "time\t0\t0\t0", "edge\t1000000000\t1000000000\ton",

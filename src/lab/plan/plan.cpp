@@ -52,6 +52,9 @@ void check(const Plan& plan) {
           << plan.carrier_hz << " Hz and cannot show it";
     } else if (shaped && phase.drive.duty + phase.drive.depth > 1 + 1e-9) {
       why << "offset and depth are more than 1 together";
+    } else if (!phase.fan.empty() && plan.fans.hold == Fans::Hold::automatic) {
+      why << "it sets one fan, and the others are left to the machine: hold them with fans at the "
+             "top of the plan";
     }
     if (!why.str().empty()) {
       throw PlanError("phase \"" + phase.name + "\": " + why.str());

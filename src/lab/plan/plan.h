@@ -41,7 +41,7 @@ struct Drive {
 struct Fans {
   enum class Hold { automatic, maximum, speed };
   Hold hold = Hold::automatic;
-  int rpm = 0;  ///< with `speed`
+  int rpm = 0;  ///< with `speed`; 0, in a phase alone: stopped
 };
 
 /// One stretch of a run.
@@ -54,6 +54,7 @@ struct Phase {
   double drift = 0.05;         ///< settled: no more than this part of its change is still to come
   std::optional<std::string> load;  ///< instead of the plan's, as are the following
   std::optional<Fans> fans;
+  std::string fan;  ///< target key of the one fan that `fans` is for; empty: all of them
   std::optional<int> pstate;  ///< kAutomaticPState: left to the machine, whatever the plan has
 };
 
@@ -74,6 +75,8 @@ struct Plan {
   Fans fans;
   std::optional<int> pstate;             ///< nothing: left to the machine
   std::map<std::string, double> limits;  ///< the run ends when a key shows more
+  std::optional<int> seed;               ///< of the order into which the points of a sweep were put
+  std::optional<double> error;           ///< part of a value that the error of a point may be
   std::vector<Phase> phases;
   std::vector<std::string> engine_options;  ///< of `run`: given to the engine as they stand
   KnownStages predicted;       ///< of `bode`: whose curve is to stand beside the points
@@ -91,7 +94,8 @@ inline constexpr double kLongestPhase_s = 365.0 * 86400;
 double longest_s(const Plan& plan);
 
 /// Throws PlanError if an engine could not play the plan: a phase shorter than two periods of the
-/// carrier, a shape that is faster than half of it, or one that leaves 0 to 1.
+/// carrier, a shape that is faster than half of it, or one that leaves 0 to 1; and if a phase sets
+/// one fan while the others are left to the machine.
 void check(const Plan& plan);
 
 }  // namespace lab

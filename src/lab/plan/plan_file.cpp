@@ -6,6 +6,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <sstream>
 
 #include "lab/plan/plan_error.h"
@@ -177,7 +178,11 @@ Phase parse_phase(const toml::table& table, const std::string& file) {
   if (members.has("load")) {
     phase.load = members.text("load", "");
   }
-  phase.fans = members.fans();
+  phase.fan = members.text("fan", "");
+  phase.fans = members.fans(0);
+  if (!phase.fan.empty() && !phase.fans) {
+    members.refuse("a phase with a fan has fans, the speed that it is to turn at");
+  }
   phase.pstate = members.pstate();
   return phase;
 }
@@ -250,12 +255,16 @@ Plan parse_plan(std::string_view text, const std::string& name) {
   plan.keys = members.texts("keys");
   plan.power = members.text("power", "");
   plan.structure = members.flag("structure", defaults.structure);
-  plan.fans = members.fans().value_or(defaults.fans);
+  plan.fans = members.fans(1).value_or(defaults.fans);
   plan.pstate = members.pstate();
   if (plan.pstate == kAutomaticPState) {
     plan.pstate.reset();
   }
   plan.engine_options = members.texts("engine_options");
+  const int seed = members.whole_number("seed", -1, 0, std::numeric_limits<int>::max());
+  plan.seed = seed < 0 ? std::nullopt : std::optional(seed);
+  const double error = members.number("error", 0, 1e-6, 1);
+  plan.error = error > 0 ? std::optional(error) : std::nullopt;
   parse_limits(members.take("limits"), members, plan);
   parse_predicted(members.take("predicted"), members, name, plan);
   if (const toml::node* phases = members.take("phase")) {

@@ -18,6 +18,8 @@ keys = ["PC0C", "TC0D"]
 power = "PC0C"
 fans = 1500
 pstate = 2
+seed = 7
+error = 0.02
 limits = { TC0D = 95, "TC0P" = 70.5 }
 
 [[phase]]
@@ -36,6 +38,12 @@ drift = 0.1
 load = "bmem"
 fans = "automatic"
 pstate = 1
+
+[[phase]]
+duty = 0
+duration = 5
+fan = "F1Tg"
+fans = 0
 )";
 
 std::string refusal(const std::string& text) {
@@ -111,9 +119,14 @@ TEST(PlanFile, EverythingOfAPlanIsRead) {
   EXPECT_EQ(plan.fans.hold, Fans::Hold::speed);
   EXPECT_EQ(plan.fans.rpm, 1500);
   EXPECT_EQ(plan.pstate, 2);
+  EXPECT_EQ(plan.seed, 7);
+  EXPECT_EQ(plan.error, 0.02);
   EXPECT_THAT(plan.limits,
               testing::ElementsAre(testing::Pair("TC0D", 95), testing::Pair("TC0P", 70.5)));
-  ASSERT_EQ(plan.phases.size(), 2U);
+  ASSERT_EQ(plan.phases.size(), 3U);
+  EXPECT_EQ(plan.phases[2].fan, "F1Tg");
+  EXPECT_EQ(plan.phases[2].fans->hold, Fans::Hold::speed);
+  EXPECT_EQ(plan.phases[2].fans->rpm, 0);
   EXPECT_EQ(plan.phases[0].name, "idle");
   EXPECT_EQ(plan.phases[0].duration_s, 10);
   EXPECT_FALSE(plan.phases[0].until_settled);
@@ -196,6 +209,12 @@ TEST(PlanFile, APhaseHasOneDriveAndOneDuration) {
               testing::HasSubstr("has at_most"));
   EXPECT_THAT(refusal("[[phase]]\nduty = 1\nduration = \"soon\""),
               testing::HasSubstr("my.toml:3:12: duration is to be a time"));
+}
+
+TEST(PlanFile, AFanIsStoppedInAPhaseAlone) {
+  EXPECT_THAT(refusal("fans = 0"), testing::HasSubstr("fans is to be"));
+  EXPECT_THAT(refusal("[[phase]]\nduty = 0\nduration = 1\nfan = \"F0Tg\""),
+              testing::HasSubstr("a phase with a fan has fans"));
 }
 
 TEST(PlanFile, TextThatIsNoTomlIsNamedWithLineAndColumn) {

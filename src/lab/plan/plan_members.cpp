@@ -72,20 +72,20 @@ std::vector<std::string> PlanMembers::texts(const char* name) {
   return found;
 }
 
-std::optional<Fans> PlanMembers::fans() {
+std::optional<Fans> PlanMembers::fans(int least) {
   const toml::node* node = take("fans");
   if (node == nullptr) {
     return std::nullopt;
   }
   const auto word = node->value<std::string>();
-  const int rpm = node->is_integer() ? node->value_or(0) : 0;
+  const int rpm = node->is_integer() ? node->value_or(-1) : -1;
   if (word == "automatic") {
     return Fans{Fans::Hold::automatic, 0};
   }
   if (word == "maximum") {
     return Fans{Fans::Hold::maximum, 0};
   }
-  if (rpm >= 1 && rpm <= 100000) {
+  if (rpm >= least && rpm <= 100000) {
     return Fans{Fans::Hold::speed, rpm};
   }
   refuse(node->source(), "fans is to be \"automatic\", \"maximum\", or a speed in RPM");

@@ -34,8 +34,8 @@ class PlanMembers {
   std::string text(const char* name, const std::string& otherwise);
   std::vector<std::string> texts(const char* name);
 
-  /// "automatic", "maximum", or a speed in RPM.
-  std::optional<Fans> fans();
+  /// "automatic", "maximum", or a speed in RPM, from `least` on.
+  std::optional<Fans> fans(int least);
 
   /// "automatic", which is kAutomaticPState, or the number of a P-state.
   std::optional<int> pstate();

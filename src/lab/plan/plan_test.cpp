@@ -45,6 +45,17 @@ TEST(Plan, APhaseOfTwoPeriodsOfTheCarrierCanBePlayed) {
             "phase \"short\": it lasts less than two periods of the carrier, which is 20 Hz");
 }
 
+TEST(Plan, APhaseSetsOneFanWhileTheOthersAreHeld) {
+  Phase phase;
+  phase.duration_s = 5;
+  phase.fan = "F0Tg";
+  phase.fans = Fans{.hold = Fans::Hold::speed, .rpm = 800};
+  EXPECT_THAT(refusal(phase), testing::HasSubstr("the others are left to the machine"));
+  Plan plan = plan_of(phase);
+  plan.fans.hold = Fans::Hold::maximum;
+  EXPECT_NO_THROW(check(plan));
+}
+
 TEST(Plan, AShapeUpToHalfOfTheCarrierCanBePlayed) {
   EXPECT_EQ(refusal(shaped(10)), "");
   EXPECT_THAT(refusal(shaped(11)), testing::HasSubstr("above half of the carrier"));

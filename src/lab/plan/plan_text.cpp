@@ -91,6 +91,9 @@ void write_phase(std::ostream& out, const Phase& phase) {
   if (phase.load) {
     out << "load = " << quoted(*phase.load) << '\n';
   }
+  if (!phase.fan.empty()) {
+    out << "fan = " << quoted(phase.fan) << "  # the others are as at the top\n";
+  }
   if (phase.fans) {
     out << "fans = " << fans_value(*phase.fans) << '\n';
   }
@@ -147,6 +150,13 @@ std::string plan_text(const Plan& plan) {
       << "power = " << quoted(plan.power) << "  # the key of the heat; empty: found by its name\n";
   if (plan.structure) {
     out << "structure = true  # the ladder behind each temperature as well\n";
+  }
+  if (plan.seed) {
+    out << "seed = " << *plan.seed << "  # of the order of the points\n";
+  }
+  if (plan.error) {
+    out << "error = " << number(*plan.error)
+        << "  # part of a value; points are repeated until theirs is no larger\n";
   }
   if (!plan.limits.empty()) {
     out << "\n[limits]  # the run ends when a key shows more\n";

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "lab/data/answer.h"
+#include "lab/engine_process/machine_keys.h"
 #include "lab/folder/run.h"
 #include "lab/plan/plan.h"
 
@@ -21,6 +23,9 @@ struct Offer {
   bool fans = false;  ///< that can be forced, with the rights of now
   bool pstates = false;
 };
+
+/// Asks the machine for its keys. Throws EngineError.
+using KeysOfMachine = std::function<std::vector<MachineKey>()>;
 
 /// Something that can be asked of a machine: how to find out, and what to make of what was found.
 /// A new one is a file of this folder, an analysis and a line in all_questions().
@@ -48,6 +53,14 @@ class Question {
   /// The plan that finds out, as the options have it. Throws PlanError for options that contradict
   /// each other.
   virtual Plan plan() const = 0;
+
+  /// Fills in what a plan leaves open and the machine tells. Asks for the keys only if it needs
+  /// them. Throws PlanError if they do not tell.
+  virtual void complete(Plan& /*plan*/, const KeysOfMachine& /*keys*/) const {}
+
+  /// The phases that are to follow those of a run, as far as what was measured so far asks for
+  /// more; none if it is enough. Pure.
+  virtual std::vector<Phase> further(const Run& /*run*/) const { return {}; }
 
   /// What a run of such a plan says. Pure.
   virtual Answer analyse(const Run& run) const = 0;

@@ -133,10 +133,11 @@ void Player::play_phase(std::size_t index) {
 }
 
 void Player::force(const Phase& phase) {
-  const Fans fans = phase.fans.value_or(run_.plan.fans);
   simulated::Fans& real = model_.fans();
-  real.set_force_bits(fans.hold == Fans::Hold::automatic ? 0 : 7);
   for (std::size_t fan = 0; fan < simulated::kFans.size(); ++fan) {
+    const bool meant = phase.fan.empty() || phase.fan == "F" + std::to_string(fan) + "Tg";
+    const Fans fans = meant ? phase.fans.value_or(run_.plan.fans) : run_.plan.fans;
+    real.set_force_bits(fans.hold == Fans::Hold::automatic ? 0 : 7);
     if (fans.hold != Fans::Hold::automatic) {
       real.set_target_rpm(
           fan, fans.hold == Fans::Hold::maximum ? simulated::kFans[fan].most_rpm : fans.rpm);
