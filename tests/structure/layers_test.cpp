@@ -53,7 +53,7 @@ const std::map<std::string, Modules> kLabMayInclude = {
     {"engine_process", {"data", "plan", "folder"}},
     {"live", {"data"}},
     {"report", {"data", "plan", "folder", "analysis"}},
-    {"questions", {"data", "plan", "folder", "analysis"}},
+    {"questions", {"data", "plan", "folder", "analysis", "engine_process"}},
     {"commands",
      {"data", "plan", "folder", "analysis", "engine_process", "live", "report", "questions"}},
 };

@@ -154,7 +154,7 @@ std::optional<double> fixed_length(const Phase& phase, PlanMembers& members) {
 Phase parse_phase(const toml::table& table, const std::string& file) {
   PlanMembers members(table, file, "a phase");
   members.only({"name", "duty", "sinusoid", "triangle", "sines", "mean", "offset", "depth",
-                "duration", "at_most", "drift", "fans", "pstate", "load", "profile"});
+                "duration", "at_most", "drift", "fan", "fans", "pstate", "load", "profile"});
   Phase phase;
   phase.name = members.text("name", "phase");
   phase.drive = parse_drive(members);
@@ -244,7 +244,8 @@ Plan parse_plan(std::string_view text, const std::string& name) {
   }
   PlanMembers members(table, name, "a plan");
   members.only({"question", "load", "threads", "carrier", "rate", "keys", "power", "structure",
-                "fans", "pstate", "engine_options", "limits", "predicted", "phase"});
+                "fans", "pstate", "engine_options", "seed", "error", "limits", "predicted",
+                "phase"});
   const Plan defaults;
   Plan plan;
   plan.question = members.text("question", "run");

@@ -1,11 +1,13 @@
 #include <algorithm>
 
 #include "lab/questions/bode.h"
+#include "lab/questions/fan_response.h"
 #include "lab/questions/fit.h"
 #include "lab/questions/just_run.h"
 #include "lab/questions/prove.h"
 #include "lab/questions/question.h"
 #include "lab/questions/step.h"
+#include "lab/questions/sweep.h"
 #include "lab/questions/watch.h"
 
 namespace lab {
@@ -15,6 +17,8 @@ std::vector<std::unique_ptr<Question>> all_questions() {
   questions.push_back(std::make_unique<JustRun>());
   questions.push_back(std::make_unique<Step>());
   questions.push_back(std::make_unique<Bode>());
+  questions.push_back(std::make_unique<Sweep>());
+  questions.push_back(std::make_unique<FanResponse>());
   questions.push_back(std::make_unique<Prove>());
   questions.push_back(std::make_unique<Watch>());
   questions.push_back(std::make_unique<Fit>());

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <optional>
+#include <span>
+
+#include "lab/data/estimate.h"
+
+namespace lab {
+
+/// How a fan went from one speed to another.
+struct FanStep {
+  bool known = false;
+  double from_rpm = 0;     ///< before the step
+  Estimate to_rpm;         ///< where it leads
+  Estimate time_constant;  ///< s
+  Estimate dead_time;      ///< s: from the instant at which the speed was asked for to its begin
+};
+
+/// Fits to + height exp(-t / tau) to a step, from where a tenth of its way is gone; the dead time
+/// is where that curve leaves the speed before. Instants count from when the speed was asked for.
+/// Speeds that a slow sensor repeats do not count. The intervals hold every tau that the speeds
+/// allow. Not known if the speed hardly changed, or if there are too few of them.
+/// Requires: as many speeds as instants, which ascend.
+FanStep fan_step(std::span<const double> since_s, std::span<const double> speeds_rpm,
+                 double before_rpm);
+
+/// How a fan came to rest, or did not.
+struct FanStop {
+  bool stands_still = false;
+  Estimate speed_rpm;  ///< the last one at which it turned: from there it stopped dead
+  Estimate after_s;    ///< after the stop was asked for
+};
+
+FanStop fan_stop(std::span<const double> since_s, std::span<const double> speeds_rpm);
+
+/// When a fan that stood still was seen to turn; nothing: it never was.
+std::optional<Estimate> fan_start(std::span<const double> since_s,
+                                  std::span<const double> speeds_rpm);
+
+/// Whether a fan kept a speed over the last half of a stay, and which.
+struct SteadySpeed {
+  bool steady = false;
+  Estimate rpm;
+};
+
+SteadySpeed steady_speed(std::span<const double> since_s, std::span<const double> speeds_rpm);
+
+}  // namespace lab

@@ -1,0 +1,191 @@
+#include "lab/analysis/sweep_points.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <span>
+
+namespace lab {
+
+namespace {
+
+constexpr double kClear = 10;  // times its noise: a change that tells its time constant by itself
+constexpr double kFactor = 2;  // about that of a 95 % interval on a standard error
+
+std::span<const double> part(const std::vector<double>& values, const SweepVisit& visit) {
+  return std::span(values).subspan(visit.first_row, visit.end_row - visit.first_row);
+}
+
+/// The last two thirds of a visit, which its values are of.
+SweepVisit late(const SweepVisit& visit) {
+  return {visit.point, visit.first_row + (visit.end_row - visit.first_row) / 3, visit.end_row};
+}
+
+/// What each key comes to in one visit.
+std::vector<SettledValue> settled_values(const Table& samples,
+                                         const std::vector<const Column*>& keys,
+                                         const SweepVisit& visit) {
+  const auto time_s = part(samples.time_s, visit);
+  std::vector<SettledValue> values;
+  const SettledValue* clearest = nullptr;
+  values.reserve(keys.size());
+  for (const Column* key : keys) {
+    values.push_back(settled_value(time_s, part(key->values, visit), key->unit));
+  }
+  for (std::size_t at = 0; at < keys.size(); ++at) {
+    const bool better = clearest == nullptr || values[at].clearness > clearest->clearness;
+    if (keys[at]->unit == "degC" && values[at].clearness > kClear && better) {
+      clearest = &values[at];
+    }
+  }
+  if (clearest == nullptr || !clearest->settled) {
+    return values;
+  }
+  const TimeConstants constants = clearest->constants;
+  for (std::size_t at = 0; at < keys.size(); ++at) {
+    if (values[at].clearness < kClear) {
+      values[at] = settled_value(time_s, part(keys[at]->values, visit), keys[at]->unit, constants);
+    }
+  }
+  return values;
+}
+
+double mean(std::span<const double> values) {
+  double sum = 0;
+  double count = 0;
+  for (const double value : values) {
+    if (std::isfinite(value)) {
+      sum += value;
+      count += 1;
+    }
+  }
+  return sum / count;
+}
+
+double done_at(const std::vector<WorkCount>& work, double time_s) {
+  const auto after =
+      std::lower_bound(work.begin(), work.end(), time_s,
+                       [](const WorkCount& done, double instant) { return done.time_s < instant; });
+  if (after == work.begin() || after == work.end()) {
+    return std::numeric_limits<double>::quiet_NaN();
+  }
+  const WorkCount& before = *std::prev(after);
+  const double share = (time_s - before.time_s) / (after->time_s - before.time_s);
+  return before.operations + share * (after->operations - before.operations);
+}
+
+/// Operations for each joule over the last two thirds of a visit; its error is that of the power.
+std::optional<Estimate> efficiency(const SweepInput& input, const SweepVisit& visit,
+                                   const KeyAtPoint& power) {
+  const Column* watts = input.samples.find(input.power);
+  const Column* delivered = input.samples.find(kDeliveredColumn);
+  constexpr double kIdle = 0.01;
+  if (delivered == nullptr || !(mean(part(delivered->values, late(visit))) > kIdle)) {
+    return std::nullopt;
+  }
+  const std::size_t begin = late(visit).first_row;
+  if (watts == nullptr || input.work.size() < 2 || visit.end_row < begin + 2) {
+    return std::nullopt;
+  }
+  // The record counts once a second: between two counts the load is what it is at the point.
+  const double from_s = input.samples.time_s[begin];
+  const double to_s = std::min(input.samples.time_s[visit.end_row - 1], input.work.back().time_s);
+  const double operations = done_at(input.work, to_s) - done_at(input.work, from_s);
+  const double mean_w = mean(part(watts->values, {visit.point, begin, visit.end_row}));
+  const double each = operations / (mean_w * (to_s - from_s));
+  if (!(each > 0) || !std::isfinite(each)) {
+    return std::nullopt;
+  }
+  const double error = (power.value.high - power.value.low) / 2 / power.value.value;
+  return Estimate{each, each * (1 - error), each * (1 + error), "1/J"};
+}
+
+}  // namespace
+
+std::vector<const Column*> swept_keys(const Table& samples) {
+  std::vector<const Column*> keys;
+  for (const Column& column : samples.columns) {
+    if (!column.unit.empty()) {
+      keys.push_back(&column);
+    }
+  }
+  return keys;
+}
+
+Estimate together(const std::vector<Estimate>& estimates) {
+  double weights = 0;
+  double sum = 0;
+  for (const Estimate& one : estimates) {
+    const double error = std::max((one.high - one.low) / 2 / kFactor, 1e-12);
+    weights += 1 / (error * error);
+    sum += one.value / (error * error);
+  }
+  if (estimates.size() == 1 || !(weights > 0)) {
+    return estimates.front();
+  }
+  const double value = sum / weights;
+  const bool exact = std::all_of(estimates.begin(), estimates.end(), [&](const Estimate& one) {
+    return one.low == one.high && one.value == estimates.front().value;
+  });
+  if (exact) {
+    return estimates.front();  // one that never moves
+  }
+  double squares = 0;
+  for (const Estimate& one : estimates) {
+    const double error = std::max((one.high - one.low) / 2 / kFactor, 1e-12);
+    squares += (one.value - value) * (one.value - value) / (error * error);
+  }
+  const double more = squares / static_cast<double>(estimates.size() - 1);
+  const double half = kFactor * std::sqrt(std::max(1.0, more) / weights);
+  return {value, value - half, value + half, estimates.front().unit};
+}
+
+std::vector<PointResult> measured_points(const SweepInput& input) {
+  const std::vector<const Column*> keys = swept_keys(input.samples);
+  std::vector<PointResult> results(input.points.size());
+  std::vector<std::vector<std::vector<Estimate>>> found(
+      input.points.size(), std::vector<std::vector<Estimate>>(keys.size()));
+  std::vector<std::vector<Estimate>> work(input.points.size());
+  const Column* delivered = input.samples.find(kDeliveredColumn);
+  for (PointResult& result : results) {
+    result.keys.resize(keys.size());
+  }
+  for (const SweepVisit& visit : input.visits) {
+    PointResult& result = results[visit.point];
+    const std::vector<SettledValue> values = settled_values(input.samples, keys, visit);
+    ++result.visits;
+    if (delivered != nullptr) {
+      result.delivered += mean(part(delivered->values, late(visit)));
+    }
+    for (std::size_t at = 0; at < keys.size(); ++at) {
+      if (values[at].settled) {
+        found[visit.point][at].push_back(values[at].value);
+      } else if (!result.keys[at].settled) {
+        result.keys[at].value = values[at].value;
+      }
+      result.keys[at].settled = !found[visit.point][at].empty();
+      if (keys[at]->name == input.power && values[at].settled) {
+        if (const auto each = efficiency(input, visit, {values[at].value, true})) {
+          work[visit.point].push_back(*each);
+        }
+      }
+    }
+  }
+  for (std::size_t point = 0; point < results.size(); ++point) {
+    PointResult& result = results[point];
+    result.delivered = delivered != nullptr && result.visits > 0
+                           ? result.delivered / static_cast<double>(result.visits)
+                           : std::numeric_limits<double>::quiet_NaN();
+    for (std::size_t at = 0; at < keys.size(); ++at) {
+      if (!found[point][at].empty()) {
+        result.keys[at].value = together(found[point][at]);
+      }
+    }
+    if (!work[point].empty()) {
+      result.operations_per_joule = together(work[point]);
+    }
+  }
+  return results;
+}
+
+}  // namespace lab

@@ -1,0 +1,181 @@
+#include "lab/questions/sweep.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+
+#include "lab/analysis/sweep.h"
+#include "lab/plan/duration.h"
+#include "lab/plan/plan_error.h"
+#include "lab/questions/limits.h"
+#include "lab/questions/sweep_plan.h"
+
+namespace lab {
+
+namespace {
+
+SweptSetting setting_named(const std::string& name) {
+  if (name == "rpm") {
+    return SweptSetting::fans;
+  }
+  if (name == "pstate") {
+    return SweptSetting::pstate;
+  }
+  return name == "load" ? SweptSetting::load : SweptSetting::duty;
+}
+
+const char* usual_points(SweptSetting over) {
+  switch (over) {
+    case SweptSetting::fans:
+      return "";  // as the machine has them
+    case SweptSetting::duty:
+      return "0,0.25,0.5,0.75,1";
+    case SweptSetting::pstate:
+      return "0,1,2,3,4,5,6,7";
+    case SweptSetting::load:
+      return "bmix,bfma,bcache,bint,bmem,bspin";
+  }
+  return "";
+}
+
+int random_seed() {
+  constexpr unsigned kMost = 1000000;  // a number that is easy to say again
+  return static_cast<int>(std::random_device()() % kMost);
+}
+
+}  // namespace
+
+void Sweep::add_options(CLI::App& app) {
+  app.add_option("WHAT", over_, "what to go over: rpm, duty, pstate or load")
+      ->check(CLI::IsMember({"rpm", "duty", "pstate", "load"}))
+      ->option_text(" ");
+  app.add_option("--at", at_,
+                 "the points, with commas between (default: rpm: six from the least speed to the "
+                 "maximum; duty: 0,0.25,0.5,0.75,1; pstate: 0 to 7; load: all that follow a "
+                 "waveform)")
+      ->option_text("<list>");
+  app.add_option("--duty", duty_, "duty at the points of rpm, pstate and load (default: 1)")
+      ->check(CLI::Range(0.0, 1.0))
+      ->option_text("<d>");
+  app.add_option("--error", error_,
+                 "repeat points until the error of each is at most this part: of a power, of the "
+                 "way that a temperature goes in the sweep (default: 0.01)")
+      ->check(CLI::Range(1e-6, 1.0))
+      ->option_text("<part>");
+  app.add_option("--at-most", at_most_,
+                 "what is not settled by then goes on all the same (default: 10m)")
+      ->option_text("<time>");
+  app.add_flag("--in-order", in_order_, "visit the points in their order (default: shuffled)");
+  app.add_option("--seed", seed_, "of the order of the points (default: a random one)")
+      ->check(CLI::Range(0, std::numeric_limits<int>::max()))
+      ->option_text("<n>");
+}
+
+Plan Sweep::plan() const {
+  if (over_.empty()) {
+    throw PlanError("sweep takes what it is to go over: rpm, duty, pstate or load");
+  }
+  const SweptSetting over = setting_named(over_);
+  if (over == SweptSetting::duty && duty_ != 1) {
+    throw PlanError("--duty is what a sweep over duty goes over: give its points with --at");
+  }
+  if (over != SweptSetting::duty && duty_ == 0) {
+    throw PlanError("--duty is 0: there is no load to compare with none");
+  }
+  const std::optional<double> at_most_s = parse_duration(at_most_);
+  if (!at_most_s || !(*at_most_s > 0)) {
+    throw PlanError("--at-most takes a time, such as 90, 90s or 2m, and not \"" + at_most_ + "\"");
+  }
+  Plan plan;
+  plan.question = name();
+  plan.fans.hold = Fans::Hold::maximum;
+  plan.error = error_;
+  if (!in_order_) {
+    plan.seed = seed_ ? *seed_ : random_seed();
+  }
+  const std::string list = at_.empty() ? usual_points(over) : at_;
+  // Without a list, complete() replaces the one point by those of the machine.
+  const std::vector<std::string> points =
+      list.empty() ? std::vector<std::string>{"maximum"} : listed_points(over, list);
+  plan.phases = phases_of(over, points, duty_, *at_most_s);
+  if (over == SweptSetting::pstate) {
+    plan.pstate = plan.phases.front().pstate;
+  }
+  if (plan.seed) {
+    shuffle(plan.phases, over == SweptSetting::duty ? 0 : 1, static_cast<unsigned>(*plan.seed));
+  }
+  return plan;
+}
+
+void Sweep::complete(Plan& plan, const KeysOfMachine& keys) const {
+  if (swept_setting(plan) != SweptSetting::fans) {
+    return;
+  }
+  const bool open = plan.phases.size() == 2 &&
+                    std::all_of(plan.phases.begin(), plan.phases.end(), [](const Phase& phase) {
+                      return phase.fans && phase.fans->hold == Fans::Hold::maximum;
+                    });
+  if (open) {
+    const std::vector<std::string> speeds = speeds_of(keys());
+    if (speeds.size() < 2) {
+      throw PlanError(
+          "this machine does not tell between which speeds its fans run: name the points with --at "
+          "(\"vorn-keys --calibrate\" measures them)");
+    }
+    const Phase& load = plan.phases[1];
+    plan.phases = phases_of(SweptSetting::fans, speeds, load.drive.duty, load.duration_s);
+    if (plan.seed) {
+      shuffle(plan.phases, 1, static_cast<unsigned>(*plan.seed));
+    }
+  }
+  if (plan.limits.empty()) {
+    arm_limits(plan, keys());  // a fan is slowed under load
+  }
+}
+
+std::vector<Phase> Sweep::further(const Run& run) const {
+  const SweepInput input = sweep_input(run);
+  std::vector<Phase> phases;
+  for (const std::size_t point : points_to_repeat(input)) {
+    const auto visit = std::find_if(input.visits.begin(), input.visits.end(),
+                                    [&](const SweepVisit& one) { return one.point == point; });
+    const double phase = run.samples.find(kPhaseColumn)->values[visit->first_row];
+    phases.push_back(run.plan.phases[static_cast<std::size_t>(phase)]);
+    // As long as the first time: one that begins near its end would seem to have settled at once.
+    const std::vector<double>& time_s = run.samples.time_s;
+    phases.back().until_settled = false;
+    phases.back().duration_s = std::ceil(time_s[visit->end_row - 1] - time_s[visit->first_row]);
+  }
+  if (run.plan.seed) {
+    shuffle(phases, 0,
+            static_cast<unsigned>(*run.plan.seed) + static_cast<unsigned>(run.plan.phases.size()));
+  }
+  return phases;
+}
+
+Answer Sweep::analyse(const Run& run) const {
+  return analyse_sweep(sweep_input(run));
+}
+
+std::vector<std::string> Sweep::lacks(const Offer& offer) const {
+  std::vector<std::string> found;
+  if (!offer.temperatures) {
+    found.emplace_back("no temperature: nothing tells when a point has settled");
+  }
+  if (!offer.power) {
+    found.emplace_back("no power: there is neither a load-line nor a resistance");
+  }
+  if (!offer.fans) {
+    found.emplace_back(
+        "no fan can be held: nothing to go over with rpm, and the machine's own "
+        "control changes the resistance meanwhile");
+  }
+  if (!offer.pstates) {
+    found.emplace_back("no P-state can be forced: nothing to go over with pstate");
+  }
+  return found;
+}
+
+}  // namespace lab
