@@ -279,7 +279,7 @@ TEST(PlanFile, SaysHowLongThePlanTakes) {
   EXPECT_THAT(plan_text(parse_plan(kSines, "my.toml")),
               testing::HasSubstr("# It takes 3 min 20 s.\n"));
   EXPECT_THAT(plan_text(parse_plan(kWhole, "my.toml")),
-              testing::HasSubstr("# It takes 2 min 10 s at most: what is to settle may do so "
+              testing::HasSubstr("# It takes 2 min 15 s at most: what is to settle may do so "
                                  "sooner.\n"));
 }
 
