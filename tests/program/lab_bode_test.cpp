@@ -14,7 +14,7 @@ TEST_F(Lab, ABodePlanSaysHowLongItTakes) {
   const Outcome plan = program::run(
       lab({"plan", "bode", "--frequency", "0.1", "--frequency", "1", "--settle", "20"}));
   ASSERT_EQ(plan.status, 0) << plan.err;
-  EXPECT_THAT(plan.out, HasSubstr("# It takes 1 min 33 s.\n"));
+  EXPECT_THAT(plan.out, HasSubstr("# It takes 1 min 34 s.\n"));
   const Outcome help = program::run(lab({"bode", "--help"}));
   EXPECT_THAT(help.out, HasSubstr("bode --from 0.01 --to 2 --points 9 --fast"));
 }
