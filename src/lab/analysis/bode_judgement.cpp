@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "lab/analysis/aliases.h"
 #include "lab/analysis/beside_judgement.h"
 #include "lab/analysis/spoken_number.h"
-#include "lab/plan/aliases.h"
 
 namespace lab {
 

@@ -4,11 +4,11 @@
 #include <cmath>
 #include <limits>
 
+#include "lab/analysis/aliases.h"
 #include "lab/analysis/lock_in.h"
 #include "lab/analysis/quantile.h"
 #include "lab/analysis/rounding_bias.h"
 #include "lab/analysis/spoken_number.h"
-#include "lab/plan/aliases.h"
 
 namespace lab {
 

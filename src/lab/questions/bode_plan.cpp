@@ -4,8 +4,8 @@
 #include <cmath>
 #include <random>
 
+#include "lab/analysis/aliases.h"
 #include "lab/analysis/spoken_number.h"
-#include "lab/plan/aliases.h"
 #include "lab/plan/plan_error.h"
 
 namespace lab {

@@ -9,7 +9,7 @@
 #include <random>
 #include <vector>
 
-#include "lab/plan/aliases.h"
+#include "lab/analysis/aliases.h"
 #include "lab/plan/plan_error.h"
 #include "lab/played/played.h"
 

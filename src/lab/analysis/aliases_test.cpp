@@ -1,4 +1,4 @@
-#include "lab/plan/aliases.h"
+#include "lab/analysis/aliases.h"
 
 #include <gtest/gtest.h>
 
