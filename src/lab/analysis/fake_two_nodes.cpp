@@ -7,12 +7,12 @@ namespace lab {
 namespace {
 
 // The characteristic equation in the rate: a r^2 - b r + c = 0.
-struct Rates {
+struct DecayRates {
   double fast;
   double slow;
 };
 
-Rates rates_of(const TwoNodes& nodes) {
+DecayRates rates_of(const TwoNodes& nodes) {
   const double a = nodes.die_j_k * nodes.sink_j_k;
   const double b =
       nodes.die_j_k * (nodes.between_w_k + nodes.air_w_k) + nodes.sink_j_k * nodes.between_w_k;
@@ -32,7 +32,7 @@ double TwoNodes::slow_s() const {
 
 double TwoNodes::die_fast_k_w() const {
   // Z(s) = (sink s + between + air) / (die sink (s + fast) (s + slow)).
-  const Rates rates = rates_of(*this);
+  const DecayRates rates = rates_of(*this);
   const double residue = (sink_j_k * rates.fast - between_w_k - air_w_k) /
                          (die_j_k * sink_j_k * (rates.fast - rates.slow));
   return residue / rates.fast;
