@@ -80,10 +80,11 @@ class MonitorThread : public MachineFixture {
 
   /// Whether a run is in time, the best of a few: what is wrong with the thread is wrong each time.
   template <typename InTime>
-  static bool soon_enough(InTime in_time) {
+  bool soon_enough(InTime in_time) {
     constexpr int kRuns = 8;
     for (int run = 0; run < kRuns; ++run) {
       params.terminate = false;
+      std::filesystem::remove(file_);  // or the lines of the run before would be taken for its own
       if (in_time()) {
         return true;
       }
