@@ -4,9 +4,9 @@
 #include <random>
 
 #include "lab/analysis/bode.h"
-#include "lab/analysis/fake_two_nodes.h"
 #include "lab/analysis/run.h"
 #include "lab/analysis/step.h"
+#include "lab/fakes/fake_two_nodes.h"
 
 // How long the analysis of a day at 10 Hz takes: 864,000 rows, four temperatures with noise.
 

@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "engine/waveforms/played.h"
-#include "engine/waveforms/test_file.h"
+#include "support/edges_of.h"
+#include "support/test_file.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "engine/waveforms/played.h"
 #include "engine/waveforms/waveforms.h"
+#include "support/edges_of.h"
 #include "support/sanitized.h"
 #include "support/settings_fixture.h"
 #include "vorn/settings.h"

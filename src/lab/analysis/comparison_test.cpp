@@ -6,9 +6,9 @@
 #include <cmath>
 #include <random>
 
-#include "lab/analysis/fake_ladder.h"
-#include "lab/analysis/fake_two_nodes.h"
 #include "lab/analysis/step.h"
+#include "lab/fakes/fake_ladder.h"
+#include "lab/fakes/fake_two_nodes.h"
 
 namespace lab {
 namespace {

@@ -5,8 +5,8 @@
 #include <cmath>
 #include <complex>
 
-#include "lab/analysis/fake_ladder.h"
-#include "lab/analysis/fake_two_nodes.h"
+#include "lab/fakes/fake_ladder.h"
+#include "lab/fakes/fake_two_nodes.h"
 
 namespace lab {
 namespace {

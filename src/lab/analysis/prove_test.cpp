@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "lab/analysis/fake_waveform.h"
+#include "lab/fakes/fake_waveform.h"
 
 namespace lab {
 namespace {

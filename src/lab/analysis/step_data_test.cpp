@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "lab/analysis/fake_two_nodes.h"
 #include "lab/analysis/step.h"
-#include "lab/analysis/step_figures.h"
+#include "lab/fakes/fake_two_nodes.h"
+#include "lab/step_figures.h"
 
 // What data cannot tell, and what the analysis says of it.
 

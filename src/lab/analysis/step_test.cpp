@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "lab/analysis/fake_two_nodes.h"
-#include "lab/analysis/step_figures.h"
+#include "lab/fakes/fake_two_nodes.h"
+#include "lab/step_figures.h"
 
 namespace lab {
 namespace {

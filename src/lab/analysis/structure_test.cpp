@@ -7,8 +7,8 @@
 #include <cmath>
 #include <random>
 
-#include "lab/analysis/fake_ladder.h"
-#include "lab/analysis/fake_two_nodes.h"
+#include "lab/fakes/fake_ladder.h"
+#include "lab/fakes/fake_two_nodes.h"
 
 namespace lab {
 namespace {

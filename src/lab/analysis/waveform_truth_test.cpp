@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "lab/analysis/fake_waveform.h"
+#include "lab/fakes/fake_waveform.h"
 
 namespace lab {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "lab/live/fake_run.h"
+#include "lab/fakes/fake_run.h"
 
 namespace lab {
 namespace {

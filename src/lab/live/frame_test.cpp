@@ -6,7 +6,7 @@
 #include <cmath>
 
 #include "lab/data/characters.h"
-#include "lab/live/fake_run.h"
+#include "lab/fakes/fake_run.h"
 #include "lab/live/fitting.h"
 
 namespace lab {

@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-#include "lab/live/fake_run.h"
+#include "lab/fakes/fake_run.h"
 
 namespace lab {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <array>
 
-#include "lab/live/fake_terminal.h"
+#include "lab/fakes/fake_terminal.h"
 
 namespace lab {
 namespace {

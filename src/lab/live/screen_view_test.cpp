@@ -4,8 +4,8 @@
 
 #include <memory>
 
-#include "lab/live/fake_run.h"
-#include "lab/live/fake_terminal.h"
+#include "lab/fakes/fake_run.h"
+#include "lab/fakes/fake_terminal.h"
 
 namespace lab {
 namespace {

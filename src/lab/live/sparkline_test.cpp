@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "lab/live/fake_run.h"
+#include "lab/fakes/fake_run.h"
 
 namespace lab {
 namespace {

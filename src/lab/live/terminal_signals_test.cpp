@@ -6,8 +6,8 @@
 
 #include <csignal>
 
-#include "lab/live/fake_run.h"
-#include "lab/live/fake_terminal.h"
+#include "lab/fakes/fake_run.h"
+#include "lab/fakes/fake_terminal.h"
 #include "lab/live/screen_view.h"
 
 namespace lab {

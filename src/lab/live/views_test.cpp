@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "lab/live/fake_run.h"
-#include "lab/live/fake_terminal.h"
+#include "lab/fakes/fake_run.h"
+#include "lab/fakes/fake_terminal.h"
 
 namespace lab {
 namespace {

@@ -1,4 +1,4 @@
-#include "lab/analysis/fake_waveform.h"
+#include "lab/fakes/fake_waveform.h"
 
 #include <algorithm>
 #include <array>

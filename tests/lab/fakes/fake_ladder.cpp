@@ -1,4 +1,4 @@
-#include "lab/analysis/fake_ladder.h"
+#include "lab/fakes/fake_ladder.h"
 
 #include <Eigen/Eigenvalues>
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "lab/analysis/fake_two_nodes.h"
+#include "lab/fakes/fake_two_nodes.h"
 
 #include <cmath>
 
