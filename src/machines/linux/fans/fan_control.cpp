@@ -1,16 +1,15 @@
 #include "machines/linux/fans/fan_control.h"
 
-#include <algorithm>
-#include <cerrno>
 #include <cmath>
+#include <system_error>
 #include <utility>
 
 #include "machines/linux/fans/curve_file.h"
-#include "machines/linux/fans/daemons.h"
 
 namespace linux_machine {
 namespace {
 
+using sysfs::Failure;
 using sysfs::Result;
 using sysfs::Trouble;
 
@@ -18,18 +17,6 @@ using Lock = std::lock_guard<std::mutex>;
 
 std::uint16_t bit_of(std::size_t fan) {
   return static_cast<std::uint16_t>(1U << fan);
-}
-
-/// A limit that the chip shows as the fan's own.
-std::optional<double> real_limit(sysfs::Tree& tree, const FanChannel& fan,
-                                 const std::string& attribute) {
-  if (!fan.kind().real_range) {
-    return std::nullopt;
-  }
-  const Result<long long> value = sysfs::read_integer(tree, attribute);
-  return value && *value > 0 && *value <= kMostRpm
-             ? std::optional<double>(static_cast<double>(*value))
-             : std::nullopt;
 }
 
 std::vector<FanChannel> find_channels(const Surroundings& surroundings) {
@@ -46,63 +33,40 @@ FanControl::FanControl(const Surroundings& surroundings, Ledger& ledger,
                        std::vector<WatchedTemperature> temperatures, Watching watching)
     : surroundings_(surroundings),
       ledger_(ledger),
-      watching_(watching),
       channels_(find_channels(surroundings)),
-      temperatures_(std::move(temperatures)) {
+      forced_(surroundings, ledger, channels_, std::move(temperatures)) {
   for (const FanChannel& channel : channels_) {
-    Fan fan{};
-    fan.channel = &channel;
-    fan.least = real_limit(surroundings.sys, channel, channel.lowest());
-    fan.most = real_limit(surroundings.sys, channel, channel.greatest());
-    auto curve = load_curve(surroundings.curves_folder, channel);
-    if (curve) {
-      fan.curve = *curve;
-    } else {
-      fan.no_curve = curve.failure().message;
-    }
-    fans_.push_back(std::move(fan));
+    fans_.push_back({.range = FanRange(surroundings, channel), .target = {}, .input = {}});
   }
-}
-
-FanControl::~FanControl() {
-  {
-    const Lock lock(mutex_);
-    ends_ = true;
-    changed_.notify_all();
+  if (watching == Watching::by_thread) {
+    rounds_.emplace(Rounds::Work{.needed = [this] { return has_to_watch(); },
+                                 .round = [this] { watch(); },
+                                 .refused = [this](int error) { refuse_to_watch(error); }});
   }
-  if (thread_.joinable()) {
-    thread_.join();
-  }
-}
-
-std::uint16_t FanControl::bits_now() const {
-  std::uint16_t bits = 0;
-  for (std::size_t i = 0; i < fans_.size(); ++i) {
-    bits = static_cast<std::uint16_t>(bits | (fans_[i].forced ? bit_of(i) : 0));
-  }
-  return bits;
 }
 
 std::uint16_t FanControl::force_bits() const {
   const Lock lock(mutex_);
-  return bits_now();
+  return forced_.bits();
 }
 
 Result<sysfs::Done> FanControl::set_force_bits(std::uint16_t bits) {
   Result<Done> changed = change_force_bits(bits);
-  join_ended_watch();
+  if (rounds_) {
+    rounds_->join_ended();
+  }
   return changed;
 }
 
 Result<sysfs::Done> FanControl::change_force_bits(std::uint16_t bits) {
   const Lock lock(mutex_);
   const bool privileged = surroundings_.effective_user() == 0;
-  if (bits == bits_now() && (owed_.empty() || !privileged)) {
+  if (bits == forced_.bits() && (!ledger_.owes() || !privileged)) {
     return Done{};
   }
-  const auto forced_anew = static_cast<std::uint16_t>(bits & ~bits_now());
-  if (forced_anew != 0 && tripped_) {
-    return canceled();
+  const auto forced_anew = static_cast<std::uint16_t>(bits & ~forced_.bits());
+  if (forced_anew != 0 && tripped()) {
+    return forced_.why_tripped();
   }
   if (!privileged) {
     return Failure{Trouble::refused, "forcing fans needs the superuser"};
@@ -111,9 +75,9 @@ Result<sysfs::Done> FanControl::change_force_bits(std::uint16_t bits) {
     return Failure{Trouble::bad_value,
                    "this machine has " + std::to_string(fans_.size()) + " fans to force"};
   }
-  Result<Done> paid = pay_owed();
-  if (forced_anew != 0 && !paid) {
-    return paid;  // what is not as it was must not be taken for the original
+  Result<Done> nothing_owed = ledger_.give_back_owed();
+  if (forced_anew != 0 && !nothing_owed) {
+    return nothing_owed;  // what is not as it was must not be taken for the original
   }
   if (forced_anew != 0) {
     Result<Done> forced = force_all(forced_anew);
@@ -122,13 +86,12 @@ Result<sysfs::Done> FanControl::change_force_bits(std::uint16_t bits) {
     }
   }
   for (std::size_t i = 0; i < fans_.size(); ++i) {
-    if (fans_[i].forced && (bits & bit_of(i)) == 0) {
-      give_back(fans_[i]);
-      paid = Done{};
+    if (forced_.at(i) != nullptr && (bits & bit_of(i)) == 0) {
+      forced_.give_back(i);
+      nothing_owed = Done{};
     }
   }
-  changed_.notify_all();
-  return owed_.empty() || !paid ? paid : pay_owed();
+  return !ledger_.owes() || !nothing_owed ? nothing_owed : ledger_.give_back_owed();
 }
 
 Result<double> FanControl::target_rpm(std::size_t fan) {
@@ -139,7 +102,7 @@ Result<double> FanControl::target_rpm(std::size_t fan) {
   }
   if (!one.input) {
     Result<sysfs::Attribute> opened =
-        sysfs::Attribute::open(surroundings_.sys, one.channel->input(), sysfs::Mode::read);
+        sysfs::Attribute::open(surroundings_.sys, channels_[fan].input(), sysfs::Mode::read);
     if (!opened) {
       return opened.failure();
     }
@@ -155,33 +118,40 @@ Result<sysfs::Done> FanControl::set_target_rpm(std::size_t fan, double rpm) {
     return Failure{Trouble::bad_value, channels_[fan].input() + ": no fan has this speed"};
   }
   fans_[fan].target = rpm;
-  return fans_[fan].forced ? apply_target(fans_[fan]) : Done{};
+  return forced_.at(fan) != nullptr ? apply_target(fan) : Done{};
 }
 
 bool FanControl::has_maximum(std::size_t fan) const {
   const Lock lock(mutex_);
-  return fans_[fan].most || fans_[fan].curve || channels_[fan].controllable();
+  return fans_[fan].range.greatest_rpm() || channels_[fan].controllable();
 }
 
 bool FanControl::maximum_is_measured_on_demand(std::size_t fan) const {
   const Lock lock(mutex_);
-  return !fans_[fan].most && !fans_[fan].curve && channels_[fan].controllable();
+  return !fans_[fan].range.greatest_rpm() && channels_[fan].controllable();
 }
 
 Result<double> FanControl::maximum_rpm(std::size_t fan) {
   const Lock lock(mutex_);
-  if (fans_[fan].most) {
-    return *fans_[fan].most;
-  }
-  return fans_[fan].curve ? fans_[fan].curve->greatest_rpm() : measured_maximum(fans_[fan]);
+  const std::optional<double> known = fans_[fan].range.greatest_rpm();
+  return known ? Result<double>(*known) : measured_maximum(fan);
 }
 
 std::optional<double> FanControl::minimum_rpm(std::size_t fan) const {
   const Lock lock(mutex_);
-  if (fans_[fan].least || !fans_[fan].curve) {
-    return fans_[fan].least;
-  }
-  return fans_[fan].curve->lowest_rpm();
+  return fans_[fan].range.lowest_rpm();
+}
+
+bool FanControl::has_to_watch() const {
+  const Lock lock(mutex_);
+  return forced_.bits() != 0 || ledger_.is_to_try_again();
+}
+
+/// Nobody must watch with a privilege that nobody gave him, nor may fans be forced unwatched.
+void FanControl::refuse_to_watch(int error) {
+  const Lock lock(mutex_);
+  forced_.give_up("their watch cannot give up its privilege: " +
+                  std::generic_category().message(error));
 }
 
 }  // namespace linux_machine

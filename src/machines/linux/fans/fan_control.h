@@ -1,26 +1,23 @@
 #pragma once
 
-#include <atomic>
-#include <condition_variable>
 #include <cstdint>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <span>
-#include <string>
-#include <thread>
 #include <vector>
 
-#include "machines/linux/fans/forced_fan.h"
+#include "machines/linux/fans/fan_range.h"
+#include "machines/linux/fans/forced_fans.h"
+#include "machines/linux/fans/rounds.h"
 #include "machines/linux/guardian/ledger.h"
 #include "machines/linux/surroundings/surroundings.h"
 
 namespace linux_machine {
 
 /// The machine's fans as the controller's keys present them: a force bit and a target for each. It
-/// forces them and keeps them at their speed; who stands behind the ledger watches, and a thread of
-/// its own asks him and gives up what may be held no longer. Speeds are RPM; fans are numbered as
-/// in channels().
+/// brings forced fans to their targets and keeps them there; who stands behind the ledger watches,
+/// and a thread of its own asks him and gives up what may be held no longer. Speeds are RPM; fans
+/// are numbered as in channels().
 ///
 /// The end of its life leaves the fans as they stand: see Ledger. Thread: any; a call may wait for
 /// another that measures a maximum, up to 10 s a fan.
@@ -34,7 +31,6 @@ class FanControl {
   /// Finds the fans, and their measured curves. `surroundings` and `ledger` outlive it.
   FanControl(const Surroundings& surroundings, Ledger& ledger,
              std::vector<WatchedTemperature> temperatures, Watching watching = Watching::by_thread);
-  ~FanControl();
   FanControl(const FanControl&) = delete;
   FanControl& operator=(const FanControl&) = delete;
 
@@ -73,87 +69,45 @@ class FanControl {
 
   /// Whether the watch has given the fans back for good: nothing is forced any more in this run.
   /// Thread: any, and it waits for nothing.
-  bool tripped() const { return tripped_; }
+  bool tripped() const { return forced_.tripped(); }
 
   /// One round: gives the fans up if there is an alarm, else corrects their speeds. To be called
   /// each kWatchPeriodNs while a bit is set.
   void watch();
 
-  static constexpr std::int64_t kWatchPeriodNs = 500 * kNsPerMs;
+  static constexpr std::int64_t kWatchPeriodNs = Rounds::kPeriodNs;
 
  private:
   struct Fan {
-    const FanChannel* channel;
-    std::optional<double> least;            ///< the chip's own
-    std::optional<double> most;             ///< the chip's own, or measured in this run
-    std::optional<Curve> curve;             ///< measured before
-    std::string no_curve;                   ///< what is wrong with its file, until it has been told
+    FanRange range;
     std::optional<double> target;           ///< written last
-    std::optional<double> applied;          ///< the target that the forced fan heads for
     std::optional<sysfs::Attribute> input;  ///< once its speed was asked for here
-    bool measurement_told = false;          ///< that its maximum is measured
-    std::unique_ptr<ForcedFan> forced;
-  };
-  /// A line of the ledger that could not be given back yet.
-  struct Owed {
-    std::string line;
-    std::string attribute;
   };
 
   using Done = sysfs::Done;
-  using Failure = sysfs::Failure;
 
   sysfs::Result<Done> change_force_bits(std::uint16_t bits);
-  void join_ended_watch();
+  bool has_to_watch() const;
+  void refuse_to_watch(int error);
 
   // All of these want the mutex held.
-  std::uint16_t bits_now() const;
-  sysfs::Result<Done> may_force(const Fan& fan);
-  sysfs::Result<Done> force(Fan& fan);
   sysfs::Result<Done> force_all(std::uint16_t bits);
-  sysfs::Result<Done> apply_target(Fan& fan);
-  sysfs::Result<Done> drive(Fan& fan);
-  sysfs::Result<double> measured_maximum(Fan& fan);
-  sysfs::Result<double> measure_unforced(Fan& fan);
-  bool give_back(Fan& fan);
-  bool give_back(TakenChannel& channel);
-  bool give_back_lines(const std::vector<std::string>& lines, const std::string& attribute);
-  bool shared(const std::string& line) const;
-  void tell_measurement(Fan& fan);
-  Failure canceled() const;
-  sysfs::Result<Done> pay_owed();
-  bool owes_now() const;
-  sysfs::Result<Done> begin_watch();
-  sysfs::Result<Done> tell_watch(const Fan& fan);
-  bool undo_late_command(TakenChannel& channel);
-  sysfs::Result<Done> judge();
-  void read_speeds();
-  void correct(Fan& fan, const std::optional<double>& rpm);
-  void trip_if_alarmed();
-  void begin_watching();
-  bool has_to_watch() const;
-  void watch_while_forced();
-  void refuse_to_watch(int error);
+  sysfs::Result<Done> force(std::size_t fan);
+  sysfs::Result<Done> apply_target(std::size_t fan);
+  sysfs::Result<Done> drive(std::size_t fan);
+  sysfs::Result<double> measured_maximum(std::size_t fan);
+  void correct_speeds();
+  void correct(std::size_t fan, const std::optional<double>& rpm);
 
   const Surroundings& surroundings_;
   Ledger& ledger_;
-  const Watching watching_;
-  std::vector<FanChannel> channels_;
+  const std::vector<FanChannel> channels_;
 
-  mutable std::mutex mutex_;  ///< guards all below
+  mutable std::mutex mutex_;  ///< guards the next two
   std::vector<Fan> fans_;
-  std::vector<Owed> owed_;
-  int rounds_owing_ = 0;  ///< of the watch with the privilege, since something is owed
-  const std::vector<WatchedTemperature> temperatures_;
-  std::vector<std::optional<double>> speeds_;  ///< by fan, if read in the last round
-  std::optional<Ledger::Alarm> alarm_;         ///< what the last round found amiss
-  std::string trip_reason_;                    ///< once tripped
-  std::atomic<bool> tripped_{false};           ///< written with the mutex held
-  bool no_temperature_told_ = false;
-  bool thread_runs_ = false;
-  bool ends_ = false;
-  std::condition_variable changed_;
-  std::thread thread_;
+  ForcedFans forced_;
+
+  std::optional<Rounds> rounds_;  ///< by_thread; ends before what it works on
 };
 
 }  // namespace linux_machine

@@ -46,10 +46,11 @@ bool ForcedFan::may_stand() const {
 
 /// A fan that turns does not stop when its speed changes: only one that might stand gets the time
 /// to start. Else a wave of targets would hide a blocked rotor.
-void ForcedFan::heads_for(double target_rpm, Drive drive, std::int64_t now_ns) {
+void ForcedFan::head_for(double target_rpm, Drive drive, std::int64_t now_ns) {
   const bool might_stand = may_stand();
   drive_ = drive;
   target_rpm_ = target_rpm;
+  is_sure_ = true;
   kick_.reset();
   regulator_.begin_anew();
   commanded_ns_ = now_ns;
@@ -59,21 +60,23 @@ void ForcedFan::heads_for(double target_rpm, Drive drive, std::int64_t now_ns) {
 }
 
 bool ForcedFan::drive_by_chip(double target_rpm, std::int64_t now_ns) {
+  is_sure_ = false;
   if (target_rpm <= 0 || !channel_.hold_target(target_rpm)) {
     return false;
   }
-  heads_for(target_rpm, Drive::by_chip, now_ns);
+  head_for(target_rpm, Drive::by_chip, now_ns);
   return true;
 }
 
 Result<Done> ForcedFan::drive_by_pwm(double target_rpm, const Curve& curve, std::int64_t now_ns) {
+  is_sure_ = false;
   const bool rests = drive_ == Drive::stopped || kick_ || at_rest();
   const Command command = command_for(target_rpm, curve, rests ? Motion::at_rest : Motion::turning);
   Result<Done> written = channel_.set_pwm(command.kick.value_or(command.pwm));
   if (!written) {
     return written;
   }
-  heads_for(target_rpm, command.pwm == 0 ? Drive::stopped : Drive::by_pwm, now_ns);
+  head_for(target_rpm, command.pwm == 0 ? Drive::stopped : Drive::by_pwm, now_ns);
   curve_ = curve;
   if (command.kick) {
     kick_ = Kick{now_ns + kKickNs, command.pwm};
@@ -103,7 +106,7 @@ std::optional<std::string> ForcedFan::keep_mode(std::int64_t now_ns) {
   if (++times_lost_ == kMostLosses) {
     return reason;
   }
-  const Result<Done> entered = channel_.enter_again();
+  const Result<Done> entered = channel_.enter_again(target_rpm_);
   if (!entered) {
     return reason + ": " + entered.failure().message;
   }
@@ -118,6 +121,11 @@ bool ForcedFan::chip_misses_target(double rpm, double greatest_rpm, std::int64_t
   }
   const double target = std::min(target_rpm_, greatest_rpm);
   return std::abs(rpm - target) > std::max(kChipMissRpm, kChipMiss * target);
+}
+
+void ForcedFan::give_up_chip() {
+  channel_.give_up_target();
+  is_sure_ = false;
 }
 
 Result<Done> ForcedFan::correct(const std::optional<double>& rpm, std::int64_t now_ns) {

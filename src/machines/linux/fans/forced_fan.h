@@ -15,6 +15,9 @@ class ForcedFan {
  public:
   ForcedFan(TakenChannel channel, std::int64_t now_ns);
 
+  /// Whether it heads for this target, as far as is known: no command for it has failed.
+  bool heads_for(double target_rpm) const { return is_sure_ && target_rpm_ == target_rpm; }
+
   /// Heads for a target through the chip, where the chip can; false if this has to be done by pwm.
   bool drive_by_chip(double target_rpm, std::int64_t now_ns);
 
@@ -44,6 +47,9 @@ class ForcedFan {
   /// fan can follow: up to `greatest_rpm`.
   bool chip_misses_target(double rpm, double greatest_rpm, std::int64_t now_ns) const;
 
+  /// The chip is told no target any more: the fan heads for none until it is driven by pwm.
+  void give_up_chip();
+
   /// The speed at full pwm, RPM, after which the fan goes on as before.
   sysfs::Result<double> measure_maximum(const Surroundings& surroundings, const MayGoOn& may_go_on);
 
@@ -64,12 +70,13 @@ class ForcedFan {
 
   bool at_rest();
   bool may_stand() const;
-  void heads_for(double target_rpm, Drive drive, std::int64_t now_ns);
+  void head_for(double target_rpm, Drive drive, std::int64_t now_ns);
 
   TakenChannel channel_;
   Drive drive_ = Drive::held;
   bool found_turning_ = false;
-  double target_rpm_ = 0;
+  double target_rpm_ = 0;       ///< unless it is held
+  bool is_sure_ = false;        ///< that it heads for target_rpm_
   std::optional<Curve> curve_;  ///< while driven by pwm
   std::optional<Kick> kick_;
   Regulator regulator_;           ///< while driven by pwm

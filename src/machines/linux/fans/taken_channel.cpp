@@ -216,7 +216,6 @@ bool TakenChannel::hold_target(double rpm) {
   }();
   if (taken && (holds_target_ || enter(*chip_->target_mode))) {
     holds_target_ = true;
-    held_rpm_ = std::llround(rpm);
     return true;
   }
   if (!holds_target_) {
@@ -235,12 +234,12 @@ bool TakenChannel::is_in_its_mode() {
   return !shown || is_mode(*chip_, *shown, wanted);  // one that is not said is not known to differ
 }
 
-Result<Done> TakenChannel::enter_again() {
+Result<Done> TakenChannel::enter_again(double target_rpm) {
   Result<Done> entered = enter(holds_target_ ? *chip_->target_mode : chip_->manual_mode);
   if (!entered) {
     return entered;
   }
-  return holds_target_ ? target_->write(held_rpm_) : pwm_attribute_->write(pwm_);
+  return holds_target_ ? target_->write(std::llround(target_rpm)) : pwm_attribute_->write(pwm_);
 }
 
 bool TakenChannel::put_back(Switch mode_switch) {

@@ -47,8 +47,8 @@ class TakenChannel {
   /// Whether the mode is still the one that it was put into; true where it cannot be read.
   bool is_in_its_mode();
 
-  /// Puts it into its mode again, with what was commanded last.
-  sysfs::Result<sysfs::Done> enter_again();
+  /// Puts it into its mode again, with the pwm commanded last, or the target that the chip holds.
+  sysfs::Result<sysfs::Done> enter_again(double target_rpm);
 
   /// What to do with the switch of the mode: leave one that other forced fans need as well.
   enum class Switch { put_back, leave };
@@ -87,7 +87,6 @@ class TakenChannel {
   std::optional<sysfs::Attribute> target_;         ///< if the chip holds targets
   std::optional<sysfs::Attribute> target_read_;
   int pwm_ = 0;
-  long long held_rpm_ = 0;  ///< while it holds a target
   bool holds_target_ = false;
   bool target_works_ = true;
 };

@@ -196,8 +196,51 @@ Result<Done> Ledger::note(const std::string& line) {
 
 bool Ledger::give_back(const std::string& line) {
   const std::lock_guard<std::mutex> lock(mutex_);
+  return give_back_one(line);
+}
+
+bool Ledger::give_back_one(const std::string& line) {
   const auto at = std::find(lines_.begin(), lines_.end(), line);
   return at == lines_.end() || give_back_some({*at});
+}
+
+bool Ledger::give_back_or_owe(const std::string& line, const std::string& attribute) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (surroundings_.effective_user() == 0 && give_back_one(line)) {
+    return true;
+  }
+  owed_.push_back({.line = line, .attribute = attribute});
+  tries_ = 0;
+  return false;
+}
+
+bool Ledger::owes() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return !owed_.empty();
+}
+
+Result<Done> Ledger::give_back_owed() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return give_back_all_owed();
+}
+
+Result<Done> Ledger::give_back_all_owed() {
+  std::erase_if(owed_, [this](const Owed& owed) { return give_back_one(owed.line); });
+  if (owed_.empty()) {
+    return Done{};
+  }
+  return Failure{Trouble::silent, owed_.front().attribute + " could not be put back"};
+}
+
+bool Ledger::is_to_try_again() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return !owed_.empty() && tries_ < kTries && surroundings_.effective_user() == 0;
+}
+
+void Ledger::try_again() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  ++tries_;
+  give_back_all_owed();
 }
 
 bool Ledger::give_back_all() {
@@ -225,6 +268,7 @@ void Ledger::end() {
   const std::lock_guard<std::mutex> lock(mutex_);
   holding_.reset();
   lines_.clear();
+  owed_.clear();
 }
 
 }  // namespace linux_machine

@@ -69,22 +69,45 @@ class Ledger {
   /// The same for everything noted, in the order of the lines.
   bool give_back_all();
 
+  // What the machine is still owed: lines that could not be given back when they were to be.
+
+  /// As give_back(). Where that fails, or this process has not the effective user 0, the line is
+  /// owed; `attribute` is named when that stays so.
+  bool give_back_or_owe(const std::string& line, const std::string& attribute);
+  bool owes();
+  /// A failure: something is owed still.
+  sysfs::Result<sysfs::Done> give_back_owed();
+
+  /// For who comes by again and again: whether it is time for another try. A chip may be busy for a
+  /// while; trying longer than kTries would only repeat the report.
+  bool is_to_try_again();
+  void try_again();
+  static constexpr int kTries = 4;
+
   /// Ends what begin() began, so that other runs may change the part. What is still noted is for
   /// the guardian to put back.
   void end();
 
  private:
   class Holding;
+  struct Owed {
+    std::string line;
+    std::string attribute;
+  };
 
-  // Both want the mutex held.
+  // All want the mutex held.
   bool is_ours();
+  bool give_back_one(const std::string& line);
   bool give_back_some(std::vector<std::string> lines);
+  sysfs::Result<sysfs::Done> give_back_all_owed();
 
   const Surroundings& surroundings_;
   const std::string part_;
   std::mutex mutex_;  ///< guards all below
   std::unique_ptr<Holding> holding_;
   std::vector<std::string> lines_;
+  std::vector<Owed> owed_;
+  int tries_ = 0;  ///< since something is owed
 };
 
 }  // namespace linux_machine

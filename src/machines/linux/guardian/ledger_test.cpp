@@ -89,6 +89,57 @@ TEST_F(LedgerTest, KeepsWhatCouldNotBeGivenBack) {
   EXPECT_EQ(tree_.text("a"), "1");
 }
 
+TEST_F(LedgerTest, OwesWhatCouldNotBeGivenBack) {
+  ASSERT_TRUE(ledger_.begin());
+  ASSERT_TRUE(ledger_.note("set a 1"));
+  ASSERT_TRUE(ledger_.note("set b 1"));
+  tree_.put("a", "9");
+  tree_.put("b", "9");
+  tree_.fail("a", EIO);
+  EXPECT_TRUE(ledger_.give_back_or_owe("set b 1", "b"));
+  EXPECT_FALSE(ledger_.owes());
+  EXPECT_FALSE(ledger_.give_back_or_owe("set a 1", "the switch"));
+  const auto owed = ledger_.give_back_owed();
+  ASSERT_FALSE(owed);
+  EXPECT_EQ(owed.failure().message, "the switch could not be put back");
+  tree_.fail("a", 0);
+  EXPECT_TRUE(ledger_.owes());
+  EXPECT_TRUE(ledger_.give_back_owed());
+  EXPECT_FALSE(ledger_.owes());
+  EXPECT_EQ(tree_.text("a"), "1");
+}
+
+TEST_F(LedgerTest, WithoutThePrivilegeALineIsOwedUntried) {
+  ASSERT_TRUE(ledger_.begin());
+  ASSERT_TRUE(ledger_.note("set a 1"));
+  tree_.put("a", "9");
+  surroundings_.user = 1000;
+  EXPECT_FALSE(ledger_.give_back_or_owe("set a 1", "a"));
+  EXPECT_FALSE(ledger_.is_to_try_again());
+  EXPECT_EQ(tree_.text("a"), "9");
+  surroundings_.user = 0;
+  EXPECT_TRUE(ledger_.is_to_try_again());
+}
+
+TEST_F(LedgerTest, TriesAFewTimesAndAnewForALineMore) {
+  ASSERT_TRUE(ledger_.begin());
+  ASSERT_TRUE(ledger_.note("set a 1"));
+  ASSERT_TRUE(ledger_.note("set b 1"));
+  tree_.put("a", "9");
+  tree_.put("b", "9");
+  tree_.fail("a", EIO);
+  tree_.fail("b", EIO);
+  for (const char* line : {"set a 1", "set b 1"}) {
+    EXPECT_FALSE(ledger_.give_back_or_owe(line, line));
+    for (int tries = 0; tries < Ledger::kTries; ++tries) {
+      EXPECT_TRUE(ledger_.is_to_try_again()) << tries;
+      ledger_.try_again();
+    }
+    EXPECT_FALSE(ledger_.is_to_try_again());
+  }
+  EXPECT_TRUE(ledger_.owes());
+}
+
 TEST_F(LedgerTest, TwoRunsDoNotChangeTheSamePart) {
   ASSERT_TRUE(ledger_.begin());
   Ledger second(surroundings_.surroundings, "fans");
