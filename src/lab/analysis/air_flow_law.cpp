@@ -12,12 +12,10 @@ namespace lab {
 
 namespace {
 
-constexpr double kInfinite = std::numeric_limits<double>::infinity();
-
 // Where each parameter stands in the vector.
 enum Place : Eigen::Index { kAir, kStill, kForced, kExponent, kSeries, kAll };
 
-struct Fit {
+struct LawFit {
   Eigen::VectorXd parameters;
   double squares = kInfinite;  // of what is left, in standard errors
   Eigen::MatrixXd inverse;     // of the normal matrix
@@ -54,7 +52,7 @@ Eigen::MatrixXd slopes_of(const Eigen::VectorXd& parameters,
   return slopes;
 }
 
-Fit fit_from(Eigen::VectorXd parameters, const std::vector<CooledPoint>& points) {
+LawFit fit_from(Eigen::VectorXd parameters, const std::vector<CooledPoint>& points) {
   constexpr int kRounds = 200;
   constexpr double kLeastDamping = 1e-12;
   double damping = 1e-3;
@@ -82,7 +80,7 @@ Fit fit_from(Eigen::VectorXd parameters, const std::vector<CooledPoint>& points)
 }
 
 /// The best of several starts: conductances of the lowest and the highest speed, some exponents.
-Fit best_fit(const std::vector<CooledPoint>& points, Eigen::Index unknowns) {
+LawFit best_fit(const std::vector<CooledPoint>& points, Eigen::Index unknowns) {
   const auto by_power = [](const CooledPoint& one, const CooledPoint& two) {
     return one.power < two.power;
   };
@@ -105,7 +103,7 @@ Fit best_fit(const std::vector<CooledPoint>& points, Eigen::Index unknowns) {
   }
   least = std::isfinite(least) ? least : 1;
   most = std::max(most, least * 1.1);
-  Fit best;
+  LawFit best;
   for (const double exponent : {0.5, 0.8, 1.1}) {
     for (const double part : {0.1, 0.5, 0.9}) {
       Eigen::VectorXd start(unknowns);
@@ -116,7 +114,7 @@ Fit best_fit(const std::vector<CooledPoint>& points, Eigen::Index unknowns) {
       if (unknowns > kSeries) {
         start[kSeries] = 0.2 / most;
       }
-      const Fit tried = fit_from(start, points);
+      const LawFit tried = fit_from(start, points);
       if (tried.squares < best.squares) {
         best = tried;
       }
@@ -129,19 +127,19 @@ struct Errors {
   Eigen::VectorXd half;  // of 95 % intervals
 };
 
-Errors errors_of(const Fit& fit, std::size_t points) {
+Errors errors_of(const LawFit& fit, std::size_t points) {
   const double freedom =
       std::max(1.0, static_cast<double>(points) - static_cast<double>(fit.parameters.size()));
   const double raise = std::sqrt(std::max(1.0, fit.squares / freedom));
   return {two_sided_95(freedom) * raise * fit.inverse.diagonal().cwiseMax(0).cwiseSqrt()};
 }
 
-Estimate plain(const Fit& fit, const Errors& errors, Eigen::Index at, const char* unit) {
+Estimate plain(const LawFit& fit, const Errors& errors, Eigen::Index at, const char* unit) {
   const double value = fit.parameters[at];
   return {value, value - errors.half[at], value + errors.half[at], unit};
 }
 
-Estimate of_logarithm(const Fit& fit, const Errors& errors, Eigen::Index at, const char* unit) {
+Estimate of_logarithm(const LawFit& fit, const Errors& errors, Eigen::Index at, const char* unit) {
   const double value = std::exp(fit.parameters[at]);
   return {value, value * std::exp(-errors.half[at]), value * std::exp(errors.half[at]), unit};
 }
@@ -162,9 +160,9 @@ AirFlowLaw air_flow_law(const std::vector<CooledPoint>& points) {
   if (speeds.size() < kFewest || points.size() < kFewest + 1 || most_power < 1.5 * least_power) {
     return law;
   }
-  Fit fit = best_fit(points, kSeries);
+  LawFit fit = best_fit(points, kSeries);
   if (speeds.size() > kFewest && points.size() > kFewest + 1) {
-    const Fit longer = best_fit(points, kAll);
+    const LawFit longer = best_fit(points, kAll);
     const Estimate series = plain(longer, errors_of(longer, points.size()), kSeries, "K/W");
     if (series.low > 0 && longer.squares < fit.squares) {
       fit = longer;

@@ -10,42 +10,43 @@ namespace lab {
 
 namespace {
 
-constexpr std::size_t kParts = 30;
+constexpr std::size_t kApproachParts = 30;
 
-struct Part {
+struct ApproachPart {
   double time_s = 0;
   double value = 0;
   double count = 0;
 };
-using Parts = std::array<Part, kParts>;
+using Parts = std::array<ApproachPart, kApproachParts>;
 
-Parts parts_of(std::span<const double> time_s, std::span<const double> values, double length_s) {
+Parts approach_parts(std::span<const double> time_s, std::span<const double> values,
+                     double length_s) {
   Parts parts;
   for (std::size_t index = 0; index < time_s.size(); ++index) {
     if (!std::isfinite(values[index])) {
       continue;
     }
     const double since_s = time_s[index] - time_s.front();
-    const auto place = static_cast<std::size_t>(since_s / length_s * kParts);
-    Part& part = parts[std::min(place, kParts - 1)];
+    const auto place = static_cast<std::size_t>(since_s / length_s * kApproachParts);
+    ApproachPart& part = parts[std::min(place, kApproachParts - 1)];
     part.time_s += since_s;
     part.value += values[index];
     ++part.count;
   }
-  for (Part& part : parts) {
+  for (ApproachPart& part : parts) {
     part.time_s /= std::max(1.0, part.count);
     part.value /= std::max(1.0, part.count);
   }
   return parts;
 }
 
-struct Fit {
+struct ApproachFit {
   double squares;  // of what it leaves
   double height;   // b
 };
 
 /// The best final value and height for one time constant.
-Fit fit(const Parts& parts, double tau_s) {
+ApproachFit fit(const Parts& parts, double tau_s) {
   double n = 0;
   double x = 0;
   double y = 0;
@@ -53,7 +54,7 @@ Fit fit(const Parts& parts, double tau_s) {
   double xy = 0;
   double yy = 0;
   const double first = parts[0].value;  // near the values: no digits are lost in the squares
-  for (const Part& part : parts) {
+  for (const ApproachPart& part : parts) {
     if (part.count > 0) {
       const double decay = std::exp(-part.time_s / tau_s);
       const double value = part.value - first;
@@ -83,12 +84,12 @@ Approach approach(std::span<const double> time_s, std::span<const double> values
   if (!(length_s > 0)) {
     return kNoEnd;
   }
-  const Parts parts = parts_of(time_s, values, length_s);
+  const Parts parts = approach_parts(time_s, values, length_s);
   double best_tau_s = 0;
-  Fit best{.squares = std::numeric_limits<double>::infinity(), .height = 0};
+  ApproachFit best{.squares = std::numeric_limits<double>::infinity(), .height = 0};
   double tau_s = kShortest * length_s;
   for (; tau_s < kLongest * length_s; tau_s *= kStep) {
-    if (const Fit tried = fit(parts, tau_s); tried.squares < best.squares) {
+    if (const ApproachFit tried = fit(parts, tau_s); tried.squares < best.squares) {
       best = tried;
       best_tau_s = tau_s;
     }

@@ -7,8 +7,6 @@ namespace lab {
 
 namespace {
 
-constexpr double kDegrees = 57.29577951308232;
-
 // The predicted curve goes a little beyond the frequencies that were measured.
 constexpr double kBeyond = 1.5;
 

@@ -16,7 +16,6 @@ namespace {
 
 constexpr double kPi = 3.141592653589793;
 constexpr double kDegree = 180 / kPi;
-constexpr double kInfinite = std::numeric_limits<double>::infinity();
 
 // A held value shows nothing of what is faster than two fifths of its sensor's rate.
 constexpr double kOfSensorRate = 0.4;

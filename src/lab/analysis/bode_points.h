@@ -12,6 +12,8 @@
 
 namespace lab {
 
+inline constexpr double kDegrees = 57.29577951308232;  ///< in a radian
+
 /// What one key did at one frequency.
 struct KeyPoint {
   bool there = false;  ///< something was measured

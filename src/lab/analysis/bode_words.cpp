@@ -10,8 +10,6 @@ namespace lab {
 
 namespace {
 
-constexpr double kDegrees = 57.29577951308232;
-
 bool shows_something(const BodeResult& result, std::size_t key) {
   return std::any_of(result.points.begin(), result.points.end(),
                      [&](const BodePoint& point) { return point.keys[key].there; });

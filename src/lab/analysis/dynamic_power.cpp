@@ -29,7 +29,7 @@ struct Columns {
   const std::vector<double>* temperature = nullptr;  // null: no temperature was measured
 };
 
-double range_of(const std::vector<double>& values) {
+double span_of(const std::vector<double>& values) {
   double least = std::numeric_limits<double>::infinity();
   double most = -least;
   for (const double value : values) {
@@ -51,7 +51,7 @@ Columns columns_of(const SweepInput& input) {
   }
   for (const Column& column : input.samples.columns) {
     if (column.unit == "degC" && (columns.temperature == nullptr ||
-                                  range_of(column.values) > range_of(*columns.temperature))) {
+                                  span_of(column.values) > span_of(*columns.temperature))) {
       columns.temperature = &column.values;
     }
   }

@@ -14,7 +14,6 @@ namespace lab {
 
 namespace {
 
-constexpr double kInfinite = std::numeric_limits<double>::infinity();
 constexpr std::size_t kFewest = 6;
 constexpr double kTurning_rpm = 1;  // less is a fan that stands still
 

@@ -23,7 +23,7 @@ std::vector<double> without_gaps(std::span<const double> heat) {
 }
 
 // A few outliers do not make a range.
-double range_of(std::vector<double> heat) {
+double inner_range(std::vector<double> heat) {
   const auto tail = static_cast<std::ptrdiff_t>(heat.size() / 200);
   const auto least = heat.begin() + tail;
   std::nth_element(heat.begin(), least, heat.end());
@@ -116,7 +116,7 @@ HeatCurve heat_curve(std::span<const double> time_s, std::span<const double> hea
                      std::size_t most_rows) {
   const std::vector<double> filled = without_gaps(heat);
   HeatCurve curve;
-  curve.range = range_of(filled);
+  curve.range = inner_range(filled);
   if (curve.range == 0) {  // exactly constant, but for the first reading: switched on there
     curve.range = std::abs(filled.back() - filled.front());
   }

@@ -48,13 +48,13 @@ struct Shape {
   double window_squared = 0;
 };
 
-struct Fit {
+struct WindowFit {
   double squares = std::numeric_limits<double>::infinity();
   Eigen::VectorXd linear;
   Eigen::VectorXd model;  // real and imaginary part of each tone, over its standard error
 };
 
-Fit fit(const std::vector<PowerTone>& tones, const Shape& shape, Index parameters) {
+WindowFit fit(const std::vector<PowerTone>& tones, const Shape& shape, Index parameters) {
   const auto rows = 2 * static_cast<Index>(tones.size());
   Eigen::MatrixXd model(rows, parameters);
   Eigen::VectorXd seen(rows);
@@ -78,7 +78,7 @@ Fit fit(const std::vector<PowerTone>& tones, const Shape& shape, Index parameter
   }
   Eigen::MatrixXd squares = model.transpose() * model;
   squares.diagonal() *= 1 + 1e-12;
-  Fit found;
+  WindowFit found;
   found.linear = squares.ldlt().solve(model.transpose() * seen);
   found.model = model * found.linear;
   found.squares = (seen - found.model).squaredNorm();
@@ -174,7 +174,7 @@ PowerWindow power_window(const std::vector<PowerTone>& tones) {
         best.lag_s - 2 * unit_s, best.lag_s + 2 * unit_s);
     best.window_squared = at_lag(best.lag_s);
   }
-  const Fit found = fit(tones, best, parameters);
+  const WindowFit found = fit(tones, best, parameters);
   PowerWindow result;
   result.watts = found.linear[0];
   result.watts_a_kelvin = leaks ? found.linear[1] : 0;

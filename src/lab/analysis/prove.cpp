@@ -11,18 +11,10 @@ namespace lab {
 
 namespace {
 
-nlohmann::ordered_json number(double value) {
-  return std::isfinite(value) ? nlohmann::ordered_json(value) : nlohmann::ordered_json(nullptr);
-}
-
-nlohmann::ordered_json number(const std::optional<double>& value) {
-  return value ? number(*value) : nlohmann::ordered_json(nullptr);
-}
-
 nlohmann::ordered_json figures(const Spread& spread) {
-  return {{"median", number(spread.at(0.5))},
-          {"percentile_99", number(spread.at(0.99))},
-          {"most", number(spread.most())},
+  return {{"median", json_number(spread.at(0.5))},
+          {"percentile_99", json_number(spread.at(0.99))},
+          {"most", json_number(spread.most())},
           {"count", spread.count()},
           {"missed", spread.missed()}};
 }
@@ -46,11 +38,12 @@ nlohmann::ordered_json figures(const SensorReach& sensor) {
   const auto of_rise = [&](double RiseTime::*member) {
     return sensor.rise ? std::optional((*sensor.rise).*member) : std::nullopt;
   };
-  return {{"step", number(sensor.truth.step > 0 ? std::optional(sensor.truth.step) : std::nullopt)},
-          {"update_interval", number(sensor.truth.update_interval_s)},
-          {"rise_time", number(of_rise(&RiseTime::rise_s))},
-          {"delay", number(of_rise(&RiseTime::delay_s))},
-          {"highest_frequency", number(sensor.highest_hz)}};
+  return {{"step",
+           json_number(sensor.truth.step > 0 ? std::optional(sensor.truth.step) : std::nullopt)},
+          {"update_interval", json_number(sensor.truth.update_interval_s)},
+          {"rise_time", json_number(of_rise(&RiseTime::rise_s))},
+          {"delay", json_number(of_rise(&RiseTime::delay_s))},
+          {"highest_frequency", json_number(sensor.highest_hz)}};
 }
 
 /// A wave is shown if there are three measurements in each of its periods, and if the reading comes

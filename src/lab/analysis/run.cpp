@@ -15,23 +15,19 @@ namespace {
 
 constexpr double kStill = 0.5;  // K: less than that to come is at rest for most purposes
 
-nlohmann::ordered_json number(double value) {
-  return std::isfinite(value) ? nlohmann::ordered_json(value) : nlohmann::ordered_json(nullptr);
-}
-
 nlohmann::ordered_json figures(const ColumnStatistics& statistics) {
   nlohmann::ordered_json json;
   json["mean"] = to_json(statistics.mean);
-  json["minimum"] = number(statistics.minimum);
-  json["percentile_5"] = number(statistics.percentile_5);
-  json["median"] = number(statistics.median);
-  json["percentile_95"] = number(statistics.percentile_95);
-  json["maximum"] = number(statistics.maximum);
+  json["minimum"] = json_number(statistics.minimum);
+  json["percentile_5"] = json_number(statistics.percentile_5);
+  json["median"] = json_number(statistics.median);
+  json["percentile_95"] = json_number(statistics.percentile_95);
+  json["maximum"] = json_number(statistics.maximum);
   json["missing"] = statistics.missing;
   json["sensor"]["step"] =
-      number(statistics.sensor.step > 0 ? statistics.sensor.step : std::nan(""));
+      json_number(statistics.sensor.step > 0 ? statistics.sensor.step : std::nan(""));
   json["sensor"]["update_interval"] =
-      number(statistics.sensor.update_interval_s.value_or(std::nan("")));
+      json_number(statistics.sensor.update_interval_s.value_or(std::nan("")));
   return json;
 }
 
@@ -189,8 +185,8 @@ void tell_phases(const Table& table, const std::vector<std::string>& names, Answ
                              spoken_number(statistics.minimum, 4),
                              spoken_number(statistics.maximum, 4)});
       json["keys"][column.name] = {{"mean", to_json(statistics.mean)},
-                                   {"minimum", number(statistics.minimum)},
-                                   {"maximum", number(statistics.maximum)}};
+                                   {"minimum", json_number(statistics.minimum)},
+                                   {"maximum", json_number(statistics.maximum)}};
     }
     answer.figures["phases"].push_back(json);
   }

@@ -11,7 +11,7 @@ namespace lab {
 
 namespace {
 
-constexpr int kParts = 24;  // thirds of eight: enough to see their noise
+constexpr int kSettledParts = 24;  // thirds of eight: enough to see their noise
 
 struct Line {
   double slope = 0;        // a part
@@ -51,7 +51,7 @@ Line line_through(const std::vector<double>& means) {
 }  // namespace
 
 SettledWatch::SettledWatch(double stretch_s, double allowed, double step)
-    : part_s_(stretch_s / kParts),
+    : part_s_(stretch_s / kSettledParts),
       allowed_(std::max(allowed, step / 2)),
       coarse_(allowed < step / 2) {}
 
@@ -66,7 +66,7 @@ void SettledWatch::add(double time_s, double value) {
   parts_.back().sum += value;
   parts_.back().count += 1;
   // One more than needed: the last one is not complete.
-  while (parts_.front().index < index - kParts) {
+  while (parts_.front().index < index - kSettledParts) {
     parts_.pop_front();
   }
 }
@@ -80,7 +80,8 @@ Settledness SettledWatch::judge() const {
     }
   }
   // A sensor that is read seldom may leave parts empty; what there is must span the stretch.
-  if (means.size() < kParts / 2 || parts_.back().index - parts_.front().index < kParts) {
+  if (means.size() < kSettledParts / 2 ||
+      parts_.back().index - parts_.front().index < kSettledParts) {
     return result;
   }
   result.known = true;
@@ -121,7 +122,8 @@ Settledness judge_settled(std::span<const double> time_s, std::span<const double
     watch.add(time_s[at] - time_s.front(), values[at]);
     last = std::isfinite(values[at]) ? values[at] : last;
   }
-  watch.add(stretch_s * (1 + 0.5 / kParts), last);  // begins a part, which completes the one before
+  watch.add(stretch_s * (1 + 0.5 / kSettledParts),
+            last);  // begins a part, which completes the one before
   return watch.judge();
 }
 

@@ -13,21 +13,20 @@ namespace lab {
 
 namespace {
 
-constexpr double kParts = 36;
+constexpr double kValueParts = 36;
 constexpr std::size_t kFewestParts = 8;
-constexpr double kInfinite = std::numeric_limits<double>::infinity();
 constexpr double kShortest = 0.1;  // of the two thirds: faster ones are over
 constexpr double kLongest = 2;     // of them: beyond, a straight line fits as well
 
 /// The means of parts of the record, which are what is fitted.
 std::vector<FitPoint> parts_of(std::span<const double> time_s, std::span<const double> values,
                                double length_s) {
-  std::vector<FitPoint> parts(static_cast<std::size_t>(kParts));
+  std::vector<FitPoint> parts(static_cast<std::size_t>(kValueParts));
   std::vector<double> counts(parts.size());
   for (std::size_t row = 0; row < time_s.size(); ++row) {
     if (std::isfinite(values[row])) {
       const double since_s = time_s[row] - time_s.front();
-      const auto place = static_cast<std::size_t>(since_s / length_s * kParts);
+      const auto place = static_cast<std::size_t>(since_s / length_s * kValueParts);
       const std::size_t at = std::min(place, parts.size() - 1);
       parts[at].since_s += since_s;
       parts[at].value += values[row];

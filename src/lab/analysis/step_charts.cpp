@@ -9,7 +9,7 @@ namespace lab {
 
 namespace {
 
-constexpr double kMostPoints = 2000;  // more than a screen has across
+constexpr double kMostOnAScreen = 2000;  // more than a screen has across
 
 Series fitted(const KeyResult& result, double from_s, double to_s) {
   Series series{.name = result.name + " fitted", .x = {}, .y = {}, .low = {}, .high = {}};
@@ -45,7 +45,7 @@ Series measured(const KeyResult& result, const HeatCurve& curve) {
 Series residuals(const KeyResult& result, const HeatCurve& curve) {
   Series series{.name = result.name, .x = {}, .y = {}, .low = {}, .high = {}};
   const auto together =
-      static_cast<std::size_t>(std::ceil(static_cast<double>(curve.rows()) / kMostPoints));
+      static_cast<std::size_t>(std::ceil(static_cast<double>(curve.rows()) / kMostOnAScreen));
   for (std::size_t begin = 0; begin < curve.rows(); begin += together) {
     double time_sum = 0;
     double left = 0;

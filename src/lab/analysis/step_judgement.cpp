@@ -12,8 +12,6 @@ namespace lab {
 
 namespace {
 
-constexpr double kInfinite = std::numeric_limits<double>::infinity();
-
 void judge_slowest(const HeatCurve& curve, KeyResult& result) {
   const std::vector<HeatStep> steps = heat_steps(curve);
   const double after_s = curve.time_s.back() - (steps.empty() ? 0 : steps.front().time_s);

@@ -12,7 +12,6 @@ namespace lab {
 
 namespace {
 
-constexpr double kInfinite = std::numeric_limits<double>::infinity();
 constexpr const char* kNoStructure = "a transfer impedance, which has no structure function.";
 
 std::string why_away(const KeyResult& result, const std::vector<KeyResult>& all) {

@@ -9,7 +9,6 @@ namespace lab {
 
 namespace {
 
-constexpr double kFactor = 2;  // about that of a 95 % interval on a standard error
 constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 
 std::optional<std::size_t> place_of(const std::vector<const Column*>& keys,
@@ -89,9 +88,9 @@ CoolingOfKey cooling_of(const std::string& name, const std::vector<PointResult>&
     if (cooling.law.known && point.keys[key].settled && point.keys[power].settled) {
       const Estimate& air = cooling.law.air;
       const double value = (temperature.value - air.value) / watts.value;
-      const double half = kFactor * std::hypot(standard_error(temperature) / watts.value,
-                                               standard_error(air) / watts.value,
-                                               value * standard_error(watts) / watts.value);
+      const double half = kIntervalFactor * std::hypot(standard_error(temperature) / watts.value,
+                                                       standard_error(air) / watts.value,
+                                                       value * standard_error(watts) / watts.value);
       resistance = {value, value - half, value + half, "K/W"};
     }
     cooling.resistance.push_back(resistance);
@@ -103,7 +102,7 @@ CoolingOfKey cooling_of(const std::string& name, const std::vector<PointResult>&
 
 double standard_error(const Estimate& estimate) {
   constexpr double kLeast = 1e-6;
-  const double half = (estimate.high - estimate.low) / 2 / kFactor;
+  const double half = (estimate.high - estimate.low) / 2 / kIntervalFactor;
   return std::max(half, kLeast * std::max(1.0, std::abs(estimate.value)));
 }
 

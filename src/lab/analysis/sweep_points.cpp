@@ -10,7 +10,6 @@ namespace lab {
 namespace {
 
 constexpr double kClear = 10;  // times its noise: a change that tells its time constant by itself
-constexpr double kFactor = 2;  // about that of a 95 % interval on a standard error
 
 std::span<const double> part(const std::vector<double>& values, const SweepVisit& visit) {
   return std::span(values).subspan(visit.first_row, visit.end_row - visit.first_row);
@@ -116,7 +115,7 @@ Estimate together(const std::vector<Estimate>& estimates) {
   double weights = 0;
   double sum = 0;
   for (const Estimate& one : estimates) {
-    const double error = std::max((one.high - one.low) / 2 / kFactor, 1e-12);
+    const double error = std::max((one.high - one.low) / 2 / kIntervalFactor, 1e-12);
     weights += 1 / (error * error);
     sum += one.value / (error * error);
   }
@@ -132,11 +131,11 @@ Estimate together(const std::vector<Estimate>& estimates) {
   }
   double squares = 0;
   for (const Estimate& one : estimates) {
-    const double error = std::max((one.high - one.low) / 2 / kFactor, 1e-12);
+    const double error = std::max((one.high - one.low) / 2 / kIntervalFactor, 1e-12);
     squares += (one.value - value) * (one.value - value) / (error * error);
   }
   const double more = squares / static_cast<double>(estimates.size() - 1);
-  const double half = kFactor * std::sqrt(std::max(1.0, more) / weights);
+  const double half = kIntervalFactor * std::sqrt(std::max(1.0, more) / weights);
   return {value, value - half, value + half, estimates.front().unit};
 }
 

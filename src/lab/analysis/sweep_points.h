@@ -11,6 +11,9 @@
 
 namespace lab {
 
+/// Half of a 95 % interval over the standard error, about.
+inline constexpr double kIntervalFactor = 2;
+
 /// What a sweep goes over.
 enum class SweptSetting { fans, duty, pstate, load };
 

@@ -9,7 +9,6 @@
 namespace lab {
 
 double unseen_resistance(const HeatCurve& curve, const KeyResult& result) {
-  constexpr double kInfinite = std::numeric_limits<double>::infinity();
   const std::vector<HeatStep> steps = heat_steps(curve);
   const double after_s = curve.time_s.back() - (steps.empty() ? 0 : steps.front().time_s);
   std::vector<double> given_s = result.fit.tau_s;

@@ -25,12 +25,12 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kLook{100};
 constexpr double kShow_s = 0.25;
-constexpr double kSecond = 1e9;  // ns
+constexpr double kNanosecond = 1e-9;  // s
 
 double now_s() {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / kSecond;
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * kNanosecond;
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "lab/commands/answering.h"
 #include "lab/commands/run_command.h"
 #include "lab/commands/this_machine.h"
+#include "lab/data/units.h"
 #include "lab/folder/csv_table.h"
 #include "lab/folder/folder_error.h"
 #include "lab/folder/run_folder.h"
@@ -19,18 +20,7 @@ namespace lab {
 
 namespace {
 
-const std::map<std::string, double> kTimeUnits{
-    {"us", 1e-6}, {"ms", 1e-3}, {"s", 1}, {"min", 60}, {"h", 3600}};
 const std::map<std::string, double> kPowerUnits{{"uW", 1e-6}, {"mW", 1e-3}, {"W", 1}, {"kW", 1e3}};
-
-std::vector<std::string> names(const std::map<std::string, double>& units) {
-  std::vector<std::string> found;
-  found.reserve(units.size());
-  for (const auto& [name, factor] : units) {
-    found.push_back(name);
-  }
-  return found;
-}
 
 double celsius(double value, const std::string& unit) {
   constexpr double kAbsoluteZero = -273.15;
@@ -69,8 +59,9 @@ void rename_taken(Table& file) {
 /// The samples of a run that would have given this table.
 Table samples_of(const FitOptions& options, std::string& power_name,
                  std::vector<std::string>& warnings) {
-  CsvTable csv = parse_csv(read_whole(options.file), options.file,
-                           {.time = options.time, .time_unit_s = kTimeUnits.at(options.time_unit)});
+  CsvTable csv =
+      parse_csv(read_whole(options.file), options.file,
+                {.time = options.time, .time_unit_s = time_units().at(options.time_unit)});
   if (csv.left_out > 0) {
     warnings.push_back(std::to_string(csv.left_out) + " lines of " + options.file +
                        " were left out: their time is not later than that of the line before. If "
@@ -139,12 +130,12 @@ void add_fit_options(CLI::App& app, FitOptions& options) {
   app.add_option("--time", options.time, "column of the time, by name or number (default: 1)")
       ->option_text("<column>");
   app.add_option("--time-unit", options.time_unit, "us, ms, s, min or h (default: s)")
-      ->check(CLI::IsMember(names(kTimeUnits)))
+      ->check(CLI::IsMember(names_of(time_units())))
       ->option_text("<unit>");
   auto* power = app.add_option("--power", options.power, "column of the power, by name or number")
                     ->option_text("<column>");
   app.add_option("--power-unit", options.power_unit, "uW, mW, W or kW (default: W)")
-      ->check(CLI::IsMember(names(kPowerUnits)))
+      ->check(CLI::IsMember(names_of(kPowerUnits)))
       ->option_text("<unit>");
   app.add_option("--watts", options.watts, "the power, if it was constant from the first line on")
       ->excludes(power)

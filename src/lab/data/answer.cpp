@@ -4,18 +4,18 @@
 
 namespace lab {
 
-namespace {
-
-nlohmann::ordered_json number(double value) {
+nlohmann::ordered_json json_number(double value) {
   return std::isfinite(value) ? nlohmann::ordered_json(value) : nlohmann::ordered_json(nullptr);
 }
 
-}  // namespace
+nlohmann::ordered_json json_number(const std::optional<double>& value) {
+  return value ? json_number(*value) : nlohmann::ordered_json(nullptr);
+}
 
 nlohmann::ordered_json to_json(const Estimate& estimate) {
-  return {{"value", number(estimate.value)},
-          {"low", number(estimate.low)},
-          {"high", number(estimate.high)},
+  return {{"value", json_number(estimate.value)},
+          {"low", json_number(estimate.low)},
+          {"high", json_number(estimate.high)},
           {"unit", estimate.unit}};
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -50,6 +51,10 @@ struct Answer {
   std::vector<std::string> warnings;  ///< what limits the answer: its cause and its remedy
   nlohmann::ordered_json figures;     ///< an object: its members become those of result.json
 };
+
+/// The value; null if there is none, or none that is finite.
+nlohmann::ordered_json json_number(double value);
+nlohmann::ordered_json json_number(const std::optional<double>& value);
 
 /// {"value", "low", "high", "unit"}; an infinite bound is null.
 nlohmann::ordered_json to_json(const Estimate& estimate);

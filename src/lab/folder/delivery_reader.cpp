@@ -8,7 +8,6 @@ namespace lab {
 namespace {
 
 constexpr double kMicrosecond = 1e3;  // ns
-constexpr double kSecond = 1e9;       // ns
 
 // Buffers of the record are emptied ten times a second, and after a second at the latest: of an on
 // phase older than this, no more lines come.
@@ -44,7 +43,7 @@ void DeliveryReader::add(const RecordLine& line) {
   } else if (keyword == "sample") {
     add_sample(line.whole(0).value_or(0));
   } else if (keyword == "gap") {
-    const double length = static_cast<double>(line.whole(3).value_or(0)) / kSecond;
+    const double length = static_cast<double>(line.whole(3).value_or(0)) / kSecond_ns;
     ++sums_.holes;
     sums_.holes_s += length;
     sums_.longest_hole_s = std::max(sums_.longest_hole_s.value_or(0), length);
@@ -57,7 +56,7 @@ void DeliveryReader::add(const RecordLine& line) {
     }
   } else if (keyword == "forced") {
     const std::int64_t instant = line.whole(0).value_or(0);
-    sums_.forced.push_back({static_cast<double>(instant - zero_ns_.value_or(instant)) / kSecond,
+    sums_.forced.push_back({static_cast<double>(instant - zero_ns_.value_or(instant)) / kSecond_ns,
                             line.text(1), line.text(2)});
   } else if (keyword == "error") {
     ++sums_.wrong_results;
@@ -127,7 +126,7 @@ void DeliveryReader::add_time(const RecordLine& line) {
 
 void DeliveryReader::add_sample(std::int64_t instant_ns) {
   if (engine_.last_sample_ns) {
-    const double gap = static_cast<double>(instant_ns - *engine_.last_sample_ns) / kSecond;
+    const double gap = static_cast<double>(instant_ns - *engine_.last_sample_ns) / kSecond_ns;
     sums_.sample_gap_max_s = std::max(sums_.sample_gap_max_s.value_or(0), gap);
   }
   engine_.last_sample_ns = instant_ns;
@@ -165,7 +164,7 @@ void DeliveryReader::add_work(const RecordLine& line) {
   for (const auto& [thread, done] : engine_.operations) {
     operations += done;
   }
-  sums_.work.push_back({static_cast<double>(instant - *zero_ns_) / kSecond, operations});
+  sums_.work.push_back({static_cast<double>(instant - *zero_ns_) / kSecond_ns, operations});
 }
 
 void DeliveryReader::add_skew(const OnPhase& phase, std::vector<float>& skews_us) {

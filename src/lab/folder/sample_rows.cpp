@@ -9,7 +9,6 @@ namespace lab {
 
 namespace {
 
-constexpr double kSecond = 1e9;  // ns
 constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 
 // The engine writes its record ten times a second, but puts a write off for up to a second until
@@ -56,7 +55,7 @@ void SampleRows::add_sample(std::string_view line) {
   }
   // The engine counts from its own first sample, which need not be that of the run.
   const double before_s =
-      engine_zero_ ? static_cast<double>(engine_zero_->instant_ns - *zero_ns_) / kSecond : 0;
+      engine_zero_ ? static_cast<double>(engine_zero_->instant_ns - *zero_ns_) / kSecond_ns : 0;
   newest_ = SampleRow{.time_s = before_s + values[0],
                       .phase = std::max(0, phase_) + origin_.first_phase,
                       .asked = kUnknown,
@@ -178,7 +177,8 @@ std::optional<std::int64_t> SampleRows::first_instant(bool all) {
     return std::nullopt;
   }
   const Sample& before = last_ ? *last_ : *engine_zero_;
-  return before.instant_ns + static_cast<std::int64_t>((line.seconds - before.seconds) * kSecond);
+  return before.instant_ns +
+         static_cast<std::int64_t>((line.seconds - before.seconds) * kSecond_ns);
 }
 
 std::vector<SampleRow> SampleRows::take(bool all) {
@@ -194,7 +194,7 @@ std::vector<SampleRow> SampleRows::take(bool all) {
     }
     const std::int64_t before = last_row_ns_.value_or(*instant);
     const bool recorded = *instant <= newest_ns_;
-    rows.push_back({.time_s = static_cast<double>(*instant - *zero_ns_) / kSecond,
+    rows.push_back({.time_s = static_cast<double>(*instant - *zero_ns_) / kSecond_ns,
                     .phase = phase_at(*instant),
                     .asked = recorded ? on_part(before, *instant) : kUnknown,
                     .delivered = recorded ? load(before, *instant) : kUnknown,

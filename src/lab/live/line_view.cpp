@@ -15,8 +15,6 @@ namespace lab {
 namespace {
 
 constexpr double kEveryS = 5;
-constexpr std::chrono::milliseconds kPatience{500};
-
 // Logs are searched: the same characters everywhere. Titles and warnings stay as they are.
 constexpr Look kPlain{.utf8 = false, .colour = false};
 
@@ -59,7 +57,7 @@ std::string values_text(const LiveState& state) {
 LineView::LineView(int fd) : outlet_(fd) {}
 
 LineView::~LineView() {
-  outlet_.drain(kPatience);
+  outlet_.drain(kAtTheEnd);
 }
 
 void LineView::line(const LiveState& state, std::string_view word, const std::string& text) {

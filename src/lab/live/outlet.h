@@ -6,6 +6,9 @@
 
 namespace lab {
 
+/// How long a view waits at its end for what is still to be written.
+inline constexpr std::chrono::milliseconds kAtTheEnd{500};
+
 /// Writes to a descriptor behind which somebody may be slow, and never waits unless told to. What
 /// nobody takes is kept; what can never be written (nobody is there any more) is dropped. Thread:
 /// one.

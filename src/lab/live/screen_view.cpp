@@ -10,9 +10,6 @@ namespace {
 
 constexpr std::chrono::milliseconds kFrame{250};
 
-/// For what is still to be drawn at the end.
-constexpr std::chrono::milliseconds kPatience{500};
-
 constexpr std::string_view kClear = "\x1b[0m\x1b[2J";
 
 }  // namespace
@@ -37,7 +34,7 @@ ScreenView::ScreenView(int fd, Look look, Clock clock)
 
 ScreenView::~ScreenView() {
   if (terminal_.borrowed()) {
-    outlet_.drain(kPatience);
+    outlet_.drain(kAtTheEnd);
   }
 }
 

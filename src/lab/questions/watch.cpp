@@ -6,6 +6,7 @@
 
 #include "lab/analysis/replay.h"
 #include "lab/analysis/run.h"
+#include "lab/data/units.h"
 #include "lab/folder/whole_file.h"
 #include "lab/plan/duration.h"
 #include "lab/plan/plan_error.h"
@@ -20,22 +21,10 @@ namespace lab {
 
 namespace {
 
-const std::map<std::string, double> kTimeUnits{
-    {"us", 1e-6}, {"ms", 1e-3}, {"s", 1}, {"min", 60}, {"h", 3600}};
 const std::map<std::string, UtilisationLayout::Unit> kUnits{
     {"part", UtilisationLayout::Unit::part},
     {"percent", UtilisationLayout::Unit::percent},
     {"automatic", UtilisationLayout::Unit::automatic}};
-
-template <class Value>
-std::vector<std::string> names(const std::map<std::string, Value>& all) {
-  std::vector<std::string> found;
-  found.reserve(all.size());
-  for (const auto& [name, value] : all) {
-    found.push_back(name);
-  }
-  return found;
-}
 
 bool replayed(const Plan& plan) {
   return std::any_of(plan.phases.begin(), plan.phases.end(),
@@ -53,7 +42,7 @@ void Watch::add_options(CLI::App& app) {
       ->option_text("<column>");
   app.add_option("--time-unit", time_unit_, "us, ms, s, min or h (default: s)")
       ->needs(replay)
-      ->check(CLI::IsMember(names(kTimeUnits)))
+      ->check(CLI::IsMember(names_of(time_units())))
       ->option_text("<unit>");
   app.add_option("--utilisation", utilisation_,
                  "column of the utilisation, by name or number (default: 2)")
@@ -62,7 +51,7 @@ void Watch::add_options(CLI::App& app) {
   app.add_option("--utilisation-unit", unit_,
                  "part (0 to 1), percent, or automatic: percent if any is above 1 (default)")
       ->needs(replay)
-      ->check(CLI::IsMember(names(kUnits)))
+      ->check(CLI::IsMember(names_of(kUnits)))
       ->option_text("<unit>");
 }
 
@@ -77,7 +66,7 @@ Plan Watch::replay() const {
   phase.drive.shape = Drive::Shape::profile;
   phase.drive.profile = parse_utilisation(read_whole(file_), file_,
                                           {.time = time_,
-                                           .time_unit_s = kTimeUnits.at(time_unit_),
+                                           .time_unit_s = time_units().at(time_unit_),
                                            .column = utilisation_,
                                            .unit = kUnits.at(unit_)});
   phase.duration_s = phase.drive.profile.back().time_s;

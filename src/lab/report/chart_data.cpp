@@ -82,7 +82,7 @@ std::string chart_data(const std::vector<Figure>& figures) {
       series.push_back(series_json(each, arrays));
     }
     ordered_json phases = ordered_json::array();
-    for (const Stretch& phase : figure.phases) {
+    for (const NamedStretch& phase : figure.phases) {
       phases.push_back(
           {{"begin", phase.begin}, {"end", phase.end}, {"name", clean_text(phase.name)}});
     }

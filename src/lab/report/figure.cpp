@@ -38,7 +38,7 @@ void draw_over_time(const Run& run, Figure& figure) {
     }
   }
   figure.phases = phases_in(run.samples, run.plan);
-  for (Stretch& phase : figure.phases) {
+  for (NamedStretch& phase : figure.phases) {
     phase.begin /= unit.seconds;
     phase.end /= unit.seconds;
   }

@@ -19,7 +19,7 @@ struct Ink {
 };
 
 /// A stretch of the time axis that has a name.
-struct Stretch {
+struct NamedStretch {
   double begin = 0;
   double end = 0;
   std::string name;
@@ -28,12 +28,12 @@ struct Stretch {
 /// A chart and what belongs to its drawing, for the report and for picture files.
 struct Figure {
   Chart chart;
-  std::vector<Ink> inks;         ///< one for each series
-  std::string unit;              ///< of the values, if they have one in common
-  bool over_time = false;        ///< x is the run's time: all of these are zoomed together
-  bool of_samples = false;       ///< it shows samples, not an answer
-  std::vector<Stretch> phases;   ///< of the run, where x is its time
-  double samples_in_a_pair = 1;  ///< samples that two points stand for; 1: each is drawn
+  std::vector<Ink> inks;             ///< one for each series
+  std::string unit;                  ///< of the values, if they have one in common
+  bool over_time = false;            ///< x is the run's time: all of these are zoomed together
+  bool of_samples = false;           ///< it shows samples, not an answer
+  std::vector<NamedStretch> phases;  ///< of the run, where x is its time
+  double samples_in_a_pair = 1;      ///< samples that two points stand for; 1: each is drawn
 };
 
 /// The charts of an answer, then those of the samples over time. Time is in seconds, minutes or

@@ -117,7 +117,7 @@ std::string range(const Figure& figure) {
 std::string phases(const Figure& figure) {
   // Names have some room above the curves.
   std::string all = figure.phases.empty() ? "" : "set offsets 0, 0, graph 0.13, 0\n";
-  for (const Stretch& phase : figure.phases) {
+  for (const NamedStretch& phase : figure.phases) {
     const std::string at = number(phase.begin);
     all.append("set arrow from ").append(at).append(", graph 0 to ").append(at);
     all.append(", graph 1 nohead dt (2,3) lc rgb '").append(paper_colour("phase")).append("'\n");

@@ -19,7 +19,7 @@ namespace lab {
 namespace {
 
 /// Points of one series: two for each pixel of a wide picture.
-constexpr std::size_t kMostPoints = 4000;
+constexpr std::size_t kMostInAPicture = 4000;
 
 std::string lower(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(),
@@ -72,7 +72,7 @@ std::string offered(const std::vector<Figure>& all) {
 
 void plot(const Run& run, const Answer& answer, const std::string& path, const std::string& which) {
   const Picture picture = picture_of(path);
-  const std::vector<Figure> all = figures(run, answer, kMostPoints);
+  const std::vector<Figure> all = figures(run, answer, kMostInAPicture);
   std::vector<Figure> chosen;
   for (std::size_t i = 0; i < all.size(); ++i) {
     if (is_chosen(all[i], i + 1, which)) {

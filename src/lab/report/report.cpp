@@ -17,12 +17,12 @@ namespace lab {
 namespace {
 
 /// Of one series. A screen has some thousand columns; more points are there to be zoomed into.
-constexpr std::size_t kMostPoints = 120'000;
+constexpr std::size_t kMostInAReport = 120'000;
 /// Of all series: each takes 5.3 bytes of the file.
 constexpr std::size_t kMostValues = 1'000'000;
 
 std::size_t most_points(const Table& samples) {
-  return std::min(kMostPoints, kMostValues / std::max<std::size_t>(samples.columns.size(), 1));
+  return std::min(kMostInAReport, kMostValues / std::max<std::size_t>(samples.columns.size(), 1));
 }
 
 /// The script elements carry this word and the page allows no script without it, so that nothing

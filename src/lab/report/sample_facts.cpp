@@ -108,7 +108,7 @@ std::vector<PhaseFacts> phase_facts(const Run& run) {
                    : pstate.has_value() ? std::to_string(*pstate)
                                         : "left to the machine"});
   }
-  for (const Stretch& stretch : phases_in(run.samples, run.plan)) {
+  for (const NamedStretch& stretch : phases_in(run.samples, run.plan)) {
     const auto phase = std::find_if(facts.begin(), facts.end(), [&](const PhaseFacts& each) {
       return each.name == stretch.name && each.lasted.empty();
     });

@@ -112,7 +112,7 @@ struct Times {
   std::vector<std::size_t> gaps;
   Thinning thinning;
   std::vector<double> x;
-  std::vector<Stretch> phases;
+  std::vector<NamedStretch> phases;
 };
 
 Times times(const Run& run, std::size_t most_points) {
@@ -134,7 +134,7 @@ Times times(const Run& run, std::size_t most_points) {
   for (double& x : times.x) {
     x /= unit.seconds;
   }
-  for (Stretch& phase : times.phases) {
+  for (NamedStretch& phase : times.phases) {
     phase.begin /= unit.seconds;
     phase.end /= unit.seconds;
   }

@@ -17,7 +17,7 @@ constexpr double kLeft = 62;
 constexpr double kRight = 14;
 constexpr double kTop = 18;
 constexpr double kBottom = 26;
-constexpr std::size_t kMostPoints = 1600;
+constexpr std::size_t kMostDrawn = 1600;
 /// A phase that is narrower has no room for its name.
 constexpr double kNarrowestName = 48;
 
@@ -77,9 +77,9 @@ class Drawing {
     return svg;
   }
 
-  std::string phases(const std::vector<Stretch>& stretches) const {
+  std::string phases(const std::vector<NamedStretch>& stretches) const {
     std::string svg;
-    for (const Stretch& phase : stretches) {
+    for (const NamedStretch& phase : stretches) {
       const double begin = x(phase.begin);
       svg += "<path class=\"phase\" d=\"M" + pixels(begin) + " " + pixels(4) + "V" +
              pixels(kHeight - kBottom) + "\"/>";
@@ -153,7 +153,7 @@ std::string svg_chart(const Figure& figure) {
                     "\" role=\"img\" aria-label=\"" + html_text(figure.chart.title) + "\">";
   svg += drawing.grid() + drawing.phases(figure.phases);
   for (std::size_t i = 0; i < figure.chart.series.size(); ++i) {
-    const Series series = thinned(figure.chart.series[i], kMostPoints);
+    const Series series = thinned(figure.chart.series[i], kMostDrawn);
     const std::string ink = class_of(series, figure.inks[i]);
     if (series.low.size() == series.x.size() && series.high.size() == series.x.size()) {
       svg += "<path class=\"band " + ink + "\" d=\"" + drawing.band(series) + "\"/>";

@@ -81,12 +81,12 @@ std::vector<double> with_instants(const std::vector<double>& time_s,
   return with_between(time_s, after, [](double one, double other) { return (one + other) / 2; });
 }
 
-std::vector<Stretch> phases_in(const Table& samples, const Plan& plan) {
+std::vector<NamedStretch> phases_in(const Table& samples, const Plan& plan) {
   const Column* column = samples.find(kPhaseColumn);
   if (column == nullptr) {
     return {};
   }
-  std::vector<Stretch> phases;
+  std::vector<NamedStretch> phases;
   double now = std::numeric_limits<double>::quiet_NaN();
   for (std::size_t row = 0; row < samples.time_s.size(); ++row) {
     const double index = column->values[row];

@@ -27,6 +27,6 @@ std::vector<double> with_instants(const std::vector<double>& time_s,
                                   const std::vector<std::size_t>& after);
 
 /// The phases as they really were, by the column of phases, in seconds. None without the column.
-std::vector<Stretch> phases_in(const Table& samples, const Plan& plan);
+std::vector<NamedStretch> phases_in(const Table& samples, const Plan& plan);
 
 }  // namespace lab

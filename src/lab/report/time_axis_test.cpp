@@ -42,7 +42,7 @@ TEST(TimeAxis, SaysWhenEachPhaseWas) {
   Table samples{.time_s = {0, 1, 2, 3}, .columns = {}};
   samples.columns.push_back(
       {.name = std::string(kPhaseColumn), .unit = {}, .source = {}, .values = {0, 0, 1, 1}});
-  const std::vector<Stretch> phases = phases_in(samples, plan);
+  const std::vector<NamedStretch> phases = phases_in(samples, plan);
   ASSERT_EQ(phases.size(), 2U);
   EXPECT_EQ(phases[0].name, "idle");
   EXPECT_EQ(phases[0].end, 2);
@@ -56,7 +56,7 @@ TEST(TimeAxis, KnowsNoNameForAPhaseThatThePlanDoesNotHave) {
                              .unit = {},
                              .source = {},
                              .values = {std::numeric_limits<double>::quiet_NaN(), 5}});
-  const std::vector<Stretch> phases = phases_in(samples, {});
+  const std::vector<NamedStretch> phases = phases_in(samples, {});
   ASSERT_EQ(phases.size(), 1U);
   EXPECT_EQ(phases[0].name, "");
 }
