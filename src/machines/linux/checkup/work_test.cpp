@@ -136,7 +136,8 @@ TEST_F(Calibrate, NumbersThatAreAssignedStay) {
   };
   const auto numbers = [this] {
     std::string all;
-    for (const FanChannel& fan : Machine(surroundings()).fans().channels()) {
+    Machine machine(surroundings());
+    for (const FanChannel& fan : machine.fans().channels()) {
       all += std::to_string(fan.channel) + (fan.is_assigned ? "a" : "");
     }
     return all;
