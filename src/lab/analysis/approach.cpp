@@ -88,11 +88,12 @@ Approach approach(std::span<const double> time_s, std::span<const double> values
   double best_tau_s = 0;
   ApproachFit best{.squares = std::numeric_limits<double>::infinity(), .height = 0};
   double tau_s = kShortest * length_s;
-  for (; tau_s < kLongest * length_s; tau_s *= kStep) {
+  while (tau_s < kLongest * length_s) {
     if (const ApproachFit tried = fit(parts, tau_s); tried.squares < best.squares) {
       best = tried;
       best_tau_s = tau_s;
     }
+    tau_s *= kStep;
   }
   if (best_tau_s * kStep >= tau_s && best.height != 0) {
     return kNoEnd;  // the longest one fits best

@@ -57,7 +57,9 @@ class Walk {
   void object(const Json& one, const Json& other, const std::string& path) {
     const bool of_keys = path == "keys" || path.ends_with(".keys");
     for (const auto& [name, member] : one.items()) {
-      const std::string inner = path.empty() ? name : path + "." + name;
+      std::string inner = path;
+      inner += path.empty() ? "" : ".";
+      inner += name;
       if (of_keys && !wanted(name)) {
         continue;
       }

@@ -43,6 +43,7 @@ struct Chart {
 };
 
 /// What an analysis found. The same table always gives the same answer.
+// NOLINTNEXTLINE(bugprone-exception-escape): json that is null allocates nothing
 struct Answer {
   bool decided = true;                 ///< whether the data could answer the question
   std::vector<std::string> sentences;  ///< the answer in words, most important first
