@@ -118,7 +118,7 @@ try() {
   planted "$fault" >"$file"
   if ! build_program "${programs[fault]}"; then
     echo "NOT BUILT  ${titles[fault]}"
-    sed -n '/error/{p;q}' "$LOG"
+    sed -n '/error:/{p;q}' "$LOG"
     unfit=$((unfit + 1))
   elif run_tests "${programs[fault]}" "${filters[fault]}"; then
     echo "NOT FOUND  ${titles[fault]}"

@@ -28,6 +28,11 @@ TEST(Aliases, OfAMultipleFallOnTheFrequencyAtFiveSamplesAPeriod) {
   EXPECT_NEAR(nearest_alias(one, {.carrier_hz = 203.3, .rate_hz = 10}), 0, 1e-9);
 }
 
+TEST(Aliases, OfTheSeventhMultipleFallOnTheFrequencyAtEightSamplesAPeriod) {
+  const Together one{.frequencies_hz = {1.25}, .base_hz = 1.25, .length_s = 60};
+  EXPECT_NEAR(nearest_alias(one, {.carrier_hz = 203.3, .rate_hz = 10}), 0, 1e-9);
+}
+
 TEST(Aliases, OfSeveralFrequenciesLieBetweenMultiplesOfTheirBaseAtBest) {
   const Together several{.frequencies_hz = {0.02, 0.1, 1}, .base_hz = 0.02, .length_s = 150};
   EXPECT_NEAR(nearest_alias(several, {.carrier_hz = 50, .rate_hz = 10}), 0, 1e-6);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -83,6 +84,27 @@ TEST(LockIn, TakesTheVarianceFromTheFrequenciesBesideTheTone) {
   }
   EXPECT_NEAR(variance / squares, 1, 0.25);
   EXPECT_GT(slow_variance, 50 * fast_variance);
+}
+
+// The fit leaves no noise at a tone: to look for it there makes a tone among others too sure.
+TEST(LockIn, TakesNoVarianceFromFrequenciesThatAreOtherTones) {
+  const std::vector<double> time_s = instants(100, 0.1);
+  const std::vector<double> frequencies_hz{0.94, 0.96, 0.98, 1.0, 1.02, 1.04, 1.06};
+  std::mt19937_64 random(7);
+  std::normal_distribution<double> normal(0, 1);
+  double squares = 0;
+  double variance = 0;
+  constexpr int kRounds = 100;
+  for (int round = 0; round < kRounds; ++round) {
+    std::vector<double> values(time_s.size());
+    std::generate(values.begin(), values.end(), [&] { return normal(random); });
+    const LockedIn found = lock_in(time_s, {values}, frequencies_hz)[0];
+    for (const Tone& tone : found.tones) {
+      squares += std::norm(tone.value) / 2;
+      variance += tone.variance;
+    }
+  }
+  EXPECT_NEAR(variance / squares, 1, 0.15);
 }
 
 TEST(LockIn, CoversInNinetyFiveOfAHundred) {

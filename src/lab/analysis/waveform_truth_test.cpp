@@ -53,6 +53,20 @@ TEST(WaveformTruth, CountsOnPhasesThatAThreadLeftOut) {
   EXPECT_TRUE(std::isinf(truth.skew.at(0.99)));
 }
 
+TEST(WaveformTruth, AThreadThatLeavesBeforeTheOffEdgeHasNotFollowedIt) {
+  Stimulus stimulus;
+  const FakeWaveform wave{.periods = 100};
+  const Stretch stretch = wave.add_to(stimulus);
+  for (Stimulus::Follow& follow : stimulus.follows) {
+    if (!follow.on && follow.thread == 1) {
+      follow.instant_ns -= 1'000'000;
+    }
+  }
+  const WaveformTruth truth = waveform_truth(stimulus, stretch, wave.carrier_hz);
+  EXPECT_EQ(truth.off.count(), 200U);
+  EXPECT_EQ(truth.off.missed(), 100U);
+}
+
 TEST(WaveformTruth, OfTwoPeriodsNothingIsKnown) {
   const WaveformTruth truth = truth_of({.periods = 2});
   EXPECT_EQ(truth.periods, 0U);

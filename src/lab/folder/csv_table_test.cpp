@@ -40,6 +40,12 @@ TEST(CsvTable, TakesSemicolonsWithDecimalCommasAndOtherLineEnds) {
   EXPECT_THAT(table.columns[1].values, ElementsAre(30.25, 31));
 }
 
+TEST(CsvTable, TakesDecimalCommasBetweenTabsToo) {
+  const Table table = parse_csv("t\tT\n0,5\t30,25\n1,5\t31\n", "x.csv", {}).table;
+  EXPECT_THAT(table.time_s, ElementsAre(0, 1));
+  EXPECT_THAT(table.columns[1].values, ElementsAre(30.25, 31));
+}
+
 TEST(CsvTable, TakesTabsAndCellsThatWereNotMeasured) {
   const Table table = parse_csv("t\tT\n0\t30\n1\t\n2\tnan\n", "x.csv", {}).table;
   EXPECT_EQ(table.columns[1].values[0], 30);

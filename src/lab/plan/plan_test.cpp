@@ -64,5 +64,14 @@ TEST(Plan, AShapeUpToHalfOfTheCarrierCanBePlayed) {
   EXPECT_THAT(refusal(high), testing::HasSubstr("more than 1 together"));
 }
 
+TEST(Plan, TheFastestOfSeveralSinusoidsIsComparedWithTheCarrier) {
+  Phase phase;
+  phase.duration_s = 10;
+  phase.drive = {.shape = Drive::Shape::sines,
+                 .sines = {{.frequency_hz = 11, .amplitude = 0.1, .degrees = 0},
+                           {.frequency_hz = 1, .amplitude = 0.1, .degrees = 0}}};
+  EXPECT_THAT(refusal(phase), testing::HasSubstr("11 Hz is above half of the carrier"));
+}
+
 }  // namespace
 }  // namespace lab

@@ -264,6 +264,13 @@ TEST_F(ChannelTest, FansThatCanBeControlledComeBeforeThoseThatCannot) {
             (std::vector<std::string>{"devices/b 2", "devices/a 1", "devices/a 2", "devices/b 1"}));
 }
 
+TEST_F(ChannelTest, FansOfTheBoardComeBeforeThoseOfAHub) {
+  Device(tree_, 0, "devices/pci0000:00/usb1/1-3", "it8728").fan(1, 900);
+  Device(tree_, 1, "devices/platform/it87.2624", "it8728").fan(1, 900);
+  EXPECT_EQ(names(), (std::vector<std::string>{"devices/platform/it87.2624 1",
+                                               "devices/pci0000:00/usb1/1-3 1"}));
+}
+
 TEST_F(ChannelTest, AMeterOfWaterFlowIsNoFan) {
   Device(tree_, 0, "devices/x", "it8728")
       .fan(1, 900)
