@@ -24,7 +24,7 @@ Rounds::~Rounds() {
 }
 
 void Rounds::begin() {
-  const Lock lock(mutex_);
+  Lock lock(mutex_);
   ++begun_;
   changed_.notify_all();
   if (runs_) {
@@ -33,8 +33,10 @@ void Rounds::begin() {
   if (thread_.joinable()) {
     thread_.join();  // it has ended, or is about to: it does nothing after it said so
   }
+  lowered_ = false;
   thread_ = std::thread([this] { run(); });
   runs_ = true;
+  changed_.wait(lock, [this] { return lowered_; });
 }
 
 void Rounds::run() {
@@ -42,6 +44,8 @@ void Rounds::run() {
   const int error = process::set_thread_effective_user(getuid()) == 0 ? 0 : errno;
   for (bool done = false; !done;) {
     Lock lock(mutex_);
+    lowered_ = true;
+    changed_.notify_all();
     const std::uint64_t begun = begun_;
     lock.unlock();
     if (error != 0) {

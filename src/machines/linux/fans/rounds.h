@@ -29,8 +29,8 @@ class Rounds {
   Rounds(const Rounds&) = delete;
   Rounds& operator=(const Rounds&) = delete;
 
-  /// There is something to do from now on. Waits for nothing but a thread that has done its last
-  /// round.
+  /// There is something to do from now on. Waits for a thread that has done its last round, and
+  /// until a new one has the user's id: no two threads of a process are raised at once.
   void begin();
 
   /// No thread is left behind when this returns and nothing is to be done, unless there is
@@ -44,6 +44,7 @@ class Rounds {
   const Work work_;
   std::mutex mutex_;  ///< guards all below
   bool runs_ = false;
+  bool lowered_ = false;  ///< the thread has the user's id, or knows that it cannot
   bool ends_ = false;
   bool looks_ = false;       ///< the thread is to look whether there is something to do
   std::uint64_t begun_ = 0;  ///< how often there was something to do

@@ -114,7 +114,11 @@ Result<std::unique_ptr<Guardian>> Guardian::start(const Surroundings& surroundin
   return std::unique_ptr<Guardian>(new Guardian(ends[1]));
 }
 
-Guardian::Guardian(int socket) : socket_(socket), pulse_([this] { exchange_signs_of_life(); }) {}
+/// Waits until the pulse has the user's id: no two threads of a process are raised at once.
+Guardian::Guardian(int socket) : socket_(socket), pulse_([this] { exchange_signs_of_life(); }) {
+  std::unique_lock<std::mutex> lock(mutex_);
+  changed_.wait(lock, [this] { return pulse_begun_; });
+}
 
 Guardian::~Guardian() {
   {
@@ -150,6 +154,8 @@ void Guardian::exchange_signs_of_life() {
   const bool lowered = process::set_thread_effective_user(getuid()) == 0;
   pthread_setname_np(pthread_self(), "vorn-pulse");
   std::unique_lock<std::mutex> lock(mutex_);
+  pulse_begun_ = true;
+  changed_.notify_all();
   if (!lowered) {
     end_ = End{.gave_back = false, .reason = "its signs of life cannot be sent without privilege"};
   }

@@ -58,6 +58,7 @@ class Guardian {
   std::mutex mutex_;  ///< guards all below
   std::optional<End> end_;
   int silent_rounds_ = 0;
+  bool pulse_begun_ = false;
   bool stops_ = false;
   std::condition_variable changed_;
   std::thread pulse_;

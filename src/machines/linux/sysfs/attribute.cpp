@@ -1,10 +1,13 @@
 #include "machines/linux/sysfs/attribute.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <charconv>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -45,6 +48,20 @@ Result<int> opened(const std::string& path, ssize_t handle) {
                     : Result<int>(static_cast<int>(handle));
 }
 
+/// Reading asks with the rights of the user, and with those of the caller if that is refused: a
+/// thread that does not come back is to hold no more of them than it needs.
+std::optional<ssize_t> ask_patiently(Patience& patience, const std::string& path,
+                                     Patience::Answers answers, Mode mode,
+                                     const std::function<ssize_t()>& work,
+                                     const std::function<void(ssize_t)>& late = nullptr) {
+  using Rights = Patience::Rights;
+  const Rights first = mode == Mode::read ? Rights::of_user : Rights::of_caller;
+  const std::optional<ssize_t> result = patience.wait_for(path, answers, first, work, late);
+  return result == -EACCES && first == Rights::of_user && geteuid() != getuid()
+             ? patience.wait_for(path, answers, Rights::of_caller, work, late)
+             : result;
+}
+
 Result<int> open_patiently(Tree& tree, const std::string& path, Mode mode) {
   Patience& patience = *tree.patience();
   if (const std::string why = patience.why_not(path); !why.empty()) {
@@ -57,7 +74,7 @@ Result<int> open_patiently(Tree& tree, const std::string& path, Mode mode) {
     }
   };
   const std::optional<ssize_t> handle =
-      patience.wait_for(path, Patience::Answers::not_yet, work, close);
+      ask_patiently(patience, path, Patience::Answers::not_yet, mode, work, close);
   return handle ? opened(path, *handle) : not_answered("opening", path, patience.given_up());
 }
 
@@ -101,7 +118,8 @@ Result<std::string> first_read(Tree& tree, const std::string& path) {
     tree.close(handle);
     return got;
   };
-  const std::optional<ssize_t> got = patience.wait_for(path, Patience::Answers::yes, work);
+  const std::optional<ssize_t> got =
+      ask_patiently(patience, path, Patience::Answers::yes, Mode::read, work);
   const char* const action = said->is_open ? "reading" : "opening";
   if (!got) {
     return not_answered(action, path, patience.given_up());
@@ -131,7 +149,8 @@ Result<std::size_t> read_patiently(Tree& tree, int handle, const std::string& pa
   // A read that is given up may still come back, and writes into memory of its own.
   const auto room = std::make_shared<std::vector<char>>(text.size());
   const auto work = [&tree, handle, room] { return read_with_tries(tree, handle, *room); };
-  const std::optional<ssize_t> got = patience.wait_for(path, Patience::Answers::yes, work);
+  const std::optional<ssize_t> got =
+      patience.wait_for(path, Patience::Answers::yes, Patience::Rights::of_user, work);
   if (!got) {
     return not_answered("reading", path, patience.given_up());
   }

@@ -1,8 +1,10 @@
 #include "machines/linux/sysfs/patience.h"
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <memory>
@@ -10,6 +12,8 @@
 #include <system_error>
 #include <thread>
 #include <utility>
+
+#include "Process/thread_user.h"
 
 namespace sysfs {
 namespace {
@@ -20,12 +24,14 @@ struct Call {
 
   std::function<ssize_t()> work;
   std::function<void(ssize_t)> late;
+  bool lowers = false;  ///< the thread has inherited a user id that the work is not to have
   ssize_t result = 0;
   std::atomic<State> state{State::under_way};
   std::binary_semaphore finished{0};
 
   void run() {
-    result = work();
+    const bool lowered = !lowers || process::set_thread_effective_user(getuid()) == 0;
+    result = lowered ? work() : -errno;
     if (state.exchange(State::finished) == State::given_up) {
       if (late) {
         late(result);
@@ -73,11 +79,12 @@ std::string Patience::why_not(const std::string& path) {
   return {};
 }
 
-std::optional<ssize_t> Patience::wait_for(const std::string& path, Answers answers,
+std::optional<ssize_t> Patience::wait_for(const std::string& path, Answers answers, Rights rights,
                                           std::function<ssize_t()> work,
                                           std::function<void(ssize_t)> late) {
   const auto call = std::make_shared<Call>();
   call->work = std::move(work);
+  call->lowers = rights == Rights::of_user && geteuid() != getuid();
   call->late = std::move(late);
   std::thread thread = start(call);
   if (!thread.joinable()) {

@@ -29,11 +29,15 @@ class Patience {
   std::string why_not(const std::string& path);
 
   enum class Answers { yes, not_yet };  ///< whether coming back in time counts as an answer
+  enum class Rights {
+    of_user,    ///< of the user who started the program
+    of_caller,  ///< of the calling thread, which may have raised its user id
+  };
 
-  /// Does `work`, which owns all that it uses, as the calling thread would: with its rights and its
-  /// priority. Returns what it returns, or nothing if that takes too long; then `late` is called
-  /// with the result if there ever is one.
-  std::optional<ssize_t> wait_for(const std::string& path, Answers answers,
+  /// Does `work`, which owns all that it uses, with these rights and the priority of the calling
+  /// thread. Returns what it returns, or a negative errno if the rights are not to be had, or
+  /// nothing if that takes too long; then `late` is called with the result if there ever is one.
+  std::optional<ssize_t> wait_for(const std::string& path, Answers answers, Rights rights,
                                   std::function<ssize_t()> work,
                                   std::function<void(ssize_t)> late = nullptr);
 

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <future>
@@ -17,6 +18,8 @@
 
 namespace sysfs {
 namespace {
+
+constexpr auto kAny = Patience::Rights::of_caller;
 
 template <class Value>
 std::string message_of(const Result<Value>& result) {
@@ -116,11 +119,54 @@ TEST(DeadBusTest, AReadThatDoesNotComeBackIsGivenUp) {
 TEST(Patience, ReturnsWhatComesInTime) {
   Patience patience(60);
   EXPECT_FALSE(patience.has_answered("a/b"));
-  EXPECT_EQ(patience.wait_for("a/b", Patience::Answers::yes, [] { return ssize_t{5}; }), 5);
+  EXPECT_EQ(patience.wait_for("a/b", Patience::Answers::yes, kAny, [] { return ssize_t{5}; }), 5);
   EXPECT_TRUE(patience.has_answered("a/b"));
-  EXPECT_EQ(patience.wait_for("a/c", Patience::Answers::not_yet, [] { return ssize_t{-1}; }), -1);
+  EXPECT_EQ(patience.wait_for("a/c", Patience::Answers::not_yet, kAny, [] { return ssize_t{-1}; }),
+            -1);
   EXPECT_FALSE(patience.has_answered("a/c"));
   EXPECT_EQ(patience.why_not("a/b"), "");
+}
+
+/// What happens in a set-user-id program that is raised.
+int first_accesses_of_a_raised_caller() {
+  constexpr uid_t kUser = 65534;
+  if (setresuid(kUser, 0, 0) != 0) {
+    return 1;
+  }
+  const auto id = [] { return static_cast<ssize_t>(geteuid()); };
+  Patience patience;
+  const auto of_user =
+      patience.wait_for("a", Patience::Answers::yes, Patience::Rights::of_user, id);
+  const auto of_caller =
+      patience.wait_for("a", Patience::Answers::yes, Patience::Rights::of_caller, id);
+  return of_user == ssize_t{kUser} && of_caller == 0 && geteuid() == 0 ? 0 : 2;
+}
+
+TEST(PatienceDeathTest, AThreadOfARaisedCallerIsRaisedOnlyForWhatNeedsIt) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can be a raised caller";
+  }
+  EXPECT_EXIT(std::_Exit(first_accesses_of_a_raised_caller()), testing::ExitedWithCode(0), "");
+}
+
+/// A raised caller reads a file of root's, and one that everybody may read.
+int reads_of_a_raised_caller(const std::string& folder) {
+  if (setresuid(65534, 0, 0) != 0) {
+    return 1;
+  }
+  Folder tree(folder);
+  return read_integer(tree, "chip/input") && read_integer(tree, "other/input") ? 0 : 2;
+}
+
+TEST_F(PatienceTest, WhatItsUserIsRefusedARaisedCallerReads) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can be a raised caller";
+  }
+  for (const char* const folder : {"", "/sys", "/sys/chip", "/sys/other"}) {
+    ASSERT_EQ(chmod((world_.folder() + folder).c_str(), 0755), 0);
+  }
+  ASSERT_EQ(chmod((folder_ + "/chip/input").c_str(), 0400), 0);
+  EXPECT_EXIT(std::_Exit(reads_of_a_raised_caller(folder_)), testing::ExitedWithCode(0), "");
 }
 
 TEST(Patience, TellsOfWhatComesLate) {
@@ -128,7 +174,7 @@ TEST(Patience, TellsOfWhatComesLate) {
   auto gate = std::make_shared<std::promise<void>>();
   auto late = std::make_shared<std::promise<ssize_t>>();
   EXPECT_EQ(patience.wait_for(
-                "a/b", Patience::Answers::yes,
+                "a/b", Patience::Answers::yes, kAny,
                 [gate]() -> ssize_t {
                   gate->get_future().wait();
                   return 7;
