@@ -293,4 +293,27 @@ TEST_F(LinuxRun, RefusesASecondRunThePartsThatTheFirstOneHolds) {
   EXPECT_EQ(machine_.tree().snapshot(), before_);
 }
 
+// Two fans are set unless others are named.
+TEST(LinuxRunOn, AMachineWithOneFanSaysHowToNameIt) {
+  SKIP_UNLESS_MAY_RUN(As::kRoot);
+  TreeMachine machine("hot_laptop_intel");
+  machine.tree().keep_curves();
+  const auto before = machine.tree().snapshot();
+  std::vector<std::string> arguments = {"-c", "1", "-w", "bspin", "-f", "10", "-t", "1"};
+  const Outcome refused = program::run(machine.vorn(arguments));
+  EXPECT_EQ(refused.status, 255);
+  EXPECT_NE(refused.err.find("this machine has no fan \"F1Tg\"; "), std::string::npos)
+      << refused.err;
+  EXPECT_NE(refused.err.find("name them with -a, or leave all alone with -s 0"), std::string::npos)
+      << refused.err;
+  EXPECT_TRUE(machine.is_given_back_in_a_second());
+  EXPECT_EQ(machine.tree().snapshot(), before);
+
+  arguments.insert(arguments.end(), {"-a", "F0Tg"});
+  const Outcome named = program::run(machine.vorn(arguments));
+  EXPECT_EQ(named.status, 0);
+  EXPECT_EQ(program::without_lateness(named.err), kBothRestored);
+  EXPECT_EQ(machine.tree().snapshot(), before);
+}
+
 }  // namespace

@@ -160,6 +160,16 @@ TEST(GatherFacts, SeesAProcessorAtItsLimit) {
   EXPECT_EQ(facts.at_limit->limit_c, 100);
 }
 
+TEST(GatherFacts, KnowsWhatAProcessorIsMadeToRunAt) {
+  const Facts desktop = FactsOf(read_machine("hot_desktop_amd")).gather();
+  ASSERT_TRUE(desktop.at_limit);
+  EXPECT_EQ(desktop.at_limit->limit_c, 95);
+  const Facts laptop = FactsOf(read_machine("hot_laptop_intel")).gather();
+  ASSERT_TRUE(laptop.at_limit);
+  EXPECT_EQ(laptop.at_limit->celsius, 96);
+  EXPECT_EQ(laptop.at_limit->limit_c, 100);
+}
+
 TEST(GatherFacts, SeesWhatFansAreLike) {
   const Facts empty_header = FactsOf(read_machine("unconnected_header")).gather();
   EXPECT_EQ(empty_header.fans[1].connection, FanChannel::Connection::doubtful);

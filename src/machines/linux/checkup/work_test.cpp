@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "machines/linux/fans/assignment.h"
 #include "machines/linux/giving_back/journal.h"
 #include "machines/linux/giving_back/repair.h"
 #include "support/machine/fan_fixture.h"
@@ -167,6 +168,36 @@ TEST_F(Calibrate, AnAssignmentThatCannotBeIsRefused) {
   EXPECT_HAS(refused("F2=nct6779/fan1"), "fewer fans");
   bench.surroundings.user = 1000;
   EXPECT_HAS(refused("F0=nct6779/fan2"), "needs root: sudo vorn-keys --assign F0=nct6779/fan2");
+}
+
+TEST_F(Calibrate, AFaultCostsAnAssignmentAndNoneThatIsThere) {
+  const auto assign = [this](const std::string& wish) {
+    kept.complaints.clear();
+    Machine machine(surroundings());
+    return assign_fan(machine, surroundings(), wish, kept.console());
+  };
+  const auto assigned = [this] {
+    std::string wrong;
+    const auto all = load_assigned(surroundings().curves_folder, wrong);
+    EXPECT_EQ(wrong, "");
+    return all.size() == 1 ? all[0].channel : 0;
+  };
+  for (const auto how_long : {FaultyTree::For::once, FaultyTree::For::ever}) {
+    int refused = 0;
+    bool reached = true;
+    for (int n = 1; reached; ++n) {
+      SCOPED_TRACE("access " + std::to_string(n));
+      ASSERT_TRUE(assign("F0=devices/platform/board/fan1"));
+      bench.faulty.fail(n, EIO, how_long);
+      const bool done = assign("F0=devices/platform/board/fan2");
+      reached = bench.faulty.accesses() >= n;
+      bench.faulty.heal();
+      ASSERT_EQ(assigned(), done ? 2 : 1);
+      ASSERT_EQ(kept.complaints.empty(), done);
+      refused += done ? 0 : 1;
+    }
+    EXPECT_GT(refused, 3);
+  }
 }
 
 TEST_F(Calibrate, IsRefusedToOrdinaryUsers) {

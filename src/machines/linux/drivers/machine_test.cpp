@@ -147,5 +147,41 @@ TEST_F(MachineWithFans, TellsForcedFansTheirSpeedsWithoutThePrivilege) {
   EXPECT_EQ(machine.fans().force_bits(), 1);
 }
 
+struct HotMachine {
+  const char* name;
+  const char* fan;  ///< that is F0
+};
+
+class HotMachines : public testing::TestWithParam<HotMachine> {};
+
+// 95 degrees without a limit that is named, and 96 of 100: what these processors are made for.
+TEST_P(HotMachines, KeepTheirFansForcedUntilOneTurnsSlowerThanItWasFound) {
+  MemoryTree tree(read_machine(GetParam().name));
+  TestSurroundings world(tree);
+  Machine machine(world.surroundings);
+  const auto pass = [&](int seconds) {
+    for (int round = 0; round < 2 * seconds; ++round) {
+      world.now_ns += FanControl::kWatchPeriodNs;
+      machine.fans().watch();
+    }
+  };
+  ASSERT_TRUE(machine.fans().set_force_bits(1));
+  pass(60);
+  EXPECT_EQ(machine.fans().force_bits(), 1);
+  EXPECT_EQ(world.reports(), std::vector<std::string>());
+  const long long found = *sysfs::read_integer(tree, GetParam().fan);
+  tree.put(GetParam().fan, std::to_string(found * 8 / 10));
+  pass(2);
+  EXPECT_EQ(machine.fans().force_bits(), 0);
+  EXPECT_TRUE(world.reported(std::string(GetParam().fan) + " turns slower than it was found"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Made, HotMachines,
+    testing::Values(
+        HotMachine{"hot_desktop_amd", "devices/platform/nct6775.656/hwmon/hwmon2/fan2_input"},
+        HotMachine{"hot_laptop_intel", "devices/platform/thinkpad_hwmon/hwmon/hwmon2/fan1_input"}),
+    [](const auto& one) { return std::string(one.param.name); });
+
 }  // namespace
 }  // namespace linux_machine

@@ -75,10 +75,13 @@ std::optional<Found> look_at(sysfs::Tree& tree, FanChannel fan, const KnownOfFan
   }
   if (fan.measurable && fan.connection == FanChannel::Connection::none) {
     fan.refusal =
-        fan.input() + ": it did not turn when it was measured: nothing is connected there";
+        fan.input() +
+        ": it did not turn when it was measured: nothing is connected there; -a names the fans "
+        "that turn";
   } else if (fan.measurable && fan.connection == FanChannel::Connection::doubtful) {
     fan.refusal = fan.input() +
-                  ": it stands still and was never measured: perhaps nothing is connected there";
+                  ": it stands still and was never measured: perhaps nothing is connected there; "
+                  "-a names the fans that turn, and vorn-keys --calibrate finds out";
   }
   return Found{.fan = std::move(fan), .turns_or_measured = measured == Measured::turns};
 }

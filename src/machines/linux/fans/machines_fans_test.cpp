@@ -116,6 +116,50 @@ TEST_F(MachinesFans, APwmIsOpenedWhenItsModeLetsItBeWritten) {
   EXPECT_EQ(tree_->snapshot(), before);
 }
 
+struct ChipUnderFaults {
+  const char* machine;
+  const char* folder;
+  std::uint16_t fans;
+};
+
+class ChipFaults : public MachinesFans, public testing::WithParamInterface<ChipUnderFaults> {};
+
+// From the search for fans on: a fault may cost a fan its key, or the forcing, and nothing else.
+TEST_P(ChipFaults, AnywhereLeaveTheChipAsItWas) {
+  const auto& [machine, folder, fans] = GetParam();
+  build(machine, folder);
+  const auto before = tree_->snapshot();
+  for (const int error : {EIO, EBUSY, EACCES}) {
+    for (const auto how_long : {FaultyTree::For::once, FaultyTree::For::ever}) {
+      int failures = 0;
+      bool reached = true;
+      for (int n = 1; reached && !HasFailure(); ++n) {
+        SCOPED_TRACE("access " + std::to_string(n) + ", error " + std::to_string(error));
+        faulty_->fail(n, error, how_long);
+        begin_run();
+        const auto forced = control_->set_force_bits(fans);
+        const auto told = forced ? control_->set_target_rpm(0, 1350) : forced;
+        reached = faulty_->accesses() >= n;
+        faulty_->heal();
+        failures += told ? 0 : 1;
+        if (!forced && how_long == FaultyTree::For::once) {
+          EXPECT_EQ(tree_->snapshot(), before);
+        }
+        EXPECT_TRUE(control_->set_force_bits(0));
+        EXPECT_EQ(tree_->snapshot(), before);
+      }
+      EXPECT_GT(failures, 10);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Every, ChipFaults,
+    testing::Values(ChipUnderFaults{"firmware_mode_board",
+                                    "devices/platform/nct6687.2592/hwmon/hwmon2", 7},
+                    ChipUnderFaults{"old_registration", "devices/platform/f71882fg.2560", 3}),
+    [](const auto& one) { return std::string(one.param.machine); });
+
 TEST_F(MachinesFans, NothingIsForcedWherePerhapsNothingIsConnected) {
   build("unconnected_header", "devices/platform/nct6775.656/hwmon/hwmon2");
   const auto before = tree_->snapshot();
@@ -124,6 +168,7 @@ TEST_F(MachinesFans, NothingIsForcedWherePerhapsNothingIsConnected) {
   const auto refused = control_->set_force_bits(3);
   ASSERT_FALSE(refused);
   EXPECT_EQ(refused.failure().trouble, sysfs::Trouble::unsupported);
+  EXPECT_NE(refused.failure().message.find("-a names the fans that turn"), std::string::npos);
   EXPECT_FALSE(control_->has_maximum(1));
   EXPECT_TRUE(control_->set_force_bits(0));
   EXPECT_EQ(tree_->snapshot(), before);
