@@ -53,6 +53,33 @@ TEST_P(RecordedMachines, AreNotChangedByTheRecord) {
   EXPECT_EQ(tree.open_handles(), 0);
 }
 
+std::string power_source(const Surroundings& surroundings) {
+  for (const std::string& line : listed_on(surroundings)) {
+    if (line.starts_with("PC0C ")) {
+      return line;
+    }
+  }
+  return "";
+}
+
+// Zones that mirror one counter and zones that are added differ by the processor's vendor alone.
+TEST(RecordedMachineOf, AmdCountsAPackageOnceByTheVendorInTheRecord) {
+  MemoryTree tree(read_machine("amd_die_zones"));
+  const TestSurroundings world(tree);
+  let_energy_flow(tree, world, 40);
+  auto entries = read_machine_text(record_machine(world.surroundings, 3));
+  ASSERT_TRUE(entries) << entries.failure().message;
+  const auto ignore = [](const std::string&) {};
+  const RecordedMachine record(*entries, ignore);
+  EXPECT_EQ(power_source(record.surroundings()), power_source(world.surroundings));
+  const std::size_t erased = std::erase_if(*entries, [](const MachineEntry& entry) {
+    return entry.path == "devices/system/cpu/modalias";
+  });
+  EXPECT_EQ(erased, 1U);
+  const RecordedMachine without(*entries, ignore);
+  EXPECT_NE(power_source(without.surroundings()), power_source(world.surroundings));
+}
+
 INSTANTIATE_TEST_SUITE_P(Machines, RecordedMachines, testing::ValuesIn(all_machines()),
                          [](const auto& one) { return one.param; });
 

@@ -42,7 +42,7 @@ bool is_any(const std::string& name) {
 }
 
 bool is_processors(const std::string& name) {
-  return name == "possible" || name == "present" || name == "online";
+  return name == "possible" || name == "present" || name == "online" || name == "modalias";
 }
 
 /// Where `to` lies, from the folder of `path`: as the kernel has it, the name of `to` at its end.

@@ -107,6 +107,13 @@ TEST_F(RecorderTest, PutsNumbersInPlaceOfAddresses) {
             "link class/hwmon/hwmon1 -> ../../devices/0000:00:1f.2\n");
 }
 
+TEST_F(RecorderTest, SaysWhoseTheProcessorsAre) {
+  const char* const text =
+      "0444 devices/system/cpu/modalias = cpu:type:x86,ven0002fam0019mod0011:\n";
+  MemoryTree tree(text);
+  EXPECT_EQ(record(tree), text);
+}
+
 TEST_F(RecorderTest, HasWhatItIsToldBeside) {
   MemoryTree tree(
       "0444 devices/system/node/a = 1\n"
