@@ -8,7 +8,7 @@ namespace kx {
 namespace {
 
 std::shared_ptr<const Entry> make_entry(Node& node) {
-  Entry entry{std::move(node.driver), {}};
+  Entry entry{.driver = std::move(node.driver), .classes = {}};
   if (entry.driver) {
     entry.classes = entry.driver->classes();
   }

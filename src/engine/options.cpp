@@ -35,20 +35,20 @@ enum Code : int {
 };
 
 constexpr option kLongOptions[] = {
-    {"duty", required_argument, nullptr, kDuty},
-    {"profile", required_argument, nullptr, kProfile},
-    {"edges", required_argument, nullptr, kEdges},
-    {"loop", no_argument, nullptr, kLoop},
-    {"depth", required_argument, nullptr, kDepth},
-    {"offset", required_argument, nullptr, kOffset},
-    {"at", required_argument, nullptr, kAt},
-    {"record", required_argument, nullptr, kRecord},
-    {"pin", no_argument, nullptr, kPin},
-    {"limit", required_argument, nullptr, kLimit},
-    {"header", no_argument, nullptr, kHeader},
-    {"steer", no_argument, nullptr, kSteer},
-    {"attached", no_argument, nullptr, kAttached},
-    {"leave-pstate", no_argument, nullptr, kLeavePstate},
+    {.name = "duty", .has_arg = required_argument, .flag = nullptr, .val = kDuty},
+    {.name = "profile", .has_arg = required_argument, .flag = nullptr, .val = kProfile},
+    {.name = "edges", .has_arg = required_argument, .flag = nullptr, .val = kEdges},
+    {.name = "loop", .has_arg = no_argument, .flag = nullptr, .val = kLoop},
+    {.name = "depth", .has_arg = required_argument, .flag = nullptr, .val = kDepth},
+    {.name = "offset", .has_arg = required_argument, .flag = nullptr, .val = kOffset},
+    {.name = "at", .has_arg = required_argument, .flag = nullptr, .val = kAt},
+    {.name = "record", .has_arg = required_argument, .flag = nullptr, .val = kRecord},
+    {.name = "pin", .has_arg = no_argument, .flag = nullptr, .val = kPin},
+    {.name = "limit", .has_arg = required_argument, .flag = nullptr, .val = kLimit},
+    {.name = "header", .has_arg = no_argument, .flag = nullptr, .val = kHeader},
+    {.name = "steer", .has_arg = no_argument, .flag = nullptr, .val = kSteer},
+    {.name = "attached", .has_arg = no_argument, .flag = nullptr, .val = kAttached},
+    {.name = "leave-pstate", .has_arg = no_argument, .flag = nullptr, .val = kLeavePstate},
 };
 
 constexpr const char* kUsage =

@@ -7,16 +7,17 @@
 namespace vorn_keys {
 namespace {
 
-constexpr std::array<option, 10> kOptions{{{"list", no_argument, nullptr, 'l'},
-                                           {"check", no_argument, nullptr, 'c'},
-                                           {"calibrate", no_argument, nullptr, 'a'},
-                                           {"restore", no_argument, nullptr, 'r'},
-                                           {"assign", required_argument, nullptr, 'A'},
-                                           {"record", required_argument, nullptr, 'R'},
-                                           {"on", required_argument, nullptr, 'o'},
-                                           {"help", no_argument, nullptr, 'h'},
-                                           {"version", no_argument, nullptr, 'v'},
-                                           {nullptr, 0, nullptr, 0}}};
+constexpr std::array<option, 10> kOptions{
+    {{.name = "list", .has_arg = no_argument, .flag = nullptr, .val = 'l'},
+     {.name = "check", .has_arg = no_argument, .flag = nullptr, .val = 'c'},
+     {.name = "calibrate", .has_arg = no_argument, .flag = nullptr, .val = 'a'},
+     {.name = "restore", .has_arg = no_argument, .flag = nullptr, .val = 'r'},
+     {.name = "assign", .has_arg = required_argument, .flag = nullptr, .val = 'A'},
+     {.name = "record", .has_arg = required_argument, .flag = nullptr, .val = 'R'},
+     {.name = "on", .has_arg = required_argument, .flag = nullptr, .val = 'o'},
+     {.name = "help", .has_arg = no_argument, .flag = nullptr, .val = 'h'},
+     {.name = "version", .has_arg = no_argument, .flag = nullptr, .val = 'v'},
+     {.name = nullptr, .has_arg = 0, .flag = nullptr, .val = 0}}};
 
 std::optional<Action> action_of(int letter) {
   switch (letter) {

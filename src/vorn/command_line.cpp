@@ -27,25 +27,25 @@ constexpr int kLastLetter = 255;  // above it are the long options of other prog
 constexpr const char* kShortOptions = "hvnmir:o:c:b:f:F:k:a:s:t:p:w:z:e:";
 
 constexpr option kLongOptions[] = {
-    {"help", no_argument, nullptr, 'h'},
-    {"version", no_argument, nullptr, 'v'},
-    {"noisy", no_argument, nullptr, 'n'},
-    {"monitor", no_argument, nullptr, 'm'},
-    {"invert", no_argument, nullptr, 'i'},
-    {"monrate", required_argument, nullptr, 'r'},
-    {"output", required_argument, nullptr, 'o'},
-    {"cores", required_argument, nullptr, 'c'},
-    {"bind", required_argument, nullptr, 'b'},
-    {"frequency", required_argument, nullptr, 'f'},
-    {"fanfrequency", required_argument, nullptr, 'F'},
-    {"key", required_argument, nullptr, 'k'},
-    {"fan", required_argument, nullptr, 'a'},
-    {"rpm", required_argument, nullptr, 's'},
-    {"time", required_argument, nullptr, 't'},
-    {"pstate", required_argument, nullptr, 'p'},
-    {"workload", required_argument, nullptr, 'w'},
-    {"sinusoid", required_argument, nullptr, 'z'},
-    {"triangle", required_argument, nullptr, 'e'},
+    {.name = "help", .has_arg = no_argument, .flag = nullptr, .val = 'h'},
+    {.name = "version", .has_arg = no_argument, .flag = nullptr, .val = 'v'},
+    {.name = "noisy", .has_arg = no_argument, .flag = nullptr, .val = 'n'},
+    {.name = "monitor", .has_arg = no_argument, .flag = nullptr, .val = 'm'},
+    {.name = "invert", .has_arg = no_argument, .flag = nullptr, .val = 'i'},
+    {.name = "monrate", .has_arg = required_argument, .flag = nullptr, .val = 'r'},
+    {.name = "output", .has_arg = required_argument, .flag = nullptr, .val = 'o'},
+    {.name = "cores", .has_arg = required_argument, .flag = nullptr, .val = 'c'},
+    {.name = "bind", .has_arg = required_argument, .flag = nullptr, .val = 'b'},
+    {.name = "frequency", .has_arg = required_argument, .flag = nullptr, .val = 'f'},
+    {.name = "fanfrequency", .has_arg = required_argument, .flag = nullptr, .val = 'F'},
+    {.name = "key", .has_arg = required_argument, .flag = nullptr, .val = 'k'},
+    {.name = "fan", .has_arg = required_argument, .flag = nullptr, .val = 'a'},
+    {.name = "rpm", .has_arg = required_argument, .flag = nullptr, .val = 's'},
+    {.name = "time", .has_arg = required_argument, .flag = nullptr, .val = 't'},
+    {.name = "pstate", .has_arg = required_argument, .flag = nullptr, .val = 'p'},
+    {.name = "workload", .has_arg = required_argument, .flag = nullptr, .val = 'w'},
+    {.name = "sinusoid", .has_arg = required_argument, .flag = nullptr, .val = 'z'},
+    {.name = "triangle", .has_arg = required_argument, .flag = nullptr, .val = 'e'},
 };
 
 // The two tabs of the --invert line are meant.
@@ -187,7 +187,7 @@ std::vector<option> all_long_options(const OptionExtension& extension) {
   for (const option& more : extension.long_options()) {
     all.push_back(more);
   }
-  all.push_back({nullptr, 0, nullptr, 0});
+  all.push_back({.name = nullptr, .has_arg = 0, .flag = nullptr, .val = 0});
   return all;
 }
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "machines/linux/drivers/machine.h"
+#include "machines/linux/drivers/composition.h"
 #include "machines/simulated/composition.h"
 #include "support/fake_simulation.h"
 #include "support/machine/late_cpufreq.h"
@@ -31,7 +31,7 @@ class FromFile final : public MachineUnderTest {
     let_modes_rule(tree_);
   }
 
-  std::vector<kx::Node> compose() override { return machine_.compose(); }
+  std::vector<kx::Node> compose() override { return linux_machine::compose(machine_); }
   void become_user(uid_t user) override { surroundings_.user = user; }
 
  private:

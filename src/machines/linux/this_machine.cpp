@@ -1,9 +1,10 @@
 #include "machines/linux/this_machine.h"
 
+#include "machines/linux/drivers/composition.h"
 #include "machines/linux/giving_back/standard_error.h"
 
 std::vector<kx::Node> kx::compose_machine() {
-  return linux_machine::this_machine().compose();
+  return linux_machine::compose(linux_machine::this_machine());
 }
 
 namespace linux_machine {

@@ -6,9 +6,10 @@
 #include "machines/simulated/power_plugin.h"
 
 std::vector<kx::Node> simulated::compose(Machine& machine) {
-  kx::Node controller{std::make_shared<Controller>(machine), {}};
-  kx::Node package{nullptr, {{std::make_shared<PowerPlugin>(machine), {}}}};
-  return {{nullptr, {controller, package}}};
+  const kx::Node controller{.driver = std::make_shared<Controller>(machine), .children = {}};
+  const kx::Node plugin{.driver = std::make_shared<PowerPlugin>(machine), .children = {}};
+  const kx::Node package{.driver = nullptr, .children = {plugin}};
+  return {{.driver = nullptr, .children = {controller, package}}};
 }
 
 std::vector<kx::Node> kx::compose_machine() {

@@ -6,6 +6,9 @@
 
 namespace linux_machine {
 
+Controller::Controller(const KeyStore& store)
+    : KeyService([store] { return std::make_unique<LinuxKeys>(store); }) {}
+
 bool Complaints::is_news(std::size_t key, const std::string& message) {
   const std::lock_guard<std::mutex> lock(mutex_);
   std::string& last = last_[key];

@@ -35,6 +35,12 @@ struct KeyStore {
   Complaints& complaints;
 };
 
+/// The driver of this machine's keys. Outlived by what is in the store.
+class Controller : public controller::KeyService {
+ public:
+  explicit Controller(const KeyStore& store);
+};
+
 /// The keys as one connection sees them. Files are opened when a key is first described or read,
 /// with the rights of that moment. What goes wrong is reported to the user.
 class LinuxKeys final : public controller::Keys {

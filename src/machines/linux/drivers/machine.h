@@ -2,7 +2,6 @@
 
 #include <vector>
 
-#include "Kx/driver.h"
 #include "machines/linux/cpufreq/pinning.h"
 #include "machines/linux/drivers/controller.h"
 #include "machines/linux/fans/fan_control.h"
@@ -18,13 +17,14 @@ class Machine {
   /// Looks at the machine; changes nothing. `surroundings` outlives it.
   explicit Machine(const Surroundings& surroundings);
 
-  /// The drivers for what the machine has: a controller if there is any key, a power plugin if
-  /// there are P-states. The machine outlives them.
-  std::vector<kx::Node> compose();
-
+  const Surroundings& surroundings() const { return surroundings_; }
   const std::vector<Key>& keys() const { return keys_; }
+  /// What the connections of its controller share; the machine outlives it.
+  KeyStore key_store();
   FanControl& fans() { return fans_; }
   Ledger& fan_ledger() { return fan_ledger_; }
+  PStatePinning& pstates() { return pstates_; }
+  Ledger& pstate_ledger() { return pstate_ledger_; }
   const std::vector<WatchedTemperature>& temperatures() const { return temperatures_; }
 
  private:

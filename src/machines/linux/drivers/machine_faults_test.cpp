@@ -9,7 +9,7 @@
 #include <set>
 #include <tuple>
 
-#include "machines/linux/drivers/machine.h"
+#include "machines/linux/drivers/composition.h"
 #include "support/machine/cpufreq_fixture.h"
 #include "support/machine/fan_fixture.h"
 #include "support/machine/turns.h"
@@ -64,7 +64,7 @@ class WholeMachine {
 
   /// Opens the drivers that there are.
   void connect() {
-    for (const kx::Node& node : machine_->compose()) {
+    for (const kx::Node& node : compose(*machine_)) {
       drivers_.push_back(node.driver);  // a plugin's outlives its connections
       if (node.driver->classes().front() == kSMCServiceClass) {
         EXPECT_EQ(node.driver->open(kSMCConnectionType, controller_), kKxReturnSuccess);

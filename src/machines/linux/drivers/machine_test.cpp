@@ -1,4 +1,4 @@
-#include "machines/linux/drivers/machine.h"
+#include "machines/linux/drivers/composition.h"
 
 #include <gtest/gtest.h>
 
@@ -49,7 +49,7 @@ TEST_P(MachineTest, SaysWhatStandsBehindEachKey) {
 TEST_P(MachineTest, HasADriverForWhatIsThere) {
   std::vector<Names> classes;
   Machine machine(world.surroundings);
-  for (const kx::Node& node : machine.compose()) {
+  for (const kx::Node& node : compose(machine)) {
     classes.push_back(node.driver->classes());
     EXPECT_TRUE(node.children.empty());
   }
@@ -67,7 +67,7 @@ TEST_P(MachineTest, IsOnlyLookedAt) {
   const auto before = tree.snapshot();
   {
     Machine machine(world.surroundings);
-    machine.compose();
+    compose(machine);
   }
   EXPECT_EQ(tree.writes(), 0);
   EXPECT_EQ(tree.snapshot(), before);
@@ -85,7 +85,7 @@ TEST(MachineWithNothing, HasNoDrivers) {
   Machine machine(world.surroundings);
   EXPECT_TRUE(machine.keys().empty());
   EXPECT_TRUE(machine.temperatures().empty());
-  EXPECT_TRUE(machine.compose().empty());
+  EXPECT_TRUE(compose(machine).empty());
 }
 
 TEST(MachineTemperatures, AreThoseOfThePackagesWithTheirLimits) {
@@ -103,7 +103,7 @@ TEST(MachineTemperatures, AreThoseOfThePackagesWithTheirLimits) {
 class MachineWithFans : public testing::Test {
  protected:
   MachineWithFans() {
-    driver_ = machine.compose().front().driver;
+    driver_ = compose(machine).front().driver;
     EXPECT_EQ(driver_->open(kSMCConnectionType, client_), kKxReturnSuccess);
     EXPECT_EQ(client_->scalar_method(kSMCSelectorOpen, {}, {}), kKxReturnSuccess);
   }

@@ -15,7 +15,8 @@ kx_return_t LinuxPStates::told(const sysfs::Result<sysfs::Done>& result) {
   return code;
 }
 
-// What a killed run left is repaired here, before P-states are numbered by what the machine shows.
+// What a killed run left is given back here, before P-states are numbered by what the machine
+// shows.
 kx_return_t LinuxPStates::claim() {
   if (claimed_.exchange(true)) {
     return kKxReturnExclusiveAccess;

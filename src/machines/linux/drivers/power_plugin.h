@@ -31,4 +31,12 @@ class LinuxPStates final : public power_plugin::PStates {
   std::atomic<bool> claimed_{false};
 };
 
+/// The power plugin of this machine. All outlive it.
+class PowerPlugin : public power_plugin::PluginService {
+ public:
+  PowerPlugin(const Surroundings& surroundings, PStatePinning& control, Ledger& ledger)
+      : PluginService("LinuxPlatformPlugin",
+                      std::make_unique<LinuxPStates>(surroundings, control, ledger)) {}
+};
+
 }  // namespace linux_machine

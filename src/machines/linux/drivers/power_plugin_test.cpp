@@ -5,7 +5,7 @@
 #include <cerrno>
 
 #include "machines/linux/giving_back/journal.h"
-#include "machines/linux/giving_back/repair.h"
+#include "machines/linux/giving_back/left_behind.h"
 #include "support/machine/cpufreq_fixture.h"
 
 namespace linux_machine {
@@ -93,7 +93,7 @@ TEST_F(LinuxPStatesTest, HeldByAnotherRunAreRefusedWithTheReason) {
   EXPECT_EQ(pstates.claim(), kKxReturnSuccess) << "after the end of the other";
 }
 
-TEST_F(LinuxPStatesTest, AreRepairedWhenClaimed) {
+TEST_F(LinuxPStatesTest, AreGivenBackWhenClaimed) {
   const std::string attribute = kCpufreq + "policy0/scaling_max_freq";
   {
     const auto killed = StateFile::lock(machine.test.surroundings, kPart);
