@@ -18,7 +18,7 @@
 
 #include "machines/linux/fans/curve_file.h"
 #include "machines/linux/giving_back/journal.h"
-#include "machines/linux/giving_back/restore.h"
+#include "machines/linux/giving_back/put_back.h"
 #include "machines/linux/guardian/control_groups.h"
 #include "machines/linux/guardian/message.h"
 #include "machines/linux/watch/fan_watch.h"
@@ -75,8 +75,8 @@ void give_back_a_journal(Input& input) {
   AnyTree tree(input);
   const std::function<void(std::int64_t)> sleep_for = [](std::int64_t ns) { require(ns > 0); };
   const std::function<void(std::string_view)> report = [](std::string_view) {};
-  const auto what = input.ConsumeBool() ? PutBack::everything : PutBack::what_reads_as_forced;
-  restore(tree, journal, {.sleep_for = sleep_for, .report = report}, what);
+  const auto what = input.ConsumeBool() ? Extent::everything : Extent::what_reads_as_forced;
+  put_back(tree, journal, {.sleep_for = sleep_for, .report = report}, what);
 }
 
 /// A line that was written is read as what was written.

@@ -43,7 +43,7 @@ bool inspection::assign(const std::string& wish, const Console& console) {
 }
 
 bool inspection::restore(const Console& console) {
-  return linux_machine::restore_parts(used_surroundings(), console);
+  return linux_machine::give_back_parts(used_surroundings(), console);
 }
 
 std::optional<std::string> inspection::record(const Console& /*console*/) {

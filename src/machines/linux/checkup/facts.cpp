@@ -6,7 +6,7 @@
 #include "machines/linux/fans/curve_file.h"
 #include "machines/linux/fans/daemons.h"
 #include "machines/linux/fans/fan_survey.h"
-#include "machines/linux/giving_back/repair.h"
+#include "machines/linux/giving_back/left_behind.h"
 #include "machines/linux/sysfs/attribute.h"
 #include "machines/linux/watch/safety.h"
 #include "machines/linux_kernel/linux_kernel.h"

@@ -6,7 +6,7 @@
 #include "machines/linux/fans/assignment.h"
 #include "machines/linux/fans/calibration.h"
 #include "machines/linux/fans/curve_file.h"
-#include "machines/linux/giving_back/repair.h"
+#include "machines/linux/giving_back/left_behind.h"
 #include "machines/linux/giving_back/state_file.h"
 #include "machines/linux/sysfs/printable.h"
 
@@ -65,14 +65,14 @@ bool measure_and_keep(Machine& machine, const Surroundings& surroundings, const 
   return true;
 }
 
-bool restore_part(const Surroundings& surroundings, const std::string& part,
-                  const Console& console) {
+bool give_back_part(const Surroundings& surroundings, const std::string& part,
+                    const Console& console) {
   const sysfs::Result<StateFile> state = StateFile::lock_or_take_over(surroundings, part);
   if (!state) {
     console.complain(state.failure().message);
     return false;
   }
-  if (!repair(surroundings, *state)) {
+  if (!give_back_left_behind(surroundings, *state)) {
     console.complain(part + ": could not all be given back; " + state->path() +
                      " keeps what is left to do");
     return false;
@@ -154,7 +154,7 @@ bool assign_fan(Machine& machine, const Surroundings& surroundings, const std::s
   return true;
 }
 
-bool restore_parts(const Surroundings& surroundings, const Console& console) {
+bool give_back_parts(const Surroundings& surroundings, const Console& console) {
   if (surroundings.effective_user() != 0) {
     console.complain("giving back needs root: sudo vorn-keys --restore");
     return false;
@@ -162,7 +162,7 @@ bool restore_parts(const Surroundings& surroundings, const Console& console) {
   bool all = true;
   const std::vector<std::string> parts = parts_with_state(surroundings);
   for (const std::string& part : parts) {
-    all = restore_part(surroundings, part, console) && all;
+    all = give_back_part(surroundings, part, console) && all;
   }
   if (parts.empty()) {
     console.print("nothing was left changed");

@@ -15,6 +15,6 @@ bool assign_fan(Machine& machine, const Surroundings& surroundings, const std::s
                 const inspection::Console& console);
 
 /// Gives back what every state file says; see inspection::restore. What a run holds is left alone.
-bool restore_parts(const Surroundings& surroundings, const inspection::Console& console);
+bool give_back_parts(const Surroundings& surroundings, const inspection::Console& console);
 
 }  // namespace linux_machine

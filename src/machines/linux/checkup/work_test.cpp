@@ -13,7 +13,7 @@
 
 #include "machines/linux/fans/assignment.h"
 #include "machines/linux/giving_back/journal.h"
-#include "machines/linux/giving_back/repair.h"
+#include "machines/linux/giving_back/left_behind.h"
 #include "support/machine/fan_fixture.h"
 
 namespace linux_machine {
@@ -265,7 +265,7 @@ class Restore : public testing::Test {
     ASSERT_TRUE(state);
     ASSERT_TRUE(state->append(journal));
   }
-  bool restore() { return restore_parts(world.surroundings, kept.console()); }
+  bool restore() { return give_back_parts(world.surroundings, kept.console()); }
 
   MemoryTree tree{"0644 devices/a = 5\n0644 devices/b = 5\n"};
   TestSurroundings world{tree};

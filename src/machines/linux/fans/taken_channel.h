@@ -17,12 +17,12 @@ namespace linux_machine {
 class TakenChannel {
  public:
   /// Takes the channel, which keeps the pwm that it has. `noted` gets the lines that are to be
-  /// given back to undo it, whether it succeeded or failed on the way. Requires: the effective user
+  /// given back with it, whether it succeeded or failed on the way. Requires: the effective user
   /// is the superuser, `fan` is controllable.
   static sysfs::Result<TakenChannel> take(const Surroundings& surroundings, Ledger& ledger,
                                           const FanChannel& fan, std::vector<std::string>& noted);
 
-  /// The ledger's lines that undo it. Fans that share a switch share a line.
+  /// The ledger's lines that give it back. Fans that share a switch share a line.
   const std::vector<std::string>& lines() const { return lines_; }
 
   sysfs::Result<double> speed_rpm();

@@ -20,7 +20,7 @@ class StateFile {
 
   /// The same for root, who may end the hold of a run that shows no life: a file whose lock another
   /// one neither gives up nor, as a guardian does, touches within some seconds is opened all the
-  /// same. It is to be repaired, and then removed.
+  /// same. It is to be given back, and then removed.
   static sysfs::Result<StateFile> lock_or_take_over(const Surroundings& surroundings,
                                                     const std::string& part);
 

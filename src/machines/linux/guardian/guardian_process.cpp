@@ -12,7 +12,7 @@
 #include <new>
 
 #include "machines/linux/giving_back/line_text.h"
-#include "machines/linux/giving_back/restore.h"
+#include "machines/linux/giving_back/put_back.h"
 #include "machines/linux/giving_back/standard_error.h"
 #include "machines/linux/guardian/apart.h"
 #include "machines/linux/guardian/message.h"
@@ -145,8 +145,8 @@ void Guard::give_back(std::string_view said, std::string_view why) const {
   // Made of pointers that are there already: nothing is allocated for it.
   const std::function<void(std::string_view)> report = say_on_standard_error;
   const Surroundings& surroundings = birth_.surroundings;
-  const bool all = restore(surroundings.sys, {journal_room.data(), static_cast<std::size_t>(got)},
-                           {.sleep_for = surroundings.sleep_for, .report = report});
+  const bool all = put_back(surroundings.sys, {journal_room.data(), static_cast<std::size_t>(got)},
+                            {.sleep_for = surroundings.sleep_for, .report = report});
   LineText line;
   line.add(why.empty() ? "the run ended without giving back its " : "the ").add(birth_.part);
   if (all) {

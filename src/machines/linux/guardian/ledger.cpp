@@ -5,8 +5,8 @@
 #include <functional>
 #include <utility>
 
-#include "machines/linux/giving_back/repair.h"
-#include "machines/linux/giving_back/restore.h"
+#include "machines/linux/giving_back/left_behind.h"
+#include "machines/linux/giving_back/put_back.h"
 #include "machines/linux/guardian/guardian.h"
 #include "machines/linux/sysfs/attribute.h"
 #include "machines/linux/watch/fan_watch.h"
@@ -31,8 +31,8 @@ Result<Done> cannot_be_watched(const std::string& attribute) {
   return Failure{Trouble::refused, attribute + ": its watch is not to be had"};
 }
 
-/// Whether there was something to repair.
-Result<bool> repair_left(const Surroundings& surroundings, const StateFile& state) {
+/// Gives back what an earlier run left changed. Whether there was something.
+Result<bool> had_left_behind(const Surroundings& surroundings, const StateFile& state) {
   const Result<std::string> left = state.read();
   if (!left) {
     return left.failure();
@@ -40,7 +40,7 @@ Result<bool> repair_left(const Surroundings& surroundings, const StateFile& stat
   if (left->find('\n') == std::string::npos) {
     return false;  // nothing, or a line that was cut off before anything was changed
   }
-  if (!repair(surroundings, state)) {
+  if (!give_back_left_behind(surroundings, state)) {
     return Failure{Trouble::silent,
                    "what an earlier run left changed cannot be given back: see " + state.path()};
   }
@@ -127,11 +127,11 @@ Result<Done> Ledger::begin() {
   if (!state) {
     return state.failure();
   }
-  const Result<bool> repaired = repair_left(surroundings_, *state);
-  if (!repaired) {
-    return repaired.failure();
+  const Result<bool> given_back = had_left_behind(surroundings_, *state);
+  if (!given_back) {
+    return given_back.failure();
   }
-  if (*repaired) {
+  if (*given_back) {
     surroundings_.report("an earlier run had left the " + part_ + " changed: given back first");
   }
   std::unique_ptr<Guardian> guardian;
@@ -254,8 +254,8 @@ bool Ledger::give_back_some(const std::vector<std::string> lines) {
   const std::function<void(std::string_view)> report = [this](std::string_view text) {
     surroundings_.report(std::string(text));
   };
-  if (!restore(surroundings_.sys, as_text(lines), {surroundings_.sleep_for, report},
-               ours ? PutBack::everything : PutBack::what_reads_as_forced)) {
+  if (!put_back(surroundings_.sys, as_text(lines), {surroundings_.sleep_for, report},
+                ours ? Extent::everything : Extent::what_reads_as_forced)) {
     return false;
   }
   std::erase_if(lines_, [&](const std::string& line) {

@@ -22,9 +22,9 @@ struct WatchedFan {
 
 /// Who may change a part of the machine ("fans", "P-states") and what must then be given back.
 ///
-/// The first begin() of a run locks the part's state file, repairs what a run that was killed left
-/// behind, and starts a guardian: a process that restores what the file says when this one has
-/// ended, shows no sign of life, or has something in danger of what is watched. On a machine in
+/// The first begin() of a run locks the part's state file, gives back what a run that was killed
+/// left behind, and starts a guardian: a process that gives back what the file says when this one
+/// has ended, shows no sign of life, or has something in danger of what is watched. On a machine in
 /// memory there is none, and who asks for an alarm() watches by that.
 /// Thread: any.
 class Ledger {
@@ -39,8 +39,8 @@ class Ledger {
   /// another run; given_back, by the guardian.
   sysfs::Result<sysfs::Done> begin();
 
-  /// Adds a line of the journal. To be called before the change that it undoes; a line that is
-  /// there already is not added again. Requires: begin() succeeded.
+  /// Adds a line of the journal. To be called before the change that it is to put back; a line that
+  /// is there already is not added again. Requires: begin() succeeded.
   sysfs::Result<sysfs::Done> note(const std::string& line);
 
   /// Whether the part is this process's, and its guardian stands behind it.
@@ -61,7 +61,7 @@ class Ledger {
   };
   std::optional<Alarm> alarm();
 
-  /// Puts back what one noted line says (see restore), reporting what cannot be, and forgets it if
+  /// Puts back what one noted line says (see put_back), reporting what cannot be, and forgets it if
   /// that worked. True for a line that is not noted. After the guardian has given the part back,
   /// only what still reads as this process forced it is put back.
   bool give_back(const std::string& line);

@@ -18,7 +18,7 @@
 #include <thread>
 
 #include "machines/linux/giving_back/journal.h"
-#include "machines/linux/giving_back/repair.h"
+#include "machines/linux/giving_back/left_behind.h"
 #include "machines/linux/sysfs/attribute.h"
 #include "program/guardians.h"
 #include "support/machine/machine_file.h"
@@ -153,7 +153,7 @@ TEST_F(LedgerTest, TwoRunsDoNotChangeTheSamePart) {
   EXPECT_TRUE(second.begin());
 }
 
-TEST_F(LedgerTest, RepairsFirstWhatAnEarlierRunLeftBehind) {
+TEST_F(LedgerTest, GivesBackFirstWhatAnEarlierRunLeftBehind) {
   leave_behind("set a 5\nset b 1\n");
   tree_.put("b", "9");
   ASSERT_TRUE(ledger_.begin());
@@ -164,7 +164,7 @@ TEST_F(LedgerTest, RepairsFirstWhatAnEarlierRunLeftBehind) {
               ElementsAre("an earlier run had left the fans changed: given back first"));
 }
 
-TEST_F(LedgerTest, DoesNotBeginOverWhatCannotBeRepaired) {
+TEST_F(LedgerTest, DoesNotBeginOverWhatCannotBeGivenBack) {
   leave_behind("set a 5\n");
   tree_.fail("a", EIO);
   const auto refused = ledger_.begin();
@@ -180,7 +180,7 @@ TEST_F(LedgerTest, TakesNothingForOriginalWhenTheFileCannotBeRead) {
   EXPECT_FALSE(ledger_.begin());
 }
 
-TEST_F(LedgerTest, ALineThatWasCutOffIsNothingToRepair) {
+TEST_F(LedgerTest, ALineThatWasCutOffIsNothingToGiveBack) {
   leave_behind("set a 5");
   ASSERT_TRUE(ledger_.begin());
   EXPECT_EQ(tree_.text("a"), "1");
@@ -287,7 +287,7 @@ TEST_F(GuardianTest, LetsGoOfThePartOnlyWhenItIsGivenBack) {
   Ledger next(for_runs_.surroundings, "fans");
   ASSERT_TRUE(next.begin());
   EXPECT_EQ(a(), "1");
-  EXPECT_THAT(for_runs_.reports(), IsEmpty()) << "there was nothing left to repair";
+  EXPECT_THAT(for_runs_.reports(), IsEmpty()) << "there was nothing left to give back";
 }
 
 TEST_F(GuardianTest, GivesBackWhatARunLeftAtItsOrdinaryEnd) {

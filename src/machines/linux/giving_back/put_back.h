@@ -8,15 +8,15 @@
 
 namespace linux_machine {
 
-/// What restore() needs of the world beside the tree.
-struct RestoreTools {
+/// What put_back() needs of the world beside the tree.
+struct PutBackTools {
   const std::function<void(std::int64_t ns)>& sleep_for;
   /// Gets what could not be put back, a line each.
   const std::function<void(std::string_view)>& report;
 };
 
 /// What of a journal is put back.
-enum class PutBack {
+enum class Extent {
   everything,
   /// What reads as it was forced, or as it was: what reads otherwise has been set by somebody
   /// since, and is his. For a journal that nobody has stood behind for a while.
@@ -34,7 +34,7 @@ enum class PutBack {
 /// a driver unloaded) is reported, and is no failure: there is nothing left to put back. So is what
 /// somebody else has set since.
 /// Allocates nothing of its own, so that it may run in a process forked from one with threads.
-bool restore(sysfs::Tree& tree, std::string_view journal, const RestoreTools& tools,
-             PutBack what = PutBack::everything);
+bool put_back(sysfs::Tree& tree, std::string_view journal, const PutBackTools& tools,
+              Extent what = Extent::everything);
 
 }  // namespace linux_machine

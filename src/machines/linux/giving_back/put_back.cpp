@@ -1,4 +1,4 @@
-#include "machines/linux/giving_back/restore.h"
+#include "machines/linux/giving_back/put_back.h"
 
 #include <bitset>
 #include <cstdlib>
@@ -7,7 +7,7 @@
 #include "machines/linux/giving_back/direct_attribute.h"
 #include "machines/linux/giving_back/journal.h"
 #include "machines/linux/giving_back/line_text.h"
-#include "machines/linux/giving_back/restore_fan.h"
+#include "machines/linux/giving_back/put_back_fan.h"
 #include "machines/linux/surroundings/surroundings.h"
 #include "machines/linux/sysfs/parse.h"
 
@@ -36,7 +36,7 @@ Settled settled(sysfs::Tree& tree, const char* path, std::string_view wanted) {
 }
 
 void report_unsettled(sysfs::Tree& tree, std::string_view attribute, const char* path,
-                      std::string_view wanted, int error, const RestoreTools& tools) {
+                      std::string_view wanted, int error, const PutBackTools& tools) {
   DirectBuffer buffer;
   const DirectAnswer answer = read_directly(tree, path, buffer);
   LineText text;
@@ -68,7 +68,7 @@ bool is_held_down(sysfs::Tree& tree, std::string_view attribute, const char* pat
 }
 
 /// One line in one round. Returns whether nothing is left to do for it.
-bool write_line(sysfs::Tree& tree, const SetLine& set, Round round, const RestoreTools& tools) {
+bool write_line(sysfs::Tree& tree, const SetLine& set, Round round, const PutBackTools& tools) {
   const auto& [attribute, value, forced] = set;
   LineText path;
   path.add(attribute);
@@ -128,7 +128,7 @@ bool reads_as(std::string_view shown, std::string_view forced) {
 
 /// What somebody has set since: what reads neither as it was nor as any line says that it was
 /// forced. It is reported.
-Lines set_by_others(sysfs::Tree& tree, std::string_view journal, const RestoreTools& tools) {
+Lines set_by_others(sysfs::Tree& tree, std::string_view journal, const PutBackTools& tools) {
   Lines theirs;
   for_each_set_line(journal, [&](std::size_t number, const SetLine& set) {
     LineText path;
@@ -161,7 +161,7 @@ Lines set_by_others(sysfs::Tree& tree, std::string_view journal, const RestoreTo
 
 /// One round over all "set" lines. Returns whether all are as they are to be.
 bool write_round(sysfs::Tree& tree, std::string_view journal, const Lines& left_alone, Round round,
-                 const RestoreTools& tools) {
+                 const PutBackTools& tools) {
   bool all = true;
   for_each_set_line(journal, [&](std::size_t number, const SetLine& set) {
     if (!is_left_alone(left_alone, number)) {
@@ -171,10 +171,10 @@ bool write_round(sysfs::Tree& tree, std::string_view journal, const Lines& left_
   return all;
 }
 
-bool restore_attributes(sysfs::Tree& tree, std::string_view journal, const RestoreTools& tools,
-                        PutBack what) {
+bool put_back_attributes(sysfs::Tree& tree, std::string_view journal, const PutBackTools& tools,
+                         Extent what) {
   const Lines left_alone =
-      what == PutBack::everything ? Lines() : set_by_others(tree, journal, tools);
+      what == Extent::everything ? Lines() : set_by_others(tree, journal, tools);
   if (write_round(tree, journal, left_alone, Round::first, tools)) {
     return true;
   }
@@ -189,8 +189,8 @@ bool restore_attributes(sysfs::Tree& tree, std::string_view journal, const Resto
 
 }  // namespace
 
-bool restore(sysfs::Tree& tree, std::string_view journal, const RestoreTools& tools, PutBack what) {
-  bool all = restore_attributes(tree, journal, tools, what);
+bool put_back(sysfs::Tree& tree, std::string_view journal, const PutBackTools& tools, Extent what) {
+  bool all = put_back_attributes(tree, journal, tools, what);
   // Where one switch makes all fans of a chip automatic, it comes when each has its pwm.
   for (const bool switches : {false, true}) {
     std::string_view rest = journal;
@@ -198,7 +198,7 @@ bool restore(sysfs::Tree& tree, std::string_view journal, const RestoreTools& to
     FanLine fan;
     while (next_line(rest, line)) {
       if (parse_fan_line(line, fan) && (fan.enable == kUnreadable) == switches) {
-        all = restore_fan(tree, fan, tools, what) && all;
+        all = put_back_fan(tree, fan, tools, what) && all;
       }
     }
   }

@@ -1,4 +1,4 @@
-#include "machines/linux/giving_back/restore_fan.h"
+#include "machines/linux/giving_back/put_back_fan.h"
 
 #include <algorithm>
 #include <array>
@@ -184,13 +184,13 @@ bool find_renumbered(sysfs::Tree& tree, const FanLine& fan, Paths& paths) {
 
 }  // namespace
 
-bool restore_fan(sysfs::Tree& tree, const FanLine& fan, const RestoreTools& tools, PutBack what) {
+bool put_back_fan(sysfs::Tree& tree, const FanLine& fan, const PutBackTools& tools, Extent what) {
   Paths paths(fan.folder, fan.channel);
   if (chip_at(tree, paths, fan) == Chip::another && !find_renumbered(tree, fan, paths)) {
     tools.report(LineText().add(fan.folder).add(" has gone, or is no ").add(fan.chip).view());
     return true;
   }
-  const Whose whose = what == PutBack::everything ? Whose::ours : whose_mode(tree, paths, fan);
+  const Whose whose = what == Extent::everything ? Whose::ours : whose_mode(tree, paths, fan);
   if (whose == Whose::theirs) {
     tools.report(LineText().add(paths.enable.view()).add(" was set since: left as it is").view());
   }

@@ -1,13 +1,13 @@
-#include "machines/linux/giving_back/repair.h"
+#include "machines/linux/giving_back/left_behind.h"
 
 #include <algorithm>
 #include <filesystem>
 
-#include "machines/linux/giving_back/restore.h"
+#include "machines/linux/giving_back/put_back.h"
 
 namespace linux_machine {
 
-bool repair(const Surroundings& surroundings, const StateFile& state) {
+bool give_back_left_behind(const Surroundings& surroundings, const StateFile& state) {
   const sysfs::Result<std::string> journal = state.read();
   if (!journal) {
     surroundings.report(journal.failure().message);
@@ -16,8 +16,8 @@ bool repair(const Surroundings& surroundings, const StateFile& state) {
   const std::function<void(std::string_view)> report = [&](std::string_view line) {
     surroundings.report(std::string(line));
   };
-  return journal->empty() || (restore(surroundings.sys, *journal, {surroundings.sleep_for, report},
-                                      PutBack::what_reads_as_forced) &&
+  return journal->empty() || (put_back(surroundings.sys, *journal, {surroundings.sleep_for, report},
+                                       Extent::what_reads_as_forced) &&
                               state.replace(""));
 }
 

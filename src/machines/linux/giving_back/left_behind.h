@@ -9,7 +9,7 @@ namespace linux_machine {
 
 /// Puts back what the state file says and still reads as it was forced, reporting what cannot be,
 /// and empties it if all could. Returns whether it is empty then.
-bool repair(const Surroundings& surroundings, const StateFile& state);
+bool give_back_left_behind(const Surroundings& surroundings, const StateFile& state);
 
 /// The parts of the machine that have a state file with something in it: what a run holds now, or
 /// one that was killed left behind.

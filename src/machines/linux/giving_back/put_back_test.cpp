@@ -1,4 +1,4 @@
-#include "machines/linux/giving_back/restore.h"
+#include "machines/linux/giving_back/put_back.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,13 +29,13 @@ constexpr const char* kTree =
 
 constexpr const char* kFan = "fan h 2 nct6779 target=- pwm=153 enable=5 zero=full\n";
 
-class RestoreTest : public testing::Test {
+class PutBackTest : public testing::Test {
  protected:
   bool restored(const std::string& journal) { return restored(tree_, journal); }
   bool restored_if_forced(const std::string& journal) {
-    return restored(tree_, journal, PutBack::what_reads_as_forced);
+    return restored(tree_, journal, Extent::what_reads_as_forced);
   }
-  bool restored(sysfs::Tree& tree, const std::string& journal, PutBack what = PutBack::everything) {
+  bool restored(sysfs::Tree& tree, const std::string& journal, Extent what = Extent::everything) {
     const std::function<void(std::int64_t)> sleep = [this](std::int64_t ns) {
       slept_ns_ += ns;
       if (on_sleep_) {
@@ -45,7 +45,7 @@ class RestoreTest : public testing::Test {
     const std::function<void(std::string_view)> report = [this](std::string_view line) {
       reports_.emplace_back(line);
     };
-    return restore(tree, journal, {sleep, report}, what);
+    return put_back(tree, journal, {sleep, report}, what);
   }
 
   /// The fan chip: refuses its pwm while automatic.
@@ -60,19 +60,19 @@ class RestoreTest : public testing::Test {
   std::function<void()> on_sleep_;
 };
 
-TEST_F(RestoreTest, NothingIsToBeDoneForAnEmptyJournal) {
+TEST_F(PutBackTest, NothingIsToBeDoneForAnEmptyJournal) {
   EXPECT_TRUE(restored(""));
   EXPECT_EQ(tree_.writes(), 0);
 }
 
-TEST_F(RestoreTest, AttributesAreWrittenEvenIfTheyReadRight) {
+TEST_F(PutBackTest, AttributesAreWrittenEvenIfTheyReadRight) {
   EXPECT_TRUE(restored("set p/scaling_max_freq 1000\nset p/scaling_min_freq 400\n"));
   EXPECT_EQ(tree_.text("p/scaling_min_freq"), "400");
   EXPECT_EQ(tree_.writes(), 2);
   EXPECT_THAT(reports_, IsEmpty());
 }
 
-TEST_F(RestoreTest, AnOrderThatTheKernelRefusesIsTriedAgain) {
+TEST_F(PutBackTest, AnOrderThatTheKernelRefusesIsTriedAgain) {
   tree_.on_write("p/scaling_max_freq", [this](std::string& text) {
     return std::stoi(text) < std::stoi(tree_.text("p/scaling_min_freq")) ? -EINVAL : 0;
   });
@@ -81,7 +81,7 @@ TEST_F(RestoreTest, AnOrderThatTheKernelRefusesIsTriedAgain) {
   EXPECT_THAT(reports_, IsEmpty());
 }
 
-TEST_F(RestoreTest, WhatIsAppliedLaterIsWaitedFor) {
+TEST_F(PutBackTest, WhatIsAppliedLaterIsWaitedFor) {
   std::string asked;
   tree_.on_write("p/scaling_max_freq", [&](std::string& text) {
     asked = text;
@@ -97,7 +97,7 @@ TEST_F(RestoreTest, WhatIsAppliedLaterIsWaitedFor) {
   EXPECT_EQ(tree_.text("p/scaling_max_freq"), "800");
 }
 
-TEST_F(RestoreTest, WhatDoesNotComeIsReportedByNameAfterASecond) {
+TEST_F(PutBackTest, WhatDoesNotComeIsReportedByNameAfterASecond) {
   tree_.fail("p/scaling_max_freq", EIO);
   EXPECT_FALSE(restored("set p/scaling_max_freq 800\nset p/scaling_min_freq 400\n"));
   EXPECT_EQ(tree_.text("p/scaling_min_freq"), "400") << "the others are put back all the same";
@@ -106,14 +106,14 @@ TEST_F(RestoreTest, WhatDoesNotComeIsReportedByNameAfterASecond) {
   EXPECT_EQ(slept_ns_, 1'000'000'000);
 }
 
-TEST_F(RestoreTest, WhatHasGoneIsReportedAndNoFailure) {
+TEST_F(PutBackTest, WhatHasGoneIsReportedAndNoFailure) {
   tree_.remove("p");
   tree_.remove("h");
   EXPECT_TRUE(restored(std::string("set p/scaling_max_freq 800\n") + kFan));
   EXPECT_THAT(reports_, ElementsAre("p/scaling_max_freq has gone", "h has gone, or is no nct6779"));
 }
 
-TEST_F(RestoreTest, AFanGetsItsPwmWhileItIsManualAndItsModeLast) {
+TEST_F(PutBackTest, AFanGetsItsPwmWhileItIsManualAndItsModeLast) {
   refuse_pwm_in_automatic();
   EXPECT_TRUE(restored(kFan));
   EXPECT_EQ(tree_.text("h/pwm2"), "153");
@@ -121,7 +121,7 @@ TEST_F(RestoreTest, AFanGetsItsPwmWhileItIsManualAndItsModeLast) {
   EXPECT_EQ(tree_.text("h/fan2_target"), "3000") << "not touched, not restored";
 }
 
-TEST_F(RestoreTest, AFanThatIsAutomaticAlreadyIsPutBackAllTheSame) {
+TEST_F(PutBackTest, AFanThatIsAutomaticAlreadyIsPutBackAllTheSame) {
   refuse_pwm_in_automatic();
   tree_.put("h/pwm2_enable", "5");
   EXPECT_TRUE(restored(kFan));
@@ -129,38 +129,38 @@ TEST_F(RestoreTest, AFanThatIsAutomaticAlreadyIsPutBackAllTheSame) {
   EXPECT_EQ(tree_.text("h/pwm2_enable"), "5");
 }
 
-TEST_F(RestoreTest, AManualFanStaysManual) {
+TEST_F(PutBackTest, AManualFanStaysManual) {
   EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=100 enable=1 zero=full\n"));
   EXPECT_EQ(tree_.text("h/pwm2"), "100");
   EXPECT_EQ(tree_.text("h/pwm2_enable"), "1");
 }
 
-TEST_F(RestoreTest, AFanThatHadATargetGetsItBack) {
+TEST_F(PutBackTest, AFanThatHadATargetGetsItBack) {
   EXPECT_TRUE(restored("fan h 2 nct6779 target=1200 pwm=100 enable=3 zero=full\n"));
   EXPECT_EQ(tree_.text("h/fan2_target"), "1200");
   EXPECT_EQ(tree_.text("h/pwm2_enable"), "3");
 }
 
-TEST_F(RestoreTest, AModeThatCannotBeReadIsSetToAutomatic) {
+TEST_F(PutBackTest, AModeThatCannotBeReadIsSetToAutomatic) {
   tree_.put("h/pwm2_enable", "1", 0200);
   EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=- enable=? zero=full\n"));
   EXPECT_EQ(tree_.text("h/pwm2_enable"), "2");
 }
 
-TEST_F(RestoreTest, AChannelWithoutModeGetsItsPwm) {
+TEST_F(PutBackTest, AChannelWithoutModeGetsItsPwm) {
   tree_.remove("h/pwm2_enable");
   EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=90 enable=- zero=full\n"));
   EXPECT_EQ(tree_.text("h/pwm2"), "90");
 }
 
-TEST_F(RestoreTest, ManualAtFullPwmMayReadAsFullSpeed) {
+TEST_F(PutBackTest, ManualAtFullPwmMayReadAsFullSpeed) {
   tree_.on_read("h/pwm2_enable", [](const std::string& stored) {
     return MemoryTree::Answer{stored == "1" ? "0" : stored, 0};
   });
   EXPECT_TRUE(restored("fan h 2 nct6779 target=- pwm=255 enable=1 zero=full\n"));
 }
 
-TEST_F(RestoreTest, AModeThatTheChipRefusesPutsTheFanAtFullSpeed) {
+TEST_F(PutBackTest, AModeThatTheChipRefusesPutsTheFanAtFullSpeed) {
   tree_.put("h/pwm2", "60");
   tree_.on_write("h/pwm2_enable", [](std::string& text) { return text == "5" ? -EINVAL : 0; });
   EXPECT_FALSE(restored(kFan));
@@ -170,7 +170,7 @@ TEST_F(RestoreTest, AModeThatTheChipRefusesPutsTheFanAtFullSpeed) {
                                     "Invalid argument; the fan is at full speed instead"));
 }
 
-TEST_F(RestoreTest, AModeThatDoesNotStayPutsTheFanAtFullSpeed) {
+TEST_F(PutBackTest, AModeThatDoesNotStayPutsTheFanAtFullSpeed) {
   tree_.on_write("h/pwm2_enable", [](std::string& text) {
     text = "1";
     return 0;
@@ -180,20 +180,20 @@ TEST_F(RestoreTest, AModeThatDoesNotStayPutsTheFanAtFullSpeed) {
   EXPECT_THAT(reports_, ElementsAre(HasSubstr("it reads differently")));
 }
 
-TEST_F(RestoreTest, AFanThatCannotEvenBePutAtFullSpeedIsSaidSo) {
+TEST_F(PutBackTest, AFanThatCannotEvenBePutAtFullSpeedIsSaidSo) {
   tree_.fail("h/pwm2", EIO);
   tree_.fail("h/pwm2_enable", EIO);
   EXPECT_FALSE(restored(kFan));
   EXPECT_THAT(reports_, ElementsAre(HasSubstr("neither could the fan be put at full speed")));
 }
 
-TEST_F(RestoreTest, AnotherChipAtTheSamePlaceIsLeftAlone) {
+TEST_F(PutBackTest, AnotherChipAtTheSamePlaceIsLeftAlone) {
   tree_.put("h/name", "it8689");
   EXPECT_TRUE(restored(kFan));
   EXPECT_EQ(tree_.text("h/pwm2_enable"), "1");
 }
 
-TEST_F(RestoreTest, AnAttributeOutsideOfTheMachineIsNotWritten) {
+TEST_F(PutBackTest, AnAttributeOutsideOfTheMachineIsNotWritten) {
   tree_.put("etc/shadow", "root");
   for (const char* path : {"../etc/shadow", "p/../../etc/shadow", "/etc/shadow", "p/.."}) {
     EXPECT_FALSE(restored(std::string("set ") + path + " mine\n")) << path;
@@ -201,7 +201,7 @@ TEST_F(RestoreTest, AnAttributeOutsideOfTheMachineIsNotWritten) {
   EXPECT_EQ(tree_.text("etc/shadow"), "root");
 }
 
-TEST_F(RestoreTest, AMaximumThatHeatHoldsDownIsGivenBack) {
+TEST_F(PutBackTest, AMaximumThatHeatHoldsDownIsGivenBack) {
   tree_.on_write("p/scaling_max_freq", [](std::string& text) {
     text = "700";
     return 0;
@@ -210,7 +210,7 @@ TEST_F(RestoreTest, AMaximumThatHeatHoldsDownIsGivenBack) {
   EXPECT_THAT(reports_, ElementsAre("p/scaling_max_freq is given back, and held lower for now"));
 }
 
-TEST_F(RestoreTest, AFanIsFoundUnderTheNumberThatItsDriverHasNow) {
+TEST_F(PutBackTest, AFanIsFoundUnderTheNumberThatItsDriverHasNow) {
   tree_.put("devices/nct/hwmon/hwmon5/name", "nct6779", 0444);
   tree_.put("devices/nct/hwmon/hwmon5/pwm2", "255");
   tree_.put("devices/nct/hwmon/hwmon5/pwm2_enable", "1");
@@ -220,14 +220,14 @@ TEST_F(RestoreTest, AFanIsFoundUnderTheNumberThatItsDriverHasNow) {
   EXPECT_THAT(reports_, IsEmpty());
 }
 
-TEST_F(RestoreTest, AChipWhoseModeZeroIsOffIsNotPutIntoIt) {
+TEST_F(PutBackTest, AChipWhoseModeZeroIsOffIsNotPutIntoIt) {
   tree_.fail("h/pwm2", EIO);
   tree_.on_write("h/pwm2_enable", [](std::string& text) { return text == "5" ? -EINVAL : 0; });
   EXPECT_FALSE(restored("fan h 2 nct6779 target=- pwm=153 enable=5 zero=off\n"));
   EXPECT_EQ(tree_.text("h/pwm2_enable"), "1");
 }
 
-TEST_F(RestoreTest, TheSwitchOfAllFansComesWhenEachHasItsPwm) {
+TEST_F(PutBackTest, TheSwitchOfAllFansComesWhenEachHasItsPwm) {
   std::vector<std::string> order;
   tree_.on_write("h/pwm2", [&](std::string& text) {
     order.push_back("pwm " + text);
@@ -247,7 +247,7 @@ TEST_F(RestoreTest, TheSwitchOfAllFansComesWhenEachHasItsPwm) {
 }
 
 // Every access fails once: everything is put back all the same.
-TEST_F(RestoreTest, OneFaultAnywhereIsOvercome) {
+TEST_F(PutBackTest, OneFaultAnywhereIsOvercome) {
   const std::string journal =
       std::string("set p/scaling_max_freq 800\nset p/scaling_governor powersave\n") + kFan;
   FaultyTree counted(tree_);
@@ -269,7 +269,7 @@ TEST_F(RestoreTest, OneFaultAnywhereIsOvercome) {
   }
 }
 
-TEST_F(RestoreTest, FaultsForEverAreReportedByAttribute) {
+TEST_F(PutBackTest, FaultsForEverAreReportedByAttribute) {
   const std::string journal = std::string("set p/scaling_max_freq 800\n") + kFan;
   for (int access = 1; access <= 12; ++access) {
     MemoryTree machine{std::string(kTree)};
@@ -284,7 +284,7 @@ TEST_F(RestoreTest, FaultsForEverAreReportedByAttribute) {
   }
 }
 
-TEST_F(RestoreTest, OfAStaleJournalOnlyWhatReadsAsForcedIsPutBack) {
+TEST_F(PutBackTest, OfAStaleJournalOnlyWhatReadsAsForcedIsPutBack) {
   EXPECT_TRUE(restored_if_forced(
       "set p/scaling_max_freq 3000 forced=1000\nset p/scaling_min_freq 800 forced=1200\n"));
   EXPECT_EQ(tree_.text("p/scaling_max_freq"), "3000");
@@ -293,19 +293,19 @@ TEST_F(RestoreTest, OfAStaleJournalOnlyWhatReadsAsForcedIsPutBack) {
                                     "it is"));
 }
 
-TEST_F(RestoreTest, WhatADriverRoundedReadsAsForced) {
+TEST_F(PutBackTest, WhatADriverRoundedReadsAsForced) {
   EXPECT_TRUE(restored_if_forced("set p/scaling_max_freq 3000 forced=1009\n"));
   EXPECT_EQ(tree_.text("p/scaling_max_freq"), "3000");
 }
 
-TEST_F(RestoreTest, WhatWasForcedTwiceReadsAsOneOfBoth) {
+TEST_F(PutBackTest, WhatWasForcedTwiceReadsAsOneOfBoth) {
   EXPECT_TRUE(restored_if_forced(
       "set p/scaling_max_freq 3000 forced=2000\nset p/scaling_max_freq 3000 forced=1000\n"));
   EXPECT_EQ(tree_.text("p/scaling_max_freq"), "3000");
   EXPECT_THAT(reports_, IsEmpty());
 }
 
-TEST_F(RestoreTest, AFanOfAStaleJournalIsPutBackInAModeThatItWasForcedIn) {
+TEST_F(PutBackTest, AFanOfAStaleJournalIsPutBackInAModeThatItWasForcedIn) {
   const std::string forced = "fan h 2 nct6779 target=- pwm=153 enable=5 zero=full forced=1,4\n";
   tree_.put("h/pwm2_enable", "2");
   EXPECT_TRUE(restored_if_forced(forced));
@@ -323,7 +323,7 @@ TEST_F(RestoreTest, AFanOfAStaleJournalIsPutBackInAModeThatItWasForcedIn) {
 }
 
 // What it shows of full speed is a matter of its rounding, and of its range of pwm values.
-TEST_F(RestoreTest, AChipThatRoundsIsAtFullSpeedFromThreeQuartersOn) {
+TEST_F(PutBackTest, AChipThatRoundsIsAtFullSpeedFromThreeQuartersOn) {
   const char* const kOff = "fan h 2 nct6779 target=- pwm=153 enable=5 zero=off\n";
   tree_.on_write("h/pwm2_enable", [](std::string& text) { return text == "5" ? -EINVAL : 0; });
   for (const char* shown : {"190", "252"}) {
@@ -336,7 +336,7 @@ TEST_F(RestoreTest, AChipThatRoundsIsAtFullSpeedFromThreeQuartersOn) {
   EXPECT_THAT(reports_.back(), HasSubstr("neither could the fan be put at full speed"));
 }
 
-TEST_F(RestoreTest, AFanIsFoundUnderANumberOfTwoDigits) {
+TEST_F(PutBackTest, AFanIsFoundUnderANumberOfTwoDigits) {
   for (const char* number : {"10", "99"}) {
     const std::string folder = std::string("devices/nct/hwmon/hwmon") + number;
     tree_.put(folder + "/name", "nct6779", 0444);
