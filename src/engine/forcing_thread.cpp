@@ -6,6 +6,7 @@
 #include <mutex>
 #include <string>
 
+#include "Process/capabilities.h"
 #include "engine/complaint.h"
 #include "engine/record/record.h"
 #include "vorn/privilege.h"
@@ -97,6 +98,7 @@ void force(const Forcing& forcing) {
 }
 
 void* force_what_is_said(void* /*arg*/) {
+  process::keep_capabilities(process::kNoCapabilities);  // forcing needs root, not these
   try {
     for (Forcing forcing; wanted.take(forcing);) {
       force(forcing);

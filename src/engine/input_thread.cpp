@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "Process/capabilities.h"
 #include "engine/complaint.h"
 #include "engine/forcing.h"
 #include "engine/forcing_thread.h"
@@ -117,6 +118,7 @@ bool follow_input() {
 }
 
 void* listen_to_input(void* /*arg*/) {
+  process::keep_capabilities(process::kNoCapabilities);
   if (follow_input() && !params.terminate) {
     input_over = true;
     end_run();

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "Process/capabilities.h"
 #include "SMC/SMC.h"
 #include "engine/complaint.h"
 #include "engine/exit_status.h"
@@ -60,6 +61,7 @@ void* watch(void* /*arg*/) {
     for (std::size_t i = 0; i < limited.size(); ++i) {
       values[i] = limited[i].value();
     }
+    process::keep_capabilities(process::kNoCapabilities);  // what may be opened is open
     if (const auto reached = watch.look(values)) {
       ended_by_limit = true;
       verdict.add(ExitStatus::kLimitReached);

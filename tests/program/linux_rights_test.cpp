@@ -1,10 +1,12 @@
 #include <endian.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/capability.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -12,6 +14,7 @@
 #include <sstream>
 #include <string>
 
+#include "program/engine_program.h"
 #include "program/samples.h"
 #include "program/tree_machine.h"
 #include "program/vorn_program.h"
@@ -38,7 +41,9 @@ class LinuxRights : public testing::Test {
 
   /// The program with the capabilities that are advised, for an ordinary user.
   program::Command with_capabilities(std::vector<std::string> arguments) {
-    program::Command command = machine_.vorn(std::move(arguments), As::kOrdinaryUser);
+    return with_capabilities(machine_.vorn(std::move(arguments), As::kOrdinaryUser));
+  }
+  program::Command with_capabilities(program::Command command) {
     command.path = copy_of(command.path);
     vfs_cap_data data{};
     data.magic_etc = htole32(VFS_CAP_REVISION_2 | VFS_CAP_FLAGS_EFFECTIVE);
@@ -141,6 +146,33 @@ TEST_F(LinuxRights, NoThreadHasAnyOnceTheLoadRuns) {
   EXPECT_TRUE(comes_to(nobody_has_any));
   running.send(SIGINT);
   EXPECT_EQ(running.wait().status, 0);
+}
+
+TEST_F(LinuxRights, NoThreadOfTheEngineHasAnyOnceTheLoadRuns) {
+  std::array<int, 2> input{};
+  ASSERT_EQ(pipe2(input.data(), O_CLOEXEC), 0);
+  program::Command command =
+      engine({"-c", "1", "-w", "bspin", "-f", "10", "-m", "-r", "20", "-k", "PC0C", "--limit",
+              "TC0D=120", "--attached", "--record", machine_.folder() + "/record"},
+             As::kOrdinaryUser);
+  command.standard_input = input[0];
+  ASSERT_EQ(chmod(machine_.folder().c_str(), 0777), 0);
+  Running running(with_capabilities(command));
+  ASSERT_TRUE(comes_to([&] { return running.out().size() > 100; })) << running.err();
+  // main, listener, throttle guard, monitor, disk commit, timing, limit, input, record, a workload
+  const auto nobody_has_any = [&] {
+    const std::vector<Thread> threads = threads_of(running.pid());
+    return threads.size() >= 10 &&
+           std::all_of(threads.begin(), threads.end(), [](const Thread& thread) {
+             return thread.effective == 0 && thread.permitted == 0;
+           });
+  };
+  EXPECT_TRUE(comes_to(nobody_has_any)) << threads_of(running.pid()).size();
+  running.send(SIGINT);
+  running.wait();
+  for (const int end : input) {
+    close(end);
+  }
 }
 
 TEST_F(LinuxRights, NoneIsEffectiveBeforeThatButForAMoment) {

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "Process/capabilities.h"
 #include "engine/record/clock_reading.h"
 #include "engine/record/record_parts.h"
 #include "engine/record/record_writer.h"
@@ -18,6 +19,7 @@ constexpr int kLongestEndMs = 2000;
 
 /// The body of the writer's thread. `parts` is a pointer to its share, made for it.
 void* write_record(void* parts) {
+  process::keep_capabilities(process::kNoCapabilities);
   const std::unique_ptr<std::shared_ptr<RecordParts>> share(
       static_cast<std::shared_ptr<RecordParts>*>(parts));
   RecordWriter(**share).write_until_the_end();
