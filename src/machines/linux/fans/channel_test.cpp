@@ -125,10 +125,11 @@ TEST_F(ChannelTest, AFanThatStandsAndWasNeverMeasuredIsPerhapsNotThere) {
   EXPECT_EQ(fans[1].connection, FanChannel::Connection::doubtful);
   EXPECT_FALSE(fans[1].controllable());
   EXPECT_TRUE(fans[1].measurable);
-  EXPECT_EQ(fans[1].refusal,
-            "devices/a/hwmon/hwmon0/fan1_input: it stands still and was never measured: perhaps "
-            "nothing is connected there; -a names the fans that turn, and vorn-keys --calibrate finds "
-            "out");
+  EXPECT_EQ(
+      fans[1].refusal,
+      "devices/a/hwmon/hwmon0/fan1_input: it stands still and was never measured: perhaps "
+      "nothing is connected there; -a names the fans that turn, and vorn-keys --calibrate finds "
+      "out");
   EXPECT_TRUE(find("devices/a")[1].controllable()) << "with a measured curve it is one";
 }
 
