@@ -24,7 +24,8 @@ check_format() {
 fuzz() {
   for target in smc_fuzz guardian_fuzz; do
     mkdir -p "build/fuzz/corpus/$target"
-    "build/fuzz/fuzz/$target" -max_total_time=30 -print_final_stats=1 "build/fuzz/corpus/$target"
+    "build/fuzz/fuzz/$target" -max_total_time=30 -print_final_stats=1 \
+      -artifact_prefix="build/fuzz/$target-" "build/fuzz/corpus/$target"
   done
 }
 
