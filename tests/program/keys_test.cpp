@@ -162,6 +162,15 @@ TEST(Calibration, MeasuresTheFansAndKeepsTheCurves) {
   EXPECT_NE(outcome.out.find("# kept in "), std::string::npos);
 }
 
+TEST_F(KeysOnAMachine, RestoreTellsAnOrdinaryUserThatItNeedsRoot) {
+  const Outcome outcome = run({"--restore"}, As::kOrdinaryUser);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_NE(outcome.err.find("giving back needs root: sudo vorn-keys --restore\n"),
+            std::string::npos)
+      << outcome.err;
+  EXPECT_EQ(outcome.status, 1);
+}
+
 TEST_F(KeysOnAMachine, RestoreSaysWhenThereIsNothingToDo) {
   const Outcome outcome = run({"--restore"});
   EXPECT_EQ(outcome.out, "nothing was left changed\n");
