@@ -15,7 +15,7 @@
 
 #include "Kx/driver.h"
 #include "SMC/SMC.h"
-#include "machines/linux/drivers/machine.h"
+#include "machines/linux/drivers/composition.h"
 #include "support/machine/machine_file.h"
 
 // What a sample of ten sensors costs on a machine's files, beside ten bare reads of the same files:
@@ -33,7 +33,7 @@ using Clock = std::chrono::steady_clock;
 /// A machine of files, in a folder of its own.
 class MachineOfFiles {
  public:
-  MachineOfFiles() { kx::install_machine(machine_.compose()); }
+  MachineOfFiles() { kx::install_machine(linux_machine::compose(machine_)); }
   ~MachineOfFiles() {
     kx::install_machine({});
     fs::remove_all(folder_);
