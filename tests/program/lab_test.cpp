@@ -156,7 +156,14 @@ TEST_F(Lab, WhatCannotBeDoneIsSaidWithItsRemedy) {
   says(short_step({"--key", "NOPE"}), 3, "no key \"NOPE\": \"vorn-keys-sim\" lists those");
   says(short_step({"--fans", "fast"}), 2, "--fans takes");
   says({"step", "--out", folder(), "--load", "nope"}, 3,
-       "vorn-lab-sim: vorn-engine-sim has no load \"nope\": it has bcache, bfma, ");
+       "vorn-lab-sim: load \"nope\": vorn-engine-sim has none of that name: those that follow a "
+       "duty are bcache, bfma, ");
+  says({"step", "--out", folder(), "--load", "spin"}, 3,
+       "vorn-lab-sim: load \"spin\": it never pauses, so that it cannot follow the duty of a "
+       "phase: choose \"bspin\"");
+  says(short_step({"--key", "FCnt"}), 3, "\"FCnt\" is no key that a run can sample");
+  says(short_step({"--limit", "TC9D=90"}), 3, "limit: this machine has no key \"TC9D\"");
+  EXPECT_FALSE(fs::exists(folder())) << "what is refused before a run leaves no folder";
   says({"run", "-o", "x"}, 2, "-o is not for run");
   says({"step", "--plan", "/nowhere/plan.toml"}, 2, "/nowhere/plan.toml: No such file");
   says({"report", "/nowhere"}, 4, "/nowhere: no run.json in it");

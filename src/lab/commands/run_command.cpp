@@ -9,6 +9,7 @@
 #include "lab/commands/answering.h"
 #include "lab/commands/chosen_keys.h"
 #include "lab/commands/conductor.h"
+#include "lab/commands/machine_parts.h"
 #include "lab/commands/stop_request.h"
 #include "lab/commands/this_machine.h"
 #include "lab/engine_process/caller.h"
@@ -24,16 +25,6 @@
 namespace lab {
 
 namespace {
-
-std::vector<std::string> fan_targets(const std::vector<MachineKey>& keys) {
-  std::vector<std::string> targets;
-  for (const MachineKey& key : keys) {
-    if (key.unit == "RPM" && key.name.size() == 4 && key.name.ends_with("Tg")) {
-      targets.push_back(key.name);
-    }
-  }
-  return targets;
-}
 
 /// Says what the plan asks for and this run may not do.
 void note_what_is_not_done(const Plan& plan, const Means& means, RunInfo& info) {
@@ -144,8 +135,9 @@ ExitStatus run_plan(const Question& question, const Plan& asked, const OutputOpt
                     const std::vector<std::string>& command) {
   Plan plan = asked;
   check(plan);
-  refuse_unknown_loads(plan, engine_loads());
+  refuse_unfit_loads(plan, engine_loads());
   const std::vector<MachineKey> keys = machine_keys();
+  refuse_missing_parts(plan, keys);
   RunInfo info;
   info.question = question.name();
   info.keys = chosen_keys(plan, keys);

@@ -34,16 +34,30 @@ std::vector<std::string> engine_loads() {
   return parse_loads(output + errors);
 }
 
-void refuse_unknown_loads(const Plan& plan, const std::vector<std::string>& loads) {
+void refuse_unfit_loads(const Plan& plan, const std::vector<std::string>& loads) {
+  const auto has = [&](const std::string& load) {
+    return std::find(loads.begin(), loads.end(), load) != loads.end();
+  };
+  // The one that sleeps while the waveform is off is called as the one that does not, behind a "b".
+  const auto deaf = [&](const std::string& load) { return has("b" + load); };
   for (const Phase& phase : plan.phases) {
     const std::string load = phase.load.value_or(plan.load);
-    if (loads.empty() || std::find(loads.begin(), loads.end(), load) != loads.end()) {
+    if (loads.empty() || (has(load) && !deaf(load))) {
       continue;
     }
-    std::string why = machine().engine;
-    why.append(" has no load \"").append(load).append("\": it has");
+    std::string why = std::string("load \"") + load + "\": ";
+    if (deaf(load)) {
+      why += "it never pauses, so that it cannot follow the duty of a phase: choose \"b" + load +
+             "\", which does the same work and pauses; loads that pause are";
+    } else {
+      why.append(machine().engine).append(" has none of that name: those that follow a duty are");
+    }
+    const char* before = " ";
     for (const std::string& name : loads) {
-      why.append(name == loads.front() ? " " : ", ").append(name);
+      if (!deaf(name)) {
+        why.append(before).append(name);
+        before = ", ";
+      }
     }
     throw EngineError(why);
   }

@@ -15,17 +15,29 @@ TEST(EngineLoads, AreThoseOfTheHelp) {
   EXPECT_TRUE(parse_loads("").empty());
 }
 
-TEST(EngineLoads, OneThatIsNotThereIsNamedBesideThoseThatAre) {
+std::string refusal_of(const std::string& load) {
   Plan plan;
   plan.phases.resize(2);
-  refuse_unknown_loads(plan, {"bmix", "bint"});
-  plan.phases[1].load = "nope";
+  plan.phases[1].load = load;
   try {
-    refuse_unknown_loads(plan, {"bmix", "bint"});
-    FAIL() << "it was taken";
+    refuse_unfit_loads(plan, {"bint", "bmix", "int", "mix"});
+    return "";
   } catch (const EngineError& error) {
-    EXPECT_THAT(error.what(), testing::HasSubstr(" has no load \"nope\": it has bmix, bint"));
+    return error.what();
   }
+}
+
+TEST(EngineLoads, OneThatIsNotThereIsNamedBesideThoseThatAre) {
+  EXPECT_EQ(refusal_of("bint"), "");
+  EXPECT_THAT(refusal_of("nope"), testing::HasSubstr("load \"nope\": "));
+  EXPECT_THAT(refusal_of("nope"),
+              testing::HasSubstr("has none of that name: those that follow a duty are bint, bmix"));
+}
+
+TEST(EngineLoads, OneThatNeverPausesIsRefusedWithTheOneThatDoes) {
+  EXPECT_THAT(refusal_of("int"), testing::StartsWith("load \"int\": it never pauses"));
+  EXPECT_THAT(refusal_of("int"), testing::HasSubstr("choose \"bint\""));
+  EXPECT_THAT(refusal_of("int"), testing::HasSubstr("loads that pause are bint, bmix"));
 }
 
 }  // namespace
