@@ -3,21 +3,20 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 #include "lab/analysis/dropouts.h"
+#include "lab/analysis/fans_at_speed.h"
 #include "lab/analysis/heat_curve.h"
 #include "lab/analysis/step_charts.h"
+#include "lab/analysis/step_fits.h"
 #include "lab/analysis/step_judgement.h"
-#include "lab/analysis/step_key.h"
 #include "lab/analysis/step_words.h"
 #include "lab/analysis/structure_told.h"
 
 namespace lab {
 
 namespace {
-
-// Enough for an hour at 4 Hz as it is. Beyond, rows far from a change of heat are put together.
-constexpr std::size_t kMostRows = 16000;
 
 std::vector<double> chosen(const std::vector<double>& values, const std::vector<std::size_t>& at) {
   std::vector<double> result;
@@ -28,8 +27,23 @@ std::vector<double> chosen(const std::vector<double>& values, const std::vector<
   return result;
 }
 
+StepInput chosen_rows(const StepInput& input, const std::vector<std::size_t>& rows) {
+  if (rows.size() == input.time_s.size()) {
+    return input;
+  }
+  StepInput result = input;
+  result.time_s = chosen(input.time_s, rows);
+  result.heat = chosen(input.heat, rows);
+  for (std::vector<Column>* columns : {&result.temperatures, &result.beside}) {
+    for (Column& column : *columns) {
+      column.values = chosen(column.values, rows);
+    }
+  }
+  return result;
+}
+
 // The input without instants that are missing or do not ascend.
-StepInput ascending(const StepInput& input, std::size_t& left_out) {
+StepInput ascending(const StepInput& input) {
   std::vector<std::size_t> good;
   for (std::size_t at = 0; at < input.time_s.size(); ++at) {
     if (std::isfinite(input.time_s[at]) &&
@@ -37,19 +51,30 @@ StepInput ascending(const StepInput& input, std::size_t& left_out) {
       good.push_back(at);
     }
   }
-  left_out = input.time_s.size() - good.size();
-  if (left_out == 0) {
-    return input;
+  return chosen_rows(input, good);
+}
+
+// When the heat first changes for long: to make the loads takes heat too, for a moment.
+double first_lasting_change_s(const HeatCurve& curve) {
+  const std::vector<HeatStep> steps = heat_steps(curve);
+  const auto weight = [](const HeatStep& step) { return std::abs(step.change) * step.length_s; };
+  double most = 0;
+  for (const HeatStep& step : steps) {
+    most = std::max(most, weight(step));
   }
-  StepInput result = input;
-  result.time_s = chosen(input.time_s, good);
-  result.heat = chosen(input.heat, good);
-  for (std::vector<Column>* columns : {&result.temperatures, &result.beside}) {
-    for (Column& column : *columns) {
-      column.values = chosen(column.values, good);
-    }
-  }
-  return result;
+  const auto first = std::find_if(steps.begin(), steps.end(),
+                                  [&](const HeatStep& step) { return weight(step) >= most / 2; });
+  return first == steps.end() ? 0 : first->time_s;
+}
+
+// The record from where held fans have come to their speed, if that is before the first change of
+// heat: until then the resistance is not the one that is looked for.
+StepInput at_speed(const StepInput& record, const HeatCurve& curve) {
+  const double before_s = record.time_s[0] + first_lasting_change_s(curve);
+  std::vector<std::size_t> rows(record.time_s.size() -
+                                fans_at_speed(record.time_s, record.beside, before_s));
+  std::iota(rows.begin(), rows.end(), record.time_s.size() - rows.size());
+  return chosen_rows(record, rows);
 }
 
 // Takes out what sensors showed that could not be read. Says so.
@@ -112,8 +137,8 @@ Answer undecided(const std::string& why) {
 }  // namespace
 
 Answer analyse_step(const StepInput& input) {
-  std::size_t left_out = 0;
-  StepInput record = ascending(input, left_out);
+  StepInput record = ascending(input);
+  const std::size_t left_out = input.time_s.size() - record.time_s.size();
   const std::vector<std::string> dropouts = without_dropouts(record);
   constexpr std::size_t kFewest = 20;
   if (record.time_s.size() < kFewest) {
@@ -124,27 +149,20 @@ Answer analyse_step(const StepInput& input) {
                    [](double heat) { return std::isfinite(heat); })) {
     return undecided("Neither power nor load was measured: nothing can be said of what heat does.");
   }
-  const HeatCurve curve = heat_curve(record.time_s, record.heat, record.heat_delay_s, kMostRows);
   const std::string what = record.heat_is_power ? "power" : "load";
-  if (const std::string why = judge_heat(record, curve); !why.empty()) {
+  const HeatCurve whole = curve_of(record);
+  if (const std::string why = judge_heat(record, whole); !why.empty()) {
     Answer answer = undecided(why);
     answer.figures[what] = heat_figures(record);
     return answer;
   }
-  const StartGrid grid(curve);
-  const std::string unit = record.heat_is_power ? "K/W" : "K";
-  std::vector<KeyResult> results;
-  for (const Column& temperature : record.temperatures) {
-    results.push_back(fit_key(record, temperature, curve, grid, unit));
-  }
-  lend_time_constants(curve, unit, record.structure ? Lend::to_late_ones : Lend::to_all, results);
-  for (KeyResult& result : results) {
-    refine_key(record, curve, unit, result);
-  }
-  name_lent_time_constants(results);
+  const StepInput steady = at_speed(record, whole);
+  StepFits fits = fit_step(steady);
+  const HeatCurve& curve = fits.curve;
+  std::vector<KeyResult>& results = fits.results;
   for (KeyResult& result : results) {
     if (!result.stages.empty()) {
-      judge_key(record, curve, result);
+      judge_key(steady, curve, result);
     }
   }
   if (results.empty()) {

@@ -11,7 +11,7 @@ namespace lab {
 /// A record of heat and temperatures from which thermal resistances are to be found.
 struct StepInput {
   std::vector<double> time_s;  ///< ascending; need not be even
-  std::vector<double> heat;    ///< W, or load 0 to 1: mean since the sample before; NaN: not read
+  std::vector<double> heat;    ///< W, or load 0 to 1: a mean (reading_span.h); NaN: not read
   bool heat_is_power = true;
   bool structure = false;            ///< the ladder behind each temperature is asked for as well
   std::string heat_name;             ///< the key, or what else it is called
@@ -25,7 +25,8 @@ struct StepInput {
 /// the stages that make it up, with intervals, as `figures` says below. The heat goes in as it was
 /// measured: steps, noise, holes and leakage are all the same to it. Heating and cooling count
 /// alike. What the data cannot tell is not told: warnings say why, and what would help. Instants
-/// that do not ascend are left out.
+/// that do not ascend are left out, and so is what lies before fans that come to a speed and keep
+/// it have done so, if the heat has not changed by then.
 ///
 /// `figures`:
 ///   keys.KEY.resistance           Estimate, "K/W", or "K" for the whole load if power is missing
@@ -41,7 +42,7 @@ struct StepInput {
 /// With `structure`, the ladder behind each temperature as well: structure_told.h has its figures.
 ///
 /// Sources: JESD51-1 for the terms; the methods are cited where they are: heat_curve.h,
-/// stage_response.h, foster_fit.h, stage_choice.h, uncertainty.h, coarse_fit.h.
+/// step_fits.h, stage_response.h, foster_fit.h, stage_choice.h, uncertainty.h, coarse_fit.h.
 Answer analyse_step(const StepInput& input);
 
 }  // namespace lab
