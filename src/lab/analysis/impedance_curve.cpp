@@ -28,6 +28,9 @@ std::vector<ImpedancePoint> measured_impedance(const KeyResult& result, const He
     double count = 0;
   };
   constexpr double kToADecade = 15;
+  // Instants of steps are sums of many spans: a row that ends with a step may seem to come after
+  // it.
+  const double rounding_s = 1e-9 * curve.time_s.back();
   std::map<int, Sum> bins;
   Eigen::VectorXd gradient;
   for (const HeatStep& step : heat_steps(curve)) {
@@ -37,7 +40,7 @@ std::vector<ImpedancePoint> measured_impedance(const KeyResult& result, const He
     for (; row < curve.rows() && curve.time_s[row] <= step.time_s + step.length_s; ++row) {
       const auto at = static_cast<Eigen::Index>(row);
       const double since_s = curve.time_s[row] - step.time_s;
-      if (result.observed.weight[at] > 0 && since_s > 0) {
+      if (result.observed.weight[at] > 0 && since_s > rounding_s) {
         const double left = result.observed.value[at] - result.fit.fitted[at];
         Sum& sum = bins[static_cast<int>(std::floor(std::log10(since_s) * kToADecade))];
         sum.log_time += std::log(since_s);
