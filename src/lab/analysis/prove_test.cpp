@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "lab/fakes/fake_waveform.h"
 
@@ -33,8 +34,8 @@ ProveInput quiet_machine() {
     input.samples.time_s.push_back(row * 0.02);
     power.values.push_back(20 + std::floor(8 * std::sin(row / 5 * 2.7)) / 4);
     still.values.push_back(25);
-    input.stimulus.samples.push_back(
-        {.instant_ns = 1'000'000'000 + row * 20'000'000, .elapsed_s = row * 0.02 + 0.0003});
+    input.stimulus.samples.push_back({.instant_ns = 1'000'000'000 + std::int64_t{row} * 20'000'000,
+                                      .elapsed_s = row * 0.02 + 0.0003});
   }
   input.samples.columns = {power, still};
   return input;
