@@ -54,7 +54,7 @@ struct Phase {
   double drift = 0.05;         ///< settled: no more than this part of its change is still to come
   std::optional<std::string> load;  ///< instead of the plan's, as are the following
   std::optional<Fans> fans;
-  std::string fan;  ///< target key of the one fan that `fans` is for; empty: all of them
+  std::string fan;            ///< target key of the one fan that `fans` is for; empty: all of them
   std::optional<int> pstate;  ///< kAutomaticPState: left to the machine, whatever the plan has
 };
 

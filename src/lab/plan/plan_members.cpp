@@ -118,6 +118,32 @@ std::optional<double> PlanMembers::duration(const char* name) {
   return seconds;
 }
 
+std::vector<std::vector<double>> PlanMembers::rows(const toml::node& node, std::size_t count,
+                                                   const char* form) const {
+  const auto refuse_at = [&](const toml::node& where) { refuse(where.source(), form); };
+  std::vector<std::vector<double>> found;
+  if (!node.is_array()) {
+    refuse_at(node);
+  }
+  for (const toml::node& row : *node.as_array()) {
+    if (!row.is_array() || row.as_array()->size() != count) {
+      refuse_at(row);
+    }
+    found.emplace_back();
+    for (const toml::node& cell : *row.as_array()) {
+      const auto number = cell.value<double>();
+      if (!number || !std::isfinite(*number)) {
+        refuse_at(cell);
+      }
+      found.back().push_back(*number);
+    }
+  }
+  if (found.empty()) {
+    refuse_at(node);
+  }
+  return found;
+}
+
 void PlanMembers::only(std::initializer_list<const char*> known) const {
   for (const auto& [key, node] : table_) {
     if (std::find(known.begin(), known.end(), key.str()) == known.end()) {

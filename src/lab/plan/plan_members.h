@@ -1,6 +1,7 @@
 #pragma once
 
 #include <toml++/toml.h>
+#include <cstddef>
 #include <initializer_list>
 #include <optional>
 #include <string>
@@ -39,6 +40,10 @@ class PlanMembers {
 
   /// "automatic", which is kAutomaticPState, or the number of a P-state.
   std::optional<int> pstate();
+
+  /// The numbers of a list of lists, each of them `count` long. Says `form` if it is none.
+  std::vector<std::vector<double>> rows(const toml::node& node, std::size_t count,
+                                        const char* form) const;
 
   /// Seconds, or a text such as "90 s" or "2m".
   std::optional<double> duration(const char* name);
