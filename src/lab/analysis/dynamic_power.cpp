@@ -3,6 +3,8 @@
 #include <Eigen/Dense>
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <numbers>
 
 #include "lab/analysis/noise.h"
 #include "lab/analysis/quantile.h"
@@ -86,6 +88,27 @@ void add_rows(const SweepInput& input, const Columns& columns, const SweepVisit&
   }
 }
 
+double mean_delivered(const std::vector<Row>& rows, std::size_t point) {
+  double sum = 0;
+  double count = 0;
+  for (const Row& row : rows) {
+    if (row.point == point) {
+      sum += row.delivered;
+      count += 1;
+    }
+  }
+  return sum / count;
+}
+
+/// What the parabola leaves out of a leakage that grows exponentially: its next order, from the
+/// second one over the whole way that the temperature goes. Many processors leak twice as much
+/// every 30 K or so.
+double third_order(double second_order_w, double moved_K) {
+  constexpr double kDoubles_K = 30;
+  constexpr double kThirdOverSecond = std::numbers::ln2 / kDoubles_K / 3;
+  return std::abs(second_order_w) * kThirdOverSecond * moved_K;
+}
+
 }  // namespace
 
 DynamicPower dynamic_power(const SweepInput& input) {
@@ -147,11 +170,16 @@ DynamicPower dynamic_power(const SweepInput& input) {
       std::max(1.0, static_cast<double>(count) / more - static_cast<double>(unknowns));
   const double variance = left.squaredNorm() / static_cast<double>(count - unknowns) * more;
   const Eigen::MatrixXd inverse = (slopes.transpose() * slopes).inverse();
+  const double left_out_w = common > 2 ? third_order(found[2], moved) : 0;
   result.known = true;
-  for (const Eigen::Index column : column_of) {
+  for (std::size_t point = 0; point < column_of.size(); ++point) {
+    const Eigen::Index column = column_of[point];
     const double value = column < 0 ? 0 : found[column];
     const double half =
-        column < 0 ? 0 : two_sided_95(freedom) * std::sqrt(variance * inverse(column, column));
+        column < 0
+            ? 0
+            : std::hypot(two_sided_95(freedom) * std::sqrt(variance * inverse(column, column)),
+                         left_out_w / mean_delivered(rows, point));
     result.full_load.push_back({value, value - half, value + half, "W"});
   }
   return result;

@@ -176,6 +176,7 @@ Answer analyse_sweep(const SweepInput& input) {
   const SweepLaws laws = sweep_laws(input, points);
   Answer answer;
   std::size_t settled = 0;
+  answer.figures["over"] = text(input.over);
   answer.figures["points"] = Json::array();
   Json idle = Json::array();
   for (std::size_t at = 0; at < points.size(); ++at) {

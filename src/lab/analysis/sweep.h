@@ -10,6 +10,7 @@ namespace lab {
 /// What each key comes to at each point of a sweep, and the law behind it.
 ///
 /// `figures`:
+///   over                   "rpm", "duty", "pstate" or "load"
 ///   points[]               in the order of their settings:
 ///     setting              number, or the name of a load
 ///     keys.KEY             Estimate: the settled value

@@ -64,6 +64,23 @@ void add_load_line(const std::vector<const Column*>& keys, const std::vector<Poi
   }
 }
 
+/// Whether a temperature answers to the sweep at all. The air does not, and no heat goes to it.
+bool moves(const std::vector<PointResult>& points, std::size_t key) {
+  constexpr double kErrors = 5;
+  double least = std::numeric_limits<double>::infinity();
+  double most = -least;
+  double error = 0;
+  for (const PointResult& point : points) {
+    if (point.visits > 0 && point.keys[key].settled) {
+      const Estimate& value = point.keys[key].value;
+      least = std::min(least, value.value);
+      most = std::max(most, value.value);
+      error = std::max(error, standard_error(value));
+    }
+  }
+  return most - least > kErrors * error;
+}
+
 CoolingOfKey cooling_of(const std::string& name, const std::vector<PointResult>& points,
                         std::size_t key, std::size_t power, const std::vector<double>& flow) {
   std::vector<CooledPoint> cooled;
@@ -98,6 +115,51 @@ CoolingOfKey cooling_of(const std::string& name, const std::vector<PointResult>&
   return cooling;
 }
 
+/// How much the machine and the engine's other threads do while there is no load, as a part of all
+/// processors' time.
+double own_work(const SweepInput& input) {
+  // A tool's own threads take about the least; where more is seen, a part of it may be work that
+  // draws as much as the load.
+  constexpr double kLeast = 0.002;
+  constexpr double kMost = 0.005;
+  const Column* others = input.samples.find(kOthersColumn);
+  double sum = 0;
+  double count = 0;
+  for (const SweepVisit& visit : input.visits) {
+    for (std::size_t row = visit.first_row; others != nullptr && row < visit.end_row; ++row) {
+      if (input.points[visit.point].idle && std::isfinite(others->values[row])) {
+        sum += others->values[row];
+        count += 1;
+      }
+    }
+  }
+  return std::clamp(count > 0 ? sum / count : kMost, kLeast, kMost);
+}
+
+/// What the machine does by itself goes with the P-state as well. Without load it was seen at one
+/// of them only: at a slower one it is less, and the difference is missing from the load's power.
+void allow_for_own_work(const SweepInput& input, const std::vector<PointResult>& points,
+                        DynamicPower& dynamic) {
+  const auto idle = std::find_if(input.points.begin(), input.points.end(),
+                                 [](const SweptPoint& point) { return point.idle; });
+  const auto loaded = std::find_if(input.points.begin(), input.points.end(), [&](const auto& one) {
+    return idle != input.points.end() && !one.idle && one.name == idle->name;
+  });
+  if (!dynamic.known || loaded == input.points.end()) {
+    return;
+  }
+  const double at_idle =
+      dynamic.full_load[static_cast<std::size_t>(loaded - input.points.begin())].value;
+  const double part = own_work(input);
+  for (std::size_t at = 0; at < dynamic.full_load.size(); ++at) {
+    Estimate& power = dynamic.full_load[at];
+    if (!input.points[at].idle && points[at].delivered > 0) {
+      const double missing = part * (at_idle - power.value) / points[at].delivered;
+      (missing > 0 ? power.high : power.low) += missing;
+    }
+  }
+}
+
 }  // namespace
 
 double standard_error(const Estimate& estimate) {
@@ -113,6 +175,9 @@ SweepLaws sweep_laws(const SweepInput& input, const std::vector<PointResult>& po
   if (input.over != SweptSetting::fans) {
     laws.dynamic = dynamic_power(input);
   }
+  if (input.over == SweptSetting::pstate) {
+    allow_for_own_work(input, points, laws.dynamic);
+  }
   if (!power) {
     return laws;
   }
@@ -122,7 +187,7 @@ SweepLaws sweep_laws(const SweepInput& input, const std::vector<PointResult>& po
   if (input.over == SweptSetting::fans) {
     laws.air_flow = air_flow_of(keys, points, laws.highest_rpm);
     for (std::size_t at = 0; at < keys.size(); ++at) {
-      if (keys[at]->unit == "degC") {
+      if (keys[at]->unit == "degC" && moves(points, at)) {
         laws.cooling.push_back(cooling_of(keys[at]->name, points, at, *power, laws.air_flow));
       }
     }

@@ -27,7 +27,7 @@ struct RiseOfKey {
 struct SweepLaws {
   StraightLine load_line;             ///< of duty: power over delivered load
   std::vector<RiseOfKey> rises;       ///< of duty
-  std::vector<CoolingOfKey> cooling;  ///< of fans
+  std::vector<CoolingOfKey> cooling;  ///< of fans: of the temperatures that move
   std::vector<double> air_flow;       ///< of fans, each point: part of the highest speed
   double highest_rpm = 0;             ///< all fans together
   DynamicPower dynamic;               ///< of all but fans

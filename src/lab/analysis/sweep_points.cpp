@@ -5,6 +5,8 @@
 #include <limits>
 #include <span>
 
+#include "lab/analysis/quantile.h"
+
 namespace lab {
 
 namespace {
@@ -73,7 +75,39 @@ double done_at(const std::vector<WorkCount>& work, double time_s) {
   return before.operations + share * (after->operations - before.operations);
 }
 
-/// Operations for each joule over the last two thirds of a visit; its error is that of the power.
+/// Operations for each joule between two instants.
+double each_joule(const SweepInput& input, const Column& watts, double from_s, double to_s) {
+  const std::vector<double>& time_s = input.samples.time_s;
+  const auto row = [&](double instant_s) {
+    return static_cast<std::size_t>(std::lower_bound(time_s.begin(), time_s.end(), instant_s) -
+                                    time_s.begin());
+  };
+  const double mean_w = mean(part(watts.values, {0, row(from_s), row(to_s)}));
+  return (done_at(input.work, to_s) - done_at(input.work, from_s)) / (mean_w * (to_s - from_s));
+}
+
+/// How far the mean of what was done for each joule may be off, by how it goes from one part of the
+/// time to the next: caches and memory are shared with others. 0: it cannot be told.
+double scatter(const SweepInput& input, const Column& watts, double from_s, double to_s) {
+  constexpr double kParts = 8;
+  constexpr double kShortest_s = 3;  // the work is counted once a second
+  if (to_s - from_s < kParts * kShortest_s) {
+    return 0;
+  }
+  double sum = 0;
+  double squares = 0;
+  for (double at = 0; at < kParts; ++at) {
+    const double part_s = (to_s - from_s) / kParts;
+    const double each = each_joule(input, watts, from_s + at * part_s, from_s + (at + 1) * part_s);
+    sum += each;
+    squares += each * each;
+  }
+  const double variance = std::max(0.0, squares - sum * sum / kParts) / (kParts - 1);
+  return std::isfinite(variance) ? two_sided_95(kParts - 1) * std::sqrt(variance / kParts) : 0;
+}
+
+/// Operations for each joule over the last two thirds of a visit. Its error is that of the power,
+/// and its own scatter.
 std::optional<Estimate> efficiency(const SweepInput& input, const SweepVisit& visit,
                                    const KeyAtPoint& power) {
   const Column* watts = input.samples.find(input.power);
@@ -89,17 +123,30 @@ std::optional<Estimate> efficiency(const SweepInput& input, const SweepVisit& vi
   // The record counts once a second: between two counts the load is what it is at the point.
   const double from_s = input.samples.time_s[begin];
   const double to_s = std::min(input.samples.time_s[visit.end_row - 1], input.work.back().time_s);
-  const double operations = done_at(input.work, to_s) - done_at(input.work, from_s);
-  const double mean_w = mean(part(watts->values, {visit.point, begin, visit.end_row}));
-  const double each = operations / (mean_w * (to_s - from_s));
+  const double each = each_joule(input, *watts, from_s, to_s);
   if (!(each > 0) || !std::isfinite(each)) {
     return std::nullopt;
   }
-  const double error = (power.value.high - power.value.low) / 2 / power.value.value;
-  return Estimate{each, each * (1 - error), each * (1 + error), "1/J"};
+  const double of_power = each * (power.value.high - power.value.low) / 2 / power.value.value;
+  const double half = std::hypot(of_power, scatter(input, *watts, from_s, to_s));
+  return Estimate{each, each - half, each + half, "1/J"};
 }
 
 }  // namespace
+
+const char* text(SweptSetting over) {
+  switch (over) {
+    case SweptSetting::fans:
+      return "rpm";
+    case SweptSetting::duty:
+      return "duty";
+    case SweptSetting::pstate:
+      return "pstate";
+    case SweptSetting::load:
+      return "load";
+  }
+  return "";
+}
 
 std::vector<const Column*> swept_keys(const Table& samples) {
   std::vector<const Column*> keys;

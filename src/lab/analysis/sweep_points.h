@@ -17,6 +17,9 @@ inline constexpr double kIntervalFactor = 2;
 /// What a sweep goes over.
 enum class SweptSetting { fans, duty, pstate, load };
 
+/// The word of it on the command line and in result.json: "rpm", "duty", "pstate" or "load".
+const char* text(SweptSetting over);
+
 /// One setting at which a sweep stays until all has settled.
 struct SweptPoint {
   std::string name;              ///< "2000", "maximum", "0.5", "3", "bfma"

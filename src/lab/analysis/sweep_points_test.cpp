@@ -46,6 +46,35 @@ TEST(StraightLine, OfOnePlaceIsNotKnown) {
   EXPECT_FALSE(straight_line({{0.5, 12, 0.1}, {0.5, 13, 0.1}}, "W", "W").known);
 }
 
+/// Two minutes at 50 W, in which the work of each ten seconds is more or less by that part.
+Estimate each_joule_with(double more_or_less) {
+  SweepInput input;
+  input.power = "PC0C";
+  input.points = {{.name = "bmix", .number = std::nullopt}};
+  Column power{.name = "PC0C", .unit = "W", .source = "", .values = {}};
+  Column delivered{.name = std::string(kDeliveredColumn), .unit = "", .source = "", .values = {}};
+  double operations = 0;
+  for (int row = 0; row < 1200; ++row) {
+    input.samples.time_s.push_back(row * 0.1);
+    power.values.push_back(50);
+    delivered.values.push_back(0.5);
+    input.work.push_back({.time_s = row * 0.1, .operations = operations});
+    operations += 1e8 * (1 + (row / 100 % 2 == 0 ? more_or_less : -more_or_less));
+  }
+  input.samples.columns = {power, delivered};
+  input.visits = {{.point = 0, .first_row = 0, .end_row = 1200}};
+  return measured_points(input)[0].operations_per_joule.value();
+}
+
+TEST(OperationsForEachJoule, HaveAnIntervalThatHoldsTheirScatter) {
+  const Estimate steady = each_joule_with(0);
+  EXPECT_NEAR(steady.value, 2e7, 1e3);
+  EXPECT_LT(steady.high - steady.low, 1e-3 * steady.value);
+  const Estimate restless = each_joule_with(0.1);
+  EXPECT_NEAR(restless.value, 2e7, 1e6);
+  EXPECT_GT(restless.high - restless.low, 0.05 * restless.value);
+}
+
 /// An idle stretch and one with that load, in which the processor warms up and leaks more.
 SweepInput warming(double load_w) {
   SweepInput input;

@@ -99,7 +99,8 @@ Plan CommandLine::plan_of(const Question& question, const CLI::App& command) con
                     "\": run it with \"" + program_ + " " + plan.question + "\"");
   }
   apply(plan_options_, plan);
-  question.complete(plan, [] { return machine_keys(); });
+  question.complete(plan, {.keys = [] { return machine_keys(); },
+                           .pstates = [] { return pstates_in(machine_check()); }});
   return plan;
 }
 

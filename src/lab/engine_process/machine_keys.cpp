@@ -79,6 +79,19 @@ std::vector<Finding> parse_check(std::string_view text) {
   return findings;
 }
 
+std::size_t pstates_in(const std::vector<Finding>& findings) {
+  constexpr std::string_view kRange = "P-states: 0 to ";
+  for (const Finding& finding : findings) {
+    if (finding.well && finding.text.starts_with(kRange)) {
+      const char* const number = finding.text.data() + kRange.size();
+      std::size_t last = 0;
+      const auto read = std::from_chars(number, finding.text.data() + finding.text.size(), last);
+      return read.ec == std::errc() ? last + 1 : 0;
+    }
+  }
+  return 0;
+}
+
 std::vector<MachineKey> machine_keys() {
   std::string errors;
   std::vector<MachineKey> keys = parse_listing(ask_companion("--list", errors));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -29,6 +30,9 @@ std::vector<MachineKey> parse_listing(std::string_view text);
 
 /// The findings of the companion's check. Pure.
 std::vector<Finding> parse_check(std::string_view text);
+
+/// How many P-states a run can force, as the companion's check says; 0: it does not. Pure.
+std::size_t pstates_in(const std::vector<Finding>& findings);
 
 /// The machine's keys, read now, with the rights that the engine is started with. Throws
 /// EngineError if the machine shows none.

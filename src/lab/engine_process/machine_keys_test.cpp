@@ -35,6 +35,14 @@ TEST(MachineKeys, WorthSamplingAreReadableTemperaturesPowersAndRealSpeeds) {
   EXPECT_EQ(worth, "PC0C TC0D F0Ac ");
 }
 
+TEST(MachineKeys, TheCheckTellsHowManyPStatesThereAre) {
+  EXPECT_EQ(pstates_in(parse_check("ok     keys: 12\nok     P-states: 0 to 29 (intel_pstate)\n")),
+            30U);
+  EXPECT_EQ(pstates_in(parse_check("ok     P-states: 0 to 2 (acpi-cpufreq)\n")), 3U);
+  EXPECT_EQ(pstates_in(parse_check("lacks  P-states: the kernel shows none (cpufreq)\n")), 0U);
+  EXPECT_EQ(pstates_in({}), 0U);
+}
+
 TEST(MachineKeys, AListingThatIsNoneHasNoKeys) {
   EXPECT_TRUE(parse_listing("").empty());
   EXPECT_TRUE(parse_listing("No controller was found on this machine\n").empty());

@@ -142,8 +142,8 @@ Plan FanResponse::plan() const {
   return plan;  // complete() knows the fans
 }
 
-void FanResponse::complete(Plan& plan, const KeysOfMachine& keys) const {
-  const std::vector<MachineKey> known = keys();
+void FanResponse::complete(Plan& plan, const Inquiry& machine) const {
+  const std::vector<MachineKey> known = machine.keys();
   if (plan.phases.empty()) {
     const std::optional<double> hold_s = parse_duration(hold_);
     if (!hold_s || !(*hold_s > 0)) {

@@ -18,7 +18,7 @@ class FanResponse final : public Question {
   const char* example() const override { return "fans --fan F0Tg --out fan-0"; }
   void add_options(CLI::App& app) override;
   Plan plan() const override;
-  void complete(Plan& plan, const KeysOfMachine& keys) const override;
+  void complete(Plan& plan, const Inquiry& machine) const override;
   Answer analyse(const Run& run) const override;
   std::vector<std::string> lacks(const Offer& offer) const override;
 

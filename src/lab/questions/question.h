@@ -24,8 +24,11 @@ struct Offer {
   bool pstates = false;
 };
 
-/// Asks the machine for its keys. Throws EngineError.
-using KeysOfMachine = std::function<std::vector<MachineKey>()>;
+/// Asks the machine. Both throw EngineError.
+struct Inquiry {
+  std::function<std::vector<MachineKey>()> keys;
+  std::function<std::size_t()> pstates;  ///< how many it has; 0: none, or it does not say
+};
 
 /// Something that can be asked of a machine: how to find out, and what to make of what was found.
 /// A new one is a file of this folder, an analysis and a line in all_questions().
@@ -54,9 +57,9 @@ class Question {
   /// each other.
   virtual Plan plan() const = 0;
 
-  /// Fills in what a plan leaves open and the machine tells. Asks for the keys only if it needs
-  /// them. Throws PlanError if they do not tell.
-  virtual void complete(Plan& /*plan*/, const KeysOfMachine& /*keys*/) const {}
+  /// Fills in what a plan leaves open and the machine tells, which is asked only if need be. Throws
+  /// PlanError if it does not tell.
+  virtual void complete(Plan& /*plan*/, const Inquiry& /*machine*/) const {}
 
   /// The phases that are to follow those of a run, as far as what was measured so far asks for
   /// more; none if it is enough. Pure.

@@ -17,27 +17,39 @@ namespace lab {
 namespace {
 
 SweptSetting setting_named(const std::string& name) {
-  if (name == "rpm") {
-    return SweptSetting::fans;
+  for (const SweptSetting over : {SweptSetting::fans, SweptSetting::pstate, SweptSetting::load}) {
+    if (name == text(over)) {
+      return over;
+    }
   }
-  if (name == "pstate") {
-    return SweptSetting::pstate;
-  }
-  return name == "load" ? SweptSetting::load : SweptSetting::duty;
+  return SweptSetting::duty;
 }
 
 const char* usual_points(SweptSetting over) {
   switch (over) {
     case SweptSetting::fans:
+    case SweptSetting::pstate:
       return "";  // as the machine has them
     case SweptSetting::duty:
       return "0,0.25,0.5,0.75,1";
-    case SweptSetting::pstate:
-      return "0,1,2,3,4,5,6,7";
     case SweptSetting::load:
       return "bmix,bfma,bcache,bint,bmem,bspin";
   }
   return "";
+}
+
+/// The points that the machine has. Throws PlanError if it does not tell.
+std::vector<std::string> points_of(SweptSetting over, const Inquiry& machine) {
+  const bool fans = over == SweptSetting::fans;
+  std::vector<std::string> points =
+      fans ? speeds_of(machine.keys()) : numbers_of(machine.pstates());
+  if (points.size() < 2) {
+    throw PlanError(fans ? "this machine does not tell between which speeds its fans run: name the "
+                           "points with --at (\"vorn-keys --calibrate\" measures them)"
+                         : "this machine tells of no two P-states: there is nothing to go over "
+                           "(\"vorn-keys --check\" says why; --at names P-states all the same)");
+  }
+  return points;
 }
 
 int random_seed() {
@@ -53,7 +65,8 @@ void Sweep::add_options(CLI::App& app) {
       ->option_text(" ");
   app.add_option("--at", at_,
                  "the points, with commas between (default: rpm: six from the least speed to the "
-                 "maximum; duty: 0,0.25,0.5,0.75,1; pstate: 0 to 7; load: all that follow a "
+                 "maximum; duty: 0,0.25,0.5,0.75,1; pstate: those of the machine, eight at "
+                 "most; load: all that follow a "
                  "waveform)")
       ->option_text("<list>");
   app.add_option("--duty", duty_, "duty at the points of rpm, pstate and load (default: 1)")
@@ -97,8 +110,10 @@ Plan Sweep::plan() const {
   }
   const std::string list = at_.empty() ? usual_points(over) : at_;
   // Without a list, complete() replaces the one point by those of the machine.
-  const std::vector<std::string> points =
-      list.empty() ? std::vector<std::string>{"maximum"} : listed_points(over, list);
+  const std::vector<std::string> points = !list.empty() ? listed_points(over, list)
+                                          : over == SweptSetting::fans
+                                              ? std::vector<std::string>{"maximum"}
+                                              : std::vector<std::string>{"0"};
   plan.phases = phases_of(over, points, duty_, *at_most_s);
   if (over == SweptSetting::pstate) {
     plan.pstate = plan.phases.front().pstate;
@@ -109,29 +124,23 @@ Plan Sweep::plan() const {
   return plan;
 }
 
-void Sweep::complete(Plan& plan, const KeysOfMachine& keys) const {
-  if (swept_setting(plan) != SweptSetting::fans) {
-    return;
-  }
-  const bool open = plan.phases.size() == 2 &&
-                    std::all_of(plan.phases.begin(), plan.phases.end(), [](const Phase& phase) {
-                      return phase.fans && phase.fans->hold == Fans::Hold::maximum;
-                    });
+void Sweep::complete(Plan& plan, const Inquiry& machine) const {
+  const SweptSetting over = swept_setting(plan);
+  // Idle, and the one point that stands for those of the machine; a list has two or more.
+  const bool open =
+      plan.phases.size() == 2 &&
+      std::all_of(plan.phases.begin(), plan.phases.end(), [](const Phase& phase) {
+        return phase.fans ? phase.fans->hold == Fans::Hold::maximum : phase.pstate == 0;
+      });
   if (open) {
-    const std::vector<std::string> speeds = speeds_of(keys());
-    if (speeds.size() < 2) {
-      throw PlanError(
-          "this machine does not tell between which speeds its fans run: name the points with --at "
-          "(\"vorn-keys --calibrate\" measures them)");
-    }
-    const Phase& load = plan.phases[1];
-    plan.phases = phases_of(SweptSetting::fans, speeds, load.drive.duty, load.duration_s);
+    const Phase load = plan.phases[1];
+    plan.phases = phases_of(over, points_of(over, machine), load.drive.duty, load.duration_s);
     if (plan.seed) {
       shuffle(plan.phases, 1, static_cast<unsigned>(*plan.seed));
     }
   }
-  if (plan.limits.empty()) {
-    arm_limits(plan, keys());  // a fan is slowed under load
+  if (over == SweptSetting::fans && plan.limits.empty()) {
+    arm_limits(plan, machine.keys());  // a fan is slowed under load
   }
 }
 

@@ -17,7 +17,7 @@ class Sweep final : public Question {
   const char* example() const override { return "sweep duty --out load-line"; }
   void add_options(CLI::App& app) override;
   Plan plan() const override;
-  void complete(Plan& plan, const KeysOfMachine& keys) const override;
+  void complete(Plan& plan, const Inquiry& machine) const override;
   std::vector<Phase> further(const Run& run) const override;
   Answer analyse(const Run& run) const override;
   std::vector<std::string> lacks(const Offer& offer) const override;

@@ -197,6 +197,17 @@ std::vector<std::string> speeds_of(const std::vector<MachineKey>& keys) {
   return speeds;
 }
 
+std::vector<std::string> numbers_of(std::size_t pstates) {
+  constexpr std::size_t kMost = 8;
+  const std::size_t count = std::min(pstates, kMost);
+  std::vector<std::string> numbers;
+  for (std::size_t at = 0; at < count; ++at) {
+    const double place = count > 1 ? static_cast<double>(at) / static_cast<double>(count - 1) : 0;
+    numbers.push_back(text_of(std::round(place * static_cast<double>(pstates - 1))));
+  }
+  return numbers;
+}
+
 std::vector<Phase> phases_of(SweptSetting over, const std::vector<std::string>& points, double duty,
                              double at_most_s) {
   std::vector<Phase> phases;

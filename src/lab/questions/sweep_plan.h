@@ -18,6 +18,10 @@ std::vector<std::string> listed_points(SweptSetting over, const std::string& tex
 /// the same part higher than the one before; "maximum" alone if the machine does not tell them.
 std::vector<std::string> speeds_of(const std::vector<MachineKey>& keys);
 
+/// The numbers of P-states to go over, of a machine that has so many: all of them, or eight from
+/// the first to the last.
+std::vector<std::string> numbers_of(std::size_t pstates);
+
 /// The phases of a sweep: a stay at each point, until all has settled or `at_most_s`; before them,
 /// but for a sweep over duty, one without load.
 std::vector<Phase> phases_of(SweptSetting over, const std::vector<std::string>& points, double duty,

@@ -19,7 +19,9 @@ std::size_t inspection::pstates() {
 
 std::vector<inspection::Finding> inspection::check() {
   std::vector<Finding> findings;
-  findings.push_back({true, "keys, fans and P-states: simulated, nothing is needed for them", ""});
+  findings.push_back({true, "keys and fans: simulated, nothing is needed for them", ""});
+  findings.push_back(
+      {true, "P-states: 0 to " + std::to_string(pstates() - 1) + " (simulated)", ""});
   if (linux_kernel::may_have_fixed_priority(host::kControlPriority)) {
     findings.push_back({true, "fixed priority: this user may have it", ""});
   } else {

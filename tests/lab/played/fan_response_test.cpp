@@ -37,7 +37,7 @@ class PlayedFans : public testing::Test {
     question_.add_options(app);
     app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     Plan plan = question_.plan();
-    question_.complete(plan, keys_with_fans);
+    question_.complete(plan, {.keys = keys_with_fans, .pstates = nullptr});
     return plan;
   }
   static double value(const Json& estimate) { return estimate["value"]; }

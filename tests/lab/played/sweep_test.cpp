@@ -36,7 +36,7 @@ class PlayedSweep : public testing::Test {
     std::vector<std::string> reversed(words.rbegin(), words.rend());
     app.parse(reversed);
     Plan plan = sweep_.plan();
-    sweep_.complete(plan, simulated_keys);
+    sweep_.complete(plan, {.keys = simulated_keys, .pstates = [this] { return pstates_; }});
     return plan;
   }
 
@@ -59,6 +59,7 @@ class PlayedSweep : public testing::Test {
     return estimate["low"] <= truth && estimate["high"] >= truth;
   }
 
+  std::size_t pstates_ = 8;
   Sweep sweep_;
   lab::Run run_;
   Answer answer_;
@@ -99,6 +100,18 @@ TEST_F(PlayedSweep, OverFanSpeedTellsExponentAndStillAirConductance) {
   EXPECT_NEAR(value(die["series_resistance"]), 0.25, 0.02);
 }
 
+TEST_F(PlayedSweep, OverFanSpeedTellsNoLawOfATemperatureThatStandsStill) {
+  asked({"rpm", "--duty", "0.5", "--seed", "4"});
+  run_.samples.columns.push_back({.name = "TA0P",
+                                  .unit = "degC",
+                                  .source = "",
+                                  .values = std::vector<double>(run_.samples.time_s.size(), 25)});
+  const Answer answer = sweep_.analyse(run_);
+  EXPECT_TRUE(answer.figures["cooling"].contains("TC0D"));
+  EXPECT_FALSE(answer.figures["cooling"].contains("TA0P"));
+  EXPECT_THAT(answer.sentences, testing::Each(testing::Not(testing::HasSubstr("TA0P"))));
+}
+
 TEST_F(PlayedSweep, OverFanSpeedHoldsTheTruthOnNoisySensors) {
   const Answer& answer = asked({"rpm", "--seed", "4"}, 0.2);
   const Json& sink = answer.figures["cooling"]["TC0P"];
@@ -121,6 +134,49 @@ TEST_F(PlayedSweep, OverPStatesTellsThePowerOfEach) {
     EXPECT_NEAR(value(points[pstate]["dynamic_power"]), truth, 0.02 * truth) << pstate;
     EXPECT_EQ(points[pstate]["setting"], pstate);
   }
+}
+
+// 0.3 % of one of two processors, which draws what a spinning thread does.
+TEST_F(PlayedSweep, OverPStatesAllowsForWhatTheEngineDoesBesideTheLoad) {
+  asked({"pstate", "--duty", "0.5", "--seed", "1"});
+  const Column& phases = *run_.samples.find(kPhaseColumn);
+  for (Column& column : run_.samples.columns) {
+    for (std::size_t row = 0; column.name == "PC0C" && row < column.values.size(); ++row) {
+      const Phase& phase = run_.plan.phases[static_cast<std::size_t>(phases.values[row])];
+      const double scale = simulated::dynamic_scale(static_cast<std::size_t>(*phase.pstate));
+      column.values[row] += 0.0015 * 0.55 * simulated::kDynamicW * scale;
+    }
+  }
+  const Answer answer = sweep_.analyse(run_);
+  for (const Json& point : answer.figures["points"]) {
+    const double truth = simulated::kDynamicW * simulated::dynamic_scale(point["setting"]);
+    EXPECT_TRUE(holds(point["dynamic_power"], truth)) << point.dump();
+    EXPECT_NEAR(value(point["dynamic_power"]), truth, 0.02 * truth);
+  }
+}
+
+std::vector<int> pstates_of(const Plan& plan) {
+  std::vector<int> found;
+  for (const Phase& phase : plan.phases) {
+    found.push_back(phase.pstate.value_or(kAutomaticPState));
+  }
+  return found;
+}
+
+TEST_F(PlayedSweep, OverPStatesGoesOverThoseOfTheMachine) {
+  pstates_ = 3;
+  EXPECT_THAT(pstates_of(planned({"pstate", "--in-order"})), testing::ElementsAre(0, 0, 1, 2));
+  pstates_ = 30;  // eight of them, from the first to the last
+  EXPECT_THAT(pstates_of(planned({"pstate", "--in-order"})),
+              testing::ElementsAre(0, 0, 4, 8, 12, 17, 21, 25, 29));
+  EXPECT_THAT(pstates_of(planned({"pstate", "--in-order", "--at", "0,29"})),
+              testing::ElementsAre(0, 0, 29));
+}
+
+TEST_F(PlayedSweep, OverPStatesIsRefusedWhereThereAreNone) {
+  pstates_ = 0;
+  EXPECT_THROW(planned({"pstate"}), PlanError);
+  EXPECT_NO_THROW(planned({"pstate", "--at", "0,1"}));
 }
 
 TEST_F(PlayedSweep, OverLoadsTellsTheActivityOfEach) {
