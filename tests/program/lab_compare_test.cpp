@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 
 #include "program/lab_program.h"
@@ -112,6 +113,25 @@ TEST_F(LabCompare, RefusesOrSaysWhatCannotBeCompared) {
   const Outcome unlike = compare({folder("first"), folder("run")});
   EXPECT_EQ(unlike.status, 2);
   EXPECT_THAT(unlike.err, HasSubstr("their answers cannot be compared"));
+}
+
+TEST_F(LabCompare, RefusesSweepsOverDifferentSettings) {
+  const Outcome swept =
+      program::run(lab({"sweep", "duty", "--at", "0,0.2", "--threads", "1", "--load", "bspin",
+                        "--in-order", "--at-most", "2s", "--quiet", "--out", folder("duties")}));
+  ASSERT_LE(swept.status, 1) << swept.err;  // it has no time to settle
+  std::filesystem::copy(folder("duties"), folder("loads"));
+  const std::filesystem::path plan = std::filesystem::path(folder("loads")) / "plan.toml";
+  std::string text = read(plan);
+  const std::string phase = "name = \"duty 0.2\"\n";
+  ASSERT_NE(text.find(phase), std::string::npos);
+  text.replace(text.find(phase), phase.size(), phase + "load = \"bint\"\n");
+  std::ofstream(plan) << text;
+
+  const Outcome outcome = compare({folder("duties"), folder("loads")});
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_THAT(outcome.err, HasSubstr("a run of sweep over duty"));
+  EXPECT_THAT(outcome.err, HasSubstr("one of sweep over load: their answers cannot be compared"));
 }
 
 }  // namespace

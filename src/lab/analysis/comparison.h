@@ -23,9 +23,9 @@ struct ComparedRun {
 /// What a comparison comes to.
 enum class Verdict {
   same,       ///< no difference that is beyond chance and large enough to matter
-  better,     ///< what is better if it is lower is lower, and nothing of it is higher
+  better,     ///< of what has a better way, something went it, and nothing the other one
   worse,      ///< the other way round
-  different,  ///< some of it is lower and some higher, or only other values differ
+  different,  ///< some went the one way and some the other, or only other values differ
   unknown,    ///< there is nothing that could be compared
 };
 
@@ -34,8 +34,9 @@ const char* text(Verdict verdict);
 
 /// How runs are compared.
 struct ComparisonRules {
-  /// Percent (of temperatures, kelvin): a difference that is not beyond this does not count, since
-  /// two runs of one machine differ by as much, for reasons that no interval knows.
+  /// Percent (of temperatures kelvin, of phases degrees): a difference that is not beyond this does
+  /// not count, since two runs of one machine differ by as much, for reasons that no interval
+  /// knows.
   double least = 1;
   std::vector<std::string> keys;  ///< only these; empty: all
 };
@@ -47,19 +48,18 @@ struct Comparison {
 
 /// Compares each run with the first one.
 ///
-/// A difference counts if it is beyond `least` by more than chance explains. Standard errors are
-/// those behind the intervals. Over all values of all runs together the probability to find a
-/// difference where there is none is at most 0.05. Source: Holm, A simple sequentially rejective
-/// multiple test procedure (1979), on normal deviations.
+/// A difference counts if it is beyond `least` by more than chance explains: difference.h says how.
+/// Runs need not have the same points: those at the same setting are compared.
 ///
 /// `figures`:
 ///   verdict             of all runs: "worse" if one is, else "different", else "better", else
 ///                       "same"; "unknown" if one cannot be compared
-///   least               percent, or K
+///   least               percent, K, or degrees
 ///   runs[]              one for each run behind the first: name, verdict, and differences[] of
 ///                       name (a path of result.json), first, other, difference (Estimates, in
-///                       percent of the first, of temperatures in K), probability (of such a
-///                       difference by chance, corrected), counts (bool)
+///                       percent of the first, of temperatures in K, of phases in degrees),
+///                       probability (of such a difference by chance, corrected; null: a
+///                       condition), counts (bool)
 ///
 /// Charts of the same title are laid over each other. Requires: two runs or more.
 Comparison compare(const std::vector<ComparedRun>& runs, const ComparisonRules& rules);

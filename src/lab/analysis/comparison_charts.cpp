@@ -8,6 +8,16 @@ namespace {
 
 constexpr const char* kResiduals = "Residuals";
 
+// More than that is a cloud, in which nothing is seen of another one.
+constexpr std::size_t kMostPoints = 200;
+
+/// Charts whose curves may be laid over each other. The note says what the places of a sweep over
+/// loads mean.
+bool alike(const Chart& one, const Chart& other) {
+  return one.title == other.title && one.x_label == other.x_label && one.y_label == other.y_label &&
+         one.note == other.note;
+}
+
 bool wanted(const Series& series, const std::vector<std::string>& keys) {
   return keys.empty() || std::any_of(keys.begin(), keys.end(), [&](const std::string& key) {
            return series.name == key || series.name.starts_with(key + " ");
@@ -26,7 +36,7 @@ std::vector<Chart> charts_over_each_other(const std::vector<ComparedRun>& runs,
         continue;
       }
       auto into = std::find_if(merged.begin(), merged.end(),
-                               [&](const Chart& each) { return each.title == chart.title; });
+                               [&](const Chart& each) { return alike(each, chart); });
       if (into == merged.end()) {
         into = merged.insert(merged.end(), chart);
         into->series.clear();
@@ -34,7 +44,8 @@ std::vector<Chart> charts_over_each_other(const std::vector<ComparedRun>& runs,
       }
       owners[static_cast<std::size_t>(into - merged.begin())] += 1;
       for (const Series& series : chart.series) {
-        if (series.style != Series::Style::points && wanted(series, keys)) {
+        const bool cloud = series.style == Series::Style::points && series.x.size() > kMostPoints;
+        if (!cloud && wanted(series, keys)) {
           into->series.push_back(series);
           into->series.back().name = run.name + ": " + series.name;
         }

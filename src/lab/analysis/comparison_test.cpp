@@ -168,15 +168,130 @@ TEST(Compare, WarnsOfConditionsThatAreNotTheSame) {
   EXPECT_THAT(compare({one, other}, {}).answer.warnings, IsEmpty());
 }
 
-TEST(Compare, LeavesOutListsOfOtherSettings) {
-  const auto sweep = [](double setting) {
-    ComparedRun run{.name = "a", .answer = {}, .conditions = {}};
-    run.answer.figures["points"][0]["setting"] = setting;
-    run.answer.figures["points"][0]["keys"]["TC0D"] = value_of(50, 0.1, "degC");
-    return run;
+/// A sweep over fan speed with a temperature at each.
+ComparedRun swept(const std::string& name, const std::vector<std::pair<double, double>>& points) {
+  ComparedRun run{.name = name, .answer = {}, .conditions = {}};
+  run.answer.figures["over"] = "rpm";
+  run.answer.figures["points"] = ordered_json::array();
+  for (const auto& [setting, temperature] : points) {
+    ordered_json point;
+    point["setting"] = setting;
+    point["keys"]["TC0D"] = value_of(temperature, 0.1, "degC");
+    run.answer.figures["points"].push_back(point);
+  }
+  return run;
+}
+
+std::vector<std::string> names_of(const Comparison& comparison) {
+  std::vector<std::string> names;
+  for (const auto& difference : comparison.answer.figures["runs"][0]["differences"]) {
+    names.push_back(difference["name"]);
+  }
+  return names;
+}
+
+TEST(Compare, ComparesThePointsThatBothHaveWhateverTheirPlace) {
+  const Comparison comparison = compare(
+      {swept("a", {{1000, 60}, {2000, 50}, {3000, 45}}), swept("b", {{500, 80}, {2000, 55}})}, {});
+  EXPECT_EQ(comparison.verdict, Verdict::worse);
+  EXPECT_THAT(names_of(comparison), ElementsAre("points[1].keys.TC0D"));
+  EXPECT_THAT(comparison.answer.sentences,
+              ElementsAre(HasSubstr("b is worse than a: TC0D at 2000 RPM is 5.0")));
+  EXPECT_THAT(
+      comparison.answer.warnings,
+      ElementsAre(HasSubstr("what was measured at 1000 RPM, at 3000 RPM is only in the first"),
+                  HasSubstr("what was measured at 500 RPM is only in the second")));
+}
+
+TEST(Compare, SaysThatTwoSweepsHaveNoSettingInCommon) {
+  const Comparison comparison = compare({swept("a", {{1000, 60}}), swept("b", {{2000, 50}})}, {});
+  EXPECT_EQ(comparison.verdict, Verdict::unknown);
+  EXPECT_FALSE(comparison.answer.decided);
+  EXPECT_THAT(comparison.answer.warnings,
+              Contains(HasSubstr("have no setting in common. Make both with one plan (--plan)")));
+}
+
+TEST(Compare, PairsASettingThatComesTwiceInOrder) {
+  const Comparison comparison =
+      compare({swept("a", {{800, 60}, {800, 50}}), swept("b", {{800, 60}, {800, 50}})}, {});
+  EXPECT_THAT(names_of(comparison), ElementsAre("points[0].keys.TC0D", "points[1].keys.TC0D"));
+  EXPECT_EQ(comparison.verdict, Verdict::same);
+}
+
+TEST(Compare, SaysOnceAtWhichFrequenciesAKeyShowsNothing) {
+  const auto run = [](const char* name, bool decided) {
+    ComparedRun made{.name = name, .answer = {}, .conditions = {}};
+    for (const double frequency_hz : {0.05, 0.5, 2.0}) {
+      const bool there = decided || frequency_hz < 0.1;
+      made.answer.figures["points"].push_back(
+          {{"frequency", frequency_hz},
+           {"keys",
+            {{"TC0P",
+              {{"decided", there},
+               {"amplitude", value_of(0.02 / frequency_hz, 1e-5, "K/W")},
+               {"phase", value_of(-100, 0.5, "deg")}}}}}});
+    }
+    return made;
   };
-  EXPECT_EQ(compare({sweep(1000), sweep(1000)}, {}).verdict, Verdict::same);
-  EXPECT_EQ(compare({sweep(1000), sweep(2000)}, {}).verdict, Verdict::unknown);
+  const Comparison comparison = compare({run("a", false), run("b", true)}, {});
+  EXPECT_EQ(comparison.verdict, Verdict::same);
+  EXPECT_THAT(comparison.answer.warnings,
+              ElementsAre("a and b: TC0P at 0.5 Hz, at 2 Hz could not be decided in the first of "
+                          "the two runs, and left out."));
+}
+
+// 179 degrees behind and 179 ahead are 2 apart.
+TEST(Compare, TakesPhasesTheShorterWayRound) {
+  const auto run = [](double phase) {
+    ComparedRun made{.name = "a", .answer = {}, .conditions = {}};
+    made.answer.figures["points"].push_back(
+        {{"frequency", 1}, {"keys", {{"TC0P", {{"phase", value_of(phase, 0.1, "deg")}}}}}});
+    return made;
+  };
+  const Comparison comparison = compare({run(-179), run(179)}, {});
+  const ordered_json& difference = comparison.answer.figures["runs"][0]["differences"][0];
+  EXPECT_NEAR(difference["difference"]["value"], -2, 1e-9);
+  EXPECT_EQ(difference["difference"]["unit"], "deg");
+  EXPECT_EQ(comparison.verdict, Verdict::different);
+}
+
+TEST(Compare, ShowsAStartThatDiffersAndDecidesNothingByIt) {
+  ComparedRun one = with_resistances("a", {0.4});
+  ComparedRun other = with_resistances("b", {0.4});
+  one.answer.figures["keys"]["T0"]["start_temperature"] = value_of(30, 0.1, "degC");
+  other.answer.figures["keys"]["T0"]["start_temperature"] = value_of(30.4, 0.1, "degC");
+  const Comparison alike = compare({one, other}, {});
+  EXPECT_EQ(alike.verdict, Verdict::same);
+  EXPECT_THAT(alike.answer.warnings, IsEmpty());
+  EXPECT_EQ(std::get<std::string>(alike.answer.tables[0].rows[1][4]),
+            "a condition: decides nothing");
+
+  other.answer.figures["keys"]["T0"]["start_temperature"] = value_of(34, 0.1, "degC");
+  const Comparison warmer = compare({one, other}, {});
+  EXPECT_EQ(warmer.verdict, Verdict::same);
+  EXPECT_THAT(warmer.answer.warnings, ElementsAre(HasSubstr("The T0 start temperature is 4.0")));
+  const ordered_json& difference = warmer.answer.figures["runs"][0]["differences"][1];
+  EXPECT_TRUE(difference["probability"].is_null());
+  EXPECT_EQ(difference["counts"], false);
+}
+
+TEST(Compare, OfMoreWorkForEachJouleIsBetter) {
+  const auto run = [](double each) {
+    ComparedRun made{.name = "a", .answer = {}, .conditions = {}};
+    made.answer.figures["points"].push_back(
+        {{"setting", "bmix"}, {"operations_per_joule", value_of(each, 0.01 * each, "1/J")}});
+    return made;
+  };
+  EXPECT_EQ(compare({run(1e9), run(1.1e9)}, {}).verdict, Verdict::better);
+  EXPECT_EQ(compare({run(1e9), run(0.9e9)}, {}).verdict, Verdict::worse);
+}
+
+TEST(Compare, SaysThatOnlyOneOfThemWasAskedForTheStructure) {
+  ComparedRun one = with_resistances("a", {0.4});
+  const ComparedRun other = one;
+  one.answer.figures["keys"]["T0"]["ladder"] = {{{"resistance", value_of(0.4, 0.1, "K/W")}}};
+  EXPECT_THAT(compare({one, other}, {}).answer.warnings,
+              ElementsAre(HasSubstr("T0 ladder is only in the first")));
 }
 
 // A paste that is worse by 0.05 K/W, between the first and the second rung.

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <set>
 #include <sstream>
 
 #include "lab/commands/run_command.h"
@@ -13,6 +14,7 @@
 #include "lab/folder/whole_file.h"
 #include "lab/plan/plan_error.h"
 #include "lab/questions/question.h"
+#include "lab/questions/sweep_plan.h"
 #include "lab/report/report.h"
 #include "lab/report/report_assets.h"
 #include "lab/report/summary.h"
@@ -23,9 +25,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The analysis of `fit` is that of `step`.
-std::string kind_of(const RunInfo& info) {
-  return info.question == "fit" ? "step" : info.question;
+// The analysis of `fit` is that of `step`; a duty of 1 is nothing beside P-state 1.
+std::string kind_of(const Run& run) {
+  const std::string& question = run.info.question;
+  if (question == "sweep") {
+    return question + " over " + text(swept_setting(run.plan));
+  }
+  return question == "fit" ? "step" : question;
 }
 
 std::string fans_of(const Run& run) {
@@ -35,7 +41,31 @@ std::string fans_of(const Run& run) {
   return run.plan.fans.hold == Fans::Hold::speed ? std::to_string(run.plan.fans.rpm) + " RPM" : "";
 }
 
+/// The mean duties under load of a plan whose points are compared one by one, whichever they are.
+std::string mean_duties_of(const Plan& plan) {
+  std::set<std::string> duties;
+  for (const Phase& phase : plan.phases) {
+    const Drive& drive = phase.drive;
+    if (drive.duty > 0 || drive.depth > 0) {
+      std::ostringstream text;
+      text << drive.duty + drive.depth / 2;
+      duties.insert(text.str());
+    }
+  }
+  std::string all;
+  for (const std::string& duty : duties) {
+    all += (all.empty() ? "" : ", ") + duty;
+  }
+  return all;
+}
+
 std::string drives_of(const Plan& plan) {
+  if (plan.question == "sweep" && swept_setting(plan) == SweptSetting::duty) {
+    return "";  // its duties are its points
+  }
+  if (plan.question == "sweep" || plan.question == "bode" || plan.question == "fans") {
+    return mean_duties_of(plan);
+  }
   std::ostringstream text;
   for (const Phase& phase : plan.phases) {
     text << (text.tellp() > 0 ? ", " : "") << phase.name << ' ' << phase.drive.duty;
@@ -137,7 +167,8 @@ void add_compare_options(CLI::App& app, CompareOptions& options) {
       ->expected(2, 100)
       ->option_text(" ");
   app.add_option("--least", options.rules.least,
-                 "a difference counts beyond so many percent; of temperatures, K (default: 1)")
+                 "a difference counts beyond so many percent; of temperatures K, of phases "
+                 "degrees (default: 1)")
       ->check(CLI::Range(0.0, 1000.0))
       ->option_text("<percent>");
   app.add_option("--key", options.rules.keys, "compare this key; may be repeated (default: all)")
@@ -159,15 +190,15 @@ ExitStatus compare_runs(const CompareOptions& options, const std::vector<std::st
   for (std::size_t at = 0; at < options.folders.size(); ++at) {
     const Run run = RunFolder(options.folders[at]).read();
     if (kind.empty()) {
-      kind = kind_of(run.info);
+      kind = kind_of(run);
     }
     const Question* question = find_question(questions, run.info.question);
     if (question == nullptr) {
       throw PlanError(options.folders[at] + ": there is no question \"" + run.info.question + "\"");
     }
-    if (kind_of(run.info) != kind) {
+    if (kind_of(run) != kind) {
       throw PlanError(options.folders.front() + " is a run of " + kind + ", and " +
-                      options.folders[at] + " one of " + run.info.question +
+                      options.folders[at] + " one of " + kind_of(run) +
                       ": their answers cannot be compared");
     }
     runs.push_back(compared(run, *question, names[at], warnings));
