@@ -1,94 +1,116 @@
 #include <benchmark/benchmark.h>
 
-#include <cmath>
-#include <random>
-
 #include "lab/analysis/bode.h"
+#include "lab/analysis/comparison.h"
+#include "lab/analysis/fans.h"
+#include "lab/analysis/prove.h"
+#include "lab/analysis/replay.h"
 #include "lab/analysis/run.h"
 #include "lab/analysis/step.h"
-#include "lab/fakes/fake_two_nodes.h"
+#include "lab/analysis/sweep.h"
+#include "lab_days.h"
 
-// How long the analysis of a day at 10 Hz takes: 864,000 rows, four temperatures with noise.
+// How long each analysis of a day at 10 Hz takes. The days are made before the clock runs.
 
 namespace {
 
 using namespace lab;
 
-const StepInput& day() {
-  static const StepInput kDay = [] {
-    const auto load = [](double time_s) { return std::fmod(time_s, 170) < 85 ? 0.0 : 1.0; };
-    StepInput input = TwoNodes().record(load, 86400, 0.1);
-    for (const char* name : {"TC1D", "TC1P"}) {
-      input.temperatures.push_back(input.temperatures[input.temperatures.size() - 2]);
-      input.temperatures.back().name = name;
-    }
-    std::mt19937_64 random(1);
-    disturb(input, 0.2, 0, random);
-    return input;
-  }();
-  return kDay;
-}
-
 void step_of_a_day(benchmark::State& state) {
+  const StepInput input = stepping_day(static_cast<double>(state.range(0)));
   for (auto _ : state) {
-    benchmark::DoNotOptimize(analyse_step(day()));
+    benchmark::DoNotOptimize(analyse_step(input));
   }
 }
-BENCHMARK(step_of_a_day)->Unit(benchmark::kMillisecond);
+BENCHMARK(step_of_a_day)->Arg(170)->Arg(86400)->ArgName("period_s")->Unit(benchmark::kMillisecond);
+
+void structure_of_a_day(benchmark::State& state) {
+  StepInput input = stepping_day(static_cast<double>(state.range(0)));
+  input.structure = true;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(analyse_step(input));
+  }
+}
+BENCHMARK(structure_of_a_day)
+    ->Arg(170)
+    ->Arg(86400)
+    ->ArgName("period_s")
+    ->Unit(benchmark::kMillisecond);
 
 void run_of_a_day(benchmark::State& state) {
-  const Table table{.time_s = day().time_s, .columns = day().temperatures};
+  const StepInput day = stepping_day(170);
+  const Table table{.time_s = day.time_s, .columns = day.temperatures};
   for (auto _ : state) {
     benchmark::DoNotOptimize(analyse_run(table));
   }
 }
 BENCHMARK(run_of_a_day)->Unit(benchmark::kMillisecond);
 
-// Nine frequencies at once.
-const BodeInput& swinging_day() {
-  static const BodeInput kDay = [] {
-    Swing swing{.begin_s = 600, .end_s = 86400, .frequencies_hz = {}};
-    for (const double times : {1, 2, 4, 7, 14, 27, 53, 103, 200}) {
-      swing.frequencies_hz.push_back(0.01 * times);
-    }
-    const auto load = [&](double time_s) {
-      double sum = time_s < 5 ? 0 : 0.45;
-      for (const double frequency_hz : swing.frequencies_hz) {
-        sum += time_s < 600 ? 0 : 0.045 * std::cos(6.283185307179586 * frequency_hz * time_s);
-      }
-      return sum;
-    };
-    StepInput record = TwoNodes().record(load, 86400, 0.1);
-    for (const char* name : {"TC1D", "TC1P"}) {
-      record.temperatures.push_back(record.temperatures[record.temperatures.size() - 2]);
-      record.temperatures.back().name = name;
-    }
-    std::mt19937_64 random(1);
-    disturb(record, 0.2, 0, random);
-    BodeInput input{.time_s = record.time_s,
-                    .heat = record.heat,
-                    .heat_name = record.heat_name,
-                    .loads = {{}},
-                    .keys = record.temperatures,
-                    .beside = {},
-                    .swings = {swing},
-                    .carrier_hz = 103.7,
-                    .predicted = {},
-                    .predicted_from = {}};
-    for (const double time_s : input.time_s) {
-      input.loads[0].push_back(load(time_s - 0.05));
-    }
-    return input;
-  }();
-  return kDay;
-}
-
 void bode_of_a_day(benchmark::State& state) {
+  const BodeInput input = swinging_day(state.range(0) != 0 ? Swings::at_once : Swings::one_by_one);
   for (auto _ : state) {
-    benchmark::DoNotOptimize(analyse_bode(swinging_day()));
+    benchmark::DoNotOptimize(analyse_bode(input));
   }
 }
-BENCHMARK(bode_of_a_day)->Unit(benchmark::kMillisecond);
+BENCHMARK(bode_of_a_day)->Arg(0)->Arg(1)->ArgName("fast")->Unit(benchmark::kMillisecond);
+
+void sweep_of_a_day(benchmark::State& state) {
+  const SweepInput input = sweeping_day();
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(analyse_sweep(input));
+  }
+}
+BENCHMARK(sweep_of_a_day)->Unit(benchmark::kMillisecond);
+
+// What a sweep asks whenever it has been everywhere.
+void points_to_repeat_of_a_day(benchmark::State& state) {
+  const SweepInput input = sweeping_day();
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(points_to_repeat(input));
+  }
+}
+BENCHMARK(points_to_repeat_of_a_day)->Unit(benchmark::kMillisecond);
+
+void fans_of_a_day(benchmark::State& state) {
+  const FansDay day = day_of_fans(static_cast<double>(state.range(0)));
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(analyse_fans(day.samples, day.fans));
+  }
+}
+BENCHMARK(fans_of_a_day)->Arg(8)->Arg(4800)->ArgName("stay_s")->Unit(benchmark::kMillisecond);
+
+void prove_of_a_day(benchmark::State& state) {
+  const ProveInput input = proving_day();
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(analyse_prove(input));
+  }
+}
+BENCHMARK(prove_of_a_day)->Unit(benchmark::kMillisecond);
+
+void watch_of_a_replayed_day(benchmark::State& state) {
+  const Table day = replayed_day();
+  for (auto _ : state) {
+    Answer answer = analyse_run(day, {.full_load = 1, .phases = {}, .watched = true});
+    tell_replay(day, 1, answer);
+    benchmark::DoNotOptimize(answer);
+  }
+}
+BENCHMARK(watch_of_a_replayed_day)->Unit(benchmark::kMillisecond);
+
+// The answers to two days over each other; their analyses are those above.
+void compare_of_two_days(benchmark::State& state) {
+  const Answer sweep = analyse_sweep(sweeping_day());
+  StepInput day = stepping_day(170);
+  day.structure = true;
+  const Answer step = analyse_step(day);
+  for (auto _ : state) {
+    for (const Answer* answer : {&sweep, &step}) {
+      const ComparedRun run{.name = "day", .answer = *answer, .conditions = {}};
+      benchmark::DoNotOptimize(compare({run, run}, {}));
+    }
+  }
+}
+BENCHMARK(compare_of_two_days)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

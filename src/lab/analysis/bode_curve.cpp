@@ -8,12 +8,18 @@ namespace lab {
 
 namespace {
 
-// Some ten minutes at 20 Hz. It is the heating up and the first slow swings that tell stages.
-constexpr std::size_t kMostSamples = 12000;
+// It is the heating up and the first slow swings that tell stages: four minutes of swings at 20 Hz.
+// While the machine settles nothing happens fast, and the fit puts most of those rows together.
+constexpr std::size_t kMostRows = 5000;
+constexpr std::size_t kOfSwings = 4500;
 
-std::vector<double> beginning(const std::vector<double>& values) {
-  return {values.begin(),
-          values.begin() + static_cast<std::ptrdiff_t>(std::min(values.size(), kMostSamples))};
+std::size_t samples_before_the_swings(const BodeInput& input) {
+  double begin_s = input.time_s.back();
+  for (const Swing& swing : input.swings) {
+    begin_s = std::min(begin_s, swing.begin_s);
+  }
+  return static_cast<std::size_t>(
+      std::lower_bound(input.time_s.begin(), input.time_s.end(), begin_s) - input.time_s.begin());
 }
 
 }  // namespace
@@ -52,13 +58,19 @@ KnownStages stages_in(const nlohmann::ordered_json& figures) {
 }
 
 KnownStages own_stages(const BodeInput& input, double late_s) {
+  const std::size_t count =
+      std::min(input.time_s.size(), samples_before_the_swings(input) + kOfSwings);
+  const auto beginning = [&](const std::vector<double>& values) {
+    return std::vector<double>(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(count));
+  };
   StepInput step{.time_s = beginning(input.time_s),
                  .heat = beginning(input.heat),
                  .heat_is_power = input.heat_is_power,
                  .heat_name = input.heat_name,
                  .heat_delay_s = std::max(0.0, late_s),
                  .temperatures = {},
-                 .beside = {}};
+                 .beside = {},
+                 .most_rows = kMostRows};
   for (const Column& key : input.keys) {
     if (key.unit == "degC") {
       step.temperatures.push_back({.name = key.name,

@@ -15,18 +15,19 @@ namespace lab {
 namespace {
 
 constexpr std::size_t kFewest = 6;
-constexpr double kTurning_rpm = 1;  // less is a fan that stands still
+constexpr std::size_t kMost = 2000;  // a minute and a half at 20 Hz: no fan takes as long
+constexpr double kTurning_rpm = 1;   // less is a fan that stands still
 
 /// The new measurements from where the speed has left the one before by a tenth of its way.
 std::vector<FitPoint> points_of(std::span<const double> since_s, std::span<const double> speeds_rpm,
-                                double before_rpm, double way) {
+                                const SensorTruth& sensor, double before_rpm, double way) {
   constexpr double kTenth = 0.1;
-  const SensorTruth sensor = sensor_truth(since_s, speeds_rpm);
   std::vector<FitPoint> points;
   for (std::size_t at = 0; at < since_s.size(); ++at) {
     const double gone = (speeds_rpm[at] - before_rpm) / way;
     const bool begun = !points.empty() || gone > kTenth;
-    if (std::isfinite(speeds_rpm[at]) && since_s[at] > 0 && begun && sensor.fresh[at]) {
+    if (points.size() < kMost && std::isfinite(speeds_rpm[at]) && since_s[at] > 0 && begun &&
+        sensor.fresh[at]) {
       points.push_back({since_s[at], speeds_rpm[at]});
     }
   }
@@ -67,7 +68,8 @@ FanStep fan_step(std::span<const double> since_s, std::span<const double> speeds
   if (!(std::abs(way) > std::max(kLeastWay_rpm, kLeastWay * std::abs(before_rpm)))) {
     return step;
   }
-  const std::vector<FitPoint> points = points_of(since_s, speeds_rpm, before_rpm, way);
+  const SensorTruth sensor = sensor_truth(since_s, speeds_rpm);
+  const std::vector<FitPoint> points = points_of(since_s, speeds_rpm, sensor, before_rpm, way);
   if (points.size() < kFewest) {
     return step;
   }
@@ -87,7 +89,8 @@ FanStep fan_step(std::span<const double> since_s, std::span<const double> speeds
     if (fit.squares > best.squares + factor * factor * variance) {
       continue;
     }
-    widen(step.to_rpm, fit.last, factor * std::sqrt(variance * fit.gain));
+    // Where it comes to rest, the sensor may stand half of its step away.
+    widen(step.to_rpm, fit.last, factor * std::sqrt(variance * fit.gain) + sensor.step / 2);
     // The grid is fine near the best: half a step of it is what it leaves.
     widen(step.time_constant, fit.tau_s, 0.001 * fit.tau_s);
     const double height_error = factor * std::sqrt(variance * fit.height_gain);

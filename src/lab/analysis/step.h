@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,8 @@ struct StepInput {
   std::vector<Column> temperatures;  ///< in degC
   std::vector<Column> beside;        ///< asked, delivered, others, and fan speeds in RPM
   double full_load = 1;              ///< what a duty of 1 delivers
+  /// Enough for an hour at 4 Hz as it is. Beyond, rows far from a change of heat are put together.
+  std::size_t most_rows = 16000;
 };
 
 /// What each temperature does with heat: its thermal resistance (the steady rise for each watt) and

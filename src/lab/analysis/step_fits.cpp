@@ -11,9 +11,6 @@ namespace lab {
 
 namespace {
 
-// Enough for an hour at 4 Hz as it is. Beyond, rows far from a change of heat are put together.
-constexpr std::size_t kMostRows = 16000;
-
 // A likelihood so many times smaller, as a logarithm, is that of something else: one in twenty.
 constexpr double kToldApart = 3;
 
@@ -91,7 +88,7 @@ void widen(KeyResult& result, const KeyResult& other) {
 }  // namespace
 
 HeatCurve curve_of(const StepInput& record) {
-  return heat_curve(record.time_s, record.heat, record.heat_delay_s, kMostRows);
+  return heat_curve(record.time_s, record.heat, record.heat_delay_s, record.most_rows);
 }
 
 StepFits fit_step(const StepInput& record) {
