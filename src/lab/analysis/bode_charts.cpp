@@ -19,6 +19,12 @@ Series series(const std::string& name, Series::Style style) {
   return {.name = name, .style = style, .x = {}, .y = {}, .low = {}, .high = {}};
 }
 
+// A phase by the turn that is nearest to the one before, so that its curve does not jump.
+double beside(double degrees, const std::vector<double>& before) {
+  constexpr double kTurn = 360;
+  return before.empty() ? degrees : before.back() + std::remainder(degrees - before.back(), kTurn);
+}
+
 // A key that shows nothing at a frequency has a gap there.
 Curves measured(const BodeResult& result, std::size_t key) {
   Curves curves{series(result.keys[key].name + " measured", Series::Style::points),
@@ -35,7 +41,11 @@ Curves measured(const BodeResult& result, std::size_t key) {
       to.high.push_back(estimate.high);
     };
     add(curves.amplitude, seen.amplitude);
-    add(curves.phase, seen.phase);
+    const double turned = beside(seen.phase.value, curves.phase.y) - seen.phase.value;
+    add(curves.phase, {.value = seen.phase.value + turned,
+                       .low = seen.phase.low + turned,
+                       .high = seen.phase.high + turned,
+                       .unit = seen.phase.unit});
   }
   return curves;
 }
@@ -51,7 +61,7 @@ Curves predicted(const std::string& name, const std::vector<KnownStage>& stages,
     curves.amplitude.x.push_back(frequency_hz);
     curves.amplitude.y.push_back(std::abs(response));
     curves.phase.x.push_back(frequency_hz);
-    curves.phase.y.push_back(std::arg(response) * kDegrees);
+    curves.phase.y.push_back(beside(std::arg(response) * kDegrees, curves.phase.y));
   }
   return curves;
 }

@@ -104,9 +104,10 @@ std::vector<ResultTable> bode_tables(const BodeResult& result) {
     if (!shows_something(result, key)) {
       continue;
     }
-    ResultTable table{.title = result.keys[key].name,
-                      .head = {"Frequency", "Periods", "Amplitude", "Phase", "Predicted", ""},
-                      .rows = {}};
+    ResultTable table{
+        .title = result.keys[key].name,
+        .head = {"Frequency", "Periods", "Amplitude", "Phase", "Predicted", "Predicted phase"},
+        .rows = {}};
     for (const BodePoint& point : result.points) {
       const KeyPoint& seen = point.keys[key];
       if (!seen.there) {

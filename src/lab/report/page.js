@@ -37,8 +37,21 @@
     return String(Number(value.toPrecision(4)));
   }
 
+  // Of a few points each is to be seen, those at the ends too.
+  function isCloud(series) {
+    return numbers(series.x, Float64Array).length > 60;
+  }
+
+  function hasFewPoints(figure) {
+    return figure.series.some(function (series) {
+      return series.style === "points" && !isCloud(series);
+    });
+  }
+
+  // As wide as the room beside an axis: longer numbers would be cut off there.
   function tick(value) {
-    return String(Number(value.toPrecision(6)));
+    var text = String(Number(value.toPrecision(6)));
+    return text.length > 8 ? String(Number(value.toPrecision(4)).toExponential()) : text;
   }
 
   function hasBands(figure) {
@@ -135,7 +148,7 @@
       axisLabelFontSize: 12,
       highlightCircleSize: 3,
       labelsKMB: false,
-      xRangePad: 0,
+      xRangePad: hasFewPoints(figure) && !figure.xLog ? 8 : 0,
       yRangePad: figure.phases.length > 0 ? 26 : 8,
       axes: {
         x: { logscale: figure.xLog, axisLabelFormatter: tick, valueFormatter: short, drawGrid: true },
@@ -174,7 +187,7 @@
       all.series["s" + at] = {
         strokeWidth: points ? 0 : 1.6,
         drawPoints: points,
-        pointSize: points ? 2 : 1,
+        pointSize: points ? (isCloud(series) ? 2 : 4) : 1,
         stepPlot: series.style === "steps",
         strokePattern: points ? null : dashes(looks(chart)[at])
       };
