@@ -72,7 +72,7 @@ Parsed<std::int64_t> take_date(std::string_view& text) {
   if (*year < kFirstYear || *year > kLastYear) {
     return Instant::no(kBounds);
   }
-  return {.value = sys_days{date}.time_since_epoch().count(), .refused = {}};
+  return {sys_days{date}.time_since_epoch().count(), {}};
 }
 
 /// Takes the time of a day. Returns it in ns.
@@ -93,16 +93,15 @@ Instant take_time(std::string_view& text) {
   if (hours > 23 || minutes > 59 || seconds.value->whole > 59) {
     return Instant::no("its time is on no clock");
   }
-  return {
-      .value = ((std::int64_t{hours} * 60 + minutes) * 60 + seconds.value->whole) * kNsPerSecond +
-               seconds.value->billionths,
-      .refused = {}};
+  return {((std::int64_t{hours} * 60 + minutes) * 60 + seconds.value->whole) * kNsPerSecond +
+              seconds.value->billionths,
+          {}};
 }
 
 /// Takes the offset from UTC. Returns it in seconds, east positive.
 Parsed<std::int64_t> take_offset(std::string_view& text) {
   if (take_one_of(text, "Zz")) {
-    return {.value = 0, .refused = {}};
+    return {0, {}};
   }
   const bool west = text.starts_with('-');
   if (!take_one_of(text, "+-")) {
@@ -113,7 +112,7 @@ Parsed<std::int64_t> take_offset(std::string_view& text) {
     return Instant::no("its offset from UTC is not written +HH:MM");
   }
   const std::int64_t seconds = (std::int64_t{offset->first} * 60 + offset->second) * 60;
-  return {.value = west ? -seconds : seconds, .refused = {}};
+  return {west ? -seconds : seconds, {}};
 }
 
 Instant nothing_behind(std::string_view rest, std::int64_t ns) {
@@ -123,7 +122,7 @@ Instant nothing_behind(std::string_view rest, std::int64_t ns) {
   if (ns < 0 || ns / kNsPerSecond > kLastSecond) {
     return Instant::no(kBounds);
   }
-  return {.value = ns, .refused = {}};
+  return {ns, {}};
 }
 
 Instant parse_rfc3339(std::string_view text) {

@@ -66,12 +66,12 @@ WaveformChoice choose_waveform(const Request& request) {
             swing_text(triangle, "triangle", request)};
   }
   if (frequency > 0.0) {
-    return {.source = constant_duty(frequency, kSquareDuty), .description = ""};
+    return {constant_duty(frequency, kSquareDuty), ""};
   }
   if (request.at_ns) {
     return {std::make_unique<SteadySource>(), "steady load"};
   }
-  return {.source = nullptr, .description = ""};
+  return {nullptr, ""};
 }
 
 }  // namespace engine
