@@ -190,8 +190,9 @@ ProveInput proving_day() {
     input.stimulus.samples.push_back(
         {.instant_ns = wave.begin_ns + std::llround(1e9 * time_s), .elapsed_s = time_s + 1e-4});
   }
-  for (double time_s = kStep_s; time_s + kStep_s < kDay_s; time_s += kStep_s) {
-    input.steps.push_back({.time_s = time_s, .before_s = kStep_s, .after_s = kStep_s});
+  const int steps = static_cast<int>(kDay_s / kStep_s) - 1;
+  for (int step = 1; step < steps; ++step) {
+    input.steps.push_back({.time_s = step * kStep_s, .before_s = kStep_s, .after_s = kStep_s});
   }
   return input;
 }
@@ -201,10 +202,8 @@ Table replayed_day() {
   constexpr double kHeld_s = 15;
   std::mt19937_64 random(3);
   std::uniform_real_distribution<double> any(0, 1);
-  std::vector<double> utilisation;
-  for (double time_s = 0; time_s <= kDay_s; time_s += kHeld_s) {
-    utilisation.push_back(any(random));
-  }
+  std::vector<double> utilisation(static_cast<std::size_t>(kDay_s / kHeld_s) + 1);
+  std::generate(utilisation.begin(), utilisation.end(), [&] { return any(random); });
   const auto load = [&](double time_s) {
     return utilisation[static_cast<std::size_t>(std::max(0.0, time_s) / kHeld_s)];
   };

@@ -89,15 +89,15 @@ double each_joule(const SweepInput& input, const Column& watts, double from_s, d
 /// How far the mean of what was done for each joule may be off, by how it goes from one part of the
 /// time to the next: caches and memory are shared with others. 0: it cannot be told.
 double scatter(const SweepInput& input, const Column& watts, double from_s, double to_s) {
-  constexpr double kParts = 8;
+  constexpr int kParts = 8;
   constexpr double kShortest_s = 3;  // the work is counted once a second
-  if (to_s - from_s < kParts * kShortest_s) {
+  const double part_s = (to_s - from_s) / kParts;
+  if (part_s < kShortest_s) {
     return 0;
   }
   double sum = 0;
   double squares = 0;
-  for (double at = 0; at < kParts; ++at) {
-    const double part_s = (to_s - from_s) / kParts;
+  for (int at = 0; at < kParts; ++at) {
     const double each = each_joule(input, watts, from_s + at * part_s, from_s + (at + 1) * part_s);
     sum += each;
     squares += each * each;

@@ -201,6 +201,7 @@ std::vector<std::string> numbers_of(std::size_t pstates) {
   constexpr std::size_t kMost = 8;
   const std::size_t count = std::min(pstates, kMost);
   std::vector<std::string> numbers;
+  numbers.reserve(count);
   for (std::size_t at = 0; at < count; ++at) {
     const double place = count > 1 ? static_cast<double>(at) / static_cast<double>(count - 1) : 0;
     numbers.push_back(text_of(std::round(place * static_cast<double>(pstates - 1))));

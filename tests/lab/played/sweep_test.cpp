@@ -157,6 +157,7 @@ TEST_F(PlayedSweep, OverPStatesAllowsForWhatTheEngineDoesBesideTheLoad) {
 
 std::vector<int> pstates_of(const Plan& plan) {
   std::vector<int> found;
+  found.reserve(plan.phases.size());
   for (const Phase& phase : plan.phases) {
     found.push_back(phase.pstate.value_or(kAutomaticPState));
   }
