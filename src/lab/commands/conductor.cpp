@@ -14,6 +14,7 @@
 #include "lab/engine_process/engine_run.h"
 #include "lab/engine_process/held.h"
 #include "lab/engine_process/machine.h"
+#include "lab/folder/record_line.h"
 #include "lab/folder/whole_file.h"
 #include "lab/plan/duration.h"
 
@@ -151,7 +152,7 @@ std::optional<double> Conductor::begin_of(std::size_t steering, double asked_s) 
   constexpr double kFirst_s = 60;
   constexpr double kLater_s = 5;
   if (const std::optional<std::int64_t> begun_ns = engine_->asked_ns(steering)) {
-    return static_cast<double>(*begun_ns) / kSecond;
+    return static_cast<double>(*begun_ns) / kSecond_ns;
   }
   const bool late = now_s() - asked_s > (steering == 0 ? kFirst_s : kLater_s);
   return late ? std::optional(asked_s) : std::nullopt;
@@ -216,7 +217,7 @@ void Conductor::take_in() {
   others_.look(now_s(), engine_->process());
   zero_ns_ = engine_->zero_ns();
   for (const SampleRow& row : engine_->take_rows()) {
-    const double instant_s = static_cast<double>(*zero_ns_) / kSecond + row.time_s;
+    const double instant_s = static_cast<double>(*zero_ns_) / kSecond_ns + row.time_s;
     std::vector<double> values{static_cast<double>(row.phase), row.asked, row.delivered,
                                others_.at(instant_s)};
     values.insert(values.end(), row.keys.begin(), row.keys.end());
