@@ -12,7 +12,7 @@ namespace {
 constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
 /// Neighbours that are there, one before and one behind the samples [begin, end).
-struct Stretch {
+struct SuspectStretch {
   std::size_t begin;
   std::size_t end;
   double before;  ///< NaN: the record begins with the stretch
@@ -20,9 +20,9 @@ struct Stretch {
 };
 
 /// The stretches of values that `suspect` picks out; what was not read is part of a stretch.
-std::vector<Stretch> stretches(const std::vector<double>& values,
-                               const std::function<bool(double)>& suspect) {
-  std::vector<Stretch> found;
+std::vector<SuspectStretch> stretches(const std::vector<double>& values,
+                                      const std::function<bool(double)>& suspect) {
+  std::vector<SuspectStretch> found;
   double before = kNone;
   for (std::size_t at = 0; at < values.size(); ++at) {
     if (!suspect(values[at])) {
@@ -40,7 +40,7 @@ std::vector<Stretch> stretches(const std::vector<double>& values,
   return found;
 }
 
-std::size_t take_out(std::vector<double>& values, const Stretch& stretch) {
+std::size_t take_out(std::vector<double>& values, const SuspectStretch& stretch) {
   std::size_t count = 0;
   for (std::size_t at = stretch.begin; at < stretch.end; ++at) {
     count += std::isfinite(values[at]) ? 1U : 0U;
@@ -58,12 +58,12 @@ std::size_t take_out_temperature_dropouts(std::vector<double>& values) {
   constexpr double kFar = 5;  // K: no heat sink does that from one sample to the next, and back
   const auto beyond = [](double value) { return value <= kTooCold || value >= kTooHot; };
   std::size_t count = 0;
-  for (const Stretch& stretch : stretches(values, beyond)) {
+  for (const SuspectStretch& stretch : stretches(values, beyond)) {
     if (std::isfinite(stretch.before) || std::isfinite(stretch.behind)) {
       count += take_out(values, stretch);
     }
   }
-  for (const Stretch& stretch : stretches(values, [](double value) { return value == 0; })) {
+  for (const SuspectStretch& stretch : stretches(values, [](double value) { return value == 0; })) {
     if (std::abs(stretch.before) >= kFar && std::abs(stretch.behind) >= kFar) {
       count += take_out(values, stretch);
     }
@@ -75,9 +75,9 @@ std::size_t take_out_power_dropouts(std::vector<double>& values) {
   constexpr std::size_t kLongest = 3;
   constexpr double kSame = 0.2;
   constexpr std::size_t kRare = 50;
-  std::vector<Stretch> rare;
+  std::vector<SuspectStretch> rare;
   std::size_t samples = 0;
-  for (const Stretch& stretch : stretches(values, [](double value) { return value == 0; })) {
+  for (const SuspectStretch& stretch : stretches(values, [](double value) { return value == 0; })) {
     const double larger = std::max(stretch.before, stretch.behind);
     if (stretch.end - stretch.begin <= kLongest && stretch.before > 0 && stretch.behind > 0 &&
         std::abs(stretch.before - stretch.behind) <= kSame * larger) {
@@ -87,7 +87,7 @@ std::size_t take_out_power_dropouts(std::vector<double>& values) {
   }
   std::size_t count = 0;
   if (samples * kRare <= values.size()) {
-    for (const Stretch& stretch : rare) {
+    for (const SuspectStretch& stretch : rare) {
       count += take_out(values, stretch);
     }
   }

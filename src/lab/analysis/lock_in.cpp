@@ -111,15 +111,15 @@ Solved solve(const Normal& normal) {
 }
 
 // Rows of a block that lie in one part of the whole.
-struct Stretch {
+struct RowStretch {
   Index begin = 0;
   Index rows = 0;
   std::size_t part = 0;
 };
 
-std::vector<Stretch> stretches_of(std::span<const double> time_s, Index begin, Index rows) {
+std::vector<RowStretch> stretches_of(std::span<const double> time_s, Index begin, Index rows) {
   const double length_s = time_s.back() - time_s.front();
-  std::vector<Stretch> stretches;
+  std::vector<RowStretch> stretches;
   for (Index at = 0; at < rows; ++at) {
     const double place = (time_s[static_cast<std::size_t>(begin + at)] - time_s.front()) / length_s;
     const auto part =
@@ -142,7 +142,7 @@ std::vector<ShiftedResiduals> shifted_residuals(const LockInModel& model,
     shifted.sums.assign(tones, {});
   }
   each_block(model, time_s, [&](Index begin, const Eigen::MatrixXd& rows) {
-    const std::vector<Stretch> stretches = stretches_of(time_s, begin, rows.rows());
+    const std::vector<RowStretch> stretches = stretches_of(time_s, begin, rows.rows());
     for (std::size_t which = 0; which < series.size(); ++which) {
       Eigen::VectorXd left =
           Eigen::Map<const Eigen::VectorXd>(series[which].data() + begin, rows.rows());
@@ -151,7 +151,7 @@ std::vector<ShiftedResiduals> shifted_residuals(const LockInModel& model,
       all[which].squares += left.squaredNorm();
       for (std::size_t tone = 0; tone < tones; ++tone) {
         const Index cosine = LockInModel::cosine(tone);
-        for (const Stretch& stretch : stretches) {
+        for (const RowStretch& stretch : stretches) {
           const auto of = left.segment(stretch.begin, stretch.rows);
           all[which].sums[tone][stretch.part] += std::complex<double>(
               of.dot(rows.col(cosine).segment(stretch.begin, stretch.rows)),

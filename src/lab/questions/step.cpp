@@ -11,7 +11,7 @@ namespace lab {
 
 namespace {
 
-double seconds(const std::string& text, const char* option) {
+double phase_seconds(const std::string& text, const char* option) {
   const std::optional<double> time = parse_duration(text);
   if (!time || !(*time > 0)) {
     throw PlanError(std::string(option) +
@@ -58,7 +58,8 @@ Plan Step::plan() const {
     made.name = phase_name;
     made.drive.duty = duty;
     made.until_settled = time == "until settled";
-    made.duration_s = made.until_settled ? seconds(at_most_, "--at-most") : seconds(time, option);
+    made.duration_s =
+        made.until_settled ? phase_seconds(at_most_, "--at-most") : phase_seconds(time, option);
     plan.phases.push_back(made);
   };
   phase("idle", base_, idle_, "--idle");

@@ -12,14 +12,14 @@ namespace lab {
 
 namespace {
 
-constexpr int kWidth = 1000;  // pixels
+constexpr int kPictureWidth = 1000;  // pixels
 constexpr int kHeightOfOne = 420;
 constexpr int kHeightOfMore = 300;
 constexpr double kPixelsOfAnInch = 96;
 constexpr int kDataDigits = 9;
 
 /// In single quotes gnuplot replaces neither commands in backquotes nor escapes.
-std::string quoted(const std::string& text) {
+std::string plot_quoted(const std::string& text) {
   std::string all = "'";
   for (const char c : clean_text(text)) {
     if (c == '\'') {
@@ -36,7 +36,7 @@ std::string number(double value) {
 }
 
 std::string terminal(Picture picture, int height) {
-  const std::string pixels = std::to_string(kWidth) + "," + std::to_string(height);
+  const std::string pixels = std::to_string(kPictureWidth) + "," + std::to_string(height);
   const auto inches = [](int length) { return number_text(length / kPixelsOfAnInch) + "in"; };
   switch (picture) {
     case Picture::png:
@@ -44,8 +44,8 @@ std::string terminal(Picture picture, int height) {
     case Picture::svg:
       return "svg noenhanced background '#ffffff' size " + pixels;
     case Picture::pdf:
-      return "pdfcairo noenhanced background '#ffffff' fontscale 0.6 size " + inches(kWidth) + "," +
-             inches(height);
+      return "pdfcairo noenhanced background '#ffffff' fontscale 0.6 size " +
+             inches(kPictureWidth) + "," + inches(height);
   }
   return "";
 }
@@ -93,11 +93,11 @@ std::string curve(const Series& series, Ink ink, const std::string& data) {
                        : "";
   if (series.style == Series::Style::points) {
     return band + data + " using 1:2 with points pt 7 ps 0.4" + colour + " title " +
-           quoted(series.name);
+           plot_quoted(series.name);
   }
   return band + data + " using 1:2 with " +
          (series.style == Series::Style::steps ? "steps" : "lines") + " lw 1.5 dt " +
-         dash_type(style.dashes) + colour + " title " + quoted(series.name);
+         dash_type(style.dashes) + colour + " title " + plot_quoted(series.name);
 }
 
 /// The whole axis of time, so that the charts of a run have the same one.
@@ -121,7 +121,7 @@ std::string phases(const Figure& figure) {
     const std::string at = number(phase.begin);
     all.append("set arrow from ").append(at).append(", graph 0 to ").append(at);
     all.append(", graph 1 nohead dt (2,3) lc rgb '").append(paper_colour("phase")).append("'\n");
-    all.append("set label ").append(quoted(phase.name)).append(" at ").append(at);
+    all.append("set label ").append(plot_quoted(phase.name)).append(" at ").append(at);
     all.append(", graph 0.95 offset character 0.5,0 textcolor rgb '");
     all.append(paper_colour("quiet")).append("'\n");
   }
@@ -137,8 +137,8 @@ std::string one(const Figure& figure, std::size_t index) {
             "'\nset tics nomirror textcolor rgb '" + paper_colour("text") + "'\n";
   script += "set grid xtics ytics lt 1 lc rgb '" + paper_colour("grid") + "'\nset lmargin 10\n";
   script += "set key outside above left horizontal Left reverse samplen 2 title " +
-            quoted(chart.title) + " left\nset xlabel " + quoted(chart.x_label) + "\nset ylabel " +
-            quoted(chart.y_label) + "\n";
+            plot_quoted(chart.title) + " left\nset xlabel " + plot_quoted(chart.x_label) +
+            "\nset ylabel " + plot_quoted(chart.y_label) + "\n";
   if (chart.x_scale == Chart::Scale::logarithmic) {
     script += "set logscale x\n";
   }

@@ -16,7 +16,7 @@ bool is_plain(const std::string& word) {
   });
 }
 
-std::string quoted(const std::string& word) {
+std::string shell_quoted(const std::string& word) {
   std::string text = "'";
   for (const char c : word) {
     text += c == '\'' ? "'\\''" : std::string(1, c);
@@ -29,7 +29,7 @@ std::string quoted(const std::string& word) {
 std::string shell_words(const std::vector<std::string>& words) {
   std::string line;
   for (const std::string& word : words) {
-    line += (line.empty() ? "" : " ") + (is_plain(word) ? word : quoted(word));
+    line += (line.empty() ? "" : " ") + (is_plain(word) ? word : shell_quoted(word));
   }
   return line;
 }
