@@ -1,0 +1,21 @@
+# A source is small, and what it includes is not: several are compiled as one. Those of the test
+# programs and of the lab, each of whose files is linked into all that uses it. The other libraries
+# are not, since some tests link parts of one without the others, and put their own in place.
+#
+# So the anonymous namespaces of these sources are one, and a name that two of them define does not
+# compile. The preset clang compiles each source by itself, and so does clang-tidy.
+option(VORN_JOIN "Compile several sources of a test program, or of the lab, at once" OFF)
+
+# vorn_join(): to be called when every target is there.
+function(vorn_join)
+  if(NOT VORN_JOIN)
+    return()
+  endif()
+  vorn_targets_below(targets ${PROJECT_SOURCE_DIR})
+  foreach(target IN LISTS targets)
+    get_target_property(libraries ${target} LINK_LIBRARIES)
+    if("vorn_test_settings" IN_LIST libraries OR target STREQUAL "vorn_lab_core")
+      set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 16)
+    endif()
+  endforeach()
+endfunction()
