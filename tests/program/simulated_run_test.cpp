@@ -36,7 +36,10 @@ TEST(SimulatedRun, TakesItsFirstSampleBeforeTheLoad) {
   const Samples samples = parse_samples(outcome.out);
   ASSERT_GE(samples.size(), 6U);
   EXPECT_LT(samples[0][0], 0.1);
-  EXPECT_GT(samples[5][1], samples[0][1] + 5.0) << "the load must show in the power";
+  // One of them may be of a time in which other programs held the load up.
+  const auto most = std::max_element(samples.begin(), samples.end(),
+                                     [](const auto& a, const auto& b) { return a[1] < b[1]; });
+  EXPECT_GT((*most)[1], samples[0][1] + 5.0) << "the load must show in the power";
 }
 
 /// The times of a run of some seconds that samples at 50 Hz beside `load`.
