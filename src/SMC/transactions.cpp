@@ -22,7 +22,7 @@ void SMC::read(const smc_key_data& key, SMCParamStruct& out) {
 
 // The result byte is not looked at: the controller reports size 0 for a key that it lacks.
 smc_key_info SMC::ask_key_info(const smc_code& key) {
-  SMCParamStruct request = make_request({key, {}}, kSMCCommandKeyInfo);
+  SMCParamStruct request = make_request({.key = key, .info = {}}, kSMCCommandKeyInfo);
   SMCParamStruct reply{};
   call(kSMCSelectorTransaction, &request, &reply);
   return reply.info;

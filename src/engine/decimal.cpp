@@ -45,7 +45,7 @@ Parsed<Decimal> take_decimal(std::string_view& text) {
     billionths.resize(kFractionDigits, '0');
     decimal.billionths = value_of(billionths);
   }
-  return {decimal, {}};
+  return {.value = decimal, .refused = {}};
 }
 
 }  // namespace engine

@@ -31,7 +31,8 @@ Parsed<Forcing> parse_speed(std::string fan, std::string_view word) {
     return Parsed<Forcing>::no(shown_text(word) +
                                " is not a speed from 0 to 65535 RPM, or \"maximum\"");
   }
-  return {Forcing{.what = Forcing::What::fans, .fan = std::move(fan), .value = *rpm}, {}};
+  return {.value = Forcing{.what = Forcing::What::fans, .fan = std::move(fan), .value = *rpm},
+          .refused = {}};
 }
 
 }  // namespace

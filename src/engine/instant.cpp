@@ -72,7 +72,7 @@ Parsed<std::int64_t> take_date(std::string_view& text) {
   if (*year < kFirstYear || *year > kLastYear) {
     return Instant::no(kBounds);
   }
-  return {sys_days{date}.time_since_epoch().count(), {}};
+  return {.value = sys_days{date}.time_since_epoch().count(), .refused = {}};
 }
 
 /// Takes the time of a day. Returns it in ns.
@@ -93,15 +93,16 @@ Instant take_time(std::string_view& text) {
   if (hours > 23 || minutes > 59 || seconds.value->whole > 59) {
     return Instant::no("its time is on no clock");
   }
-  return {((std::int64_t{hours} * 60 + minutes) * 60 + seconds.value->whole) * kNsPerSecond +
-              seconds.value->billionths,
-          {}};
+  return {
+      .value = ((std::int64_t{hours} * 60 + minutes) * 60 + seconds.value->whole) * kNsPerSecond +
+               seconds.value->billionths,
+      .refused = {}};
 }
 
 /// Takes the offset from UTC. Returns it in seconds, east positive.
 Parsed<std::int64_t> take_offset(std::string_view& text) {
   if (take_one_of(text, "Zz")) {
-    return {0, {}};
+    return {.value = 0, .refused = {}};
   }
   const bool west = text.starts_with('-');
   if (!take_one_of(text, "+-")) {
@@ -112,7 +113,7 @@ Parsed<std::int64_t> take_offset(std::string_view& text) {
     return Instant::no("its offset from UTC is not written +HH:MM");
   }
   const std::int64_t seconds = (std::int64_t{offset->first} * 60 + offset->second) * 60;
-  return {west ? -seconds : seconds, {}};
+  return {.value = west ? -seconds : seconds, .refused = {}};
 }
 
 Instant nothing_behind(std::string_view rest, std::int64_t ns) {
@@ -122,7 +123,7 @@ Instant nothing_behind(std::string_view rest, std::int64_t ns) {
   if (ns < 0 || ns / kNsPerSecond > kLastSecond) {
     return Instant::no(kBounds);
   }
-  return {ns, {}};
+  return {.value = ns, .refused = {}};
 }
 
 Instant parse_rfc3339(std::string_view text) {

@@ -42,7 +42,8 @@ Parsed<Limit> parse_limit(std::string_view text) {
   if (!std::isfinite(static_cast<float>(*most))) {
     return Parsed<Limit>::no("no key can show more than that");
   }
-  return {Limit{std::string(text.substr(0, sign)), static_cast<float>(*most)}, {}};
+  return {.value = Limit{std::string(text.substr(0, sign)), static_cast<float>(*most)},
+          .refused = {}};
 }
 
 LimitWatch::LimitWatch(std::vector<Limit> limits) {

@@ -66,12 +66,12 @@ WaveformChoice choose_waveform(const Request& request) {
             swing_text(triangle, "triangle", request)};
   }
   if (frequency > 0.0) {
-    return {constant_duty(frequency, kSquareDuty), ""};
+    return {.source = constant_duty(frequency, kSquareDuty), .description = ""};
   }
   if (request.at_ns) {
     return {std::make_unique<SteadySource>(), "steady load"};
   }
-  return {nullptr, ""};
+  return {.source = nullptr, .description = ""};
 }
 
 }  // namespace engine

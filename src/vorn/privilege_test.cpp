@@ -97,6 +97,33 @@ TEST_F(UIDDeathTest, TheFirstRelinquishHoldsForEveryThread) {
   }());
 }
 
+TEST_F(UIDDeathTest, ARaisedThreadLowersItselfAlone) {
+  EXPECT_IN_CHILD([] {
+    act_as_set_user_id();
+    const UID id;
+    id.relinquish();
+    std::atomic<bool> raised{false};
+    std::atomic<bool> changed{false};
+    uid_t found = kNobody;
+    std::thread other([&] {
+      id.elevate();
+      raised = true;
+      while (!changed) {
+        std::this_thread::yield();
+      }
+      found = geteuid();
+    });
+    while (!raised) {
+      std::this_thread::yield();
+    }
+    id.elevate();
+    id.relinquish();
+    changed = true;
+    other.join();
+    return found == 0 && geteuid() == kNobody;
+  }());
+}
+
 TEST_F(UIDDeathTest, ElevateThrowsIfRefused) {
   EXPECT_IN_CHILD([] {
     const UID root;

@@ -100,7 +100,7 @@ TEST_F(LinuxKilled, IsGivenBackForTheUserOfASetUserIdProgram) {
   EXPECT_EQ(machine_.tree().snapshot(), before_) << running.err();
 }
 
-TEST_F(LinuxKilled, WhatBothWereKilledWithIsRepairedByHand) {
+TEST_F(LinuxKilled, WhatBothWereKilledWithIsGivenBackByHand) {
   Running running(everything_at_once());
   ASSERT_TRUE(running.wait_until_catching());
   std::this_thread::sleep_for(std::chrono::seconds(1));
@@ -120,7 +120,7 @@ TEST_F(LinuxKilled, WhatBothWereKilledWithIsRepairedByHand) {
   EXPECT_EQ(machine_.tree().snapshot(), before_);
 }
 
-TEST_F(LinuxKilled, WhatBothWereKilledWithIsRepairedByTheNextRun) {
+TEST_F(LinuxKilled, WhatBothWereKilledWithIsGivenBackByTheNextRun) {
   Running running(everything_at_once());
   ASSERT_TRUE(running.wait_until_catching());
   std::this_thread::sleep_for(std::chrono::seconds(1));

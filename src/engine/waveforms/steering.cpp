@@ -38,7 +38,8 @@ Parsed<Steering> parse_duty(std::string_view word) {
   if (!duty || !is_fraction(*duty)) {
     return refuse(word, " is not a duty from 0 to 1");
   }
-  return {Steering{.what = What::duty, .hz = 0.0, .offset = *duty, .depth = 0.0}, {}};
+  return {.value = Steering{.what = What::duty, .hz = 0.0, .offset = *duty, .depth = 0.0},
+          .refused = {}};
 }
 
 // What must hold of every frequency; empty if it does.
@@ -66,7 +67,8 @@ Parsed<Steering> parse_swing(What what, const std::vector<std::string_view>& wor
   if (*offset + *depth > 1.0) {
     return Parsed<Steering>::no("offset and depth add up to a duty above 1");
   }
-  return {Steering{.what = what, .hz = *hz, .offset = *offset, .depth = *depth}, {}};
+  return {.value = Steering{.what = what, .hz = *hz, .offset = *offset, .depth = *depth},
+          .refused = {}};
 }
 
 Parsed<Steering> parse_sines(const std::vector<std::string_view>& words, double carrier_hz) {
@@ -92,7 +94,7 @@ Parsed<Steering> parse_sines(const std::vector<std::string_view>& words, double 
     steering.depth += 2 * *amplitude;
     steering.sines[steering.sine_count++] = {*hz, *amplitude, *degrees};
   }
-  return {steering, {}};
+  return {.value = steering, .refused = {}};
 }
 
 }  // namespace
@@ -103,7 +105,8 @@ Parsed<Steering> parse_steering(std::string_view line, double carrier_hz) {
     return Parsed<Steering>::no("the line is too long");
   }
   if (words.size() == 1 && words[0] == "end") {
-    return {Steering{.what = What::end, .hz = 0.0, .offset = 0.0, .depth = 0.0}, {}};
+    return {.value = Steering{.what = What::end, .hz = 0.0, .offset = 0.0, .depth = 0.0},
+            .refused = {}};
   }
   if (words.size() == 2 && words[0] == "duty") {
     return parse_duty(words[1]);

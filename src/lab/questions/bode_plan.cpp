@@ -69,7 +69,7 @@ double peak_of(const std::vector<Sine>& sines) {
   constexpr double kMostLooks = 6000;
   const double looks = std::min(kMostLooks, 24 * most_hz / least_hz);
   double peak = 0;
-  for (double look = 0; look < looks; ++look) {
+  for (int look = 0; look < looks; ++look) {
     const double time_s = look / (12 * most_hz);
     double sum = 0;
     for (const Sine& sine : sines) {
@@ -132,6 +132,7 @@ std::vector<Sine> flat_sum(const std::vector<double>& frequencies_hz, double dep
   double best_peak = 0;
   for (int at = 0; at < kThrows; ++at) {
     std::vector<Sine> sines;
+    sines.reserve(frequencies_hz.size());
     for (const double frequency_hz : frequencies_hz) {
       // Whole degrees; the standard's distributions differ from library to library.
       sines.push_back({.frequency_hz = frequency_hz,

@@ -52,9 +52,9 @@ DirectAnswer read_directly(sysfs::Tree& tree, const char* path, DirectBuffer& bu
   const ssize_t got = with_open(tree, path, sysfs::Mode::read,
                                 [&](int handle) { return tree.read(handle, buffer); });
   if (got < 0) {
-    return {static_cast<int>(-got), {}};
+    return {.error = static_cast<int>(-got), .text = {}};
   }
-  return {0, sysfs::trimmed({buffer.data(), static_cast<std::size_t>(got)})};
+  return {.error = 0, .text = sysfs::trimmed({buffer.data(), static_cast<std::size_t>(got)})};
 }
 
 int write_directly(sysfs::Tree& tree, const char* path, std::string_view value) {

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstddef>
+#include <cstring>
 #include <string_view>
 
 namespace linux_machine {
@@ -18,6 +20,17 @@ class BasicLineText {
     length_ += fits;
     buffer_[length_] = '\0';
     return *this;
+  }
+
+  /// What an errno value means. Drivers answer with the kernel's own as well, such as 524, which
+  /// the C library has no text for: those stand as their numbers.
+  BasicLineText& add_error(int error) {
+    if (const char* const meaning = strerrordesc_np(error)) {
+      return add(meaning);
+    }
+    std::array<char, 16> digits;
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), error).ptr;
+    return add("Unknown error ").add({digits.data(), end});
   }
 
   BasicLineText& clear() {

@@ -2,7 +2,6 @@
 
 #include <bitset>
 #include <cstdlib>
-#include <cstring>
 
 #include "machines/linux/giving_back/direct_attribute.h"
 #include "machines/linux/giving_back/journal.h"
@@ -42,9 +41,9 @@ void report_unsettled(sysfs::Tree& tree, std::string_view attribute, const char*
   LineText text;
   text.add(attribute).add(" could not be put back to ").add(wanted).add(": ");
   if (error != 0) {
-    text.add("writing it: ").add(strerrordesc_np(error));
+    text.add("writing it: ").add_error(error);
   } else if (answer.error != 0) {
-    text.add("reading it: ").add(strerrordesc_np(answer.error));
+    text.add("reading it: ").add_error(answer.error);
   } else {
     text.add("it reads ").add(answer.text);
   }

@@ -4,7 +4,6 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <cstring>
 
 #include "machines/linux/giving_back/direct_attribute.h"
 #include "machines/linux/giving_back/line_text.h"
@@ -208,7 +207,11 @@ bool put_back_fan(sysfs::Tree& tree, const FanLine& fan, const PutBackTools& too
   LineText text;
   text.add(fan.enable == kNotThere ? paths.pwm.view() : paths.enable.view());
   text.add(" could not be put back (pwm ").add(fan.pwm).add(", mode ").add(fan.enable).add("): ");
-  text.add(error == EPROTO ? "it reads differently" : strerrordesc_np(error));
+  if (error == EPROTO) {
+    text.add("it reads differently");
+  } else {
+    text.add_error(error);
+  }
   text.add(put_at_full_speed(tree, paths, fan) ? "; the fan is at full speed instead"
                                                : "; neither could the fan be put at full speed");
   tools.report(text.view());

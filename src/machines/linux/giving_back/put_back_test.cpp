@@ -180,6 +180,17 @@ TEST_F(PutBackTest, AModeThatDoesNotStayPutsTheFanAtFullSpeed) {
   EXPECT_THAT(reports_, ElementsAre(HasSubstr("it reads differently")));
 }
 
+TEST_F(PutBackTest, AnErrorOfTheKernelsOwnIsReportedByItsNumber) {
+  constexpr int kNotSupported = 524;
+  tree_.fail("p/scaling_max_freq", kNotSupported);
+  tree_.fail("h/pwm2", kNotSupported);
+  tree_.fail("h/pwm2_enable", kNotSupported);
+  EXPECT_FALSE(restored("set p/scaling_max_freq 800\n"));
+  EXPECT_FALSE(restored(kFan));
+  EXPECT_THAT(reports_, ElementsAre(HasSubstr("800: writing it: Unknown error 524"),
+                                    HasSubstr("): Unknown error 524; neither")));
+}
+
 TEST_F(PutBackTest, AFanThatCannotEvenBePutAtFullSpeedIsSaidSo) {
   tree_.fail("h/pwm2", EIO);
   tree_.fail("h/pwm2_enable", EIO);

@@ -8,7 +8,7 @@
 namespace linux_machine {
 
 /// Makes a process that was just forked root's own, if its effective user is root: no signal but
-/// root's reaches it, and none that can be blocked. The first thing that it does.
+/// root's reaches it. The first thing that it does. Requires: signals are blocked.
 void take_away_from_caller();
 
 /// Takes the calling process, of one thread, out of everything by which the caller of the run could

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <optional>
 
 #include "machines/linux/sysfs/parse.h"
@@ -43,7 +42,7 @@ void FanWatch::Input::close(sysfs::Tree& tree) {
 
 bool FanWatch::Input::read(sysfs::Tree& tree, long long& value, LineText& failure) {
   if (handle_ < 0) {
-    failure.add("opening ").add(path_.view()).add(": ").add(strerrordesc_np(-handle_));
+    failure.add("opening ").add(path_.view()).add(": ").add_error(-handle_);
     return false;
   }
   std::array<char, 64> text;
@@ -53,7 +52,7 @@ bool FanWatch::Input::read(sysfs::Tree& tree, long long& value, LineText& failur
   }
   failure.add("reading ").add(path_.view()).add(": ");
   if (got < 0) {
-    failure.add(strerrordesc_np(static_cast<int>(-got)));
+    failure.add_error(static_cast<int>(-got));
     return false;
   }
   const std::string_view whole(text.data(), static_cast<std::size_t>(got));

@@ -79,6 +79,16 @@ TEST_F(FanWatchTest, AFanHasToTurnFromItsMomentOn) {
   EXPECT_EQ(round(11.4), "fan reads 0 RPM, and the fan should turn");
 }
 
+TEST_F(FanWatchTest, AnErrorOfTheKernelsOwnIsNamedByItsNumber) {
+  constexpr int kNotSupported = 524;
+  ASSERT_TRUE(watch_->watch_temperature("t1", 100));
+  ASSERT_TRUE(watch_->watch_fan("fan", FanWatch::Reads::each_round, kMayStand));
+  tree_.fail("t1", kNotSupported);
+  EXPECT_EQ(round(), "");
+  EXPECT_EQ(round(), "");
+  EXPECT_EQ(round(), "reading t1: Unknown error 524, 3 times in a row");
+}
+
 TEST_F(FanWatchTest, WhatCannotBeReadIsNamed) {
   ASSERT_TRUE(watch_->watch_temperature("t1", 100));
   ASSERT_TRUE(watch_->watch_fan("fan", FanWatch::Reads::each_round, kMayStand));
