@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <regex>
 #include <sstream>
 
@@ -112,16 +113,22 @@ TEST_F(KeysOnAMachine, KeepTheNumberThatAFanIsGiven) {
 
 TEST_F(KeysOnAMachine, ShowTheSourceBehindEachKey) {
   machine_.tree().keep_curves();
-  const Outcome outcome = run({"--list"});
-  const auto rows = columns(outcome.out);
+  // Who is held up between a counter and the clock shows another power, and is asked again.
+  constexpr int kListings = 5;
   std::map<std::string, std::vector<std::string>> keys;
-  for (const auto& row : rows) {
-    ASSERT_EQ(row.size(), 6U);
-    keys[row[0]] = row;
+  double off_w = 2;
+  for (int listing = 0; listing < kListings && off_w > 1; ++listing) {
+    const Outcome outcome = run({"--list"});
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    keys.clear();
+    for (const auto& row : columns(outcome.out)) {
+      ASSERT_EQ(row.size(), 6U);
+      keys[row[0]] = row;
+    }
+    off_w = std::abs(std::stod(keys.at("PC0C")[3]) - 2 * LiveTree::kPowerW);
   }
-  EXPECT_EQ(outcome.status, 0) << outcome.out;
+  EXPECT_LE(off_w, 1);
   EXPECT_EQ(keys.at("TC0D")[3], "55");
-  EXPECT_NEAR(std::stod(keys.at("PC0C")[3]), 2 * LiveTree::kPowerW, 1);
   EXPECT_NE(keys.at("TC0D")[5].find("coretemp.0"), std::string::npos);
   EXPECT_NE(keys.at("PC0C")[5].find("intel-rapl"), std::string::npos);
   EXPECT_NE(keys.at("F0Ac")[5].find("nct6779 fan"), std::string::npos);

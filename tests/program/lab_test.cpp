@@ -100,27 +100,42 @@ TEST_F(Lab, ARunTakesTheOptionsOfTheEngine) {
   EXPECT_FALSE(result["keys"].contains("TC0D"));
 }
 
-TEST_F(Lab, AnotherLoadIsAnotherStartOfTheSameRun) {
-  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
-  const auto play = [&](const std::string& name, const char* second) {
-    std::ofstream(place_ / (name + ".toml"))
-        << "question = \"run\"\nthreads = 1\nload = \"bspin\"\n"
-        << "[[phase]]\nname = \"one\"\nduty = 0.5\nduration = 1\n"
-        << "[[phase]]\nname = \"two\"\nduty = 0.5\nduration = 1\nload = \"" << second << "\"\n";
-    return program::run(lab({"run", "--plan", place_ / (name + ".toml"), "--out", folder(name)}));
-  };
-  const Outcome both = play("both", "bint");
-  EXPECT_EQ(both.status, 0) << both.err;
-  EXPECT_EQ(json("run.json", "both")["engine_commands"].size(), 2U);
-  const std::string samples = read(fs::path(folder("both")) / "samples.csv");
-  EXPECT_THAT(samples, testing::ContainsRegex("\n[0-9.]+,0,"));
-  EXPECT_THAT(samples, testing::ContainsRegex("\n[0-9.]+,1,"));
+/// A plan of two phases of a second, the second with other members.
+class LabWithTwoStarts : public lab_program::Lab {
+ protected:
+  Outcome play(const std::string& members, As as = As::kUserWithFixedPriority) {
+    std::ofstream(place_ / "two.toml") << "question = \"run\"\nthreads = 1\nload = \"bspin\"\n"
+                                       << "[[phase]]\nname = \"one\"\nduty = 0.5\nduration = 1\n"
+                                       << "[[phase]]\nname = \"two\"\nduty = 0.5\nduration = 1\n"
+                                       << members;
+    return program::run(lab({"run", "--plan", place_ / "two.toml", "--out", folder()}, as));
+  }
 
-  const Outcome refused = play("refused", "spin");  // follows no waveform
-  EXPECT_EQ(refused.status, 5) << refused.err;
-  EXPECT_EQ(json("run.json", "refused")["end"], "failed");
-  EXPECT_THAT(read(fs::path(folder("refused")) / "samples.csv"),
-              testing::ContainsRegex("\n[0-9.]+,0,"));
+  std::string samples() const { return read(fs::path(folder()) / "samples.csv"); }
+};
+
+TEST_F(LabWithTwoStarts, AnotherLoadIsAnotherStartOfTheSameRun) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const Outcome outcome = play("load = \"bint\"\n");
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(json("run.json")["engine_commands"].size(), 2U);
+  EXPECT_THAT(samples(), testing::ContainsRegex("\n[0-9.]+,0,"));
+  EXPECT_THAT(samples(), testing::ContainsRegex("\n[0-9.]+,1,"));
+}
+
+TEST_F(LabWithTwoStarts, WhatTheFirstOneMeasuredIsKeptIfTheSecondIsRefused) {
+  SKIP_UNLESS_MAY_RUN(As::kRoot);
+  const Outcome outcome = play("load = \"bint\"\npstate = 99\n", As::kRoot);
+  EXPECT_EQ(outcome.status, 5) << outcome.err;
+  EXPECT_EQ(json("run.json")["end"], "failed");
+  EXPECT_THAT(samples(), testing::ContainsRegex("\n[0-9.]+,0,"));
+}
+
+TEST_F(LabWithTwoStarts, ALoadThatNeverPausesIsRefusedBeforeTheFirst) {
+  SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
+  const Outcome outcome = play("load = \"spin\"\n");
+  EXPECT_EQ(outcome.status, 3) << outcome.err;
+  EXPECT_FALSE(fs::exists(folder()));
 }
 
 TEST_F(Lab, APlanOfPhasesIsRunWithTheKeysThatItNames) {
