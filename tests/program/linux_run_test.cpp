@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <fstream>
 #include <iterator>
@@ -120,18 +121,19 @@ TEST_F(LinuxRun, SamplesWhatTheMachineMeasures) {
 }
 
 TEST_F(LinuxRun, SamplesThePowerOfBothPackages) {
-  const Outcome outcome = run({"-c", "1", "-s", "0", "-m", "-r", "20", "-t", "1"});
-  const Samples samples = parse_samples(outcome.out);
-  ASSERT_GT(samples.size(), 5U);
-  // Who is held up between a counter and the clock shows another power, in that sample and the
-  // next.
-  std::vector<double> powers;
-  for (const auto& sample : samples) {
-    powers.push_back(sample[1]);
+  // Who is held up between a counter and the clock shows another power: such a run is repeated.
+  constexpr int kRuns = 3;
+  double off_w = 2;
+  for (int each = 0; each < kRuns && off_w > 1; ++each) {
+    const Outcome outcome = run({"-c", "1", "-s", "0", "-m", "-r", "20", "-t", "1"});
+    const Samples samples = parse_samples(outcome.out);
+    ASSERT_GT(samples.size(), 5U);
+    off_w = 0;
+    for (const auto& sample : samples) {
+      off_w = std::max(off_w, std::abs(sample[1] - 2 * LiveTree::kPowerW));
+    }
   }
-  const auto median = powers.begin() + static_cast<std::ptrdiff_t>(powers.size() / 2);
-  std::nth_element(powers.begin(), median, powers.end());
-  EXPECT_NEAR(*median, 2 * LiveTree::kPowerW, 1);
+  EXPECT_LE(off_w, 1) << "in each sample of a run";
 }
 
 TEST_F(LinuxRun, ReadsItsSensorsWithoutBeingRoot) {

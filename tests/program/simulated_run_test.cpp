@@ -31,15 +31,19 @@ TEST(SimulatedRun, WithTheRightToFixedPrioritiesIsSilent) {
 }
 
 TEST(SimulatedRun, TakesItsFirstSampleBeforeTheLoad) {
-  const Outcome outcome = program::run(vorn_sim({"-m", "-r", "4", "-t", "2"}, As::kOrdinaryUser));
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-  const Samples samples = parse_samples(outcome.out);
-  ASSERT_GE(samples.size(), 6U);
-  EXPECT_LT(samples[0][0], 0.1);
-  // One of them may be of a time in which other programs held the load up.
-  const auto most = std::max_element(samples.begin(), samples.end(),
-                                     [](const auto& a, const auto& b) { return a[1] < b[1]; });
-  EXPECT_GT((*most)[1], samples[0][1] + 5.0) << "the load must show in the power";
+  // Other programs may hold the load up in the tenth of a second that a sample is of: such a run is
+  // repeated.
+  constexpr int kRuns = 3;
+  double more_w = 0;
+  for (int each = 0; each < kRuns && more_w <= 5; ++each) {
+    const Outcome outcome = program::run(vorn_sim({"-m", "-r", "4", "-t", "2"}, As::kOrdinaryUser));
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    const Samples samples = parse_samples(outcome.out);
+    ASSERT_GE(samples.size(), 6U);
+    EXPECT_LT(samples[0][0], 0.1);
+    more_w = samples[5][1] - samples[0][1];
+  }
+  EXPECT_GT(more_w, 5.0) << "the load must show in the power";
 }
 
 /// The times of a run of some seconds that samples at 50 Hz beside `load`.
