@@ -111,7 +111,7 @@ class LabWithTwoStarts : public lab_program::Lab {
     return program::run(lab({"run", "--plan", place_ / "two.toml", "--out", folder()}, as));
   }
 
-  std::string samples() const { return read(fs::path(folder()) / "samples.csv"); }
+  std::string table() const { return read(fs::path(folder()) / "samples.csv"); }
 };
 
 TEST_F(LabWithTwoStarts, AnotherLoadIsAnotherStartOfTheSameRun) {
@@ -119,8 +119,8 @@ TEST_F(LabWithTwoStarts, AnotherLoadIsAnotherStartOfTheSameRun) {
   const Outcome outcome = play("load = \"bint\"\n");
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_EQ(json("run.json")["engine_commands"].size(), 2U);
-  EXPECT_THAT(samples(), testing::ContainsRegex("\n[0-9.]+,0,"));
-  EXPECT_THAT(samples(), testing::ContainsRegex("\n[0-9.]+,1,"));
+  EXPECT_THAT(table(), testing::ContainsRegex("\n[0-9.]+,0,"));
+  EXPECT_THAT(table(), testing::ContainsRegex("\n[0-9.]+,1,"));
 }
 
 TEST_F(LabWithTwoStarts, WhatTheFirstOneMeasuredIsKeptIfTheSecondIsRefused) {
@@ -128,7 +128,7 @@ TEST_F(LabWithTwoStarts, WhatTheFirstOneMeasuredIsKeptIfTheSecondIsRefused) {
   const Outcome outcome = play("load = \"bint\"\npstate = 99\n", As::kRoot);
   EXPECT_EQ(outcome.status, 5) << outcome.err;
   EXPECT_EQ(json("run.json")["end"], "failed");
-  EXPECT_THAT(samples(), testing::ContainsRegex("\n[0-9.]+,0,"));
+  EXPECT_THAT(table(), testing::ContainsRegex("\n[0-9.]+,0,"));
 }
 
 TEST_F(LabWithTwoStarts, ALoadThatNeverPausesIsRefusedBeforeTheFirst) {
