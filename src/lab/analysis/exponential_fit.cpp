@@ -10,6 +10,16 @@ namespace {
 constexpr double kStep = 1.05;
 constexpr double kFineStep = 1.002;
 
+// Adds the fits of time constants from `least_s` up to `end_s`, and without it, each `step` times
+// the one before.
+void add_fits(const std::vector<FitPoint>& points, double least_s, double end_s, double step,
+              std::vector<ExponentialFit>& fits) {
+  const auto count = static_cast<int>(std::ceil(std::log(end_s / least_s) / std::log(step)));
+  for (int at = 0; at < count; ++at) {
+    fits.push_back(fit_exponential(points, least_s * std::pow(step, at)));
+  }
+}
+
 }  // namespace
 
 ExponentialFit fit_exponential(const std::vector<FitPoint>& points, double tau_s) {
@@ -67,13 +77,9 @@ const ExponentialFit& best_of(const std::vector<ExponentialFit>& fits) {
 std::vector<ExponentialFit> fit_exponentials(const std::vector<FitPoint>& points, double least_s,
                                              double most_s) {
   std::vector<ExponentialFit> fits;
-  for (double tau_s = least_s; tau_s < most_s * kStep; tau_s *= kStep) {
-    fits.push_back(fit_exponential(points, tau_s));
-  }
+  add_fits(points, least_s, most_s * kStep, kStep, fits);
   const double near_s = best_of(fits).tau_s;
-  for (double tau_s = near_s / kStep; tau_s < near_s * kStep; tau_s *= kFineStep) {
-    fits.push_back(fit_exponential(points, tau_s));
-  }
+  add_fits(points, near_s / kStep, near_s * kStep, kFineStep, fits);
   return fits;
 }
 

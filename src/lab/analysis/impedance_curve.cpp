@@ -50,6 +50,7 @@ std::vector<ImpedancePoint> measured_impedance(const KeyResult& result, const He
     }
   }
   std::vector<ImpedancePoint> points;
+  points.reserve(bins.size());
   for (const auto& [bin, sum] : bins) {
     points.push_back({.time_s = std::exp(sum.log_time / sum.count),
                       .impedance = sum.z / sum.count,

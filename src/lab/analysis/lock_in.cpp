@@ -175,6 +175,7 @@ std::vector<LockedIn> lock_in(std::span<const double> time_s,
   const LockInModel model(time_s, frequencies_hz);
   const std::vector<Normal> normals = normal_equations(model, time_s, series);
   std::vector<Solved> solved;
+  solved.reserve(normals.size());
   for (const Normal& normal : normals) {
     solved.push_back(solve(normal));
   }

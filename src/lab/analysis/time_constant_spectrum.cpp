@@ -10,6 +10,8 @@ namespace {
 
 constexpr std::size_t kFewest = 5;
 constexpr double kBeyond = 3;
+constexpr double kMostWeight = 1e2;  // the first one: such a spectrum hardly bends
+constexpr int kWeights = 32;         // each a third of the one before: down to 1e-13
 
 // Squares of second differences: nothing lies beyond the ends.
 Eigen::MatrixXd roughness(Eigen::Index count) {
@@ -57,9 +59,8 @@ std::vector<FosterStage> time_constant_spectrum(const std::vector<ImpedancePoint
   const Eigen::VectorXd right = rises.transpose() * measured;
   const Eigen::MatrixXd rough = roughness(count);
   const double scale = product.trace() / rough.trace();
-  constexpr double kMost = 1e2;
-  constexpr double kLeast = 1e-13;
-  for (double weight = kMost; weight > kLeast; weight /= 3) {
+  double weight = kMostWeight;
+  for (int at = 0; at < kWeights; ++at, weight /= 3) {
     const Eigen::VectorXd found = non_negative(product + weight * scale * rough, right);
     if ((measured - rises * found).squaredNorm() <= squares) {
       for (Eigen::Index at = 0; at < count; ++at) {

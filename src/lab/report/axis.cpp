@@ -63,9 +63,11 @@ double Axis::place(double value) const {
 
 std::vector<Axis::Tick> Axis::linear_ticks(double low, double high, int most) const {
   const double step = round_step((high - low) / most);
+  const double first = std::ceil(low / step - 1e-9);
+  const double further = std::floor(high / step + 1e-9) - first;
   std::vector<Tick> ticks;
-  for (double n = std::ceil(low / step - 1e-9); n * step <= high + step * 1e-9; ++n) {
-    const double value = n == 0 ? 0 : n * step;
+  for (int at = 0; at <= further; ++at) {
+    const double value = (first + at) * step;
     ticks.push_back({.value = value, .text = number_text(value, kTickDigits)});
   }
   return ticks;

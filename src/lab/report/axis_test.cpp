@@ -41,6 +41,11 @@ TEST(Axis, HasPowersOfTenOnALogarithmicScale) {
               ElementsAre("2", "5", "10"));
 }
 
+// Of 1e18, a double knows only every 128th number.
+TEST(Axis, OfValuesThatHardlyDifferHasAnEnd) {
+  EXPECT_LE(Axis(kLinear, Axis::Margin::none, {1e18, 1e18 + 512}).ticks(6).size(), 8U);
+}
+
 TEST(Axis, PlacesValuesBetweenItsEnds) {
   const Axis linear(kLinear, Axis::Margin::none, {10, 20});
   EXPECT_DOUBLE_EQ(linear.place(10), 0);
