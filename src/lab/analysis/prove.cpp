@@ -80,8 +80,6 @@ std::vector<SensorReach> sensors_of(const ProveInput& input) {
   return sensors;
 }
 
-}  // namespace
-
 Proof proof_of(const ProveInput& input) {
   Proof proof{.carrier_hz = input.carrier_hz,
               .rate_hz = input.rate_hz,
@@ -104,6 +102,8 @@ Proof proof_of(const ProveInput& input) {
   proof.cut = input.stimulus.cut;
   return proof;
 }
+
+}  // namespace
 
 Answer analyse_prove(const ProveInput& input) {
   const Proof proof = proof_of(input);

@@ -48,8 +48,6 @@ struct Proof {
   bool cut = false;             ///< the stimulus was longer than what is kept of it
 };
 
-Proof proof_of(const ProveInput& input);
-
 /// How well the tool works on this machine, and what the sensors can resolve.
 ///
 /// `figures`: verdict (text); waveform: frequency (Estimate), duty_asked, duty (Estimate, by the

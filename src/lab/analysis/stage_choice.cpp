@@ -32,8 +32,8 @@ Start start_to_look_for(const HeatCurve& curve) {
   return steps.size() == 1 && steps[0].time_s == 0 ? Start::settled : Start::unsettled;
 }
 
-}  // namespace
-
+// Whether each stage is known to be there. How well its time constant is known is another matter: a
+// stage that is needed stays, or the others would be wrong.
 bool distinct(const FosterFit& fit, const Observed& observed) {
   double all = 0;
   for (const double resistance : fit.resistance) {
@@ -54,6 +54,8 @@ bool distinct(const FosterFit& fit, const Observed& observed) {
   }
   return true;
 }
+
+}  // namespace
 
 FosterFit choose_stages(const HeatCurve& curve, const Observed& observed,
                         const FosterStart& start) {
