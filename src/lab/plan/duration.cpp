@@ -5,6 +5,8 @@
 #include <cmath>
 #include <utility>
 
+#include "lab/plan/plan_error.h"
+
 namespace lab {
 
 std::optional<double> parse_duration(std::string_view text) {
@@ -25,6 +27,15 @@ std::optional<double> parse_duration(std::string_view text) {
     }
   }
   return std::nullopt;
+}
+
+double option_seconds(const std::string& option, const std::string& text,
+                      const std::string& such_as) {
+  const std::optional<double> seconds = parse_duration(text);
+  if (!seconds || !(*seconds > 0)) {
+    throw PlanError(option + " takes a time, such as " + such_as + ", and not \"" + text + "\"");
+  }
+  return *seconds;
 }
 
 std::string spoken(double seconds) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "lab/plan/plan_error.h"
+
 namespace lab {
 namespace {
 
@@ -21,6 +23,19 @@ TEST(LabDuration, UnitsGoFromMicrosecondsToHours) {
 TEST(LabDuration, RefusesWhatIsNoLengthOfTime) {
   for (const char* text : {"", "s", "-1", "1 day", "inf", "nan", "1s2", "0x10"}) {
     EXPECT_FALSE(parse_duration(text)) << text;
+  }
+}
+
+TEST(LabDuration, OfAnOptionIsLongerThanNothing) {
+  EXPECT_DOUBLE_EQ(option_seconds("--hold", "2m"), 120);
+  for (const char* text : {"0", "soon"}) {
+    try {
+      option_seconds("--hold", text, "8, 8s or 1m");
+      ADD_FAILURE() << text << " was taken";
+    } catch (const PlanError& error) {
+      EXPECT_EQ(error.what(),
+                "--hold takes a time, such as 8, 8s or 1m, and not \"" + std::string(text) + "\"");
+    }
   }
 }
 

@@ -16,15 +16,6 @@ namespace lab {
 
 namespace {
 
-double seconds(const std::string& text, const char* option) {
-  const std::optional<double> time = parse_duration(text);
-  if (!time || !(*time > 0)) {
-    throw PlanError(std::string(option) + " takes a time, such as 90, 90s or 2m, and not \"" +
-                    text + "\"");
-  }
-  return *time;
-}
-
 // The stages that a step or a fit left in its folder.
 KnownStages stages_of_folder(const std::string& path) {
   const std::filesystem::path file = RunFolder(path).result();
@@ -142,11 +133,11 @@ void Bode::add_options(CLI::App& app) {
 
 Plan Bode::plan() const {
   BodeWishes wishes = wishes_;
-  wishes.least_s = seconds(least_, "--least");
-  wishes.idle_s = seconds(idle_, "--idle");
+  wishes.least_s = option_seconds("--least", least_);
+  wishes.idle_s = option_seconds("--idle", idle_);
   wishes.until_settled = settle_ == "until settled";
-  wishes.settle_s =
-      wishes.until_settled ? seconds(at_most_, "--at-most") : seconds(settle_, "--settle");
+  wishes.settle_s = wishes.until_settled ? option_seconds("--at-most", at_most_)
+                                         : option_seconds("--settle", settle_);
   Plan plan = bode_plan(wishes);
   if (!beside_.empty()) {
     plan.predicted = stages_of_folder(beside_);

@@ -145,10 +145,7 @@ Plan FanResponse::plan() const {
 void FanResponse::complete(Plan& plan, const Inquiry& machine) const {
   const std::vector<MachineKey> known = machine.keys();
   if (plan.phases.empty()) {
-    const std::optional<double> hold_s = parse_duration(hold_);
-    if (!hold_s || !(*hold_s > 0)) {
-      throw PlanError("--hold takes a time, such as 8, 8s or 1m, and not \"" + hold_ + "\"");
-    }
+    const double hold_s = option_seconds("--hold", hold_, "8, 8s or 1m");
     std::vector<FanOfMachine> fans = fans_of(known);
     for (const std::string& fan : fans_) {
       if (std::none_of(fans.begin(), fans.end(),
@@ -168,10 +165,10 @@ void FanResponse::complete(Plan& plan, const Inquiry& machine) const {
     }
     Phase first;
     first.name = "all to their maximum";
-    first.duration_s = *hold_s;
+    first.duration_s = hold_s;
     plan.phases.push_back(first);
     for (const FanOfMachine& fan : fans) {
-      add_stays(fan, *hold_s, !never_stop_, plan.phases);
+      add_stays(fan, hold_s, !never_stop_, plan.phases);
     }
   }
   if (plan.limits.empty()) {

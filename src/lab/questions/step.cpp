@@ -9,20 +9,6 @@
 
 namespace lab {
 
-namespace {
-
-double phase_seconds(const std::string& text, const char* option) {
-  const std::optional<double> time = parse_duration(text);
-  if (!time || !(*time > 0)) {
-    throw PlanError(std::string(option) +
-                    " takes a time, such as 90, 90s or 2m, or \"until settled\", and not \"" +
-                    text + "\"");
-  }
-  return *time;
-}
-
-}  // namespace
-
 void Step::add_options(CLI::App& app) {
   app.add_option("--duty", duty_, "part of the time that the load is on, 0 to 1 (default: 1)")
       ->check(CLI::Range(0.0, 1.0))
@@ -52,14 +38,15 @@ Plan Step::plan() const {
   plan.question = name();
   plan.structure = structure_;
   plan.fans.hold = Fans::Hold::maximum;
+  constexpr const char* such_as = "90, 90s or 2m, or \"until settled\"";
   const auto phase = [&](const char* phase_name, double duty, const std::string& time,
                          const char* option) {
     Phase made;
     made.name = phase_name;
     made.drive.duty = duty;
     made.until_settled = time == "until settled";
-    made.duration_s =
-        made.until_settled ? phase_seconds(at_most_, "--at-most") : phase_seconds(time, option);
+    made.duration_s = made.until_settled ? option_seconds("--at-most", at_most_, such_as)
+                                         : option_seconds(option, time, such_as);
     plan.phases.push_back(made);
   };
   phase("idle", base_, idle_, "--idle");

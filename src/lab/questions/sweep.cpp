@@ -97,10 +97,7 @@ Plan Sweep::plan() const {
   if (over != SweptSetting::duty && duty_ == 0) {
     throw PlanError("--duty is 0: there is no load to compare with none");
   }
-  const std::optional<double> at_most_s = parse_duration(at_most_);
-  if (!at_most_s || !(*at_most_s > 0)) {
-    throw PlanError("--at-most takes a time, such as 90, 90s or 2m, and not \"" + at_most_ + "\"");
-  }
+  const double at_most_s = option_seconds("--at-most", at_most_);
   Plan plan;
   plan.question = name();
   plan.fans.hold = Fans::Hold::maximum;
@@ -114,7 +111,7 @@ Plan Sweep::plan() const {
                                           : over == SweptSetting::fans
                                               ? std::vector<std::string>{"maximum"}
                                               : std::vector<std::string>{"0"};
-  plan.phases = phases_of(over, points, duty_, *at_most_s);
+  plan.phases = phases_of(over, points, duty_, at_most_s);
   if (over == SweptSetting::pstate) {
     plan.pstate = plan.phases.front().pstate;
   }
