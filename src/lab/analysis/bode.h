@@ -42,9 +42,8 @@ struct BodeInput {
 /// `figures`:
 ///   points[].frequency              Hz
 ///   points[].periods                whole ones that were counted
-///   points[].keys.KEY.amplitude     Estimate, "K/W" (of another key, its unit for each watt; "K"
-///   and
-///                                   so on for full load where power is missing)
+///   points[].keys.KEY.amplitude     Estimate, "K/W" (of another key, its unit for each watt; for
+///                                   full load, "K" and so on, where power is missing)
 ///   points[].keys.KEY.phase         Estimate, "deg": negative where the key lags
 ///   points[].keys.KEY.decided       false: the key shows nothing at this frequency
 ///   points[].keys.KEY.predicted     amplitude, phase; missing where nothing is predicted

@@ -20,7 +20,9 @@ struct FanStep {
 /// is where that curve leaves the speed before. Instants count from when the speed was asked for.
 /// Speeds that a slow sensor repeats do not count. The intervals hold every tau that the speeds
 /// allow. Not known if the speed hardly changed, or if there are too few of them.
-/// Requires: as many speeds as instants, which ascend.
+///
+/// Requires, here and below: as many speeds as instants, which ascend; the speeds are finite.
+/// Source: separable least squares and profile intervals, as in settled_value.h.
 FanStep fan_step(std::span<const double> since_s, std::span<const double> speeds_rpm,
                  double before_rpm);
 
@@ -31,9 +33,13 @@ struct FanStop {
   Estimate after_s;    ///< after the stop was asked for
 };
 
+/// Looks for the last time at which a fan turned (1 RPM at least) that was asked to stop. The
+/// interval of the speed holds what it may have come to until the next sample, if it slowed down as
+/// it did before; that of the time, the instants of the two samples.
 FanStop fan_stop(std::span<const double> since_s, std::span<const double> speeds_rpm);
 
-/// When a fan that stood still was seen to turn; nothing: it never was.
+/// When a fan that stood still was seen to turn, in s after that was asked for: between two
+/// samples. Nothing: it never was.
 std::optional<Estimate> fan_start(std::span<const double> since_s,
                                   std::span<const double> speeds_rpm);
 
@@ -43,6 +49,8 @@ struct SteadySpeed {
   Estimate rpm;
 };
 
+/// Steady is a fan that never stands still and whose standard deviation is below a twentieth of the
+/// mean. The interval of the mean is that of column_statistics.h.
 SteadySpeed steady_speed(std::span<const double> since_s, std::span<const double> speeds_rpm);
 
 }  // namespace lab

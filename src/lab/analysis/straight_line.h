@@ -21,7 +21,9 @@ struct StraightLine {
 };
 
 /// The line through points by the weights of their errors, which are raised by what the points
-/// leave the line for beyond them. Not known from fewer than two places.
+/// leave the line for beyond them. Not known from fewer than two places. `unit` is that of y,
+/// `slope_unit` that of y by that of x. Requires: errors above 0. Source: weighted least squares,
+/// intervals by Student's t; the raise is Birge's ratio (1932).
 StraightLine straight_line(const std::vector<LinePoint>& points, const char* unit,
                            const char* slope_unit);
 

@@ -28,7 +28,8 @@ namespace lab {
 ///                          series_resistance (K/W), air (degC): see air_flow_law.h
 Answer analyse_sweep(const SweepInput& input);
 
-/// Points whose error is larger than the one asked for, and which another visit can make smaller.
+/// Points whose error is larger than the one asked for (input.error), and which another visit can
+/// make smaller. None if no error was asked for.
 std::vector<std::size_t> points_to_repeat(const SweepInput& input);
 
 }  // namespace lab

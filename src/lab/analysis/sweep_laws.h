@@ -33,6 +33,8 @@ struct SweepLaws {
   DynamicPower dynamic;               ///< of all but fans
 };
 
+/// The laws for what the sweep goes over, from points as measured_points() gives them; what cannot
+/// be told is not known. Sources: straight_line.h, air_flow_law.h, dynamic_power.h.
 SweepLaws sweep_laws(const SweepInput& input, const std::vector<PointResult>& points);
 
 /// The standard error of an estimate, never quite 0.
