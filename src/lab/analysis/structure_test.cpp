@@ -114,6 +114,7 @@ TEST(StepStructure, HasNoNegativeElementInAnyNoise) {
   for (unsigned seed = 1; seed <= 10; ++seed) {
     const FakeLadder truth = random_ladder(4, 0.01, 4, seed);
     const Answer answer = structure_of(heating_of(truth, 4, 0.1, 50, seed));
+    EXPECT_FALSE(answer.figures["ladder"].empty()) << seed;
     for (const ordered_json& rung : answer.figures["ladder"]) {
       EXPECT_GT(rung["resistance"]["value"], 0);
       EXPECT_GT(rung["capacitance"]["value"], 0);

@@ -74,7 +74,9 @@ TEST(Frame, InAsciiHasNoOtherByte) {
   FakeRun run;
   make_some_of_a_run(run);
   run.state.title = "step on Rechner im Büro";
-  for (const std::string& line : run.frame({.columns = 60, .rows = 20}, kBareAscii)) {
+  const auto lines = run.frame({.columns = 60, .rows = 20}, kBareAscii);
+  EXPECT_THAT(lines, Contains(HasSubstr("step on Rechner")));
+  for (const std::string& line : lines) {
     EXPECT_TRUE(std::all_of(line.begin(), line.end(), [](char byte) { return byte >= ' '; }))
         << line;
   }

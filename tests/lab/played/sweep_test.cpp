@@ -148,6 +148,7 @@ TEST_F(PlayedSweep, OverPStatesAllowsForWhatTheEngineDoesBesideTheLoad) {
     }
   }
   const Answer answer = sweep_.analyse(run_);
+  ASSERT_FALSE(answer.figures["points"].empty());
   for (const Json& point : answer.figures["points"]) {
     const double truth = simulated::kDynamicW * simulated::dynamic_scale(point["setting"]);
     EXPECT_TRUE(holds(point["dynamic_power"], truth)) << point.dump();
