@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace {
-
-constexpr double kTwoPi = 6.283185307179586;
 
 constexpr std::int64_t kHundredYearsNs = std::int64_t{100} * 365 * 24 * 3600 * 1000000000;
 
@@ -44,7 +43,7 @@ std::optional<Slot> ShapedDuty::slot(std::uint64_t index) const {
 
 double shape_level(Shape shape, double index, double slots) {
   if (shape == Shape::sinusoid) {
-    return 0.5 + std::cos(kTwoPi * index / slots) * -0.5;
+    return 0.5 + std::cos(2 * std::numbers::pi * index / slots) * -0.5;
   }
   const double half = slots / 2.0;  // not rounded: an odd count peaks between two slots
   return half > index ? index / half : 1.0 - (index - half) / (slots - half);

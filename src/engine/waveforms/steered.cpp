@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <utility>
 
 #include "engine/waveforms/shapes.h"
@@ -46,7 +47,6 @@ double SteeredSource::duty() const {
 }
 
 double SteeredSource::sum_of_sines() const {
-  constexpr double kTwoPi = 6.283185307179586;
   double duty = steering_.offset;
   for (std::size_t at = 0; at < steering_.sine_count; ++at) {
     const Steering::Sine& sine = steering_.sines[at];
@@ -54,7 +54,7 @@ double SteeredSource::sum_of_sines() const {
                               static_cast<long double>(sine.hz) /
                               static_cast<long double>(carrier_hz_);
     const auto in_wave = static_cast<double>(std::fmod(waves, 1.0L));
-    duty += sine.amplitude * std::cos(kTwoPi * (in_wave + sine.degrees / 360));
+    duty += sine.amplitude * std::cos(2 * std::numbers::pi * (in_wave + sine.degrees / 360));
   }
   return std::clamp(duty, 0.0, 1.0);
 }

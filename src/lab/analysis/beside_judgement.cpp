@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 #include <string_view>
 
 #include "lab/analysis/spoken_number.h"
+#include "lab/data/values.h"
 
 namespace lab {
 
@@ -18,19 +18,6 @@ const Column* find(const std::vector<Column>& columns, std::string_view name) {
 }
 
 }  // namespace
-
-std::vector<double> finite_values(const std::vector<double>& values) {
-  std::vector<double> finite;
-  std::copy_if(values.begin(), values.end(), std::back_inserter(finite),
-               [](double value) { return std::isfinite(value); });
-  return finite;
-}
-
-double share_below(std::vector<double> values, double share) {
-  const auto at = static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
-  std::nth_element(values.begin(), values.begin() + at, values.end());
-  return values[static_cast<std::size_t>(at)];
-}
 
 std::string judge_fan(const Column& column) {
   const std::vector<double> speeds = finite_values(column.values);

@@ -7,12 +7,6 @@
 
 namespace lab {
 
-/// The values that were measured.
-std::vector<double> finite_values(const std::vector<double>& values);
-
-/// The value below which `share` of all lie. Requires: values are not empty, 0 <= share <= 1.
-double share_below(std::vector<double> values, double share);
-
 /// That a fan did not keep its speed, in a sentence; empty if it did, or if it is no fan.
 std::string judge_fan(const Column& column);
 

@@ -1,6 +1,7 @@
 #include "lab/analysis/bode_curve.h"
 
 #include <algorithm>
+#include <numbers>
 
 #include "lab/analysis/step.h"
 
@@ -25,10 +26,10 @@ std::size_t samples_before_the_swings(const BodeInput& input) {
 }  // namespace
 
 std::complex<double> stages_response(const std::vector<KnownStage>& stages, double frequency_hz) {
-  constexpr double kTwoPi = 6.283185307179586;
   std::complex<double> sum = 0;
   for (const KnownStage& stage : stages) {
-    sum += stage.resistance / std::complex<double>(1, kTwoPi * frequency_hz * stage.tau_s);
+    sum += stage.resistance /
+           std::complex<double>(1, 2 * std::numbers::pi * frequency_hz * stage.tau_s);
   }
   return sum;
 }

@@ -14,9 +14,6 @@ namespace lab {
 
 namespace {
 
-constexpr double kPi = 3.141592653589793;
-constexpr double kDegree = 180 / kPi;
-
 // A held value shows nothing of what is faster than two fifths of its sensor's rate.
 constexpr double kOfSensorRate = 0.4;
 
@@ -37,8 +34,7 @@ struct Counted {
 Counted counted_rows(const BodeInput& input, const Swing& swing) {
   const double base_hz = common_hz(swing.frequencies_hz);
   const double length_s = swing.end_s - swing.begin_s;
-  constexpr double kFast_s = 3;
-  const double wait_s = std::min(std::max(0.5 / base_hz, kFast_s), length_s / 4);
+  const double wait_s = std::min(std::max(0.5 / base_hz, kFastParts_s), length_s / 4);
   double periods = std::floor((length_s - wait_s) * base_hz);
   constexpr double kFew = 2;
   if (periods < kFew) {
@@ -201,8 +197,8 @@ KeyPoint key_point(const Tone& tone, const Tone& heat, std::complex<double> corr
                      .low = std::max(0.0, size * (1 - amplitude_half)),
                      .high = size * (1 + amplitude_half),
                      .unit = unit};
-  const double phase = std::arg(ratio) * kDegree;
-  const double half = phase_half < 1 ? std::asin(phase_half) * kDegree : 180.0;
+  const double phase = std::arg(ratio) * kDegrees;
+  const double half = phase_half < 1 ? std::asin(phase_half) * kDegrees : 180.0;
   point.phase = {.value = phase, .low = phase - half, .high = phase + half, .unit = "deg"};
   constexpr double kSeen = 0.5;
   point.decided = amplitude_half < kSeen && phase_half < kSeen;
@@ -268,7 +264,7 @@ BodeResult bode_points(const BodeInput& input) {
         const BodeKey& about = result.keys[key];
         // A slow sensor measured at some time since the sample before.
         const double late_s = about.sensor.slow() ? result.mean_step_s / 2 : 0;
-        const double angle = 2 * kPi * frequency_hz;
+        const double angle = 2 * std::numbers::pi * frequency_hz;
         // Rounding by itself leaves a twelfth of its step squared.
         const double rounding = about.sensor.step * about.sensor.step / 12;
         const double dither = found.residual_rms * found.residual_rms - rounding;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <complex>
+#include <numbers>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,7 +13,11 @@
 
 namespace lab {
 
-inline constexpr double kDegrees = 57.29577951308232;  ///< in a radian
+inline constexpr double kDegrees = 180 / std::numbers::pi;  ///< in a radian
+
+/// What is fast in a machine has come to rest after so long: a swing is not counted before, nor in
+/// its first half period.
+inline constexpr double kFastParts_s = 3;
 
 /// What one key did at one frequency.
 struct KeyPoint {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "lab/analysis/common_settings.h"
 
@@ -27,7 +26,6 @@ Estimate estimate_of(const Json& json) {
   const auto bound = [&](const char* name, double open) {
     return json[name].is_number() ? json[name].get<double>() : open;
   };
-  constexpr double kInfinite = std::numeric_limits<double>::infinity();
   return {.value = json["value"],
           .low = bound("low", -kInfinite),
           .high = bound("high", kInfinite),

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "lab/analysis/beside_judgement.h"
+#include "lab/data/values.h"
 
 namespace lab {
 

@@ -3,6 +3,7 @@
 #include <Eigen/Core>
 #include <array>
 #include <cmath>
+#include <numbers>
 #include <span>
 #include <vector>
 
@@ -51,7 +52,7 @@ class LockInModel {
     }
     for (std::size_t tone = 0; tone < frequencies_hz_.size(); ++tone) {
       for (Eigen::Index at = 0; at < rows.rows(); ++at) {
-        const double angle = kTurn * frequencies_hz_[tone] * since_s(at);
+        const double angle = 2 * std::numbers::pi * frequencies_hz_[tone] * since_s(at);
         rows(at, cosine(tone)) = std::cos(angle);
         rows(at, cosine(tone) + 1) = std::sin(angle);
       }
@@ -59,8 +60,6 @@ class LockInModel {
   }
 
  private:
-  static constexpr double kTurn = 6.283185307179586;
-
   std::span<const double> time_s_;
   const std::vector<double>& frequencies_hz_;
   double length_s_;

@@ -3,6 +3,7 @@
 #include <Eigen/QR>
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 // The residuals beside a tone are needed at a dozen frequencies for each tone. They were shifted
 // down by the tone's frequency and summed up in parts of the stretch; the neighbours are then sums
@@ -14,7 +15,6 @@ namespace {
 
 using Eigen::Index;
 
-constexpr double kTwoPi = 6.283185307179586;
 constexpr int kNeighbours = 6;  // on each side; the nearest weigh most
 constexpr Index kRows = 400;
 
@@ -40,7 +40,7 @@ double SlowPart::leaves(double frequency_hz) const {
   }
   Eigen::MatrixXd wave(kRows, 2);
   for (Index at = 0; at < kRows; ++at) {
-    const double angle = kTwoPi * frequency_hz * instant(model_, at);
+    const double angle = 2 * std::numbers::pi * frequency_hz * instant(model_, at);
     wave(at, 0) = std::cos(angle);
     wave(at, 1) = std::sin(angle);
   }
@@ -65,7 +65,7 @@ LocalNoise local_noise(const LockInModel& model, const SlowPart& slow,
     std::complex<double> sum = 0;
     for (int part = 0; part < kLockInParts; ++part) {
       sum += shifted.sums[tone][static_cast<std::size_t>(part)] *
-             std::polar(1.0, -kTwoPi * step * (part + 0.5) / kLockInParts);
+             std::polar(1.0, -2 * std::numbers::pi * step * (part + 0.5) / kLockInParts);
     }
     const double weight = 1 - (std::abs(step) - 1.0) / kNeighbours;
     const double share = slow.leaves(beside_hz);

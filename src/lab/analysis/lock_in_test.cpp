@@ -5,12 +5,13 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 #include <random>
 
 namespace lab {
 namespace {
 
-constexpr double kTurn = 6.283185307179586;
+constexpr double kTurn = 2 * std::numbers::pi;
 
 std::vector<double> instants(double length_s, double step_s) {
   std::vector<double> time_s;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 #include "lab/analysis/quantile.h"
 
@@ -23,13 +24,12 @@ namespace {
 
 using Eigen::Index;
 
-constexpr double kPi = 3.141592653589793;
-
 // A tone is not believed beyond a thousandth: the model does not know everything.
 constexpr double kLeast = 1e-6;
 
 double mean_of_square(double window_squared, double frequency_hz) {
-  const double x2 = kPi * kPi * frequency_hz * frequency_hz * window_squared;
+  using std::numbers::pi;
+  const double x2 = pi * pi * frequency_hz * frequency_hz * window_squared;
   if (std::abs(x2) < 1e-9) {
     return 1 - x2 / 6;
   }
@@ -38,7 +38,7 @@ double mean_of_square(double window_squared, double frequency_hz) {
 }
 
 std::complex<double> response(double window_squared, double lag_s, double frequency_hz) {
-  return std::polar(1.0, -2 * kPi * frequency_hz * lag_s) *
+  return std::polar(1.0, -2 * std::numbers::pi * frequency_hz * lag_s) *
          mean_of_square(window_squared, frequency_hz);
 }
 

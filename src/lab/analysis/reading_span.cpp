@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "lab/data/values.h"
+
 // A kernel that withholds fixed priorities for 0.05 s of each second stops load and sampler
 // together. The sample comes late, at the end of the hole, and the next one at its own time: soon.
 // A meter that always shows the mean of the last 0.1 s then shows the hole twice. Taken for means
@@ -40,9 +42,7 @@ double reading_period(std::span<const double> time_s) {
   for (std::size_t at = 1; at < time_s.size(); ++at) {
     steps_s.push_back(time_s[at] - time_s[at - 1]);
   }
-  const auto middle = steps_s.begin() + static_cast<std::ptrdiff_t>(steps_s.size() / 2);
-  std::nth_element(steps_s.begin(), middle, steps_s.end());
-  const double period_s = *middle;
+  const double period_s = share_below(steps_s, 0.5);
   const auto within = [&](double part) {
     return static_cast<double>(std::count_if(steps_s.begin(), steps_s.end(), [&](double step_s) {
       return std::abs(step_s - period_s) <= part * period_s;

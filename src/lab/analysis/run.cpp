@@ -8,6 +8,7 @@
 #include "lab/analysis/column_statistics.h"
 #include "lab/analysis/settled.h"
 #include "lab/analysis/spoken_number.h"
+#include "lab/data/values.h"
 
 namespace lab {
 

@@ -4,18 +4,11 @@
 #include <cmath>
 #include <utility>
 
+#include "lab/data/values.h"
+
 namespace lab {
 
 namespace {
-
-double quantile(std::vector<double> values, double share) {
-  if (values.empty()) {
-    return 0;
-  }
-  const auto at = static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
-  std::nth_element(values.begin(), values.begin() + at, values.end());
-  return values[static_cast<std::size_t>(at)];
-}
 
 // The distance of which all distances are multiples, as Euclid finds it, but for a tenth: the
 // values may have been rounded when they were written. Short distances make it exact before long
@@ -109,7 +102,7 @@ std::optional<double> interval_of(const Changes& changes, double sampled_every_s
   if (changes.gaps_s.size() < kFew) {
     return std::nullopt;
   }
-  const double least_s = quantile(changes.gaps_s, 0.1);
+  const double least_s = share_below(changes.gaps_s, 0.1);
   if (least_s < 1.5 * sampled_every_s) {
     return sampled_every_s;
   }
@@ -151,7 +144,7 @@ SensorTruth sensor_truth(std::span<const double> time_s, std::span<const double>
       distances_s.push_back(time_s[at] - time_s[at - 1]);
     }
   }
-  truth.sampled_every_s = quantile(std::move(distances_s), 0.5);
+  truth.sampled_every_s = distances_s.empty() ? 0 : share_below(std::move(distances_s), 0.5);
   truth.step = step_of(some_of(there), truth.levels);
   truth.update_interval_s =
       interval_of(changes_of(time_s, values, truth.step), truth.sampled_every_s);

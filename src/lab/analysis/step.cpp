@@ -140,8 +140,7 @@ Answer analyse_step(const StepInput& input) {
   StepInput record = ascending(input);
   const std::size_t left_out = input.time_s.size() - record.time_s.size();
   const std::vector<std::string> dropouts = without_dropouts(record);
-  constexpr std::size_t kFewest = 20;
-  if (record.time_s.size() < kFewest) {
+  if (record.time_s.size() < kFewestToFit) {
     return undecided("The record has " + std::to_string(record.time_s.size()) +
                      " samples, too few for a fit: record longer, or sample more often.");
   }

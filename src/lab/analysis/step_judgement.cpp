@@ -7,6 +7,7 @@
 #include "lab/analysis/beside_judgement.h"
 #include "lab/analysis/spoken_number.h"
 #include "lab/analysis/unseen_stage.h"
+#include "lab/data/values.h"
 
 namespace lab {
 

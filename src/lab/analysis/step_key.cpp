@@ -106,12 +106,11 @@ KeyResult fit_key(const StepInput& input, const Column& temperature, const HeatC
   result.name = temperature.name;
   result.sensor = sensor_truth(input.time_s, temperature.values);
   result.observed = observed_rows(curve, temperature.values, result.sensor.fresh);
-  const auto measured = (result.observed.weight.array() > 0).count();
-  constexpr Eigen::Index kFewest = 20;
-  if (measured < kFewest || result.sensor.levels < 2) {
+  const auto measured = static_cast<std::size_t>((result.observed.weight.array() > 0).count());
+  if (measured < kFewestToFit || result.sensor.levels < 2) {
     result.decided = false;
     result.warnings.push_back(
-        measured < kFewest
+        measured < kFewestToFit
             ? result.name + " has " + std::to_string(measured) +
                   " measurements, too few for a fit: record longer, or read it more often."
             : result.name +

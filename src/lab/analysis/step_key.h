@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,6 +36,9 @@ struct KeyResult {
   Eigen::MatrixXd covariance;
   double factor = 0;  ///< from a standard error to half a 95 % interval
 };
+
+/// The fewest measurements that a fit is tried on.
+inline constexpr std::size_t kFewestToFit = 20;
 
 /// Fits one temperature by least squares, with as many stages as it shows by itself. Requires: the
 /// input's instants ascend, and the curve and the grid were made of it.

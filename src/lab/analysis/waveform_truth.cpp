@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "lab/analysis/quantile.h"
+#include "lab/data/instants.h"
 
 // On time is taken twice. From a thread's begin to its end is what the engine says itself, and
 // leaves out nothing but what kept the thread from its processor in between. Its processor time is
@@ -19,9 +20,6 @@
 namespace lab {
 
 namespace {
-
-constexpr double kMicrosecond = 1e3;  // ns
-constexpr double kSecond = 1e9;       // ns
 
 using Edges = std::vector<Stimulus::Edge>;
 
@@ -95,7 +93,7 @@ struct Found {
 };
 
 double behind_us(std::int64_t instant_ns, std::int64_t edge_ns) {
-  return static_cast<double>(instant_ns - edge_ns) / kMicrosecond;
+  return static_cast<double>(instant_ns - edge_ns) / kMicrosecond_ns;
 }
 
 void add_period(const Period& period, const std::map<int, Part>& parts, double since_s,
@@ -186,13 +184,13 @@ std::vector<double> duty_errors(const Stimulus& stimulus, const Stretch& stretch
     }
     const auto [place, is_new] = begun.try_emplace(time.thread, time);
     const Stimulus::ThreadTime first = place->second;
-    if (is_new || static_cast<double>(time.instant_ns - first.instant_ns) < kSecond) {
+    if (is_new || static_cast<double>(time.instant_ns - first.instant_ns) < kSecond_ns) {
       continue;
     }
     const double part = static_cast<double>(time.time_ns - first.time_ns) /
                         static_cast<double>(time.instant_ns - first.instant_ns);
     auto& [sum, count] = errors[static_cast<std::int64_t>(
-        std::llround(static_cast<double>(time.instant_ns - stretch.from_ns) / kSecond))];
+        std::llround(static_cast<double>(time.instant_ns - stretch.from_ns) / kSecond_ns))];
     sum += part - planned_part(stimulus.edges, first.instant_ns, time.instant_ns);
     ++count;
     place->second = time;
@@ -236,7 +234,8 @@ WaveformTruth waveform_truth(const Stimulus& stimulus, const Stretch& stretch, d
   const std::vector<std::map<int, Part>> parts = parts_of(stimulus.follows, periods);
   Found found;
   for (std::size_t at = 0; at < periods.size(); ++at) {
-    const double since_s = static_cast<double>(periods[at].on_ns - periods.front().on_ns) / kSecond;
+    const double since_s =
+        static_cast<double>(periods[at].on_ns - periods.front().on_ns) / kSecond_ns;
     add_period(periods[at], parts[at], since_s, threads, found);
   }
   const auto spread = [](std::vector<double>& times_us, std::size_t wanted) {

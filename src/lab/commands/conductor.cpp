@@ -10,11 +10,11 @@
 #include "lab/commands/run_end.h"
 #include "lab/commands/settling.h"
 #include "lab/commands/stop_request.h"
+#include "lab/data/instants.h"
 #include "lab/engine_process/engine_options.h"
 #include "lab/engine_process/engine_run.h"
 #include "lab/engine_process/held.h"
 #include "lab/engine_process/machine.h"
-#include "lab/folder/record_line.h"
 #include "lab/folder/whole_file.h"
 #include "lab/plan/duration.h"
 

@@ -18,8 +18,6 @@ namespace lab {
 
 namespace {
 
-constexpr int kNotStarted = 127;
-
 struct Pipe {
   Descriptor read;
   Descriptor write;
@@ -53,7 +51,7 @@ void do_not_wait(const Descriptor& descriptor) {
   if (!start.as_root || become_root()) {
     execv(arguments[0], const_cast<char* const*>(arguments));
   }
-  _exit(kNotStarted);
+  _exit(Child::kNotStarted);
 }
 
 }  // namespace

@@ -32,6 +32,9 @@ class Descriptor {
 /// group of its own: Ctrl-C in the terminal does not reach it.
 class Child {
  public:
+  /// Its status if the program could not be started, as shells have it.
+  static constexpr int kNotStarted = 127;
+
   struct Start {
     std::filesystem::path program;
     std::vector<std::string> arguments;  ///< without the program's name

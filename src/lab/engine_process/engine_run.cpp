@@ -98,8 +98,8 @@ bool refused_start(int status) {
   constexpr int kFirst = 10;
   constexpr int kLast = 14;
   constexpr int kWrongOptions = 255;
-  constexpr int kNoProgram = 127;
-  return (status >= kFirst && status <= kLast) || status == kWrongOptions || status == kNoProgram;
+  return (status >= kFirst && status <= kLast) || status == kWrongOptions ||
+         status == Child::kNotStarted;
 }
 
 std::string with_name(std::string line, const std::string& descriptor, const std::string& name) {

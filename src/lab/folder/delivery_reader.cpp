@@ -1,13 +1,14 @@
 #include "lab/folder/delivery_reader.h"
 
 #include <algorithm>
-#include <cmath>
+#include <utility>
+
+#include "lab/data/instants.h"
+#include "lab/data/values.h"
 
 namespace lab {
 
 namespace {
-
-constexpr double kMicrosecond = 1e3;  // ns
 
 // Buffers of the record are emptied ten times a second, and after a second at the latest: of an on
 // phase older than this, no more lines come.
@@ -19,11 +20,7 @@ std::optional<double> percentile(std::vector<float> values, double part) {
   if (values.empty()) {
     return std::nullopt;
   }
-  const auto place =
-      values.begin() +
-      static_cast<std::ptrdiff_t>(std::floor(part * static_cast<double>(values.size() - 1)));
-  std::nth_element(values.begin(), place, values.end());
-  return static_cast<double>(*place);
+  return static_cast<double>(share_below(std::move(values), part));
 }
 
 }  // namespace
@@ -91,7 +88,7 @@ void DeliveryReader::add_edge(const RecordLine& line) {
   }
   ++sums_.edges;
   lateness_us_.push_back(
-      static_cast<float>(static_cast<double>(switched - planned) / kMicrosecond));
+      static_cast<float>(static_cast<double>(switched - planned) / kMicrosecond_ns));
   engine_.last_edge_ns = planned;
   engine_.on = on;
   if (on) {
@@ -170,7 +167,7 @@ void DeliveryReader::add_work(const RecordLine& line) {
 void DeliveryReader::add_skew(const OnPhase& phase, std::vector<float>& skews_us) {
   if (phase.entered > 1) {
     skews_us.push_back(
-        static_cast<float>(static_cast<double>(phase.last_ns - phase.first_ns) / kMicrosecond));
+        static_cast<float>(static_cast<double>(phase.last_ns - phase.first_ns) / kMicrosecond_ns));
   }
 }
 

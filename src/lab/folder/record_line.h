@@ -8,8 +8,6 @@
 
 namespace lab {
 
-inline constexpr double kSecond_ns = 1e9;  ///< in the unit of a record's instants
-
 /// A line of the engine's record: a keyword and its fields. Views into the line.
 class RecordLine {
  public:

@@ -5,6 +5,8 @@
 #include <charconv>
 #include <limits>
 
+#include "lab/data/instants.h"
+
 namespace lab {
 
 namespace {

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <random>
 
 #include "lab/analysis/aliases.h"
+#include "lab/analysis/bode_points.h"
 #include "lab/analysis/spoken_number.h"
 #include "lab/plan/plan_error.h"
 
@@ -12,20 +14,28 @@ namespace lab {
 
 namespace {
 
-constexpr double kTwoPi = 6.283185307179586;
-
 // A swing has as many samples, and is made of as many pulses, as this at least.
 constexpr double kSamplesAPeriod = 10;
 constexpr double kPulsesAPeriod = 50;
 constexpr Rates kLeastRates{.carrier_hz = 50, .rate_hz = 10};
 
-// What the analysis waits for is half a period, and what is fast in a machine.
-constexpr double kFast_s = 3;
-
 // So far a frequency may be moved for the sake of a common period: little on a logarithmic scale,
 // less if somebody named it.
 constexpr double kNearEnough = 0.08;
 constexpr double kNearNamed = 0.02;
+
+// The frequencies from `from_hz` to `to_hz` at even distances of their logarithms.
+std::vector<double> logarithmic(double from_hz, double to_hz, int points) {
+  std::vector<double> frequencies_hz;
+  for (int at = 0; at < points; ++at) {
+    const double part = points > 1 ? static_cast<double>(at) / (points - 1) : 0;
+    // Four digits: what is printed is what is played.
+    const double exact = from_hz * std::pow(to_hz / from_hz, part);
+    const double times = std::pow(10, 3 - std::floor(std::log10(exact)));
+    frequencies_hz.push_back(std::round(exact * times) / times);
+  }
+  return frequencies_hz;
+}
 
 std::vector<double> wished_frequencies(const BodeWishes& wishes) {
   std::vector<double> frequencies_hz = wishes.frequencies_hz;
@@ -47,7 +57,7 @@ double stretch_s(double period_s, const BodeWishes& wishes) {
   const double periods =
       std::max<double>(wishes.periods, std::ceil(wishes.least_s / period_s - 1e-9));
   // A hundredth of a period more, so that the last one is whole although phases end a little early.
-  return std::max(period_s / 2, kFast_s) + (periods + 0.01) * period_s + 0.2;
+  return std::max(period_s / 2, kFastParts_s) + (periods + 0.01) * period_s + 0.2;
 }
 
 Phase phase_of(const std::string& name, double duration_s) {
@@ -73,26 +83,44 @@ double peak_of(const std::vector<Sine>& sines) {
     const double time_s = look / (12 * most_hz);
     double sum = 0;
     for (const Sine& sine : sines) {
-      sum += std::cos(kTwoPi * sine.frequency_hz * time_s + sine.degrees / 360 * kTwoPi);
+      sum += std::cos(2 * std::numbers::pi * (sine.frequency_hz * time_s + sine.degrees / 360));
     }
     peak = std::max(peak, std::abs(sum));
   }
   return 1.04 * peak;
 }
 
-}  // namespace
-
-std::vector<double> logarithmic(double from_hz, double to_hz, int points) {
-  std::vector<double> frequencies_hz;
-  for (int at = 0; at < points; ++at) {
-    const double part = points > 1 ? static_cast<double>(at) / (points - 1) : 0;
-    // Four digits: what is printed is what is played.
-    const double exact = from_hz * std::pow(to_hz / from_hz, part);
-    const double times = std::pow(10, 3 - std::floor(std::log10(exact)));
-    frequencies_hz.push_back(std::round(exact * times) / times);
+// Sinusoids of one amplitude, of phases at which their sum goes no farther than `depth` / 2 to
+// either side. The same every time.
+std::vector<Sine> flat_sum(const std::vector<double>& frequencies_hz, double depth) {
+  // A few hundred throws of all phases: the lowest peak is within some percent of the best there
+  // is.
+  constexpr int kThrows = 300;
+  std::mt19937_64 random(1);
+  std::vector<Sine> best;
+  double best_peak = 0;
+  for (int at = 0; at < kThrows; ++at) {
+    std::vector<Sine> sines;
+    sines.reserve(frequencies_hz.size());
+    for (const double frequency_hz : frequencies_hz) {
+      // Whole degrees; the standard's distributions differ from library to library.
+      sines.push_back({.frequency_hz = frequency_hz,
+                       .amplitude = 0,
+                       .degrees = static_cast<double>(random() % 360)});
+    }
+    const double peak = peak_of(sines);
+    if (best.empty() || peak < best_peak) {
+      best = sines;
+      best_peak = peak;
+    }
   }
-  return frequencies_hz;
+  for (Sine& sine : best) {
+    sine.amplitude = std::floor(depth / 2 / best_peak * 1e4) / 1e4;
+  }
+  return best;
 }
+
+}  // namespace
 
 Harmonic harmonic(const std::vector<double>& frequencies_hz, double near) {
   constexpr int kMostParts = 8;
@@ -119,34 +147,6 @@ Harmonic harmonic(const std::vector<double>& frequencies_hz, double near) {
   }
   if (best.frequencies_hz.empty()) {
     throw PlanError("--fast needs frequencies that are farther apart: leave out some, or --fast");
-  }
-  return best;
-}
-
-std::vector<Sine> flat_sum(const std::vector<double>& frequencies_hz, double depth) {
-  // A few hundred throws of all phases: the lowest peak is within some percent of the best there
-  // is.
-  constexpr int kThrows = 300;
-  std::mt19937_64 random(1);
-  std::vector<Sine> best;
-  double best_peak = 0;
-  for (int at = 0; at < kThrows; ++at) {
-    std::vector<Sine> sines;
-    sines.reserve(frequencies_hz.size());
-    for (const double frequency_hz : frequencies_hz) {
-      // Whole degrees; the standard's distributions differ from library to library.
-      sines.push_back({.frequency_hz = frequency_hz,
-                       .amplitude = 0,
-                       .degrees = static_cast<double>(random() % 360)});
-    }
-    const double peak = peak_of(sines);
-    if (best.empty() || peak < best_peak) {
-      best = sines;
-      best_peak = peak;
-    }
-  }
-  for (Sine& sine : best) {
-    sine.amplitude = std::floor(depth / 2 / best_peak * 1e4) / 1e4;
   }
   return best;
 }

@@ -30,9 +30,6 @@ struct BodeWishes {
 /// PlanError for wishes that contradict each other.
 Plan bode_plan(const BodeWishes& wishes);
 
-/// The frequencies from `from_hz` to `to_hz` at even distances of their logarithms.
-std::vector<double> logarithmic(double from_hz, double to_hz, int points);
-
 /// Frequencies that have a common period.
 struct Harmonic {
   double base_hz = 0;
@@ -43,9 +40,5 @@ struct Harmonic {
 /// eighth: the first of these that moves none by more than the part `near`, or the one that moves
 /// them least. Throws PlanError if two of them come to lie on one place. Requires: ascending.
 Harmonic harmonic(const std::vector<double>& frequencies_hz, double near);
-
-/// Sinusoids of one amplitude, of phases at which their sum goes no farther than `depth` / 2 to
-/// either side. The same every time.
-std::vector<Sine> flat_sum(const std::vector<double>& frequencies_hz, double depth);
 
 }  // namespace lab

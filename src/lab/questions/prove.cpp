@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
+#include "lab/data/instants.h"
+
 // The floor is what waking up takes when there is no load to be in the way. The threads of the load
 // measure it themselves, with the clock and the priority that they have for the square wave: they
 // wake for bursts of 0.5 ms, and between two of them the machine has nothing to do. What they do
@@ -14,7 +16,6 @@ namespace {
 
 constexpr const char* kFloor = "floor";
 constexpr const char* kSquare = "square";
-constexpr double kSecond = 1e9;  // ns
 
 /// What happens at a change of the load, and before its end is known, is left out.
 constexpr std::int64_t kBegin_ns = 500'000'000;
@@ -46,7 +47,7 @@ std::optional<Stretch> inner(const std::optional<Stretch>& stretch) {
 }
 
 double seconds(const Stretch& stretch) {
-  return static_cast<double>(stretch.to_ns - stretch.from_ns) / kSecond;
+  return static_cast<double>(stretch.to_ns - stretch.from_ns) / kSecond_ns;
 }
 
 /// Changes of a constant duty to another one.
@@ -64,7 +65,7 @@ std::vector<LoadStep> steps_of(const Run& run) {
     const bool constant =
         before.shape == Drive::Shape::constant && after.shape == Drive::Shape::constant;
     if (constant && old_part && new_part && before.duty != after.duty) {
-      steps.push_back({.time_s = static_cast<double>(new_part->from_ns - zero_ns) / kSecond,
+      steps.push_back({.time_s = static_cast<double>(new_part->from_ns - zero_ns) / kSecond_ns,
                        .before_s = seconds(*old_part),
                        .after_s = seconds(*new_part)});
     }

@@ -7,7 +7,6 @@
 namespace lab {
 namespace {
 
-constexpr double kInfinite = std::numeric_limits<double>::infinity();
 constexpr double kNotANumber = std::numeric_limits<double>::quiet_NaN();
 
 EstimateText said(double value, double low, double high) {

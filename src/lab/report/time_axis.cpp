@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "lab/data/values.h"
+
 namespace lab {
 
 namespace {
@@ -57,10 +59,7 @@ std::vector<std::size_t> gaps(const std::vector<double>& time_s) {
   for (std::size_t row = 0; row + 1 < time_s.size(); ++row) {
     steps.push_back(time_s[row + 1] - time_s[row]);
   }
-  std::vector<double> sorted = steps;
-  const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
-  std::nth_element(sorted.begin(), middle, sorted.end());
-  const double longest = std::max(kGapInSteps * *middle, kShortestGap_s);
+  const double longest = std::max(kGapInSteps * share_below(steps, 0.5), kShortestGap_s);
   std::vector<std::size_t> found;
   for (std::size_t row = 0; row < steps.size(); ++row) {
     if (steps[row] > longest) {
