@@ -42,18 +42,25 @@ function(vorn_unit_test name)
   set_tests_properties(${name} PROPERTIES LABELS unit TIMEOUT 600)
 endfunction()
 
-# vorn_process_test(name label [ONE_PROCESSOR pattern ...]): each test of a program of tests that
-# start programs, as a test of its own. They load every processor, so each runs alone; those of the
-# suites that the patterns name load one, and as many run at once as there are processors.
+# vorn_process_test(name label [ONE_PROCESSOR pattern ...] [WAITING pattern ...]): each test of a
+# program of tests that start programs, as a test of its own. They load every processor, so each runs
+# alone, but for those of the suites that the patterns name: tests that load one processor, and tests
+# that wait most of their time. `ctest -j` is told twice the number of processors
+# (scripts/stages.sh): a test that loads one takes two of these places, and one that waits takes one.
 function(vorn_process_test name label)
-  cmake_parse_arguments(PARSE_ARGV 2 test "" "" "ONE_PROCESSOR")
+  cmake_parse_arguments(PARSE_ARGV 2 test "" "" "ONE_PROCESSOR;WAITING")
   set(discovery DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES XML_OUTPUT_DIR ${VORN_TEST_RESULTS})
   set(properties LABELS ${label} TIMEOUT 600)
   list(JOIN test_ONE_PROCESSOR ":" one)
+  list(JOIN test_WAITING ":" waiting)
   if(one)
     gtest_discover_tests(${name} ${discovery} TEST_FILTER ${one} TEST_LIST ${name}_one
-                         PROPERTIES ${properties} ENVIRONMENT VORN_TEST_LOADS=one)
+                         PROPERTIES ${properties} PROCESSORS 2 ENVIRONMENT VORN_TEST_LOADS=one)
   endif()
-  gtest_discover_tests(${name} ${discovery} TEST_FILTER -${one} TEST_LIST ${name}_all
+  if(waiting)
+    gtest_discover_tests(${name} ${discovery} TEST_FILTER ${waiting} TEST_LIST ${name}_waiting
+                         PROPERTIES ${properties} PROCESSORS 1 ENVIRONMENT VORN_TEST_LOADS=one)
+  endif()
+  gtest_discover_tests(${name} ${discovery} TEST_FILTER -${one}:${waiting} TEST_LIST ${name}_all
                        PROPERTIES ${properties} RUN_SERIAL TRUE)
 endfunction()

@@ -46,7 +46,7 @@ install_all() {
 sanitized() {
   local preset=$1 name=$2
   test_stage "$name: unit tests" "$preset" -L unit -j "$(nproc)"
-  test_stage "$name: whole programs" "$preset" -L program -E "$SLOW" -j "$(nproc)"
+  test_stage "$name: whole programs" "$preset" -L program -E "$SLOW" -j "$places"
   VORN_SOAK_RUNS=$SANITIZED_RUNS \
     test_stage "$name: their end at any moment" "$preset" -L soak -E "$SLOW"
 }
@@ -54,7 +54,7 @@ sanitized() {
 stage 'format' check_format
 stage 'g++: building' build dev
 test_stage 'g++: unit tests' dev -L unit -j "$(nproc)"
-test_stage 'g++: whole programs' dev -L program -j "$(nproc)"
+test_stage 'g++: whole programs' dev -L program -j "$places"
 VORN_SOAK_RUNS=36 test_stage 'g++: their end at any moment' dev -L soak
 
 stage 'clang: every header by itself' build tsan -- all_verify_interface_header_sets

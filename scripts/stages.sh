@@ -6,6 +6,9 @@
 log=$PWD/build/check.$$.log
 trap 'rm -f "$log"' EXIT
 
+# How many places the tests of programs share (cmake/targets.cmake).
+places=$((2 * $(nproc)))
+
 # What the tests of all stages came to.
 passed=0
 failed=0
