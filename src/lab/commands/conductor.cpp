@@ -26,12 +26,11 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kLook{100};
 constexpr double kShow_s = 0.25;
-constexpr double kNanosecond = 1e-9;  // s
 
 double now_s() {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * kNanosecond;
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / kSecond_ns;
 }
 
 }  // namespace
