@@ -78,7 +78,7 @@ std::vector<Chart> bode_charts(const BodeInput& input, const BodeResult& result,
                   .series = {},
                   .note =
                       "How far a key swings for each watt that swings. A shoulder is a stage; "
-                      "the band is the interval of the points."};
+                      "the bars are the intervals of the points."};
   Chart phase{.title = "Phase",
               .x_label = "frequency, Hz",
               .y_label = "phase, degrees",

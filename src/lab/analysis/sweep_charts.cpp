@@ -11,19 +11,36 @@ namespace {
 
 constexpr int kSteps = 100;  // of a law's curve
 
-/// Where a point stands in a chart: its number, or its place among the points.
-double place(const SweepInput& input, std::size_t point) {
-  return input.points[point].number.value_or(static_cast<double>(point));
-}
-
-std::string names_note(const SweepInput& input) {
-  std::string note;
-  for (std::size_t at = 0; at < input.points.size(); ++at) {
-    if (!input.points[at].number && !input.points[at].idle) {
-      note += (note.empty() ? "" : ", ") + std::to_string(at) + ": " + input.points[at].name;
+/// Of loads the names, in the order of the points; what else is swept has numbers.
+std::vector<std::string> names_of_points(const SweepInput& input) {
+  std::vector<std::string> names;
+  for (const SweptPoint& point : input.points) {
+    if (input.over == SweptSetting::load && !point.idle) {
+      names.push_back(point.name);
     }
   }
-  return note.empty() ? note : note + ".";
+  return names;
+}
+
+/// Where a point stands in a chart: its number, or its place among the names. The maximum is where
+/// the fastest fan turns.
+double place(const SweepInput& input, const std::vector<PointResult>& points, std::size_t point) {
+  if (input.points[point].number) {
+    return *input.points[point].number;
+  }
+  if (input.over == SweptSetting::load) {
+    return static_cast<double>(std::count_if(
+        input.points.begin(), input.points.begin() + static_cast<std::ptrdiff_t>(point),
+        [](const SweptPoint& one) { return !one.idle; }));
+  }
+  const std::vector<const Column*> keys = swept_keys(input.samples);
+  double fastest = 0;
+  for (std::size_t key = 0; key < keys.size(); ++key) {
+    if (keys[key]->unit == "RPM" && std::isfinite(points[point].keys[key].value.value)) {
+      fastest = std::max(fastest, points[point].keys[key].value.value);
+    }
+  }
+  return fastest;
 }
 
 Series empty(const std::string& name, Series::Style style) {
@@ -42,8 +59,9 @@ Chart settled_chart(const SweepInput& input, const std::vector<PointResult>& poi
   Chart chart{.title = title,
               .x_label = setting_heading(input.over),
               .y_label = label,
+              .x_names = names_of_points(input),
               .series = {},
-              .note = names_note(input)};
+              .note = {}};
   const std::vector<const Column*> keys = swept_keys(input.samples);
   for (std::size_t key = 0; key < keys.size(); ++key) {
     if (keys[key]->unit != unit) {
@@ -52,7 +70,7 @@ Chart settled_chart(const SweepInput& input, const std::vector<PointResult>& poi
     Series series = empty(keys[key]->name, Series::Style::points);
     for (std::size_t at = 0; at < points.size(); ++at) {
       if (!input.points[at].idle && points[at].keys[key].settled) {
-        add(series, place(input, at), points[at].keys[key].value);
+        add(series, place(input, points, at), points[at].keys[key].value);
       }
     }
     if (!series.x.empty()) {
@@ -99,12 +117,13 @@ Chart efficiency_chart(const SweepInput& input, const std::vector<PointResult>& 
   Chart chart{.title = "Work for each joule",
               .x_label = setting_heading(input.over),
               .y_label = "operations for each joule",
+              .x_names = names_of_points(input),
               .series = {},
-              .note = names_note(input)};
+              .note = {}};
   Series series = empty("all loads", Series::Style::points);
   for (std::size_t at = 0; at < points.size(); ++at) {
     if (!input.points[at].idle && points[at].operations_per_joule) {
-      add(series, place(input, at), *points[at].operations_per_joule);
+      add(series, place(input, points, at), *points[at].operations_per_joule);
     }
   }
   if (!series.x.empty()) {

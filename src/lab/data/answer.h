@@ -25,7 +25,7 @@ struct Series {
   Style style = Style::line;
   std::vector<double> x;
   std::vector<double> y;    ///< NaN: a gap
-  std::vector<double> low;  ///< a band around y, or empty
+  std::vector<double> low;  ///< a band around y, of points a bar; or empty
   std::vector<double> high;
 };
 
@@ -37,6 +37,8 @@ struct Chart {
   std::string y_label;
   Scale x_scale = Scale::linear;
   Scale y_scale = Scale::linear;
+  /// What stands at x = 0, 1, ... instead of numbers. Written so that charts need not name it.
+  std::vector<std::string> x_names = {};  // NOLINT(readability-redundant-member-init)
   bool over_time = false;  ///< x is the run's time in s: zoomed together with the samples
   std::vector<Series> series;
   std::string note;  ///< what to look at, in a sentence; may be empty

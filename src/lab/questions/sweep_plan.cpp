@@ -124,10 +124,12 @@ bool same(const SweptPoint& one, const SweptPoint& other) {
   return one.name == other.name && one.idle == other.idle;
 }
 
-/// Numbers go up, and what has none comes behind them, as it stands.
+/// Numbers go up, and what has none comes behind them, by its name.
 bool before(const SweptPoint& one, const SweptPoint& other) {
   constexpr double kLast = 1e9;
-  return one.number.value_or(kLast) < other.number.value_or(kLast);
+  const double first = one.number.value_or(kLast);
+  const double second = other.number.value_or(kLast);
+  return first != second ? first < second : one.name < other.name;
 }
 
 void add_visits(const Run& run, SweptSetting over, SweepInput& input) {

@@ -86,8 +86,13 @@ std::string chart_data(const std::vector<Figure>& figures) {
       phases.push_back(
           {{"begin", phase.begin}, {"end", phase.end}, {"name", clean_text(phase.name)}});
     }
+    ordered_json names = ordered_json::array();
+    for (const std::string& name : figure.chart.x_names) {
+      names.push_back(clean_text(name));
+    }
     all.push_back({{"timed", figure.over_time},
                    {"xLog", figure.chart.x_scale == Chart::Scale::logarithmic},
+                   {"xNames", std::move(names)},
                    {"yLog", figure.chart.y_scale == Chart::Scale::logarithmic},
                    {"unit", clean_text(figure.unit)},
                    {"phases", std::move(phases)},

@@ -85,14 +85,19 @@ std::string dash_type(const std::vector<int>& dashes) {
 std::string curve(const Series& series, Ink ink, const std::string& data) {
   const InkStyle style = ink_style(ink);
   const std::string colour = " lc rgb '" + style.colour + "'";
+  const bool points = series.style == Series::Style::points;
   const std::string band =
-      has_band(series) ? data +
-                             " using 1:3:4 with filledcurves fillstyle transparent solid 0.18 "
-                             "noborder" +
-                             colour + " notitle, "
-                       : "";
-  if (series.style == Series::Style::points) {
-    return band + data + " using 1:2 with points pt 7 ps 0.4" + colour + " title " +
+      has_band(series) && !points
+          ? data +
+                " using 1:3:4 with filledcurves fillstyle transparent solid 0.18 "
+                "noborder" +
+                colour + " notitle, "
+          : "";
+  if (points) {
+    const std::string bars =
+        has_band(series) ? data + " using 1:2:3:4 with yerrorbars pt 0" + colour + " notitle, "
+                         : "";
+    return bars + data + " using 1:2 with points pt 7 ps 0.4" + colour + " title " +
            plot_quoted(series.name);
   }
   return band + data + " using 1:2 with " +
@@ -128,6 +133,15 @@ std::string phases(const Figure& figure) {
   return all;
 }
 
+/// What stands at 0, 1, ... of an axis of names.
+std::string name_tics(const std::vector<std::string>& names) {
+  std::string all;
+  for (std::size_t at = 0; at < names.size(); ++at) {
+    all.append(at == 0 ? "" : ", ").append(plot_quoted(names[at])).append(" " + std::to_string(at));
+  }
+  return names.empty() ? "" : "set xtics (" + all + ")\n";
+}
+
 std::string one(const Figure& figure, std::size_t index) {
   const Chart& chart = figure.chart;
   std::string script =
@@ -139,6 +153,7 @@ std::string one(const Figure& figure, std::size_t index) {
   script += "set key outside above left horizontal Left reverse samplen 2 title " +
             plot_quoted(chart.title) + " left\nset xlabel " + plot_quoted(chart.x_label) +
             "\nset ylabel " + plot_quoted(chart.y_label) + "\n";
+  script += name_tics(chart.x_names);
   if (chart.x_scale == Chart::Scale::logarithmic) {
     script += "set logscale x\n";
   }

@@ -133,6 +133,35 @@
     return one === other || (one && other && one[0] === other[0] && one[1] === other[1]);
   }
 
+  // What stands at 0, 1, ... of an axis of names.
+  function namedTicks(figure) {
+    return function () {
+      return figure.xNames.map(function (name, at) { return { v: at, label: name }; });
+    };
+  }
+
+  // A point, and from its low bound to its high one a bar. Between two points nothing is known.
+  function pointWithBar(at) {
+    return function (graph, name, canvas, x, y, ink, size, row) {
+      var value = graph.getValue(row, at + 1);
+      if (Array.isArray(value) && value[0] !== value[2]) {
+        var low = graph.toDomYCoord(value[0]);
+        var high = graph.toDomYCoord(value[2]);
+        canvas.beginPath();
+        canvas.strokeStyle = ink;
+        canvas.lineWidth = 1.3;
+        canvas.moveTo(x, low);
+        canvas.lineTo(x, high);
+        [low, high].forEach(function (end) {
+          canvas.moveTo(x - 4, end);
+          canvas.lineTo(x + 4, end);
+        });
+        canvas.stroke();
+      }
+      Dygraph.Circles.DEFAULT(graph, name, canvas, x, y, ink, size);
+    };
+  }
+
   function options(chart) {
     var figure = chart.figure;
     var all = {
@@ -148,10 +177,11 @@
       axisLabelFontSize: 12,
       highlightCircleSize: 3,
       labelsKMB: false,
-      xRangePad: hasFewPoints(figure) && !figure.xLog ? 8 : 0,
+      xRangePad: figure.xNames.length > 0 ? 40 : hasFewPoints(figure) && !figure.xLog ? 8 : 0,
       yRangePad: figure.phases.length > 0 ? 26 : 8,
       axes: {
-        x: { logscale: figure.xLog, axisLabelFormatter: tick, valueFormatter: short, drawGrid: true },
+        x: Object.assign({ logscale: figure.xLog, axisLabelFormatter: tick, valueFormatter: short,
+          drawGrid: true }, figure.xNames.length > 0 ? { ticker: namedTicks(figure) } : {}),
         y: { axisLabelFormatter: tick, valueFormatter: short, axisLabelWidth: 54 }
       },
       underlayCallback: drawPhases(figure),
@@ -186,7 +216,9 @@
       var points = series.style === "points";
       all.series["s" + at] = {
         strokeWidth: points ? 0 : 1.6,
+        fillAlpha: points ? 0 : 0.18,
         drawPoints: points,
+        drawPointCallback: pointWithBar(at),
         pointSize: points ? (isCloud(series) ? 2 : 4) : 1,
         stepPlot: series.style === "steps",
         strokePattern: points ? null : dashes(looks(chart)[at])

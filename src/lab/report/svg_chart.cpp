@@ -47,11 +47,22 @@ std::vector<double> all_y(const Chart& chart) {
   return values;
 }
 
+std::vector<Axis::Tick> named_ticks(const std::vector<std::string>& names) {
+  std::vector<Axis::Tick> ticks;
+  for (const std::string& name : names) {
+    ticks.push_back({.value = static_cast<double>(ticks.size()), .text = html_text(name)});
+  }
+  return ticks;
+}
+
 class Drawing {
  public:
   explicit Drawing(const Figure& figure)
-      : x_(figure.chart.x_scale, Axis::Margin::none, all_x(figure.chart)),
-        y_(figure.chart.y_scale, Axis::Margin::some, all_y(figure.chart)) {}
+      : x_(figure.chart.x_scale,
+           figure.chart.x_names.empty() ? Axis::Margin::none : Axis::Margin::some,
+           all_x(figure.chart)),
+        y_(figure.chart.y_scale, Axis::Margin::some, all_y(figure.chart)),
+        x_ticks_(figure.chart.x_names.empty() ? x_.ticks(10) : named_ticks(figure.chart.x_names)) {}
 
   double x(double value) const { return kLeft + x_.place(value) * (kWidth - kLeft - kRight); }
   double y(double value) const {
@@ -67,7 +78,7 @@ class Drawing {
       svg += "<text x=\"" + pixels(kLeft - 6) + "\" y=\"" + at +
              "\" dy=\".35em\" text-anchor=\"end\">" + tick.text + "</text>";
     }
-    for (const Axis::Tick& tick : x_.ticks(10)) {
+    for (const Axis::Tick& tick : x_ticks_) {
       const std::string at = pixels(x(tick.value));
       svg += "<path class=\"grid\" d=\"M" + at + " " + pixels(kTop) + "V" +
              pixels(kHeight - kBottom) + "\"/>";
@@ -116,6 +127,24 @@ class Drawing {
     return path;
   }
 
+  /// From the low bound of each point to its high one.
+  std::string bars(const Series& series) const {
+    constexpr double kEnd = 4;  // of a bar, to each side
+    std::string path;
+    for (std::size_t i = 0; i < series.x.size(); ++i) {
+      const double at = x(series.x[i]);
+      const double low = y(series.low[i]);
+      const double high = y(series.high[i]);
+      if (std::isfinite(at) && std::isfinite(low) && std::isfinite(high) && low != high) {
+        path += "M" + pixels(at) + " " + pixels(low) + "V" + pixels(high);
+        for (const double end : {low, high}) {
+          path += "M" + pixels(at - kEnd) + " " + pixels(end) + "h" + pixels(2 * kEnd);
+        }
+      }
+    }
+    return path;
+  }
+
   /// There along the low bounds and back along the high ones; a gap ends a piece.
   std::string band(const Series& series) const {
     std::string path;
@@ -138,6 +167,7 @@ class Drawing {
  private:
   Axis x_;
   Axis y_;
+  std::vector<Axis::Tick> x_ticks_;
 };
 
 std::string class_of(const Series& series, Ink ink) {
@@ -156,7 +186,9 @@ std::string svg_chart(const Figure& figure) {
     const Series series = thinned(figure.chart.series[i], kMostDrawn);
     const std::string ink = class_of(series, figure.inks[i]);
     if (series.low.size() == series.x.size() && series.high.size() == series.x.size()) {
-      svg += "<path class=\"band " + ink + "\" d=\"" + drawing.band(series) + "\"/>";
+      const bool bars = series.style == Series::Style::points;
+      svg += std::string("<path class=\"") + (bars ? "bars " : "band ") + ink + "\" d=\"" +
+             (bars ? drawing.bars(series) : drawing.band(series)) + "\"/>";
     }
     svg += "<path class=\"curve " + ink + "\" d=\"" +
            drawing.line(series.x, series.y, series.style) + "\"/>";
