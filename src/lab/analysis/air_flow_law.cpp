@@ -170,11 +170,13 @@ AirFlowLaw air_flow_law(const std::vector<CooledPoint>& points) {
     }
   }
   const Errors errors = errors_of(fit, points.size());
-  law.known = fit.parameters.allFinite() && errors.half.allFinite();
   law.air = plain(fit, errors, kAir, "degC");
   law.still_conductance = of_logarithm(fit, errors, kStill, "W/K");
   law.forced_conductance = of_logarithm(fit, errors, kForced, "W/K");
   law.exponent = of_logarithm(fit, errors, kExponent, "");
+  constexpr double kMostExponent = 3;  // air does not: it is the errors that allow it
+  law.known =
+      fit.parameters.allFinite() && errors.half.allFinite() && law.exponent.high < kMostExponent;
   law.series_resistance =
       law.series ? plain(fit, errors, kSeries, "K/W") : Estimate{0, 0, 0, "K/W"};
   return law;

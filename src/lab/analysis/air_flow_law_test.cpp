@@ -65,6 +65,12 @@ TEST(AirFlowLaw, IsNotKnownFromThreeSpeeds) {
   EXPECT_FALSE(air_flow_law(points).known);
 }
 
+TEST(AirFlowLaw, IsNotKnownFromErrorsThatAllowAnyExponent) {
+  std::vector<CooledPoint> points = cooled(0, 2);
+  points.resize(5);
+  EXPECT_FALSE(air_flow_law(points).known);
+}
+
 TEST(AirFlowLaw, IsNotKnownFromOnePower) {
   std::vector<CooledPoint> points = cooled(0, 0);
   points.erase(points.begin());

@@ -41,9 +41,16 @@ Parts approach_parts(std::span<const double> time_s, std::span<const double> val
 }
 
 struct ApproachFit {
-  double squares;  // of what it leaves
-  double height;   // b
+  double squares = 0;  // of what it leaves
+  double height = 0;   // b
+  double taken = 0;    // by how much b lessens the squares
 };
+
+double clearness_of(const ApproachFit& fitted) {
+  constexpr double kLeast = 1e-30;  // of a value without noise
+  const double variance = fitted.squares / (kApproachParts - 3);
+  return std::sqrt(std::max(0.0, fitted.taken) / std::max(variance, kLeast));
+}
 
 /// The best final value and height for one time constant.
 ApproachFit fit(const Parts& parts, double tau_s) {
@@ -69,12 +76,14 @@ ApproachFit fit(const Parts& parts, double tau_s) {
   const double variance = n * xx - x * x;
   const double covariance = n * xy - x * y;
   const double height = variance > 0 ? covariance / variance : 0;
-  return {.squares = yy - y * y / n - height * covariance / n, .height = height};
+  const double taken = height * covariance / n;
+  return {.squares = std::max(0.0, yy - y * y / n - taken), .height = height, .taken = taken};
 }
 
 }  // namespace
 
-Approach approach(std::span<const double> time_s, std::span<const double> values) {
+Approach approach(std::span<const double> time_s, std::span<const double> values,
+                  std::optional<double> known_tau_s) {
   constexpr double kShortest = 0.02;  // of the record
   constexpr double kLongest = 3;      // beyond that, a straight line fits as well
   constexpr double kStep = 1.08;
@@ -85,8 +94,17 @@ Approach approach(std::span<const double> time_s, std::span<const double> values
     return kNoEnd;
   }
   const Parts parts = approach_parts(time_s, values, length_s);
+  const auto to_come = [&](const ApproachFit& fitted, double with_tau_s) {
+    return std::abs(fitted.height) * std::exp(-length_s / with_tau_s);
+  };
+  if (known_tau_s) {
+    const ApproachFit fitted = fit(parts, *known_tau_s);
+    return {.to_come = to_come(fitted, *known_tau_s),
+            .tau_s = *known_tau_s,
+            .clearness = clearness_of(fitted)};
+  }
   double best_tau_s = 0;
-  ApproachFit best{.squares = std::numeric_limits<double>::infinity(), .height = 0};
+  ApproachFit best{.squares = std::numeric_limits<double>::infinity()};
   double tau_s = kShortest * length_s;
   while (tau_s < kLongest * length_s) {
     if (const ApproachFit tried = fit(parts, tau_s); tried.squares < best.squares) {
@@ -96,9 +114,12 @@ Approach approach(std::span<const double> time_s, std::span<const double> values
     tau_s *= kStep;
   }
   if (best_tau_s * kStep >= tau_s && best.height != 0) {
-    return kNoEnd;  // the longest one fits best
+    Approach endless = kNoEnd;  // the longest one fits best
+    endless.clearness = clearness_of(best);
+    return endless;
   }
-  return {.to_come = std::abs(best.height) * std::exp(-length_s / best_tau_s), .tau_s = best_tau_s};
+  return {
+      .to_come = to_come(best, best_tau_s), .tau_s = best_tau_s, .clearness = clearness_of(best)};
 }
 
 }  // namespace lab

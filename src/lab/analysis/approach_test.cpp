@@ -47,6 +47,28 @@ TEST(Approach, OfAStraightLineHasNoEnd) {
   EXPECT_TRUE(std::isinf(approach(record.time_s, record.values).to_come));
 }
 
+TEST(Approach, SaysHowClearTheWayIs) {
+  std::mt19937 random(1);
+  std::normal_distribution<double> noise(0, 2);
+  const auto rising = [](double t) { return 40 - 10 * std::exp(-t / 28); };
+  const Record clear = record_of(60, rising);
+  const Record noisy = record_of(60, [&](double) { return 30 + noise(random); });
+  const Record straight = record_of(60, [&](double t) { return t + 0.1 * noise(random); });
+  EXPECT_GT(approach(clear.time_s, clear.values).clearness, 100);
+  EXPECT_LT(approach(noisy.time_s, noisy.values).clearness, 5);
+  EXPECT_GT(approach(straight.time_s, straight.values).clearness, 100);
+}
+
+TEST(Approach, OfANoisyValueTakesTheTimeConstantOfAnother) {
+  std::mt19937 random(2);
+  std::normal_distribution<double> noise(0, 2);
+  const Record noisy =
+      record_of(85, [&](double t) { return 60 - 20 * std::exp(-t / 28) + noise(random); });
+  const Approach found = approach(noisy.time_s, noisy.values, 28);
+  EXPECT_EQ(found.tau_s, 28);
+  EXPECT_NEAR(found.to_come, 20 * std::exp(-85.0 / 28), 0.1);
+}
+
 TEST(Approach, OfAStillValueIsOver) {
   const Record record = record_of(60, [](double) { return 25.0; });
   EXPECT_EQ(approach(record.time_s, record.values).to_come, 0);

@@ -18,6 +18,11 @@ constexpr std::size_t kFewestParts = 8;
 constexpr double kShortest = 0.1;  // of the two thirds: faster ones are over
 constexpr double kLongest = 2;     // of them: beyond, a straight line fits as well
 
+// Parts of the way in the two thirds that are still to come.
+constexpr double kSmallerPart = 1.0 / 3;
+constexpr double kMostToCome = 0.5;
+constexpr double kNotExponential = 0.1;  // of what is to come: what one exponential may be off
+
 /// The means of parts of the record, which are what is fitted.
 std::vector<FitPoint> parts_of(std::span<const double> time_s, std::span<const double> values,
                                double length_s) {
@@ -58,10 +63,22 @@ double rounding(std::span<const double> time_s, std::span<const double> values, 
   return sensor.levels <= 1 || deviation < kMoving * sensor.step ? sensor.step / 2 : 0;
 }
 
+/// Of a value that hardly moved, by `change`, and whose end is not seen.
+void settle_where_it_is(double at, double change, SettledValue& result) {
+  constexpr double kToCome = 3;  // times the change
+  result.settled = true;
+  result.foretold = true;
+  result.to_come = kToCome * change;
+  result.value.value = at;
+  result.value.low = at - (change < 0 ? kToCome : 1) * std::abs(change);
+  result.value.high = at + (change > 0 ? kToCome : 1) * std::abs(change);
+}
+
 }  // namespace
 
 SettledValue settled_value(std::span<const double> time_s, std::span<const double> values,
-                           const std::string& unit, const std::optional<TimeConstants>& constants) {
+                           const std::string& unit, const std::optional<TimeConstants>& constants,
+                           double still_change) {
   SettledValue result;
   result.value = {.value = std::numeric_limits<double>::quiet_NaN(),
                   .low = -kInfinite,
@@ -85,6 +102,7 @@ SettledValue settled_value(std::span<const double> time_s, std::span<const doubl
   const double factor = two_sided_95(freedom);
   const double allowed = best.squares + factor * factor * variance;
   const ExponentialFit still = fit_exponential(parts, 0);
+  result.misfit = best.squares / count;
   result.clearness =
       std::sqrt(std::max(0.0, still.squares - best.squares) / std::max(variance, 1e-30));
   if (!constants && still.squares <= allowed) {
@@ -110,10 +128,19 @@ SettledValue settled_value(std::span<const double> time_s, std::span<const doubl
       }
     }
     const double decay = best.tau_s > 0 ? std::exp(-length_s / best.tau_s) : 0;
-    constexpr double kSmallerPart = 1.0 / 3;
-    const bool at_end = !constants && best.tau_s >= kLongest * length_s;
+    const bool endless = !constants && result.constants.most_s >= kLongest * length_s;
     result.to_come = -best.height * decay;
-    result.settled = decay <= kSmallerPart && !at_end;
+    result.foretold = decay > kSmallerPart;
+    result.settled = !result.foretold || (decay <= kMostToCome && !endless);
+    if (result.settled && result.foretold) {
+      const double more = kNotExponential * std::abs(result.to_come);
+      result.value.low -= more;
+      result.value.high += more;
+    }
+    const double change = best.height * (decay - 1);
+    if (!result.settled && std::abs(change) <= still_change) {
+      settle_where_it_is(best.last + best.height * decay, change, result);
+    }
     if (!result.settled) {
       (result.to_come > 0 ? result.value.high : result.value.low) =
           result.to_come > 0 ? kInfinite : -kInfinite;

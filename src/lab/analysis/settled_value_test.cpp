@@ -75,6 +75,34 @@ TEST(SettledValue, OfARecordShorterThanItsTimeConstantIsNotKnown) {
   EXPECT_FALSE(settled_value(record.time_s, record.values, "degC").settled);
 }
 
+// Three records end between 0.36 and 0.5 of the way in their last two thirds.
+TEST(SettledValue, OfWhatEndedEarlyIsForetoldWithAWiderInterval) {
+  for (const double length_s : {35.0, 40.0, 43.0}) {
+    const Shown record = approaching(length_s, 0.01);
+    const SettledValue value = settled_value(record.time_s, record.values, "degC");
+    EXPECT_TRUE(value.settled) << length_s;
+    EXPECT_TRUE(value.foretold) << length_s;
+    EXPECT_LE(value.value.low, 30);
+    EXPECT_GE(value.value.high, 30);
+    EXPECT_GT(value.value.high - value.value.low, 0.2 * 9 * std::exp(-length_s / 30)) << length_s;
+    EXPECT_LT(value.value.high - value.value.low, 4) << length_s;
+  }
+  EXPECT_FALSE(settled_value(approaching(75, 0).time_s, approaching(75, 0).values, "W").foretold);
+}
+
+TEST(SettledValue, OfWhatEndedEarlyInNoiseIsNotKnown) {
+  int bounded = 0;
+  int held = 0;
+  constexpr int kRecords = 200;
+  for (unsigned seed = 1; seed <= kRecords; ++seed) {
+    const Shown record = approaching(40, 0.3, seed);
+    const SettledValue value = settled_value(record.time_s, record.values, "degC");
+    bounded += value.settled ? 1 : 0;
+    held += value.settled && value.value.low <= 30 && value.value.high >= 30 ? 1 : 0;
+  }
+  EXPECT_GE(held, bounded * 92 / 100) << "of " << bounded;
+}
+
 TEST(SettledValue, OfANoisyKeyFollowsTheTimeConstantOfAClearOne) {
   const Shown clear = approaching(75, 0);
   const Shown noisy = approaching(75, 2, 7);

@@ -40,15 +40,43 @@ std::vector<double> scales(const SweepInput& input, const std::vector<PointResul
   return scale;
 }
 
-bool is_settled(const SweepInput& input, const PointResult& point) {
+/// How well the end of all temperatures and powers of a point is known.
+enum class PointEnd { unknown, foretold, seen };
+
+PointEnd end_of(const SweepInput& input, const PointResult& point) {
   const std::vector<const Column*> keys = swept_keys(input.samples);
+  PointEnd end = point.visits > 0 ? PointEnd::seen : PointEnd::unknown;
   for (std::size_t key = 0; key < keys.size(); ++key) {
-    const bool counts = keys[key]->unit == "degC" || keys[key]->unit == "W";
-    if (counts && !point.keys[key].settled) {
-      return false;
+    if (keys[key]->unit != "degC" && keys[key]->unit != "W") {
+      continue;
+    }
+    if (!point.keys[key].settled) {
+      return PointEnd::unknown;
+    }
+    if (point.keys[key].foretold > 0) {
+      end = PointEnd::foretold;
     }
   }
-  return point.visits > 0;
+  return end;
+}
+
+bool is_settled(const SweepInput& input, const PointResult& point) {
+  return end_of(input, point) == PointEnd::seen;
+}
+
+/// "PC0C 0.3 W, TC0D 1.2 K": how far each still had to go whose end is foretold.
+std::string foretold_ways(const SweepInput& input, const PointResult& point) {
+  const std::vector<const Column*> keys = swept_keys(input.samples);
+  std::string text;
+  for (std::size_t key = 0; key < keys.size(); ++key) {
+    const bool counts = keys[key]->unit == "degC" || keys[key]->unit == "W";
+    if (counts && point.keys[key].foretold > 0) {
+      text += (text.empty() ? "" : ", ") + keys[key]->name + " " +
+              spoken_number(point.keys[key].foretold, 2) + " " +
+              (keys[key]->unit == "W" ? "W" : "K");
+    }
+  }
+  return text;
 }
 
 /// The largest error of a point, as a part of what it is compared with.
@@ -124,9 +152,14 @@ void judge_points(const SweepInput& input, const std::vector<PointResult>& point
     const std::string name = input.points[at].name + (input.points[at].idle ? ", idle" : "");
     if (points[at].visits == 0) {
       warnings.push_back("The run ended before it came to the point " + name + ".");
-    } else if (!is_settled(input, points[at])) {
+    } else if (end_of(input, points[at]) == PointEnd::unknown) {
       warnings.push_back("At the point " + name +
                          " not everything came to rest: give it longer with --at-most.");
+    } else if (end_of(input, points[at]) == PointEnd::foretold) {
+      warnings.push_back("The point " + name + " ended while much was still to come (" +
+                         foretold_ways(input, points[at]) +
+                         "). Its values are where a fit sees the end, with wider errors: give it "
+                         "longer with --at-most.");
     } else if (input.error && largest_error(points[at], scale) > *input.error) {
       warnings.push_back("The error of the point " + name + " is " +
                          spoken_number(100 * largest_error(points[at], scale), 2) + " % after " +
@@ -159,7 +192,8 @@ void judge_laws(const SweepInput& input, const SweepLaws& laws,
       if (!cooling.law.known) {
         warnings.push_back(cooling.name +
                            ": no law over fan speed can be told: it takes four speeds or more and "
-                           "a stretch without load, all settled.");
+                           "a stretch without load, all settled, and errors that are small beside "
+                           "what the speed changes.");
       }
     }
   } else if (!laws.dynamic.known) {
@@ -187,7 +221,7 @@ Answer analyse_sweep(const SweepInput& input) {
       idle.push_back(figures_of(input, points[at], at, laws));
     } else {
       answer.figures["points"].push_back(figures_of(input, points[at], at, laws));
-      settled += is_settled(input, points[at]) ? 1U : 0U;
+      settled += end_of(input, points[at]) != PointEnd::unknown ? 1U : 0U;
     }
   }
   if (!idle.empty()) {

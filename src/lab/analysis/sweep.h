@@ -14,7 +14,8 @@ namespace lab {
 ///   points[]               in the order of their settings:
 ///     setting              number, or the name of a load
 ///     keys.KEY             Estimate: the settled value
-///     settled              false: the end of some temperature or power was not seen
+///     settled              false: the end of some temperature or power was not seen, or only
+///                          foretold by a fit
 ///     visits               how often the sweep was there
 ///     delivered            load, 0 to 1; null: not known
 ///     operations_per_joule Estimate; missing: the load does not count, or no power was measured

@@ -11,7 +11,10 @@ namespace lab {
 
 namespace {
 
-constexpr double kClear = 10;  // times its noise: a change that tells its time constant by itself
+constexpr double kClear = 10;   // times its noise: a change that tells its time constant by itself
+constexpr double kTelling = 4;  // a change that tells one at all
+constexpr double kSameWay = 2;  // times its own misfit: more, and another one is not its own
+constexpr double kStill_K = 0.1;  // nobody waits for less
 
 std::span<const double> part(const std::vector<double>& values, const SweepVisit& visit) {
   return std::span(values).subspan(visit.first_row, visit.end_row - visit.first_row);
@@ -31,21 +34,30 @@ std::vector<SettledValue> settled_values(const Table& samples,
   const SettledValue* clearest = nullptr;
   values.reserve(keys.size());
   for (const Column* key : keys) {
-    values.push_back(settled_value(time_s, part(key->values, visit), key->unit));
+    values.push_back(settled_value(time_s, part(key->values, visit), key->unit, std::nullopt,
+                                   key->unit == "degC" ? kStill_K : 0));
   }
   for (std::size_t at = 0; at < keys.size(); ++at) {
     const bool better = clearest == nullptr || values[at].clearness > clearest->clearness;
-    if (keys[at]->unit == "degC" && values[at].clearness > kClear && better) {
+    const bool tells =
+        values[at].settled && values[at].clearness > kTelling && values[at].constants.best_s > 0;
+    if (keys[at]->unit == "degC" && tells && better) {
       clearest = &values[at];
     }
   }
-  if (clearest == nullptr || !clearest->settled) {
+  if (clearest == nullptr) {
     return values;
   }
   const TimeConstants constants = clearest->constants;
   for (std::size_t at = 0; at < keys.size(); ++at) {
-    if (values[at].clearness < kClear) {
-      values[at] = settled_value(time_s, part(keys[at]->values, visit), keys[at]->unit, constants);
+    const bool unclear = values[at].clearness < kClear;
+    if (&values[at] == clearest || (!unclear && values[at].settled)) {
+      continue;
+    }
+    const SettledValue shared =
+        settled_value(time_s, part(keys[at]->values, visit), keys[at]->unit, constants);
+    if (unclear || shared.misfit <= kSameWay * values[at].misfit) {
+      values[at] = shared;
     }
   }
   return values;
@@ -210,6 +222,9 @@ std::vector<PointResult> measured_points(const SweepInput& input) {
         result.keys[at].value = values[at].value;
       }
       result.keys[at].settled = !found[visit.point][at].empty();
+      if (values[at].settled && values[at].foretold) {
+        result.keys[at].foretold = std::max(result.keys[at].foretold, std::abs(values[at].to_come));
+      }
       if (keys[at]->name == input.power && values[at].settled) {
         if (const auto each = efficiency(input, visit, {values[at].value, true})) {
           work[visit.point].push_back(*each);

@@ -55,6 +55,7 @@ struct SweepInput {
 struct KeyAtPoint {
   Estimate value;  ///< what it comes to there
   bool settled = false;
+  double foretold = 0;  ///< how far it still had to go where the value is a fit's word; or 0
 };
 
 /// What was measured at a point in all visits.
@@ -69,7 +70,8 @@ struct PointResult {
 std::vector<const Column*> swept_keys(const Table& samples);
 
 /// Each point, as long as input.points. A visit gives the settled value of each key; of keys that
-/// are too noisy to show a time constant, with that of the clearest temperature. Visits of one
+/// are too noisy to show a time constant or an end, with that of the clearest temperature: the last
+/// part of the way has one time constant for all that one heat sink cools. Visits of one
 /// point are put together by the weights of their errors, which grow by the factor by which the
 /// visits differ more than their errors say. Source: Birge 1932.
 std::vector<PointResult> measured_points(const SweepInput& input);

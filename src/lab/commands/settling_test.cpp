@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <random>
 
 namespace lab {
 namespace {
@@ -44,6 +45,30 @@ TEST(Settling, OfStillTemperaturesTakesTenSeconds) {
   still = after_a_step(11, 28);
   still.columns.erase(still.columns.begin() + 1);
   EXPECT_TRUE(all_settled(still, 0, 0.05));
+}
+
+/// The same with a die beside the sink whose load is held up now and again.
+Table with_a_noisy_die(double seconds, double slow_tau_s, unsigned seed) {
+  std::mt19937 random(seed);
+  std::normal_distribution<double> noise(0, 2);
+  Table table = after_a_step(seconds, slow_tau_s);
+  Column die = table.columns[1];
+  die.name = "TC0P";
+  for (double& value : table.columns[1].values) {
+    value += noise(random);
+  }
+  table.columns.push_back(die);
+  return table;
+}
+
+TEST(Settling, OfANoisyTemperatureGoesByTheTimeConstantOfAClearOne) {
+  int settled = 0;
+  constexpr unsigned kRuns = 20;
+  for (unsigned seed = 1; seed <= kRuns; ++seed) {
+    EXPECT_FALSE(all_settled(with_a_noisy_die(50, 28, seed), 0, 0.1)) << seed;
+    settled += all_settled(with_a_noisy_die(90, 28, seed), 0, 0.1) ? 1 : 0;
+  }
+  EXPECT_GE(settled, 16);
 }
 
 TEST(Settling, LooksAtTheRowsOfThePhaseAlone) {

@@ -263,5 +263,23 @@ TEST_F(PlayedSweep, SaysWhichPointDidNotSettle) {
               testing::Contains(testing::HasSubstr("not everything came to rest")));
 }
 
+// 55 s where the sink takes 38 s at 2000 RPM, and the load is held up now and again.
+TEST_F(PlayedSweep, OverFanSpeedCountsPointsThatEndedEarlyWithWiderErrors) {
+  asked({"rpm", "--duty", "0.5", "--in-order", "--at", "maximum,4000,3000,2000,1200", "--at-most",
+         "55s"});
+  std::mt19937_64 random(5);
+  disturb(run_, "TC0D", 1, 0, random);
+  disturb(run_, "PC0C", 3, 0, random);
+  const Answer answer = sweep_.analyse(run_);
+  EXPECT_THAT(answer.warnings,
+              testing::Contains(testing::HasSubstr("ended while much was still to come (")));
+  const Json& points = answer.figures["points"];
+  EXPECT_FALSE(points[0]["settled"]);
+  const Json& sink = answer.figures["cooling"]["TC0P"];
+  ASSERT_TRUE(sink.is_object()) << answer.figures.dump(1);
+  EXPECT_TRUE(holds(sink["exponent"], 0.8)) << sink["exponent"];
+  EXPECT_TRUE(holds(sink["still_conductance"], 1.5)) << sink["still_conductance"];
+}
+
 }  // namespace
 }  // namespace lab
