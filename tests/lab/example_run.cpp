@@ -166,7 +166,12 @@ Chart impedance_chart() {
 }  // namespace
 
 Run example_run() {
-  Run run{.plan = plan(), .info = info(), .samples = {}, .delivery = delivery(), .stimulus = {}};
+  Run run{.plan = plan(),
+          .info = info(),
+          .samples = {},
+          .delivery = delivery(),
+          .stimulus = {},
+          .scheduler = {}};
   run.samples.columns = columns();
   Noise noise;
   const auto samples = static_cast<std::size_t>(kEnd_s * kRate_hz);
@@ -217,7 +222,12 @@ Answer example_answer() {
 }
 
 Run long_run(std::size_t samples, std::size_t peak_row) {
-  Run run{.plan = plan(), .info = info(), .samples = {}, .delivery = delivery(), .stimulus = {}};
+  Run run{.plan = plan(),
+          .info = info(),
+          .samples = {},
+          .delivery = delivery(),
+          .stimulus = {},
+          .scheduler = {}};
   run.samples.columns = columns();
   run.delivery.samples = static_cast<std::int64_t>(samples);
   Noise noise;

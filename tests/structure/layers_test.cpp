@@ -51,11 +51,13 @@ const std::map<std::string, Modules> kLabMayInclude = {
     {"folder", {"data", "plan"}},
     {"analysis", {"data"}},
     {"engine_process", {"data", "plan", "folder"}},
+    {"kernel_trace", {"data"}},
     {"live", {"data"}},
     {"report", {"data", "plan", "folder", "analysis"}},
     {"questions", {"data", "plan", "folder", "analysis", "engine_process"}},
     {"commands",
-     {"data", "plan", "folder", "analysis", "engine_process", "live", "report", "questions"}},
+     {"data", "plan", "folder", "analysis", "engine_process", "kernel_trace", "live", "report",
+      "questions"}},
 };
 
 /// Among the machines: none knows of another, and what they share knows of none.

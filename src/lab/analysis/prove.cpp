@@ -34,6 +34,18 @@ nlohmann::ordered_json figures(const WaveformTruth& square) {
           {"skew", figures(square.skew)}};
 }
 
+nlohmann::ordered_json figures(const std::optional<KernelView>& kernel) {
+  if (!kernel) {
+    return nullptr;
+  }
+  return {{"on_edges", figures(kernel->wave.on)},
+          {"off_edges", figures(kernel->wave.off)},
+          {"skew", figures(kernel->wave.skew)},
+          {"duty_between_edges", kernel->wave.duty_between},
+          {"read_behind", figures(kernel->read_behind)},
+          {"lost", kernel->lost}};
+}
+
 nlohmann::ordered_json figures(const SensorReach& sensor) {
   const auto of_rise = [&](double RiseTime::*member) {
     return sensor.rise ? std::optional((*sensor.rise).*member) : std::nullopt;
@@ -86,6 +98,7 @@ Proof proof_of(const ProveInput& input) {
               .floor_on_s = input.floor_on_s,
               .floor = {},
               .square = {},
+              .kernel = {},
               .grid = behind_the_grid(input.stimulus, input.rate_hz),
               .sensors = sensors_of(input)};
   if (input.floor) {
@@ -93,6 +106,7 @@ Proof proof_of(const ProveInput& input) {
   }
   if (input.square) {
     proof.square = waveform_truth(input.stimulus, *input.square, input.carrier_hz);
+    proof.kernel = kernel_view(input.stimulus, input.scheduler, *input.square, input.carrier_hz);
   }
   const auto& threads = input.stimulus.threads;
   proof.fixed_priority =
@@ -133,6 +147,7 @@ Answer analyse_prove(const ProveInput& input) {
                       {"behind_grid", figures(proof.grid)},
                       {"left_out", proof.grid.missed()}}},
                     {"keys", keys}};
+  answer.figures["kernel_trace"] = figures(proof.kernel);
   answer.figures["waveform"]["frequency_asked"] = proof.carrier_hz;
   return answer;
 }

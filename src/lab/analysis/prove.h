@@ -4,10 +4,12 @@
 #include <string>
 #include <vector>
 
+#include "lab/analysis/kernel_view.h"
 #include "lab/analysis/rise_time.h"
 #include "lab/analysis/sensor_truth.h"
 #include "lab/analysis/waveform_truth.h"
 #include "lab/data/answer.h"
+#include "lab/data/scheduler_trace.h"
 #include "lab/data/stimulus.h"
 #include "lab/data/table.h"
 
@@ -17,6 +19,7 @@ namespace lab {
 /// steps of the load.
 struct ProveInput {
   Stimulus stimulus;
+  SchedulerTrace scheduler;
   Table samples;
   double carrier_hz = 0;
   double rate_hz = 0;             ///< of the samples, as asked
@@ -42,7 +45,8 @@ struct Proof {
   double floor_on_s = 0;
   WaveformTruth floor;
   WaveformTruth square;
-  Spread grid;  ///< each sample behind its grid
+  std::optional<KernelView> kernel;  ///< of the square wave; nothing: no trace was taken
+  Spread grid;                       ///< each sample behind its grid
   std::vector<SensorReach> sensors;
   bool fixed_priority = false;  ///< every thread of the load had one
   bool cut = false;             ///< the stimulus was longer than what is kept of it
@@ -52,7 +56,8 @@ struct Proof {
 ///
 /// `figures`: verdict (text); waveform: frequency (Estimate), duty_asked, duty (Estimate, by the
 /// kernel's account), duty_between_edges, and in us on_edges, off_edges and skew; floor: the same
-/// in us; sampling: rate, behind_grid, left_out; keys.KEY: step, update_interval, rise_time, delay,
+/// in us; kernel_trace (null: none was taken): the same of the square wave, read_behind (us) and
+/// lost; sampling: rate, behind_grid, left_out; keys.KEY: step, update_interval, rise_time, delay,
 /// highest_frequency. Times in us are objects of median, percentile_99, most, count, missed.
 Answer analyse_prove(const ProveInput& input);
 

@@ -47,6 +47,10 @@ std::vector<Chart> prove_charts(const Proof& proof) {
   add("on edges", proof.square.on);
   add("off edges", proof.square.off);
   add("skew", proof.square.skew);
+  if (proof.kernel) {
+    add("on edges, kernel's trace", proof.kernel->wave.on);
+    add("off edges, kernel's trace", proof.kernel->wave.off);
+  }
   Chart rises{.title = "Powers after a step of the load",
               .x_label = "time after the step, s",
               .y_label = "part of the way",

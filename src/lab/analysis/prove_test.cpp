@@ -78,6 +78,30 @@ TEST(Prove, HasTheEvidenceBesideIt) {
   }
 }
 
+TEST(Prove, LaysTheKernelsTraceBesideTheEnginesWord) {
+  ProveInput input = quiet_machine();
+  input.scheduler.taken = true;
+  for (const Stimulus::Follow& follow : input.stimulus.follows) {
+    const std::int64_t instant_ns = follow.instant_ns - (follow.on ? 3'000 : 0);
+    input.scheduler.switches.push_back(
+        {.instant_ns = instant_ns, .task = 4711 + follow.thread, .on = follow.on});
+  }
+  EXPECT_TRUE(analyse_prove(input).figures["kernel_trace"].is_null()) << "of none of its threads";
+  for (Stimulus::Thread& thread : input.stimulus.threads) {
+    thread.task = 4711 + thread.number;
+  }
+  const Answer answer = analyse_prove(input);
+  const auto& trace = answer.figures["kernel_trace"];
+  EXPECT_EQ(trace["on_edges"]["count"], answer.figures["waveform"]["on_edges"]["count"]);
+  EXPECT_NEAR(trace["read_behind"]["median"].get<double>(), 3, 0.1);
+  EXPECT_THAT(answer.sentences,
+              Contains(testing::AllOf(HasSubstr("was looked at beside it: by it on edges are p99 "),
+                                      HasSubstr("the engine's begins lie 3.0 us behind"))));
+  input.scheduler.lost = 12;
+  EXPECT_THAT(analyse_prove(input).warnings,
+              Contains(HasSubstr("The kernel's trace lacks 12 events")));
+}
+
 TEST(Prove, SaysWhatCannotBeMeasured) {
   ProveInput input = quiet_machine();
   input.samples.columns.erase(input.samples.columns.begin());

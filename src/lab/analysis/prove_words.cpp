@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "lab/analysis/prove_kernel_words.h"
+#include "lab/analysis/prove_times.h"
 #include "lab/analysis/spoken_number.h"
 
 namespace lab {
@@ -10,11 +12,6 @@ namespace lab {
 namespace {
 
 constexpr double kMicrosecond = 1e-6;
-
-std::string microseconds(double time_us, double at_least_us) {
-  return std::isfinite(time_us) ? spoken_number(time_us, 2) + " us"
-                                : "more than " + spoken_number(at_least_us, 2) + " us";
-}
 
 /// A time in the unit in which people would say it.
 std::string time_text(double time_s) {
@@ -27,10 +24,6 @@ std::string below(double hertz) {
   return spoken_number(std::floor(hertz / magnitude + 1e-9) * magnitude, 1) + " Hz";
 }
 
-double half_period_us(const Proof& proof) {
-  return 0.5 / proof.carrier_hz / kMicrosecond;
-}
-
 double floor_on_us(const Proof& proof) {
   return proof.floor_on_s / kMicrosecond;
 }
@@ -38,11 +31,6 @@ double floor_on_us(const Proof& proof) {
 double duty_error(const WaveformTruth& square) {
   const double duty = square.duty ? square.duty->value : square.duty_between;
   return std::abs(duty - square.duty_asked);
-}
-
-/// What 99 of 100 edges keep within, of those on and those off.
-double edges_us(const WaveformTruth& square) {
-  return std::max(square.on.at(0.99), square.off.at(0.99));
 }
 
 std::string wave_clause(const Proof& proof) {
@@ -119,6 +107,12 @@ ResultTable edges_table(const Proof& proof) {
   add("on edge, each thread", proof.square.on);
   add("off edge, each thread", proof.square.off);
   add("skew, last thread behind the first", proof.square.skew);
+  if (proof.kernel) {
+    add("on edge, by the kernel's trace", proof.kernel->wave.on);
+    add("off edge, by the kernel's trace", proof.kernel->wave.off);
+    add("skew, by the kernel's trace", proof.kernel->wave.skew);
+    add("begin by the engine, behind the kernel's", proof.kernel->read_behind);
+  }
   add("sample complete, behind its grid", proof.grid);
   return table;
 }
@@ -136,6 +130,10 @@ ResultTable delivered_table(const Proof& proof) {
   }
   table.rows.push_back(
       {"duty, between the edges of each thread", asked, spoken_number(square.duty_between, 4)});
+  if (proof.kernel) {
+    table.rows.push_back({"the same by the kernel's trace", asked,
+                          spoken_number(proof.kernel->wave.duty_between, 4)});
+  }
   return table;
 }
 
@@ -194,7 +192,14 @@ ResultTable possible_table(const Proof& proof) {
                            : "more than 1 of 100 left out")});
   table.rows.push_back(
       {"the waveform as others see it",
-       "not by this run: instants are the engine's own word, processor time is the kernel's"});
+       !proof.kernel
+           ? std::string("not by this run: instants are the engine's own word, processor time is "
+                         "the kernel's")
+           : "the kernel's trace has " +
+                 std::to_string(proof.kernel->read_behind.count() -
+                                proof.kernel->read_behind.missed()) +
+                 " of " + std::to_string(proof.kernel->read_behind.count()) +
+                 " begins of the engine's record"});
   return table;
 }
 
@@ -250,12 +255,7 @@ std::vector<std::string> prove_sentences(const Proof& proof) {
   if (const SensorReach* temperature = fastest(proof, "degC")) {
     sentences.push_back(sentence("of the temperatures, " + sensor_clause(*temperature)));
   }
-  sentences.emplace_back(
-      "This is the engine's own word: its threads read the clock as they began and ended. "
-      "Processor "
-      "time is the kernel's account. The kernel's trace of its scheduler, which only root can "
-      "read, "
-      "was not looked at.");
+  sentences.push_back(whose_word(proof));
   return sentences;
 }
 
@@ -274,6 +274,9 @@ std::vector<std::string> prove_warnings(const Proof& proof) {
         "up. \"vorn-lab doctor\" says how it may have a fixed one.");
   }
   judge_floor(proof, warnings);
+  if (proof.kernel) {
+    judge_kernel(*proof.kernel, warnings);
+  }
   if (const std::size_t missed = proof.square.on.missed(); missed > 0) {
     warnings.push_back(std::to_string(missed) + " of " + std::to_string(proof.square.on.count()) +
                        " times a thread did not begin in an on phase of the square wave: something "

@@ -20,6 +20,7 @@
 #include "lab/engine_process/machine.h"
 #include "lab/engine_process/machine_keys.h"
 #include "lab/folder/folder_error.h"
+#include "lab/kernel_trace/scheduler_tracer.h"
 #include "lab/live/views.h"
 
 namespace lab {
@@ -63,6 +64,19 @@ bool add_further(const Question& question, const RunFolder& folder, Plan& plan) 
   return !further.empty();
 }
 
+/// Keeps what the kernel's trace has. Without room for it, the engine's own record is the answer.
+void write_trace(SchedulerTracer& tracer, const RunFolder& folder, RunInfo& info) {
+  const SchedulerTrace trace = tracer.end();
+  if (!trace.taken) {
+    return;
+  }
+  try {
+    folder.write_scheduler(trace);
+  } catch (const FolderError& error) {
+    info.warnings.push_back(std::string("the kernel's trace was not kept: ") + error.what());
+  }
+}
+
 /// Has the engine play the plan into the folder, and what the question adds to it. Returns how many
 /// lines of samples.csv were lost.
 std::size_t conduct(const Question& question, Plan& plan, const RunFolder& folder, RunInfo& info,
@@ -71,6 +85,8 @@ std::size_t conduct(const Question& question, Plan& plan, const RunFolder& folde
                         : output.lines ? ViewKind::lines
                                        : fitting_kind(STDERR_FILENO);
   const std::unique_ptr<View> view = make_view(kind, STDERR_FILENO);
+  const std::unique_ptr<SchedulerTracer> tracer =
+      question.looks_at_scheduler() ? SchedulerTracer::begin("vorn-engine*") : nullptr;
   Conductor conductor(plan, folder, info, means, *view);
   try {
     conductor.play();
@@ -84,6 +100,9 @@ std::size_t conduct(const Question& question, Plan& plan, const RunFolder& folde
       folder.discard();  // nothing has been run
     }
     throw;
+  }
+  if (tracer != nullptr) {
+    write_trace(*tracer, folder, info);
   }
   if (conductor.lost() > 0) {
     info.warnings.push_back(folder.samples().string() + ": " + conductor.refusal() + ": " +

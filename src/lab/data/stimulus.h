@@ -33,7 +33,8 @@ struct Stimulus {
   };
   struct Thread {
     int number = 0;
-    std::string policy;  ///< "fifo", "rr", "ordinary" or "other"
+    std::int64_t task = 0;  ///< its number in the kernel; 0: not known
+    std::string policy;     ///< "fifo", "rr", "ordinary" or "other"
     int priority = 0;
   };
 

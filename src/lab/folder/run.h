@@ -1,5 +1,6 @@
 #pragma once
 
+#include "lab/data/scheduler_trace.h"
 #include "lab/data/stimulus.h"
 #include "lab/data/table.h"
 #include "lab/folder/delivery.h"
@@ -15,6 +16,7 @@ struct Run {
   Table samples;  ///< kPhaseColumn, kAskedColumn, kDeliveredColumn, kOthersColumn, then the keys
   Delivery delivery;
   Stimulus stimulus;  ///< of the first minutes
+  SchedulerTrace scheduler;
 };
 
 }  // namespace lab

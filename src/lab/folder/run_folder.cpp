@@ -7,6 +7,7 @@
 #include "lab/folder/recovery.h"
 #include "lab/folder/run_info_file.h"
 #include "lab/folder/samples_file.h"
+#include "lab/folder/scheduler_file.h"
 #include "lab/folder/whole_file.h"
 #include "lab/plan/plan_file.h"
 
@@ -65,6 +66,10 @@ void RunFolder::write_info(const RunInfo& run_info) const {
   write_whole(info(), run_info_text(run_info));
 }
 
+void RunFolder::write_scheduler(const SchedulerTrace& trace) const {
+  write_whole(scheduler(), scheduler_text(trace));
+}
+
 void RunFolder::write_result(const Run& run, const Answer& answer) const {
   write_whole(result(), result_text(run, answer));
 }
@@ -87,6 +92,9 @@ Run RunFolder::read() const {
   run.plan = read_plan(plan());
   if (fs::exists(samples())) {
     run.samples = parse_samples(read_whole(samples()), samples().string());
+  }
+  if (fs::exists(scheduler())) {
+    run.scheduler = parse_scheduler(read_whole(scheduler()));
   }
   read_delivery(*this, run);
   recover_rows(*this, run);

@@ -24,6 +24,9 @@ class RunFolder {
   std::filesystem::path result() const { return path_ / "result.json"; }
   std::filesystem::path report() const { return path_ / "report.html"; }
 
+  /// What the kernel's trace of its scheduler says, if it was taken.
+  std::filesystem::path scheduler() const { return path_ / "scheduler.csv"; }
+
   /// The engine's record of its start number `start`, counted from 0.
   std::filesystem::path stimulus(std::size_t start = 0) const;
 
@@ -36,6 +39,7 @@ class RunFolder {
 
   void write_plan(const Plan& plan) const;
   void write_info(const RunInfo& info) const;
+  void write_scheduler(const SchedulerTrace& trace) const;
   void write_result(const Run& run, const Answer& answer) const;
 
   /// Removes what a run that has not begun has put there, and the folder if nothing else is in it.

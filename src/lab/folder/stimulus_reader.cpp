@@ -52,8 +52,10 @@ void StimulusReader::add(const RecordLine& line) {
   } else if (keyword == "sample") {
     keep(found_.samples, {.instant_ns = instant, .elapsed_s = decimal_number(line.field(1))});
   } else if (keyword == "thread") {
-    keep(found_.threads,
-         {.number = number(line, 0), .policy = line.text(4), .priority = number(line, 5)});
+    keep(found_.threads, {.number = number(line, 0),
+                          .task = line.whole(1).value_or(0),
+                          .policy = line.text(4),
+                          .priority = number(line, 5)});
   } else if (keyword == "asked") {
     keep(found_.asked_ns, instant);
   }

@@ -27,6 +27,7 @@ TEST(StimulusReader, KeepsEdgesAndHowTheThreadsFollowedThem) {
   ASSERT_EQ(found.samples.size(), 1U);
   EXPECT_EQ(found.samples[0].elapsed_s, 0.02);
   ASSERT_EQ(found.threads.size(), 1U);
+  EXPECT_EQ(found.threads[0].task, 4711);
   EXPECT_EQ(found.threads[0].policy, "fifo");
   EXPECT_EQ(found.threads[0].priority, 31);
   EXPECT_EQ(found.asked_ns, std::vector<std::int64_t>{1000});

@@ -77,6 +77,7 @@ std::vector<LoadStep> steps_of(const Run& run) {
 
 ProveInput prove_input(const Run& run) {
   ProveInput input{.stimulus = run.stimulus,
+                   .scheduler = run.scheduler,
                    .samples = run.samples,
                    .carrier_hz = run.plan.carrier_hz,
                    .rate_hz = run.plan.rate_hz,

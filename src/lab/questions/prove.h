@@ -13,6 +13,7 @@ class Prove final : public Question {
     return "the tool itself on this machine: waveform, wake-ups, sampling, sensors";
   }
   const char* example() const override { return "prove --out proof"; }
+  bool looks_at_scheduler() const override { return true; }
   Plan defaults() const override;
   void add_options(CLI::App& app) override;
   Plan plan() const override;

@@ -46,6 +46,9 @@ class Question {
   /// Whether a command plans and runs it; others are asked of what there is.
   virtual bool has_command() const { return true; }
 
+  /// Whether the kernel's trace of its scheduler is to be taken beside a run, where it can be.
+  virtual bool looks_at_scheduler() const { return false; }
+
   /// Load, carrier and rate of the plan, as the help names them. Those of every plan, unless the
   /// question needs others.
   virtual Plan defaults() const { return {}; }
