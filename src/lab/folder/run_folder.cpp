@@ -1,6 +1,11 @@
 #include "lab/folder/run_folder.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <system_error>
 
 #include "lab/folder/folder_error.h"
@@ -9,6 +14,7 @@
 #include "lab/folder/samples_file.h"
 #include "lab/folder/scheduler_file.h"
 #include "lab/folder/whole_file.h"
+#include "lab/plan/plan_error.h"
 #include "lab/plan/plan_file.h"
 
 namespace lab {
@@ -32,7 +38,7 @@ void name_units(Table& samples, const RunInfo& info) {
 
 }  // namespace
 
-RunFolder RunFolder::create(const fs::path& path) {
+RunFolder RunFolder::create(const fs::path& path, const char* first) {
   std::error_code error;
   fs::create_directories(path, error);
   if (error) {
@@ -42,6 +48,13 @@ RunFolder RunFolder::create(const fs::path& path) {
     throw FolderError(path.string() +
                       ": it is there already, with something in it: choose another with --out");
   }
+  // Of two that come at the same moment, one makes the file.
+  const int file = open((path / first).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (file < 0) {
+    throw FolderError(path.string() + ": " + std::strerror(errno) +
+                      ": choose another place with --out");
+  }
+  close(file);
   return RunFolder(path);
 }
 
@@ -84,12 +97,19 @@ void RunFolder::discard() const {
 }
 
 Run RunFolder::read() const {
-  if (!fs::exists(info())) {
-    throw FolderError(path_.string() + ": no run.json in it: it is not the folder of a run");
+  std::error_code error;
+  if (!fs::exists(info(), error)) {
+    throw FolderError(
+        path_.string() + ": " +
+        (error ? error.message() : "no run.json in it: it is not the folder of a run"));
   }
   Run run;
   run.info = parse_run_info(read_whole(info()), info().string());
-  run.plan = read_plan(plan());
+  try {
+    run.plan = read_plan(plan());
+  } catch (const PlanError& damage) {
+    throw FolderError(damage.what());  // whoever reads a run did not write its plan
+  }
   if (fs::exists(samples())) {
     run.samples = parse_samples(read_whole(samples()), samples().string());
   }

@@ -14,8 +14,9 @@ class RunFolder {
  public:
   explicit RunFolder(std::filesystem::path path) : path_(std::move(path)) {}
 
-  /// Makes the folder; one that is there already has to be empty. Throws FolderError.
-  static RunFolder create(const std::filesystem::path& path);
+  /// Makes the folder, and in it the first file, still empty. A folder that is there already has to
+  /// be empty; of two runs that want one at the same time, one gets it. Throws FolderError.
+  static RunFolder create(const std::filesystem::path& path, const char* first = "plan.toml");
 
   const std::filesystem::path& path() const { return path_; }
   std::filesystem::path plan() const { return path_ / "plan.toml"; }

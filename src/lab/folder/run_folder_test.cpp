@@ -5,8 +5,11 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <thread>
+#include <vector>
 
 #include "lab/folder/folder_error.h"
 #include "lab/folder/run_info_file.h"
@@ -42,11 +45,47 @@ class RunFolderTest : public testing::Test {
 };
 
 TEST_F(RunFolderTest, AFolderWithSomethingInItIsRefused) {
-  RunFolder::create(place_);
-  RunFolder::create(place_);  // an empty one is not
+  fs::create_directory(place_);
   write(place_ / "precious", "data");
   EXPECT_THROW(RunFolder::create(place_), FolderError);
   EXPECT_TRUE(fs::exists(place_ / "precious"));
+}
+
+TEST_F(RunFolderTest, AnEmptyFolderIsTakenByTheFirstWhoComes) {
+  fs::create_directory(place_);
+  RunFolder::create(place_);
+  EXPECT_THROW(RunFolder::create(place_), FolderError);
+}
+
+TEST_F(RunFolderTest, OfTwoAtTheSameTimeOneGetsIt) {
+  std::atomic<int> got = 0;
+  {
+    std::vector<std::jthread> threads;
+    for (int thread = 0; thread < 8; ++thread) {
+      threads.emplace_back([&] {
+        try {
+          RunFolder::create(place_);
+          ++got;
+        } catch (const FolderError&) {
+        }
+      });
+    }
+  }
+  EXPECT_EQ(got, 1);
+}
+
+TEST_F(RunFolderTest, WhatIsNoFolderOfARunIsSaidToBeNone) {
+  EXPECT_THROW((void)RunFolder(place_).read(), FolderError);
+  fs::create_directories(place_ / "run.json");
+  EXPECT_THROW((void)RunFolder(place_).read(), FolderError) << "a folder is no file";
+}
+
+TEST_F(RunFolderTest, ADamagedPlanIsOneOfTheFoldersErrors) {
+  const RunFolder folder = begun();
+  fs::remove(folder.plan());
+  EXPECT_THROW((void)folder.read(), FolderError);
+  write(folder.plan(), "duty =");
+  EXPECT_THROW((void)folder.read(), FolderError);
 }
 
 TEST_F(RunFolderTest, SaysFromTheBeginningThatTheRunWasCutShort) {

@@ -3,8 +3,9 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <iterator>
+#include <optional>
 
+#include "lab/data/file_text.h"
 #include "lab/folder/folder_error.h"
 
 namespace lab {
@@ -20,16 +21,11 @@ namespace {
 }  // namespace
 
 std::string read_whole(const std::filesystem::path& path) {
-  errno = 0;
-  std::ifstream file(path, std::ios::binary);
-  if (!file) {
+  std::optional<std::string> text = text_of_file(path);
+  if (!text) {
     refuse(path);
   }
-  std::string text(std::istreambuf_iterator<char>(file), {});
-  if (file.bad()) {
-    refuse(path);
-  }
-  return text;
+  return *std::move(text);
 }
 
 void write_whole(const std::filesystem::path& path, const std::string& text) {

@@ -4,11 +4,10 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <sstream>
 
+#include "lab/data/file_text.h"
 #include "lab/plan/plan_drive.h"
 #include "lab/plan/plan_error.h"
 #include "lab/plan/plan_members.h"
@@ -172,12 +171,11 @@ Plan parse_plan(std::string_view text, const std::string& name) {
 }
 
 Plan read_plan(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  const std::string text(std::istreambuf_iterator<char>(file), {});
-  if (!file) {
+  const std::optional<std::string> text = text_of_file(path);
+  if (!text) {
     throw PlanError(path + ": " + std::strerror(errno));
   }
-  return parse_plan(text, path);
+  return parse_plan(*text, path);
 }
 
 }  // namespace lab
