@@ -1,12 +1,17 @@
 #include "lab/folder/csv_table.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <ctime>
 #include <limits>
 #include <optional>
 #include <vector>
+
+#include "lab/data/characters.h"
+#include "lab/data/file_text.h"
 
 namespace lab {
 
@@ -25,13 +30,30 @@ std::string_view trimmed(std::string_view text) {
   return quoted ? text.substr(1, text.size() - 2) : text;
 }
 
+/// A name in UTF-8. Bytes that are none are taken for Latin-1, in which older spreadsheets write.
+std::string in_utf8(std::string_view text) {
+  std::string found;
+  while (!text.empty()) {
+    const Character next = first_character(text);
+    if (next.valid) {
+      found += text.substr(0, next.bytes);
+    } else {
+      const auto byte = static_cast<unsigned char>(text.front());
+      found += static_cast<char>(0xC0U | byte >> 6U);
+      found += static_cast<char>(0x80U | (byte & 0x3FU));
+    }
+    text.remove_prefix(next.bytes);
+  }
+  return found;
+}
+
 /// The name of column `index` from 0, as its cell of the head has it, and no earlier column.
 std::string column_name(std::string_view cell, std::size_t index, const Table& table) {
   std::string number = "column " + std::to_string(index + 1);
   if (cell.empty()) {
     return number;
   }
-  std::string name(cell);
+  std::string name = in_utf8(cell);
   for (std::size_t at = name.find("\"\""); at != std::string::npos;
        at = name.find("\"\"", at + 1)) {
     name.erase(at, 1);
@@ -39,10 +61,18 @@ std::string column_name(std::string_view cell, std::size_t index, const Table& t
   return table.find(name) == nullptr ? name : name + " (" + number + ")";
 }
 
-/// What separates the columns of this line: the first of those that is in it.
+/// What separates the columns of this line: the first of those that is in it, outside of quotes.
 char separator_of(std::string_view line) {
+  std::string bare;
+  bool quoted = false;
+  for (const char letter : line) {
+    quoted = quoted != (letter == '"');
+    if (!quoted) {
+      bare += letter;
+    }
+  }
   for (const char separator : {'\t', ';', ','}) {
-    if (line.find(separator) != std::string_view::npos) {
+    if (bare.find(separator) != std::string::npos) {
       return separator;
     }
   }
@@ -107,7 +137,30 @@ std::optional<double> instant(std::string_view cell) {
   throw CsvError(name + ":" + std::to_string(line) + ": " + why);
 }
 
+/// The text without the mark that some programs put before UTF-8. Throws CsvError if it is no text.
+std::string_view text_in(std::string_view text, const std::string& name) {
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  if (text.find('\0') != std::string_view::npos) {
+    throw CsvError(name + ": it is no text, or one in UTF-16: save it as CSV in UTF-8");
+  }
+  return text.starts_with(kMark) ? text.substr(kMark.size()) : text;
+}
+
+/// A cell as a message shows it.
+std::string shown(std::string_view cell) {
+  constexpr std::size_t kMost = 40;
+  return printable(cell.substr(0, kMost), true) + (cell.size() > kMost ? "..." : "");
+}
+
 }  // namespace
+
+std::string read_csv(const std::string& path) {
+  std::optional<std::string> text = text_of_file(path);
+  if (!text) {
+    throw CsvError(path + ": " + std::strerror(errno));
+  }
+  return *std::move(text);
+}
 
 CsvTable parse_csv(std::string_view text, const std::string& name, const CsvLayout& layout) {
   CsvTable found;
@@ -115,8 +168,10 @@ CsvTable parse_csv(std::string_view text, const std::string& name, const CsvLayo
   char separator = 0;
   std::size_t time_column = 0;
   std::optional<double> zero;
+  text = text_in(text, name);
+  const char line_end = text.find('\n') == std::string_view::npos ? '\r' : '\n';
   for (std::size_t count = 1; !text.empty(); ++count) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
+    const std::size_t end = std::min(text.find(line_end), text.size());
     const std::string_view line = text.substr(0, end);
     text.remove_prefix(std::min(end + 1, text.size()));
     if (trimmed(line).empty() || line.starts_with('#')) {
@@ -127,6 +182,10 @@ CsvTable parse_csv(std::string_view text, const std::string& name, const CsvLayo
       separator = separator_of(line);
     }
     const Cells cells = split(line, separator);
+    if (std::all_of(cells.begin(), cells.end(),
+                    [](std::string_view cell) { return cell.empty(); })) {
+      continue;
+    }
     if (first) {
       const bool head = std::none_of(cells.begin(), cells.end(), [&](std::string_view cell) {
         return number(cell, separator) || instant(cell);
@@ -152,8 +211,7 @@ CsvTable parse_csv(std::string_view text, const std::string& name, const CsvLayo
         plain ? *plain * layout.time_unit_s : instant(cells[time_column]);
     if (!time) {
       refuse(name, count,
-             "\"" + std::string(cells[time_column]) +
-                 "\" is no time: --time names the column that is");
+             "\"" + shown(cells[time_column]) + "\" is no time: --time names the column that is");
     }
     zero = zero.value_or(*time);
     if (!table.time_s.empty() && *time - *zero <= table.time_s.back()) {

@@ -27,9 +27,13 @@ struct CsvTable {
   std::size_t left_out = 0;  ///< lines that time went back in, or stood still
 };
 
+/// The text of a table's file. Throws CsvError.
+std::string read_csv(const std::string& path);
+
 /// Anybody's table: columns with commas, semicolons or tabs between (or blanks, if there is none of
 /// those), a head with names or none, decimals with a point (or a comma, where that does not
-/// separate), lines that begin with # left out, cells that are no number not measured. Times are
+/// separate), lines that are empty or begin with # left out, cells that are no number not measured.
+/// Names come out in UTF-8. Times are
 /// numbers, or instants such as 2026-11-21T15:00:00.5, and come out as seconds since the first one.
 /// Every column of the file is one of the table, the time too; those without a name are called
 /// "column 2" and so on, and a name that an earlier column has gets " (column 3)" behind it. Lines

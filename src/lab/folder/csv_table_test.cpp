@@ -10,7 +10,7 @@ namespace {
 
 using testing::ElementsAre;
 
-std::string refusal(const char* text, const CsvLayout& layout = {}) {
+std::string refusal(std::string_view text, const CsvLayout& layout = {}) {
   try {
     parse_csv(text, "x.csv", layout);
   } catch (const CsvError& error) {
@@ -80,6 +80,32 @@ TEST(CsvTable, NamesOfColumnsKeepTheirQuotesAndDifferFromEachOther) {
   EXPECT_EQ(table.columns[1].name, "die, \"hot\" side");
   EXPECT_EQ(table.columns[2].name, "T");
   EXPECT_EQ(table.columns[3].name, "T (column 4)");
+}
+
+TEST(CsvTable, TakesWhatSpreadsheetsWriteBesideNumbers) {
+  const Table marked = parse_csv("\xEF\xBB\xBFt;T\r\n0;1\r\n;\r\n1;2\r\n", "x.csv", {}).table;
+  EXPECT_EQ(marked.columns[0].name, "t");
+  EXPECT_THAT(marked.time_s, ElementsAre(0, 1)) << "a line without any value is an empty one";
+  const Table old = parse_csv("t,T\r0,1\r1,2\r", "x.csv", {}).table;
+  EXPECT_THAT(old.time_s, ElementsAre(0, 1));
+  const Table quoted = parse_csv("t,\"die; hot\"\n0,1\n1,2\n", "x.csv", {}).table;
+  ASSERT_EQ(quoted.columns.size(), 2U);
+  EXPECT_EQ(quoted.columns[1].name, "die; hot");
+}
+
+TEST(CsvTable, NamesAreInUtf8WhateverTheyWereWrittenIn) {
+  const Table table = parse_csv("t;T \xB0\x43;\xC2\xB5\n0;1;2\n1;2;3\n", "x.csv", {}).table;
+  EXPECT_EQ(table.columns[1].name, "T \xC2\xB0\x43");
+  EXPECT_EQ(table.columns[2].name, "\xC2\xB5");
+}
+
+TEST(CsvTable, WhatIsNoTextIsRefusedInWordsThatATerminalCanShow) {
+  using namespace std::string_literals;
+  EXPECT_THAT(refusal("t\0,\0T\0"s), testing::HasSubstr("save it as CSV in UTF-8"));
+  EXPECT_EQ(refusal("a,b\n0,1\n\x1b[2J,2\n"),
+            "x.csv:3: \"\\x1b[2J\" is no time: --time names the column that is");
+  EXPECT_THROW(read_csv("/nowhere/x.csv"), CsvError);
+  EXPECT_THROW(read_csv("/"), CsvError);
 }
 
 TEST(CsvTable, SaysWhereItIsNone) {

@@ -7,7 +7,7 @@
 #include "lab/analysis/replay.h"
 #include "lab/analysis/run.h"
 #include "lab/data/units.h"
-#include "lab/folder/whole_file.h"
+#include "lab/folder/csv_table.h"
 #include "lab/plan/duration.h"
 #include "lab/plan/plan_error.h"
 #include "lab/questions/heat.h"
@@ -64,7 +64,7 @@ Plan Watch::replay() const {
   Phase phase;
   phase.name = "replay";
   phase.drive.shape = Drive::Shape::profile;
-  phase.drive.profile = parse_utilisation(read_whole(file_), file_,
+  phase.drive.profile = parse_utilisation(read_csv(file_), file_,
                                           {.time = time_,
                                            .time_unit_s = time_units().at(time_unit_),
                                            .column = utilisation_,
