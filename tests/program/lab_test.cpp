@@ -125,7 +125,7 @@ TEST_F(LabWithTwoStarts, AnotherLoadIsAnotherStartOfTheSameRun) {
 
 TEST_F(LabWithTwoStarts, WhatTheFirstOneMeasuredIsKeptIfTheSecondIsRefused) {
   SKIP_UNLESS_MAY_RUN(As::kRoot);
-  const Outcome outcome = play("load = \"bint\"\npstate = 99\n", As::kRoot);
+  const Outcome outcome = play("load = \"bint\"\nfans = 99999\n", As::kRoot);
   EXPECT_EQ(outcome.status, 5) << outcome.err;
   EXPECT_EQ(json("run.json")["end"], "failed");
   EXPECT_THAT(table(), testing::ContainsRegex("\n[0-9.]+,0,"));
@@ -179,6 +179,11 @@ TEST_F(Lab, WhatCannotBeDoneIsSaidWithItsRemedy) {
   says(short_step({"--key", "FCnt"}), 3, "\"FCnt\" is no key that a run can sample");
   says(short_step({"--limit", "TC9D=90"}), 3, "limit: this machine has no key \"TC9D\"");
   EXPECT_FALSE(fs::exists(folder())) << "what is refused before a run leaves no folder";
+  says(short_step({"--pstate", "99"}), 3, "P-state 99: this machine has 0 to 7");
+  says(short_step({"--rate", "nan"}), 2, "--rate: takes a number from 0.001 to 1000, and not");
+  says({"run", "--plan", place_, "--out", folder()}, 2, "Is a directory");
+  says({"fit", place_, "--watts", "1"}, 2, "Is a directory");
+  EXPECT_FALSE(fs::exists(folder()));
   says({"run", "-o", "x"}, 2, "-o is not for run");
   says({"step", "--plan", "/nowhere/plan.toml"}, 2, "/nowhere/plan.toml: No such file");
   says({"report", "/nowhere"}, 4, "/nowhere: no run.json in it");
@@ -188,6 +193,36 @@ TEST_F(Lab, WhatCannotBeDoneIsSaidWithItsRemedy) {
   std::ofstream(place_ / "bad.toml") << "question = \"step\"\nrrate = 3\n";
   says({"step", "--heat", "9", "--plan", place_ / "bad.toml"}, 2, "--heat shapes the plan of step");
   says({"step", "--plan", place_ / "bad.toml"}, 2, "bad.toml:2:1: unknown word \"rrate\"");
+}
+
+TEST_F(Lab, WithJsonStandardOutputIsJsonWhateverGoesWrong) {
+  const auto error_of = [&](std::vector<std::string> arguments) {
+    arguments.emplace_back("--json");
+    const Outcome outcome = program::run(lab(std::move(arguments), As::kOrdinaryUser));
+    const Json json = Json::parse(outcome.out, nullptr, false);
+    EXPECT_TRUE(json.is_object()) << outcome.out;
+    EXPECT_NE(outcome.err, "");
+    EXPECT_EQ(json.value("status", 0), outcome.status);
+    return json.value("error", "");
+  };
+  EXPECT_THAT(error_of(short_step({"--key", "NOPE"})), HasSubstr("no key \"NOPE\""));
+  EXPECT_THAT(error_of({"step", "--colour"}), HasSubstr("--colour"));
+  EXPECT_THAT(error_of({"report", "/nowhere"}), HasSubstr("no run.json in it"));
+  EXPECT_THAT(error_of({"run", "-r", "nan", "-w", "bspin", "-f", "20", "--out", folder()}),
+              HasSubstr("-r (--monrate) does not take \"nan\""));
+  EXPECT_FALSE(fs::exists(folder()));
+}
+
+TEST_F(Lab, OutputThatNobodyTakesIsNoSuccess) {
+  for (const char* arguments : {"plan step", "plan step --json", "doctor --json"}) {
+    Command command = lab({}, As::kOrdinaryUser);
+    command.path = "/bin/sh";
+    command.arguments = {
+        "-c", std::string("exec ") + VORN_LAB_SIM_PROGRAM + " " + arguments + " >/dev/full"};
+    const Outcome outcome = program::run(command);
+    EXPECT_EQ(outcome.status, 4) << arguments;
+    EXPECT_THAT(outcome.err, HasSubstr("standard output takes no more: No space left on device"));
+  }
 }
 
 TEST_F(Lab, AnybodysTableIsAnalysedAsAStepIs) {
@@ -237,8 +272,8 @@ TEST_F(Lab, TheDoctorNamesWhatEachQuestionLacks) {
 }
 
 TEST_F(Lab, EveryCommandHasAnExampleInItsHelp) {
-  for (const char* command :
-       {"run", "step", "prove", "watch", "plan", "fit", "report", "plot", "doctor"}) {
+  for (const char* command : {"run", "step", "bode", "sweep", "fans", "prove", "watch", "plan",
+                              "fit", "compare", "report", "plot", "doctor"}) {
     const Outcome outcome = program::run(lab({command, "--help"}, As::kOrdinaryUser));
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(outcome.out, HasSubstr(std::string("Example:\n  vorn-lab-sim ") + command));

@@ -57,11 +57,11 @@ ExitStatus answer(const RunFolder& folder, const Question& question, const Run& 
   }
   const bool said = static_cast<bool>(std::cout.flush());
   if (!not_kept.empty()) {
-    throw FolderError(not_kept + ": the answer " + (said ? "above " : "") +
+    throw AfterAnswer(not_kept + ": the answer " + (said ? "above " : "") +
                       "could not be kept in the folder of the run");
   }
   if (!said) {
-    throw FolderError(std::string("the answer could not be printed; it is in ") +
+    throw AfterAnswer(std::string("the answer could not be printed; it is in ") +
                       folder.result().string());
   }
   return found.decided ? kAnswered : kNotDecided;

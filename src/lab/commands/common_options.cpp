@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "lab/plan/plan_error.h"
+#include "lab/questions/number_range.h"
 
 namespace lab {
 
@@ -39,8 +40,9 @@ std::optional<int> parse_pstate(const std::string& text) {
     return std::nullopt;
   }
   const std::optional<int> number = parse<int>(text);
-  if (!number || *number < 0) {
-    throw PlanError("--pstate takes \"automatic\" or a number from 0 up, and not \"" + text + "\"");
+  if (!number || *number < 0 || *number > kLastPState) {
+    throw PlanError("--pstate takes \"automatic\" or a number from 0 to 255, and not \"" + text +
+                    "\"");
   }
   return number;
 }
@@ -81,12 +83,12 @@ void add_plan_options(CLI::App& app, PlanOptions& options, const Plan& defaults)
       ->option_text("<n>");
   app.add_option("--rate", options.rate_hz,
                  "samples per second (default: " + hertz(defaults.rate_hz) + ")")
-      ->check(CLI::Range(0.001, 1000.0))
+      ->check(number_from(0.001, 1000.0))
       ->option_text("<hz>");
   app.add_option(
          "--carrier", options.carrier_hz,
          "frequency of a duty between 0 and 1 (default: " + hertz(defaults.carrier_hz) + ")")
-      ->check(CLI::Range(0.001, 10000.0))
+      ->check(number_from(0.001, 10000.0))
       ->option_text("<hz>");
   app.add_option("--key", options.keys,
                  "sample this key; may be repeated (default: every temperature, power and fan "

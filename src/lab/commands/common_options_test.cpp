@@ -48,6 +48,7 @@ TEST(PlanOptions, RefuseValuesOfAnotherKind) {
   refused([](PlanOptions& options) { options.fans = "fast"; });
   refused([](PlanOptions& options) { options.fans = "0"; });
   refused([](PlanOptions& options) { options.pstate = "-1"; });
+  refused([](PlanOptions& options) { options.pstate = "256"; });
   refused([](PlanOptions& options) { options.limits = {"TC0D"}; });
   refused([](PlanOptions& options) { options.limits = {"TC0D=hot"}; });
 }

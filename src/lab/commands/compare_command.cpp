@@ -7,12 +7,14 @@
 #include <set>
 #include <sstream>
 
+#include "lab/commands/answering.h"
 #include "lab/commands/run_command.h"
 #include "lab/commands/this_machine.h"
 #include "lab/folder/folder_error.h"
 #include "lab/folder/run_folder.h"
 #include "lab/folder/whole_file.h"
 #include "lab/plan/plan_error.h"
+#include "lab/questions/number_range.h"
 #include "lab/questions/question.h"
 #include "lab/questions/sweep_plan.h"
 #include "lab/report/report.h"
@@ -169,7 +171,7 @@ void add_compare_options(CLI::App& app, CompareOptions& options) {
   app.add_option("--least", options.rules.least,
                  "a difference counts beyond so many percent; of temperatures K, of phases "
                  "degrees (default: 1)")
-      ->check(CLI::Range(0.0, 1000.0))
+      ->check(number_from(0.0, 1000.0))
       ->option_text("<percent>");
   app.add_option("--key", options.rules.keys, "compare this key; may be repeated (default: all)")
       ->expected(1)
@@ -213,8 +215,8 @@ ExitStatus compare_runs(const CompareOptions& options, const std::vector<std::st
   note_machine(page.info);
   page.info.ended = page.info.begun;
   page.info.command = command;
-  const RunFolder folder =
-      RunFolder::create(options.out.empty() ? default_folder("compare") : options.out);
+  const RunFolder folder = RunFolder::create(
+      options.out.empty() ? default_folder("compare") : options.out, "result.json");
   folder.write_result(page, answer);
   std::ostringstream html;
   write_report(html, page, answer, installed_assets());
@@ -226,7 +228,7 @@ ExitStatus compare_runs(const CompareOptions& options, const std::vector<std::st
     std::cout << "\nreport: " << folder.report().string() << '\n';
   }
   if (!std::cout.flush()) {
-    throw FolderError("the answer could not be printed; it is in " + folder.result().string());
+    throw AfterAnswer("the answer could not be printed; it is in " + folder.result().string());
   }
   return status_of(comparison.verdict);
 }

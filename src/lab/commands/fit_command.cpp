@@ -13,8 +13,8 @@
 #include "lab/folder/folder_error.h"
 #include "lab/folder/run_folder.h"
 #include "lab/folder/samples_file.h"
-#include "lab/folder/whole_file.h"
 #include "lab/plan/plan_error.h"
+#include "lab/questions/number_range.h"
 
 namespace lab {
 
@@ -60,7 +60,7 @@ void rename_taken(Table& file) {
 Table samples_of(const FitOptions& options, std::string& power_name,
                  std::vector<std::string>& warnings) {
   CsvTable csv =
-      parse_csv(read_whole(options.file), options.file,
+      parse_csv(read_csv(options.file), options.file,
                 {.time = options.time, .time_unit_s = time_units().at(options.time_unit)});
   if (csv.left_out > 0) {
     warnings.push_back(std::to_string(csv.left_out) + " lines of " + options.file +
@@ -139,6 +139,7 @@ void add_fit_options(CLI::App& app, FitOptions& options) {
       ->option_text("<unit>");
   app.add_option("--watts", options.watts, "the power, if it was constant from the first line on")
       ->excludes(power)
+      ->check(number_from(-1e9, 1e9))
       ->option_text("<w>");
   app.add_option("--temperature", options.temperatures,
                  "column of a temperature, by name or number; may be repeated (default: all other "

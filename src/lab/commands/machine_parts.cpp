@@ -1,6 +1,7 @@
 #include "lab/commands/machine_parts.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "lab/engine_process/engine_error.h"
 #include "lab/engine_process/machine.h"
@@ -56,6 +57,18 @@ void refuse_missing_parts(const Plan& plan, const std::vector<MachineKey>& keys)
       why.append(fan == fans.front() ? " " : ", ").append(fan);
     }
     throw EngineError(why);
+  }
+}
+
+void refuse_missing_pstates(const Plan& plan, const std::function<std::size_t()>& count) {
+  std::optional<int> highest;
+  for (const Phase& phase : plan.phases) {
+    highest = std::max(highest, pstate_of(plan, phase));
+  }
+  const int have = highest ? static_cast<int>(count()) : 0;
+  if (have > 0 && *highest >= have) {
+    throw EngineError("P-state " + std::to_string(*highest) + ": this machine has 0 to " +
+                      std::to_string(have - 1) + ", of which 0 is the fastest");
   }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -15,5 +17,10 @@ std::vector<std::string> fan_targets(const std::vector<MachineKey>& keys);
 /// such a key, or a fan that the machine does not have: the engine would say so only when the run
 /// has begun. Pure.
 void refuse_missing_parts(const Plan& plan, const std::vector<MachineKey>& keys);
+
+/// Throws EngineError for a P-state of the plan that is none of the machine's. `count` says how
+/// many it has (0: it does not say, and nothing is refused), and is asked only if the plan names
+/// one.
+void refuse_missing_pstates(const Plan& plan, const std::function<std::size_t()>& count);
 
 }  // namespace lab

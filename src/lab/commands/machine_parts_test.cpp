@@ -60,5 +60,36 @@ TEST(MachineParts, AFanOfAPhaseIsNamedBesideThoseThatThereAre) {
   EXPECT_EQ(refusal_of(plan, {kParts[0]}), "") << "without any fan the run only warns";
 }
 
+TEST(MachineParts, APStateIsOneOfTheMachines) {
+  const auto refusal = [](const Plan& plan, std::size_t count) -> std::string {
+    try {
+      refuse_missing_pstates(plan, [count] { return count; });
+      return "";
+    } catch (const EngineError& error) {
+      return error.what();
+    }
+  };
+  Plan plan;
+  plan.phases.resize(2);
+  plan.pstate = 7;
+  EXPECT_EQ(refusal(plan, 8), "");
+  plan.phases[1].pstate = 8;
+  EXPECT_THAT(refusal(plan, 8), HasSubstr("P-state 8: this machine has 0 to 7"));
+  EXPECT_EQ(refusal(plan, 0), "") << "of a machine that does not say, the engine knows more";
+  plan.phases[1].pstate = kAutomaticPState;
+  EXPECT_EQ(refusal(plan, 8), "");
+}
+
+TEST(MachineParts, APlanWithoutPStatesAsksNoMachineForThem) {
+  Plan plan;
+  plan.phases.resize(1);
+  bool asked = false;
+  refuse_missing_pstates(plan, [&] {
+    asked = true;
+    return std::size_t{1};
+  });
+  EXPECT_FALSE(asked);
+}
+
 }  // namespace
 }  // namespace lab

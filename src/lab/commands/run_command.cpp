@@ -157,6 +157,7 @@ ExitStatus run_plan(const Question& question, const Plan& asked, const OutputOpt
   refuse_unfit_loads(plan, engine_loads());
   const std::vector<MachineKey> keys = machine_keys();
   refuse_missing_parts(plan, keys);
+  refuse_missing_pstates(plan, [] { return pstates_in(machine_check()); });
   RunInfo info;
   info.question = question.name();
   info.keys = chosen_keys(plan, keys);
@@ -170,8 +171,13 @@ ExitStatus run_plan(const Question& question, const Plan& asked, const OutputOpt
 
   const RunFolder folder =
       RunFolder::create(output.out.empty() ? default_folder(question.name()) : output.out);
-  folder.write_plan(plan);
-  folder.write_info(info);
+  try {
+    folder.write_plan(plan);
+    folder.write_info(info);
+  } catch (const FolderError&) {
+    folder.discard();  // nothing has been run
+    throw;
+  }
   listen_for_stop_requests();
   const std::size_t lost = conduct(question, plan, folder, info, means, output);
   if (refused_start(info.engine_status) && info.engine_commands.size() == 1) {
@@ -186,7 +192,7 @@ ExitStatus run_plan(const Question& question, const Plan& asked, const OutputOpt
   const ExitStatus answered =
       answer(folder, question, run, output.json ? Printed::json : Printed::words);
   if (!not_written.empty()) {
-    throw FolderError(not_written);
+    throw AfterAnswer(not_written);
   }
   return status_of(info, lost, answered);
 }

@@ -101,6 +101,17 @@ TEST(EngineRunNames, DescriptorsAreReplacedByWhatTheUserCallsTheFiles) {
             "run/samples: full; /dev/fd/55 and run/samples");
 }
 
+TEST(EngineRefusal, IsWhatTheEngineComplainedOf) {
+  EXPECT_EQ(refusal({"no such workload", "--help lists the options"}, {"a note"}),
+            "no such workload");
+  EXPECT_EQ(refusal({"one", "two"}, {}), "one; two");
+}
+
+TEST(EngineRefusal, IsANoteWhereNothingElseSaysWhy) {
+  EXPECT_EQ(refusal({"--help lists the options"}, {"-r does not take \"nan\""}),
+            "-r does not take \"nan\"");
+}
+
 TEST(LineTail, HandsOutWholeLinesAsTheyCome) {
   const std::string path = testing::TempDir() + "tail." + std::to_string(getpid());
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);

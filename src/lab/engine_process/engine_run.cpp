@@ -102,6 +102,21 @@ bool refused_start(int status) {
          status == Child::kNotStarted;
 }
 
+std::string refusal(const std::vector<std::string>& complaints,
+                    const std::vector<std::string>& notes) {
+  const auto joined = [](const std::vector<std::string>& lines) {
+    std::string reason;
+    for (const std::string& line : lines) {
+      if (line != "--help lists the options") {
+        reason += (reason.empty() ? "" : "; ") + line;
+      }
+    }
+    return reason;
+  };
+  const std::string reason = joined(complaints);
+  return reason.empty() ? joined(notes) : reason;
+}
+
 std::string with_name(std::string line, const std::string& descriptor, const std::string& name) {
   for (std::size_t at = line.find(descriptor); at != std::string::npos;
        at = line.find(descriptor, at)) {
@@ -167,11 +182,7 @@ std::string EngineRun::end_reason() const {
   if (!end_reason_.empty()) {
     return end_reason_;
   }
-  std::string reason;
-  for (const std::string& line : complaints_) {
-    reason += (reason.empty() ? "" : "; ") + line;
-  }
-  return reason;
+  return refusal(complaints_, notes_);
 }
 
 std::vector<std::string> EngineRun::take_notes() {

@@ -102,6 +102,11 @@ class EngineRun {
 /// Whether an engine's exit status says that it has not begun.
 bool refused_start(int status);
 
+/// Why an engine did not start, from what it said: its complaints, but for the hint to its help,
+/// or, as of an option's value, its notes. Pure.
+std::string refusal(const std::vector<std::string>& complaints,
+                    const std::vector<std::string>& notes);
+
 /// A line in which a descriptor ("/dev/fd/5") is replaced by the name of its file. Pure.
 std::string with_name(std::string line, const std::string& descriptor, const std::string& name);
 

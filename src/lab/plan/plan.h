@@ -61,6 +61,9 @@ struct Phase {
 /// Stands for a P-state that the machine chooses, in a phase of a plan that forces one.
 inline constexpr int kAutomaticPState = -1;
 
+/// No plan names a higher one, whatever the machine has.
+inline constexpr int kLastPState = 255;
+
 /// What is to be done to a machine, and what to look at meanwhile. A plain value: plan_file.h reads
 /// and writes it.
 struct Plan {

@@ -96,7 +96,7 @@ std::optional<int> PlanMembers::pstate() {
   if (node != nullptr && node->value<std::string>() == "automatic") {
     return kAutomaticPState;
   }
-  const int number = whole_number("pstate", -1, 0, 255);
+  const int number = whole_number("pstate", -1, 0, kLastPState);
   return node == nullptr ? std::nullopt : std::optional<int>(number);
 }
 

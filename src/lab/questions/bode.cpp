@@ -11,6 +11,7 @@
 #include "lab/plan/duration.h"
 #include "lab/plan/plan_error.h"
 #include "lab/questions/heat.h"
+#include "lab/questions/number_range.h"
 
 namespace lab {
 
@@ -84,7 +85,7 @@ bool of_the_load(const Column& column) {
 }  // namespace
 
 void Bode::add_options(CLI::App& app) {
-  const CLI::Range frequency(1e-5, 100.0);
+  const CLI::Validator frequency = number_from(1e-5, 100.0);
   app.add_option("--from", wishes_.from_hz, "lowest frequency (default: 0.02)")
       ->check(frequency)
       ->option_text("<hz>");
@@ -104,11 +105,11 @@ void Bode::add_options(CLI::App& app) {
   app.add_flag("--fast", wishes_.fast,
                "all frequencies at once, as a sum of sinusoids, if that saves time");
   app.add_option("--duty", wishes_.duty, "mean of the swinging duty, 0 to 1 (default: 0.45)")
-      ->check(CLI::Range(0.0, 1.0))
+      ->check(number_from(0.0, 1.0))
       ->option_text("<d>");
   app.add_option("--depth", wishes_.depth,
                  "from the lowest duty to the highest, 0 to 1 (default: 0.8)")
-      ->check(CLI::Range(0.001, 1.0))
+      ->check(number_from(0.001, 1.0))
       ->option_text("<d>");
   app.add_option("--periods", wishes_.periods,
                  "whole periods counted at each frequency, at least (default: 3)")

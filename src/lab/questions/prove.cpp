@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "lab/data/instants.h"
+#include "lab/questions/number_range.h"
 
 // The floor is what waking up takes when there is no load to be in the way. The threads of the load
 // measure it themselves, with the clock and the priority that they have for the square wave: they
@@ -98,10 +99,10 @@ ProveInput prove_input(const Run& run) {
 
 void Prove::add_options(CLI::App& app) {
   app.add_option("--frequency", frequency_hz_, "frequency of the square wave (default: 100)")
-      ->check(CLI::Range(10.0, 2000.0))
+      ->check(number_from(10.0, 2000.0))
       ->option_text("<hz>");
   app.add_option("--duty", duty_, "duty of the square wave (default: 0.5)")
-      ->check(CLI::Range(0.05, 0.95))
+      ->check(number_from(0.05, 0.95))
       ->option_text("<d>");
 }
 

@@ -6,15 +6,16 @@
 #include "lab/plan/duration.h"
 #include "lab/plan/plan_error.h"
 #include "lab/questions/heat.h"
+#include "lab/questions/number_range.h"
 
 namespace lab {
 
 void Step::add_options(CLI::App& app) {
   app.add_option("--duty", duty_, "part of the time that the load is on, 0 to 1 (default: 1)")
-      ->check(CLI::Range(0.0, 1.0))
+      ->check(number_from(0.0, 1.0))
       ->option_text("<d>");
   app.add_option("--base", base_, "the same before and after the step (default: 0)")
-      ->check(CLI::Range(0.0, 1.0))
+      ->check(number_from(0.0, 1.0))
       ->option_text("<d>");
   app.add_option("--idle", idle_,
                  "before the step (default: 10s, in which held fans come to speed)")

@@ -10,6 +10,7 @@
 #include "lab/plan/duration.h"
 #include "lab/plan/plan_error.h"
 #include "lab/questions/limits.h"
+#include "lab/questions/number_range.h"
 #include "lab/questions/sweep_plan.h"
 
 namespace lab {
@@ -70,12 +71,12 @@ void Sweep::add_options(CLI::App& app) {
                  "waveform)")
       ->option_text("<list>");
   app.add_option("--duty", duty_, "duty at the points of rpm, pstate and load (default: 1)")
-      ->check(CLI::Range(0.0, 1.0))
+      ->check(number_from(0.0, 1.0))
       ->option_text("<d>");
   app.add_option("--error", error_,
                  "repeat points until the error of each is at most this part: of a power, of the "
                  "way that a temperature goes in the sweep (default: 0.01)")
-      ->check(CLI::Range(1e-6, 1.0))
+      ->check(number_from(1e-6, 1.0))
       ->option_text("<part>");
   app.add_option("--at-most", at_most_,
                  "what is not settled by then goes on all the same (default: 10m)")
