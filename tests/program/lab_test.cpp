@@ -272,6 +272,8 @@ TEST_F(Lab, TheDoctorNamesWhatEachQuestionLacks) {
 }
 
 TEST_F(Lab, EveryCommandHasAnExampleInItsHelp) {
+  const Outcome plan = program::run(lab({"plan", "step", "--help"}, As::kOrdinaryUser));
+  EXPECT_THAT(plan.out, HasSubstr("Example:\n  vorn-lab-sim plan step > my.toml"));
   for (const char* command : {"run", "step", "bode", "sweep", "fans", "prove", "watch", "plan",
                               "fit", "compare", "report", "plot", "doctor"}) {
     const Outcome outcome = program::run(lab({command, "--help"}, As::kOrdinaryUser));

@@ -163,7 +163,8 @@ void CommandLine::add_plan() {
     if (!question->has_command()) {
       continue;
     }
-    CLI::App* command = plan->add_subcommand(question->name(), question->summary());
+    CLI::App* command = add(*plan, question->name(), question->summary(),
+                            std::string("plan ") + question->name() + " > my.toml");
     add_own_options(*question, *command);
     add_plan_options(*command, plan_options_, question->defaults());
     command->add_flag("--json", json_, "print it as JSON");

@@ -92,13 +92,28 @@ std::size_t pstates_in(const std::vector<Finding>& findings) {
   return 0;
 }
 
+std::string no_keys(std::string_view errors) {
+  std::string why = std::string("this machine shows no keys: \"") + machine().program +
+                    " doctor\" says what it lacks, and the remedy";
+  if (!machine().simulated) {
+    why.append("; \"").append(machine().program).append("-sim\" has a simulated one");
+  }
+  // The companion's own hint, to its --check, is what the doctor says.
+  while (errors.ends_with('\n')) {
+    errors.remove_suffix(1);
+  }
+  const std::string_view last = errors.substr(errors.rfind('\n') + 1);
+  if (!last.empty() && last.find("--check") == std::string_view::npos) {
+    why.append("; ").append(last);
+  }
+  return why;
+}
+
 std::vector<MachineKey> machine_keys() {
   std::string errors;
   std::vector<MachineKey> keys = parse_listing(ask_companion("--list", errors));
   if (keys.empty()) {
-    throw EngineError(std::string("this machine shows no keys: \"") + machine().program +
-                      " doctor\" says what it lacks; " +
-                      (errors.empty() ? "" : errors.substr(0, errors.find('\n'))));
+    throw EngineError(no_keys(errors));
   }
   return keys;
 }

@@ -34,6 +34,9 @@ std::vector<Finding> parse_check(std::string_view text);
 /// How many P-states a run can force, as the companion's check says; 0: it does not. Pure.
 std::size_t pstates_in(const std::vector<Finding>& findings);
 
+/// Why there are no keys, and what helps, of a companion that listed none and said `errors`. Pure.
+std::string no_keys(std::string_view errors);
+
 /// The machine's keys, read now, with the rights that the engine is started with. Throws
 /// EngineError if the machine shows none.
 std::vector<MachineKey> machine_keys();

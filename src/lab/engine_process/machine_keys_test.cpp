@@ -61,5 +61,15 @@ TEST(MachineCheck, FindingsHaveTheirRemedies) {
   EXPECT_EQ(findings[1].remedy, "load the drivers");
 }
 
+TEST(MachineKeys, OfAMachineWithoutAnyTheDoctorKnowsMore) {
+  EXPECT_EQ(
+      no_keys("f() returned NULL\nNothing was found; --check says what it lacks.\n"),
+      "this machine shows no keys: \"vorn-lab-sim doctor\" says what it lacks, and the remedy");
+  EXPECT_EQ(no_keys("vorn-keys: no memory\n"),
+            "this machine shows no keys: \"vorn-lab-sim doctor\" says what it lacks, and the "
+            "remedy; vorn-keys: no memory");
+  EXPECT_EQ(no_keys(""), no_keys("--check\n"));
+}
+
 }  // namespace
 }  // namespace lab
