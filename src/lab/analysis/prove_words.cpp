@@ -144,7 +144,7 @@ ResultTable sensor_table(const Proof& proof) {
       .rows = {}};
   for (const SensorReach& sensor : proof.sensors) {
     const auto& interval = sensor.truth.update_interval_s;
-    table.rows.push_back({sensor.name, sensor.unit == "degC" ? "°C" : sensor.unit,
+    table.rows.push_back({sensor.name, spoken_unit(sensor.unit),
                           sensor.truth.step > 0 ? spoken_number(sensor.truth.step, 2) : "not known",
                           !interval             ? "not known"
                           : sensor.truth.slow() ? time_text(*interval)

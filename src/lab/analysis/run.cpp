@@ -33,7 +33,7 @@ nlohmann::ordered_json figures(const ColumnStatistics& statistics) {
 }
 
 std::string sentence(const Column& column, const ColumnStatistics& statistics) {
-  const std::string unit = column.unit == "degC" ? "°C" : column.unit;
+  const std::string unit = spoken_unit(column.unit);
   return column.name + " was " + spoken_value(statistics.mean) + " " + unit + " on average (" +
          spoken_interval(statistics.mean) + "), between " + spoken_number(statistics.minimum) +
          " and " + spoken_number(statistics.maximum) + " " + unit + ".";
@@ -131,9 +131,10 @@ void tell_keys(const Table& table, Answer& answer) {
       continue;
     }
     keys.rows.push_back(
-        {column.name, column.unit, statistics.mean, spoken_number(statistics.minimum, 4),
-         spoken_number(statistics.percentile_5, 4), spoken_number(statistics.median, 4),
-         spoken_number(statistics.percentile_95, 4), spoken_number(statistics.maximum, 4)});
+        {column.name, spoken_unit(column.unit), statistics.mean,
+         spoken_number(statistics.minimum, 4), spoken_number(statistics.percentile_5, 4),
+         spoken_number(statistics.median, 4), spoken_number(statistics.percentile_95, 4),
+         spoken_number(statistics.maximum, 4)});
     if (column.unit == "W" || column.unit == "degC") {
       answer.sentences.push_back(sentence(column, statistics));
     }
@@ -182,8 +183,8 @@ void tell_phases(const Table& table, const std::vector<std::string>& names, Answ
       if (column.name == kPhaseColumn || is_load(column) || statistics.measured == 0) {
         continue;
       }
-      phases.rows.push_back({names[rows.phase], column.name, column.unit, statistics.mean,
-                             spoken_number(statistics.minimum, 4),
+      phases.rows.push_back({names[rows.phase], column.name, spoken_unit(column.unit),
+                             statistics.mean, spoken_number(statistics.minimum, 4),
                              spoken_number(statistics.maximum, 4)});
       json["keys"][column.name] = {{"mean", to_json(statistics.mean)},
                                    {"minimum", json_number(statistics.minimum)},

@@ -68,4 +68,8 @@ std::string spoken_interval(const Estimate& estimate) {
   return "95 %: unknown";
 }
 
+std::string spoken_unit(const std::string& unit) {
+  return unit == "degC" ? "°C" : unit;
+}
+
 }  // namespace lab

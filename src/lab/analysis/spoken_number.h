@@ -18,4 +18,7 @@ std::string spoken_value(const Estimate& estimate);
 /// "95 %: 0.430 to 0.434"; of an interval that is open: "95 %: above 0.430".
 std::string spoken_interval(const Estimate& estimate);
 
+/// A unit as people write it: "degC" is "°C".
+std::string spoken_unit(const std::string& unit);
+
 }  // namespace lab

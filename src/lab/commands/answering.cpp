@@ -1,16 +1,18 @@
 #include "lab/commands/answering.h"
 
+#include <unistd.h>
+
 #include <fstream>
 #include <iostream>
 #include <sstream>
 
 #include "lab/folder/folder_error.h"
 #include "lab/folder/whole_file.h"
+#include "lab/live/look.h"
 #include "lab/report/facts.h"
 #include "lab/report/page_parts.h"
 #include "lab/report/report.h"
 #include "lab/report/report_assets.h"
-#include "lab/report/summary.h"
 
 namespace lab {
 
@@ -34,10 +36,14 @@ void print_words(const Run& run, const Answer& found) {
   said.warnings = all_warnings(run, found);
   const std::vector<std::string> alarming = alarms(run);
   said.warnings.insert(said.warnings.begin(), alarming.begin(), alarming.end());
-  write_summary(std::cout, said);
+  write_summary(std::cout, said, letters_of_output());
 }
 
 }  // namespace
+
+Letters letters_of_output() {
+  return isatty(STDOUT_FILENO) != 0 && !look_of_environment().utf8 ? Letters::ascii : Letters::utf8;
+}
 
 ExitStatus answer(const RunFolder& folder, const Question& question, Printed printed) {
   return answer(folder, question, folder.read(), printed);

@@ -4,6 +4,7 @@
 #include "lab/folder/folder_error.h"
 #include "lab/folder/run_folder.h"
 #include "lab/questions/question.h"
+#include "lab/report/summary.h"
 
 namespace lab {
 
@@ -16,6 +17,9 @@ class AfterAnswer : public FolderError {
 
 /// How an answer is printed.
 enum class Printed { words, json };
+
+/// What standard output can show: a terminal what the environment says, everything else UTF-8.
+Letters letters_of_output();
 
 /// Analyses the run in the folder, writes result.json and report.html there, and prints the answer.
 /// Returns what the answer alone is worth. Throws FolderError (AfterAnswer, if it is the folder

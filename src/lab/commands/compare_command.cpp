@@ -224,7 +224,7 @@ ExitStatus compare_runs(const CompareOptions& options, const std::vector<std::st
   if (options.json) {
     std::cout << result_text(page, answer);
   } else {
-    write_summary(std::cout, answer);
+    write_summary(std::cout, answer, letters_of_output());
     std::cout << "\nreport: " << folder.report().string() << '\n';
   }
   if (!std::cout.flush()) {

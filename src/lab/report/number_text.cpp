@@ -5,6 +5,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "lab/analysis/spoken_number.h"
+
 namespace lab {
 
 namespace {
@@ -91,7 +93,7 @@ std::string percent_text(double share) {
 }
 
 std::string unit_text(const std::string& unit) {
-  return unit == "degC" ? "°C" : unit;
+  return spoken_unit(unit);
 }
 
 std::string with_unit(const std::string& number, const std::string& unit) {

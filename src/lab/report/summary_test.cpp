@@ -13,9 +13,10 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-std::string summary(const Answer& answer, std::size_t columns = 80) {
+std::string summary(const Answer& answer, std::size_t columns = 80,
+                    Letters letters = Letters::utf8) {
   std::ostringstream out;
-  write_summary(out, answer, columns);
+  write_summary(out, answer, letters, columns);
   return out.str();
 }
 
@@ -51,6 +52,21 @@ TEST(Summary, BreaksLongSentencesBetweenWords) {
   answer.warnings.clear();
   EXPECT_EQ(summary(answer, 10), "one two\nthree four\n");
   EXPECT_EQ(summary(answer, 2), "one\ntwo\nthree\nfour\n");
+}
+
+TEST(Summary, KeepsItsColumnsWhereATerminalShowsNoDegreeSign) {
+  Answer answer;
+  answer.sentences = {"TC0D was 35 °C on average."};
+  answer.tables.push_back({.title = "",
+                           .head = {"Key", "Unit", "Mean", "Least"},
+                           .rows = {{"TC0D", "°C", Estimate{35.1, 33.3, 36.8, "degC"}, "33.6"},
+                                    {"PC0C", "W", Estimate{20.4, 15.1, 25.7, "W"}, "12.8"}}});
+  EXPECT_EQ(summary(answer, 80, Letters::ascii),
+            "TC0D was 35 degC on average.\n"
+            "\n"
+            "Key    Unit   Mean                       Least\n"
+            "TC0D   degC   35.1 degC (33.3 to 36.8)   33.6\n"
+            "PC0C   W      20.4 W    (15.1 to 25.7)   12.8\n");
 }
 
 TEST(Summary, SaysThatTheDataCannotDecide) {
