@@ -16,7 +16,8 @@ std::string power_column(const Run& run);
 double full_load(const Run& run);
 
 /// What a thermal analysis takes from a run: its power, or, without one, the load that was
-/// delivered, and every temperature.
+/// delivered, and every temperature. Of samples that came faster than a power is measured, one for
+/// each tenth of a second: closer readings hold the same energy, and it would look like a stage.
 StepInput heat_and_temperatures(const Run& run);
 
 }  // namespace lab

@@ -59,7 +59,15 @@ Plan Step::plan() const {
 }
 
 Answer Step::analyse(const Run& run) const {
-  return analyse_step(heat_and_temperatures(run));
+  const StepInput input = heat_and_temperatures(run);
+  Answer answer = analyse_step(input);
+  if (input.time_s.size() < run.samples.time_s.size()) {
+    answer.warnings.emplace_back(
+        "A reading of power is a mean over 0.1 s at least: of samples that came faster, the fit "
+        "has "
+        "one for each 0.1 s. For this question, sample no faster than 10 times a second.");
+  }
+  return answer;
 }
 
 std::vector<std::string> Step::lacks(const Offer& offer) const {

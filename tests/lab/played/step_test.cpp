@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
 #include <vector>
 
 #include "lab/played/played.h"
@@ -45,6 +47,31 @@ TEST(PlayedStep, AnswersTheQuestionOfAStep) {
   ASSERT_TRUE(answer.decided);
   const double resistance = answer.figures["keys"]["TC0D"]["resistance"]["value"];
   EXPECT_NEAR(resistance, 0.4318, 0.03 * 0.4318);
+}
+
+TEST(PlayedStep, SamplesThatComeFasterThanThePowerIsMeasuredGiveTheSameNumbers) {
+  for (const double rate_hz : {20.0, 100.0}) {
+    const Step step;
+    Plan plan = step.plan();
+    plan.rate_hz = rate_hz;
+    plan.keys = {"PC0C", "TC0D"};
+    plan.phases[1].until_settled = plan.phases[2].until_settled = false;
+    plan.phases[1].duration_s = plan.phases[2].duration_s = 90;
+    const Answer answer = step.analyse(played(plan));
+    const auto& die = answer.figures["keys"]["TC0D"];
+    const auto value = [](const nlohmann::ordered_json& estimate) {
+      return estimate["value"].get<double>();
+    };
+    EXPECT_NEAR(value(die["resistance"]), 0.4318, 0.01 * 0.4318) << rate_hz;
+    ASSERT_EQ(die["stages"].size(), 2U) << rate_hz;
+    EXPECT_NEAR(value(die["stages"][0]["time_constant"]), 0.4933, 0.01 * 0.4933) << rate_hz;
+    EXPECT_NEAR(value(die["stages"][1]["time_constant"]), 27.64, 0.01 * 27.64) << rate_hz;
+    EXPECT_NE(std::find_if(answer.warnings.begin(), answer.warnings.end(),
+                           [](const std::string& warning) {
+                             return warning.starts_with("A reading of power is a mean over 0.1 s");
+                           }),
+              answer.warnings.end());
+  }
 }
 
 }  // namespace
