@@ -174,9 +174,13 @@ AirFlowLaw air_flow_law(const std::vector<CooledPoint>& points) {
   law.still_conductance = of_logarithm(fit, errors, kStill, "W/K");
   law.forced_conductance = of_logarithm(fit, errors, kForced, "W/K");
   law.exponent = of_logarithm(fit, errors, kExponent, "");
+  // Air that stands takes some heat. Where the fit wants none, a part of the way is of another
+  // kind, such as a resistance in series that four speeds do not tell.
+  constexpr double kLeastStill = 1e-3;
   constexpr double kMostExponent = 3;  // air does not: it is the errors that allow it
-  law.known =
-      fit.parameters.allFinite() && errors.half.allFinite() && law.exponent.high < kMostExponent;
+  law.known = fit.parameters.allFinite() && errors.half.allFinite() &&
+              law.exponent.high < kMostExponent &&
+              law.still_conductance.value > kLeastStill * law.forced_conductance.value;
   law.series_resistance =
       law.series ? plain(fit, errors, kSeries, "K/W") : Estimate{0, 0, 0, "K/W"};
   return law;

@@ -17,7 +17,7 @@ struct CooledPoint {
 /// How the way from the heat to the air depends on the fans:
 ///   T = T_air + P (R_series + 1 / (G_still + G_forced flow^exponent)).
 struct AirFlowLaw {
-  bool known = false;           ///< false, too, if the errors allow an exponent of 3 and more
+  bool known = false;           ///< false, too, of what no flow of air explains
   bool series = false;          ///< a part of the resistance that no fan changes is told from 0
   Estimate air;                 ///< degC: the temperature that no heat is left at
   Estimate series_resistance;   ///< K/W

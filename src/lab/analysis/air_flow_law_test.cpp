@@ -65,6 +65,18 @@ TEST(AirFlowLaw, IsNotKnownFromThreeSpeeds) {
   EXPECT_FALSE(air_flow_law(points).known);
 }
 
+// A die as it was measured at four speeds, with 0.25 K/W to its sink: a fit without that says that
+// standing air takes nothing.
+TEST(AirFlowLaw, IsNotKnownOfAResistanceInSeriesFromFourSpeeds) {
+  const auto point = [](double celsius, double error, double watts, double flow) {
+    return CooledPoint{.temperature = celsius, .error = error, .power = watts, .air_flow = flow};
+  };
+  EXPECT_FALSE(air_flow_law({point(30.44, 0.06, 12.6, 1), point(56.69, 0.27, 49.7, 0.2015),
+                             point(51.9, 0.4, 49.2, 0.358), point(48, 0.5, 49, 0.672),
+                             point(46.26, 0.22, 48.6, 1)})
+                   .known);
+}
+
 TEST(AirFlowLaw, IsNotKnownFromErrorsThatAllowAnyExponent) {
   std::vector<CooledPoint> points = cooled(0, 2);
   points.resize(5);

@@ -56,6 +56,10 @@ Spread read_behind(const Follows& record, const Follows& kernel, const Stretch& 
 
 }  // namespace
 
+Spread seen(const Spread& spread) {
+  return Spread(spread.sorted());
+}
+
 std::optional<KernelView> kernel_view(const Stimulus& stimulus, const SchedulerTrace& trace,
                                       const Stretch& stretch, double carrier_hz) {
   Stimulus seen;

@@ -19,6 +19,10 @@ struct KernelView {
   std::int64_t lost = 0;  ///< events that are missing in the trace
 };
 
+/// The spread of what the trace has: on a virtual machine some switches from idle leave no event,
+/// and that a begin is not in the trace says nothing of when it was.
+Spread seen(const Spread& spread);
+
 /// Lays the trace over the record. Nothing if no trace was taken, or none of the record's threads
 /// is in it.
 std::optional<KernelView> kernel_view(const Stimulus& stimulus, const SchedulerTrace& trace,

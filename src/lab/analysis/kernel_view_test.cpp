@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "lab/fakes/fake_waveform.h"
 
 namespace lab {
@@ -68,6 +70,8 @@ TEST(KernelView, CountsBeginsThatTheTraceDoesNotHave) {
   ASSERT_TRUE(view);
   EXPECT_EQ(view->read_behind.missed(), 100U);
   EXPECT_EQ(view->wave.on.missed(), 100U);
+  EXPECT_TRUE(std::isinf(view->wave.on.at(0.99)));
+  EXPECT_NEAR(seen(view->wave.on).at(0.99), 7, 1) << "of those that it has";
   EXPECT_EQ(view->lost, 7);
 }
 

@@ -34,15 +34,23 @@ nlohmann::ordered_json figures(const WaveformTruth& square) {
           {"skew", figures(square.skew)}};
 }
 
+/// The times of what the trace has, and how many it does not have.
+nlohmann::ordered_json figures_of_seen(const Spread& spread) {
+  nlohmann::ordered_json json = figures(seen(spread));
+  json["count"] = spread.count();
+  json["missed"] = spread.missed();
+  return json;
+}
+
 nlohmann::ordered_json figures(const std::optional<KernelView>& kernel) {
   if (!kernel) {
     return nullptr;
   }
-  return {{"on_edges", figures(kernel->wave.on)},
-          {"off_edges", figures(kernel->wave.off)},
-          {"skew", figures(kernel->wave.skew)},
+  return {{"on_edges", figures_of_seen(kernel->wave.on)},
+          {"off_edges", figures_of_seen(kernel->wave.off)},
+          {"skew", figures_of_seen(kernel->wave.skew)},
           {"duty_between_edges", kernel->wave.duty_between},
-          {"read_behind", figures(kernel->read_behind)},
+          {"read_behind", figures_of_seen(kernel->read_behind)},
           {"lost", kernel->lost}};
 }
 

@@ -12,12 +12,11 @@ std::string whose_word(const Proof& proof) {
   if (!proof.kernel) {
     return own + "not looked at.";
   }
-  // Of what it has: on a virtual machine some switches from idle leave no event.
   const KernelView& kernel = *proof.kernel;
-  const Spread on(kernel.wave.on.sorted());
-  const Spread off(kernel.wave.off.sorted());
-  const Spread skew(kernel.wave.skew.sorted());
-  const Spread behind(kernel.read_behind.sorted());
+  const Spread on = seen(kernel.wave.on);
+  const Spread off = seen(kernel.wave.off);
+  const Spread skew = seen(kernel.wave.skew);
+  const Spread behind = seen(kernel.read_behind);
   const double half_us = half_period_us(proof);
   if (on.count() == 0 || behind.count() == 0) {
     return own + "looked at beside it, and has no begin of the square wave.";
@@ -37,13 +36,22 @@ std::string whose_word(const Proof& proof) {
   return text + ".";
 }
 
+std::string who_else_saw_it(const Proof& proof) {
+  if (!proof.kernel) {
+    return "not by this run: instants are the engine's own word, processor time is the kernel's";
+  }
+  const Spread& begins = proof.kernel->read_behind;
+  return "the kernel's trace has " + std::to_string(begins.count() - begins.missed()) + " of " +
+         std::to_string(begins.count()) + " begins of the engine's record";
+}
+
 void judge_kernel(const KernelView& kernel, std::vector<std::string>& warnings) {
   constexpr double kLate_us = 100;
   if (kernel.lost > 0) {
     warnings.push_back("The kernel's trace lacks " + std::to_string(kernel.lost) +
                        " events, which found no room in its buffer: use a lower --frequency.");
   }
-  const Spread behind(kernel.read_behind.sorted());
+  const Spread behind = seen(kernel.read_behind);
   if (behind.at(0.5) > kLate_us) {
     warnings.push_back(
         "The engine says that it began " + microseconds(behind.at(0.5), kLate_us) +

@@ -80,7 +80,8 @@ std::string sentence(std::string clause) {
   return clause + ".";
 }
 
-std::vector<ResultTable::Cell> row(const char* what, const Spread& spread) {
+/// `more`: beside those of `spread`, events that are not in it.
+std::vector<ResultTable::Cell> row(const char* what, const Spread& spread, std::size_t more = 0) {
   const auto at = [&](double time_us) {
     return std::isnan(time_us)   ? std::string("not known")
            : std::isinf(time_us) ? "not seen"
@@ -90,8 +91,8 @@ std::vector<ResultTable::Cell> row(const char* what, const Spread& spread) {
           at(spread.at(0.5)),
           at(spread.at(0.99)),
           at(spread.most()),
-          std::to_string(spread.count()),
-          std::to_string(spread.missed())};
+          std::to_string(spread.count() + more),
+          std::to_string(spread.missed() + more)};
 }
 
 ResultTable edges_table(const Proof& proof) {
@@ -103,15 +104,20 @@ ResultTable edges_table(const Proof& proof) {
       table.rows.push_back(row(what, spread));
     }
   };
+  const auto add_seen = [&](const char* what, const Spread& spread) {
+    if (!spread.sorted().empty()) {
+      table.rows.push_back(row(what, seen(spread), spread.missed()));
+    }
+  };
   add("wake-up without load (the floor)", proof.floor.on);
   add("on edge, each thread", proof.square.on);
   add("off edge, each thread", proof.square.off);
   add("skew, last thread behind the first", proof.square.skew);
   if (proof.kernel) {
-    add("on edge, by the kernel's trace", proof.kernel->wave.on);
-    add("off edge, by the kernel's trace", proof.kernel->wave.off);
-    add("skew, by the kernel's trace", proof.kernel->wave.skew);
-    add("begin by the engine, behind the kernel's", proof.kernel->read_behind);
+    add_seen("on edge, by the kernel's trace", proof.kernel->wave.on);
+    add_seen("off edge, by the kernel's trace", proof.kernel->wave.off);
+    add_seen("skew, by the kernel's trace", proof.kernel->wave.skew);
+    add_seen("begin by the engine, behind the kernel's", proof.kernel->read_behind);
   }
   add("sample complete, behind its grid", proof.grid);
   return table;
@@ -190,16 +196,7 @@ ResultTable possible_table(const Proof& proof) {
                            ? "99 of 100 within " + time_text(kMicrosecond * proof.grid.at(0.99)) +
                                  " of their grid"
                            : "more than 1 of 100 left out")});
-  table.rows.push_back(
-      {"the waveform as others see it",
-       !proof.kernel
-           ? std::string("not by this run: instants are the engine's own word, processor time is "
-                         "the kernel's")
-           : "the kernel's trace has " +
-                 std::to_string(proof.kernel->read_behind.count() -
-                                proof.kernel->read_behind.missed()) +
-                 " of " + std::to_string(proof.kernel->read_behind.count()) +
-                 " begins of the engine's record"});
+  table.rows.push_back({"the waveform as others see it", who_else_saw_it(proof)});
   return table;
 }
 

@@ -67,6 +67,17 @@ TEST(StepStructure, OfLaddersWithoutNoiseIsWithinATenth) {
   }
 }
 
+// The same with noise of a thousandth of the rise on each of 100 samples to a decade.
+TEST(StepStructure, OfLaddersInALittleNoiseIsWithinATenth) {
+  for (std::size_t rungs = 3; rungs <= 5; ++rungs) {
+    for (unsigned seed = 1; seed <= 5; ++seed) {
+      const FakeLadder truth = random_ladder(rungs, 0.01, 5, seed);
+      const Answer answer = structure_of(heating_of(truth, 5, 1e-3, 100, seed));
+      EXPECT_LT(worst_error(answer.figures["ladder"], truth.rungs), 0.1) << rungs << ' ' << seed;
+    }
+  }
+}
+
 // A factor of ten apart, noise of a hundredth of the rise on each of 200 samples to a decade.
 TEST(StepStructure, OfLaddersInNoiseIsWithinAFifth) {
   for (std::size_t rungs = 3; rungs <= 5; ++rungs) {

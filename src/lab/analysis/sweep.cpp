@@ -190,10 +190,11 @@ void judge_laws(const SweepInput& input, const SweepLaws& laws,
     }
     for (const CoolingOfKey& cooling : laws.cooling) {
       if (!cooling.law.known) {
-        warnings.push_back(cooling.name +
-                           ": no law over fan speed can be told: it takes four speeds or more and "
-                           "a stretch without load, all settled, and errors that are small beside "
-                           "what the speed changes.");
+        warnings.push_back(
+            cooling.name +
+            ": no law over fan speed can be told: it takes four speeds or more (behind a "
+            "resistance that no fan changes five) and a stretch without load, all "
+            "settled, and errors that are small beside what the speed changes.");
       }
     }
   } else if (!laws.dynamic.known) {

@@ -129,6 +129,9 @@ bool before(const SweptPoint& one, const SweptPoint& other) {
   constexpr double kLast = 1e9;
   const double first = one.number.value_or(kLast);
   const double second = other.number.value_or(kLast);
+  if (first == kLast && second == kLast && one.idle != other.idle) {
+    return one.idle;  // what the loads are compared with
+  }
   return first != second ? first < second : one.name < other.name;
 }
 
