@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <vector>
 
 #include "lab/analysis/column_statistics.h"
@@ -45,6 +46,20 @@ void widen(Estimate& estimate, double value, double half) {
 
 Estimate none(double value, const char* unit) {
   return {value, kInfinite, -kInfinite, unit};
+}
+
+/// How far the straight line through the speeds rises from the first instant to the last, in RPM.
+double rise_of_line(std::span<const double> since_s, std::span<const double> speeds_rpm) {
+  const auto count = static_cast<double>(since_s.size());
+  const double middle_s = std::accumulate(since_s.begin(), since_s.end(), 0.0) / count;
+  double product = 0;
+  double square = 0;
+  for (std::size_t at = 0; at < since_s.size(); ++at) {
+    const double from_middle_s = since_s[at] - middle_s;
+    product += from_middle_s * speeds_rpm[at];
+    square += from_middle_s * from_middle_s;
+  }
+  return square > 0 ? product / square * (since_s.back() - since_s.front()) : 0;
 }
 
 double last_mean(std::span<const double> speeds_rpm) {
@@ -112,7 +127,10 @@ FanStop fan_stop(std::span<const double> since_s, std::span<const double> speeds
     }
   }
   if (turned + 1 >= speeds_rpm.size()) {
-    return stop;  // it turned to the end, or never
+    // It turned to the end, or never.
+    const SteadySpeed last = steady_speed(since_s, speeds_rpm);
+    stop.slowing = last.moving && speeds_rpm.back() < last.rpm.value;
+    return stop;
   }
   stop.stands_still = true;
   // Between two samples it went on as it did between the two before.
@@ -150,6 +168,7 @@ SteadySpeed steady_speed(std::span<const double> since_s, std::span<const double
   result.rpm = statistics.mean;
   result.steady = statistics.minimum >= kTurning_rpm &&
                   statistics.deviation < kUnsteady * statistics.mean.value;
+  result.moving = std::abs(rise_of_line(times, last)) > kUnsteady * statistics.mean.value;
   return result;
 }
 

@@ -57,29 +57,56 @@ void take_largest(const FanStayed& stayed, std::optional<FanStayed>& largest) {
   }
 }
 
+void extend(const std::vector<double>& speeds, double& least, double& most) {
+  for (const double speed : speeds) {
+    least = std::min(least, speed);
+    most = std::max(most, speed);
+  }
+}
+
+/// Why no step of any fan was seen.
+std::string nothing_seen(const std::vector<FanResult>& results) {
+  if (std::any_of(results.begin(), results.end(), held_too_briefly)) {
+    return "The fans did not come to the speeds that they were asked for: each was held too "
+           "briefly. Hold them longer with --hold.";
+  }
+  if (std::any_of(results.begin(), results.end(), [](const FanResult& one) { return one.held; })) {
+    return "The fans were held, and none was seen to follow.";
+  }
+  return "No fan was seen to follow. Only root may hold fans: call this with sudo.";
+}
+
 FanResult result_of(const Table& samples, const FanRecord& record) {
   FanResult result;
   result.fan = record.fan;
   result.speed = record.speed;
+  result.held = record.held;
   const Column* speed = samples.find(record.speed);
   if (speed == nullptr) {
     return result;
   }
   bool still = false;
   double least_asked = std::numeric_limits<double>::infinity();
+  double slowest = std::numeric_limits<double>::infinity();
+  double fastest = -slowest;
   for (const FanStay& stay : record.stays) {
     FanStayed stayed;
     stayed.asked_rpm = stay.asked_rpm;
     stayed.shown = shown_in(samples, *speed, stay);
     const ShownSpeeds& shown = stayed.shown;
     const bool to_stop = stay.asked_rpm == 0.0;
+    extend(shown.speeds_rpm, slowest, fastest);
     stayed.step = fan_step(shown.since_s, shown.speeds_rpm, shown.before_rpm);
     stayed.steady = steady_speed(shown.since_s, shown.speeds_rpm);
     const FanStep& step = stayed.step;
     constexpr double kClose = 0.02;
-    if (step.known && step.to_rpm.high - step.to_rpm.low < kClose * step.to_rpm.value) {
+    const bool seen_whole =
+        step.known && step.to_rpm.high - step.to_rpm.low < kClose * step.to_rpm.value;
+    if (seen_whole) {
       stayed.steady.rpm = step.to_rpm;  // the mean has not come there yet
     }
+    stayed.arrived = seen_whole || !stayed.steady.moving;
+    stayed.steady.steady = stayed.steady.steady && stayed.arrived;
     take_stop_and_start(stayed, still, result);
     if (stayed.step.known && !to_stop && !still) {
       take_largest(stayed,
@@ -96,6 +123,8 @@ FanResult result_of(const Table& samples, const FanRecord& record) {
     }
     result.stays.push_back(std::move(stayed));
   }
+  constexpr double kMoved = 0.1;  // of the fastest: no fan that is left alone
+  result.moved = fastest - slowest > kMoved * fastest;
   return result;
 }
 
@@ -123,6 +152,9 @@ Json figures_of(const FanResult& result) {
             {"speeds", Json::array()}};
   if (result.stop) {
     json["stop"] = {{"stands_still", result.stop->stands_still}};
+    if (result.stop->slowing) {
+      json["stop"]["stands_still"] = nullptr;
+    }
     if (result.stop->stands_still) {
       json["stop"]["speed"] = to_json(result.stop->speed_rpm);
       json["stop"]["after"] = to_json(result.stop->after_s);
@@ -163,9 +195,7 @@ Answer analyse_fans(const Table& samples, const std::vector<FanRecord>& fans) {
     results.push_back(result);
   }
   if (!answer.decided) {
-    answer.sentences.insert(answer.sentences.begin(),
-                            "No fan was seen to follow. Only root may hold fans: call this with "
-                            "sudo.");
+    answer.sentences.insert(answer.sentences.begin(), nothing_seen(results));
   }
   answer.tables = fans_tables(results);
   const Chart steps = fans_chart(results);

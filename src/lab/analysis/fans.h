@@ -22,6 +22,7 @@ struct FanStay {
 struct FanRecord {
   std::string fan;    ///< target key: "F0Tg"
   std::string speed;  ///< column of its speed: "F0Ac"
+  bool held = false;  ///< the engine's record says that it was held
   std::vector<FanStay> stays;
 };
 
@@ -31,8 +32,9 @@ struct FanRecord {
 ///   speed                 the key of its speed
 ///   down, up              the largest step between two speeds at which it turned: from (RPM), and
 ///                         to (RPM), time_constant and dead_time (s), all Estimates; null: not seen
-///   stop                  stands_still; and if so speed, from which it stopped dead (RPM), and
-///                         after (s), Estimates; null: it was not asked to stop
+///   stop                  stands_still (null: it was still getting slower); and if so speed, from
+///                         which it stopped dead (RPM), and after (s), Estimates; null: it was not
+///                         asked to stop
 ///   start                 asked (RPM), turns, and if so delay (Estimate, s): from standstill
 ///   least_steady_speed    Estimate, RPM: the least one that it kept; null: none
 ///   speeds[]              asked (RPM; null: maximum), speed (Estimate), steady

@@ -1,5 +1,6 @@
 #include "lab/analysis/fans_words.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "lab/analysis/spoken_number.h"
@@ -32,6 +33,11 @@ void add_curves(const FanResult& result, const FanStayed& stayed, const char* wa
 
 }  // namespace
 
+bool held_too_briefly(const FanResult& result) {
+  return result.moved && std::none_of(result.stays.begin(), result.stays.end(),
+                                      [](const FanStayed& stayed) { return stayed.arrived; });
+}
+
 std::string fan_sentence(const FanResult& result) {
   std::string text = result.fan + ":";
   const auto way = [&](const char* name, const FanStayed& stayed) {
@@ -52,15 +58,24 @@ std::string fan_sentence(const FanResult& result) {
     text += " no step of it was seen;";
   }
   if (result.least_steady) {
-    text += std::string(result.steady_at_least ? " it is steady down to "
-                                               : " it is not steady below ") +
+    const bool slower_unseen =
+        std::any_of(result.stays.begin(), result.stays.end(), [&](const FanStayed& stayed) {
+          return !stayed.arrived && stayed.asked_rpm && *stayed.asked_rpm > 0 &&
+                 *stayed.asked_rpm < result.least_steady->low;
+        });
+    text += std::string(result.steady_at_least || slower_unseen ? " it is steady down to "
+                                                                : " it is not steady below ") +
             spoken_value(*result.least_steady) + " RPM" +
-            (result.steady_at_least ? ", the least that it was asked for" : "") + ";";
+            (result.steady_at_least ? ", the least that it was asked for"
+             : slower_unseen        ? ", and had no time to come to less"
+                                    : "") +
+            ";";
   }
   if (result.stop) {
     text += result.stop->stands_still ? " told to stop, it stands still from " +
                                             spoken_value(result.stop->speed_rpm) + " RPM on;"
-                                      : std::string(" told to stop, it turns on;");
+            : result.stop->slowing ? std::string(" told to stop, it was still getting slower;")
+                                   : std::string(" told to stop, it turns on;");
   }
   if (result.start_asked_rpm) {
     text += result.start ? " from standstill it turns after " + spoken_value(*result.start) + " s;"
@@ -122,10 +137,13 @@ std::vector<std::string> judge_fan_result(const FanResult& result) {
   std::vector<std::string> warnings;
   if (!result.down || !result.up) {
     warnings.push_back(result.fan +
-                       ": a step was not seen whole: the fan did not follow, or its speed is read "
-                       "too seldom. Hold each speed longer with --hold.");
+                       (held_too_briefly(result)
+                            ? ": no speed was held for as long as it takes to come there. Hold "
+                              "each longer with --hold."
+                            : ": a step was not seen whole: the fan did not follow, or its speed "
+                              "is read too seldom. Hold each speed longer with --hold."));
   }
-  if (!result.least_steady) {
+  if (!result.least_steady && !held_too_briefly(result)) {
     warnings.push_back(result.fan + ": at no speed was it steady.");
   }
   return warnings;

@@ -21,12 +21,15 @@ struct FanStayed {
   ShownSpeeds shown;
   FanStep step;
   SteadySpeed steady;
+  bool arrived = false;  ///< it had the time to come to a speed, whether it keeps it or not
 };
 
 /// What one fan did.
 struct FanResult {
   std::string fan;
   std::string speed;
+  bool held = false;   ///< the engine says that it held it
+  bool moved = false;  ///< its speed changed by more than a sensor's noise
   std::vector<FanStayed> stays;
   std::optional<FanStayed> down;
   std::optional<FanStayed> up;
@@ -36,6 +39,9 @@ struct FanResult {
   std::optional<Estimate> least_steady;
   bool steady_at_least = false;  ///< it is that of the least speed that was asked for
 };
+
+/// Whether no speed was held for as long as the fan takes to come there.
+bool held_too_briefly(const FanResult& result);
 
 /// What a fan does, in a sentence.
 std::string fan_sentence(const FanResult& result);

@@ -83,6 +83,7 @@ double asked_s(const Run& run, const std::string& fan, double begin_s, double en
 
 std::vector<FanRecord> records_of(const Run& run) {
   std::vector<FanRecord> records;
+  const std::vector<ForcedAt>& forced = run.delivery.forced;
   const Column* phases = run.samples.find(kPhaseColumn);
   if (phases == nullptr) {
     return records;
@@ -99,7 +100,12 @@ std::vector<FanRecord> records_of(const Run& run) {
       auto record = std::find_if(records.begin(), records.end(),
                                  [&](const FanRecord& one) { return one.fan == phase.fan; });
       if (record == records.end()) {
-        records.push_back({.fan = phase.fan, .speed = phase.fan.substr(0, 2) + "Ac", .stays = {}});
+        records.push_back(
+            {.fan = phase.fan,
+             .speed = phase.fan.substr(0, 2) + "Ac",
+             .held = std::any_of(forced.begin(), forced.end(),
+                                 [&](const ForcedAt& one) { return one.what == phase.fan; }),
+             .stays = {}});
         record = std::prev(records.end());
       }
       const std::vector<double>& time_s = run.samples.time_s;

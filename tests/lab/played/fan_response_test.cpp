@@ -132,6 +132,34 @@ TEST_F(PlayedFans, ThatDoNotFollowAreNotDecided) {
   EXPECT_THAT(answer.sentences[0], testing::HasSubstr("Only root may hold fans"));
 }
 
+TEST_F(PlayedFans, ThatAreHeldTooBrieflyAreToldSoAndNotThatRootIsMissing) {
+  lab::Run run = played(planned({"--fan", "F0Tg", "--hold", "2s"}));
+  run.delivery.forced.push_back({0, "F0Tg", "1600"});
+  const Answer answer = question_.analyse(run);
+  EXPECT_THAT(answer.sentences[0], testing::HasSubstr("held too briefly"));
+  EXPECT_THAT(answer.sentences[0], testing::HasSubstr("--hold"));
+  EXPECT_THAT(answer.sentences, testing::Each(testing::Not(testing::HasSubstr("root"))));
+  EXPECT_THAT(answer.sentences.back(), testing::HasSubstr("still getting slower"));
+  const Json& found = answer.figures["fans"]["F0Tg"];
+  EXPECT_TRUE(found["least_steady_speed"].is_null()) << found["least_steady_speed"];
+  EXPECT_TRUE(found["stop"]["stands_still"].is_null());
+  ASSERT_EQ(answer.warnings.size(), 1U);
+  EXPECT_THAT(answer.warnings[0], testing::HasSubstr("no speed was held for as long"));
+}
+
+TEST_F(PlayedFans, ThatWereHeldAndStoodFastAreNotCalledRoots) {
+  lab::Run run = played(planned({"--fan", "F0Tg"}));
+  for (double& speed :
+       std::find_if(run.samples.columns.begin(), run.samples.columns.end(), [](const Column& one) {
+         return one.name == "F0Ac";
+       })->values) {
+    speed = 2000;
+  }
+  run.delivery.forced.push_back({0, "F0Tg", "1600"});
+  EXPECT_EQ(question_.analyse(run).sentences[0],
+            "The fans were held, and none was seen to follow.");
+}
+
 TEST_F(PlayedFans, ThatTheMachineDoesNotHaveAreRefused) {
   EXPECT_THROW(planned({"--fan", "F7Tg"}), PlanError);
   EXPECT_THROW(planned({"--hold", "soon"}), PlanError);
