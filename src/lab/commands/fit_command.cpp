@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <limits>
 #include <map>
+#include <utility>
 
 #include "lab/commands/answering.h"
 #include "lab/commands/run_command.h"
@@ -13,6 +14,7 @@
 #include "lab/folder/folder_error.h"
 #include "lab/folder/run_folder.h"
 #include "lab/folder/samples_file.h"
+#include "lab/folder/stated_unit.h"
 #include "lab/plan/plan_error.h"
 #include "lab/questions/number_range.h"
 
@@ -56,12 +58,55 @@ void rename_taken(Table& file) {
   }
 }
 
+/// Which columns come in other units than those of the lab, as the table itself says.
+class TakenUnits {
+ public:
+  /// The unit of a column: that of the option, or the one that the table states, or `usual`.
+  std::string unit_of(const Column& column, Measure measure, const std::string& wanted,
+                      const std::string& option, const std::string& usual) {
+    if (!wanted.empty()) {
+      return wanted;
+    }
+    std::string unit = stated_unit(column, measure, option).value_or(usual);
+    add(column.name, unit, usual);
+    return unit;
+  }
+  void add(const std::string& name, const std::string& unit, const std::string& usual) {
+    if (unit != usual) {
+      parts_.push_back("\"" + name + "\" in " + unit);
+    }
+  }
+  /// A sentence about them; empty: there is none.
+  std::string words() const {
+    std::string text;
+    for (std::size_t at = 0; at < parts_.size(); ++at) {
+      text += (at == 0 ? "" : at + 1 < parts_.size() ? ", " : " and ") + parts_[at];
+    }
+    return text.empty() ? text : "The table gives " + text + ": that is converted.";
+  }
+
+ private:
+  std::vector<std::string> parts_;
+};
+
+/// Whether a column that nobody named may be a temperature: its unit is of nothing else.
+bool may_be_temperature(const Column& column) {
+  return column.unit.empty() || named_unit(column.unit).measure == Measure::temperature;
+}
+
+CsvTable table_of(const FitOptions& options) {
+  std::optional<double> unit_s;
+  if (!options.time_unit.empty()) {
+    unit_s = time_units().at(options.time_unit);
+  }
+  return parse_csv(read_csv(options.file), options.file,
+                   {.time = options.time, .time_unit_s = unit_s});
+}
+
 /// The samples of a run that would have given this table.
-Table samples_of(const FitOptions& options, std::string& power_name,
-                 std::vector<std::string>& warnings) {
-  CsvTable csv =
-      parse_csv(read_csv(options.file), options.file,
-                {.time = options.time, .time_unit_s = time_units().at(options.time_unit)});
+Table samples_of(const FitOptions& options, CsvTable csv, std::string& power_name,
+                 std::vector<std::string>& warnings, std::vector<std::string>& notes) {
+  TakenUnits units;
   if (csv.left_out > 0) {
     warnings.push_back(std::to_string(csv.left_out) + " lines of " + options.file +
                        " were left out: their time is not later than that of the line before. If "
@@ -69,6 +114,7 @@ Table samples_of(const FitOptions& options, std::string& power_name,
   }
   Table& file = csv.table;
   const std::size_t time = column_index(file, options.time, options.file);
+  units.add(file.columns[time].name, csv.time_unit.value_or("s"), "s");
   const std::size_t rows = file.time_s.size();
   Table samples{.time_s = file.time_s, .columns = {}};
   const std::vector<double> unknown(rows, std::numeric_limits<double>::quiet_NaN());
@@ -90,9 +136,11 @@ Table samples_of(const FitOptions& options, std::string& power_name,
   rename_taken(file);
   if (!options.power.empty()) {
     Column column = file.columns[power];
+    const std::string unit =
+        units.unit_of(column, Measure::power, options.power_unit, "--power-unit", "W");
     column.unit = "W";
     for (double& value : column.values) {
-      value *= kPowerUnits.at(options.power_unit);
+      value *= kPowerUnits.at(unit);
     }
     power_name = column.name;
     samples.columns.push_back(std::move(column));
@@ -106,17 +154,23 @@ Table samples_of(const FitOptions& options, std::string& power_name,
   }
   for (std::size_t index = 0; options.temperatures.empty() && index < file.columns.size();
        ++index) {
-    if (index != time && index != power) {
+    if (index != time && index != power &&
+        (!options.temperature_unit.empty() || may_be_temperature(file.columns[index]))) {
       chosen.push_back(index);
     }
   }
   for (const std::size_t index : chosen) {
     Column column = file.columns[index];
+    const std::string unit = units.unit_of(column, Measure::temperature, options.temperature_unit,
+                                           "--temperature-unit", "C");
     column.unit = "degC";
     for (double& value : column.values) {
-      value = celsius(value, options.temperature_unit);
+      value = celsius(value, unit);
     }
     samples.columns.push_back(std::move(column));
+  }
+  if (!units.words().empty()) {
+    notes.push_back(units.words());
   }
   return samples;
 }
@@ -129,12 +183,14 @@ void add_fit_options(CLI::App& app, FitOptions& options) {
       ->option_text(" ");
   app.add_option("--time", options.time, "column of the time, by name or number (default: 1)")
       ->option_text("<column>");
-  app.add_option("--time-unit", options.time_unit, "us, ms, s, min or h (default: s)")
+  app.add_option("--time-unit", options.time_unit,
+                 "us, ms, s, min or h (default: as the table says, else s)")
       ->check(CLI::IsMember(names_of(time_units())))
       ->option_text("<unit>");
   auto* power = app.add_option("--power", options.power, "column of the power, by name or number")
                     ->option_text("<column>");
-  app.add_option("--power-unit", options.power_unit, "uW, mW, W or kW (default: W)")
+  app.add_option("--power-unit", options.power_unit,
+                 "uW, mW, W or kW (default: as the table says, else W)")
       ->check(CLI::IsMember(names_of(kPowerUnits)))
       ->option_text("<unit>");
   app.add_option("--watts", options.watts, "the power, if it was constant from the first line on")
@@ -148,7 +204,7 @@ void add_fit_options(CLI::App& app, FitOptions& options) {
       ->take_all()
       ->option_text("<column>");
   app.add_option("--temperature-unit", options.temperature_unit,
-                 "C, mC (thousandths of it), K or F (default: C)")
+                 "C, mC (thousandths of it), K or F (default: as the table says, else C)")
       ->check(CLI::IsMember({"C", "mC", "K", "F"}))
       ->option_text("<unit>");
   app.add_flag("--structure", options.structure,
@@ -159,6 +215,7 @@ void add_fit_options(CLI::App& app, FitOptions& options) {
 }
 
 ExitStatus fit(const FitOptions& options, const std::vector<std::string>& command) {
+  CsvTable csv = table_of(options);  // first of all: a wrong file is no matter of the power
   if (options.power.empty() && !options.watts) {
     throw PlanError("fit needs the power: --power names its column, --watts is its value");
   }
@@ -166,7 +223,7 @@ ExitStatus fit(const FitOptions& options, const std::vector<std::string>& comman
   plan.question = "fit";
   plan.structure = options.structure;
   RunInfo info;
-  const Table samples = samples_of(options, plan.power, info.warnings);
+  const Table samples = samples_of(options, std::move(csv), plan.power, info.warnings, info.notes);
   info.question = plan.question;
   note_machine(info);
   info.ended = info.begun;

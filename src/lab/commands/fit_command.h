@@ -17,12 +17,12 @@ namespace lab {
 struct FitOptions {
   std::string file;
   std::string time = "1";
-  std::string time_unit = "s";
+  std::string time_unit;  ///< empty, here and below: as the table says, else s, W and C
   std::string power;
-  std::string power_unit = "W";
+  std::string power_unit;
   std::optional<double> watts;
   std::vector<std::string> temperatures;
-  std::string temperature_unit = "C";
+  std::string temperature_unit;
   bool structure = false;
   OutputOptions output;
 };

@@ -3,15 +3,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <cmath>
 #include <cstring>
-#include <ctime>
 #include <limits>
 #include <optional>
 #include <vector>
 
 #include "lab/data/characters.h"
 #include "lab/data/file_text.h"
+#include "lab/data/units.h"
+#include "lab/folder/csv_cells.h"
+#include "lab/folder/stated_unit.h"
 
 namespace lab {
 
@@ -99,42 +100,45 @@ Cells split(std::string_view line, char separator) {
   }
 }
 
-std::optional<double> number(std::string_view cell, char separator) {
-  std::string text(cell);
-  if (separator != ',') {
-    std::replace(text.begin(), text.end(), ',', '.');
+std::string names_in(const Table& table) {
+  std::string names;
+  for (const Column& column : table.columns) {
+    names += (names.empty() ? "" : ", ") + printable(column.name, true);
   }
-  double value = 0;
-  const char* begin = text.data() + (text.starts_with('+') ? 1 : 0);
-  const char* end = text.data() + text.size();
-  const auto result = std::from_chars(begin, end, value);
-  return result.ec == std::errc() && result.ptr == end && std::isfinite(value)
-             ? std::optional(value)
-             : std::nullopt;
+  return names;
 }
 
-/// Seconds of an instant such as "2026-11-21 15:00:00.5", on a scale without leap seconds. Offsets
-/// from UTC are left out: differences alone count.
-std::optional<double> instant(std::string_view cell) {
-  const std::string text(cell);
-  std::tm parts{};
-  const char* rest = strptime(text.c_str(), "%Y-%m-%d", &parts);
-  if (rest == nullptr || (*rest != 'T' && *rest != ' ')) {
-    return std::nullopt;
-  }
-  rest = strptime(rest + 1, "%H:%M:%S", &parts);
-  if (rest == nullptr) {
-    return std::nullopt;
-  }
-  double fraction = 0;
-  if (*rest == '.') {
-    std::from_chars(rest, text.c_str() + text.size(), fraction);
-  }
-  return static_cast<double>(timegm(&parts)) + fraction;
+/// Which line was taken for the head, and what to do if it is another. 0: none was.
+std::string head_told(std::size_t head, const Table& table) {
+  return (head > 0 ? "Line " + std::to_string(head) + " was taken for the head: " + names_in(table)
+                   : std::string("No line was taken for a head")) +
+         ". What a logger writes before its head is to begin with #, or to be left out.";
 }
 
 [[noreturn]] void refuse(const std::string& name, std::size_t line, const std::string& why) {
   throw CsvError(name + ":" + std::to_string(line) + ": " + why);
+}
+
+/// Whether a line below the head has units in place of numbers.
+bool has_units(const Cells& cells) {
+  return std::all_of(cells.begin(), cells.end(),
+                     [](std::string_view cell) { return cell.empty() || is_unit_cell(cell); });
+}
+
+void take_units(const Cells& cells, Table& table) {
+  for (std::size_t index = 0; index < cells.size(); ++index) {
+    const std::string inside = bracketed_unit(cells[index]);
+    table.columns[index].unit = inside.empty() ? in_utf8(cells[index]) : inside;
+  }
+}
+
+/// The time in a cell, in s. `unit_s`: that of a number.
+std::optional<double> time_in_cell(std::string_view cell, char separator, double unit_s) {
+  if (const std::optional<double> plain = number_in_cell(cell, separator)) {
+    return *plain * unit_s;
+  }
+  const std::optional<double> instant = instant_in_cell(cell);
+  return instant ? instant : clock_in_cell(cell);
 }
 
 /// The text without the mark that some programs put before UTF-8. Throws CsvError if it is no text.
@@ -152,6 +156,25 @@ std::string shown(std::string_view cell) {
   return printable(cell.substr(0, kMost), true) + (cell.size() > kMost ? "..." : "");
 }
 
+/// The one column whose name before its unit is `wanted`, or else the one whose name begins so.
+std::optional<std::size_t> begun_by(const Table& table, const std::string& wanted) {
+  for (const bool whole : {true, false}) {
+    std::optional<std::size_t> found;
+    std::size_t count = 0;
+    for (std::size_t index = 0; index < table.columns.size(); ++index) {
+      const std::string& name = table.columns[index].name;
+      if (whole ? name_before_unit(name) == wanted : name.starts_with(wanted)) {
+        found = index;
+        ++count;
+      }
+    }
+    if (count > 0 && !wanted.empty()) {
+      return count == 1 ? found : std::nullopt;
+    }
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::string read_csv(const std::string& path) {
@@ -167,6 +190,8 @@ CsvTable parse_csv(std::string_view text, const std::string& name, const CsvLayo
   Table& table = found.table;
   char separator = 0;
   std::size_t time_column = 0;
+  std::size_t head_line = 0;
+  std::optional<double> unit_s = layout.time_unit_s;
   std::optional<double> zero;
   text = text_in(text, name);
   const char line_end = text.find('\n') == std::string_view::npos ? '\r' : '\n';
@@ -188,30 +213,41 @@ CsvTable parse_csv(std::string_view text, const std::string& name, const CsvLayo
     }
     if (first) {
       const bool head = std::none_of(cells.begin(), cells.end(), [&](std::string_view cell) {
-        return number(cell, separator) || instant(cell);
+        return time_in_cell(cell, separator, 1).has_value();
       });
       for (std::size_t index = 0; index < cells.size(); ++index) {
         table.columns.push_back({.name = column_name(head ? cells[index] : "", index, table),
-                                 .unit = {},
+                                 .unit = head ? bracketed_unit(in_utf8(cells[index])) : "",
                                  .source = name,
                                  .values = {}});
       }
       time_column = column_index(table, layout.time, name);
       if (head) {
+        head_line = count;
         continue;
       }
     }
     if (cells.size() != table.columns.size()) {
       refuse(name, count,
              std::to_string(cells.size()) + " columns, and " +
-                 std::to_string(table.columns.size()) + " before");
+                 std::to_string(table.columns.size()) + " before. " + head_told(head_line, table));
     }
-    const std::optional<double> plain = number(cells[time_column], separator);
+    if (table.time_s.empty() && head_line > 0 && has_units(cells)) {
+      take_units(cells, table);
+      continue;
+    }
+    if (!unit_s && number_in_cell(cells[time_column], separator)) {
+      found.time_unit = stated_unit(table.columns[time_column], Measure::time, "--time-unit");
+      unit_s = time_units().at(found.time_unit.value_or("s"));
+    }
     const std::optional<double> time =
-        plain ? *plain * layout.time_unit_s : instant(cells[time_column]);
+        time_in_cell(cells[time_column], separator, unit_s.value_or(1));
     if (!time) {
       refuse(name, count,
-             "\"" + shown(cells[time_column]) + "\" is no time: --time names the column that is");
+             "\"" + shown(cells[time_column]) +
+                 "\" is no time. One is a number such as 1000.5, 2026-11-21T15:00:00.5 or "
+                 "15:00:00.5; --time names its column. " +
+                 head_told(head_line, table));
     }
     zero = zero.value_or(*time);
     if (!table.time_s.empty() && *time - *zero <= table.time_s.back()) {
@@ -221,7 +257,8 @@ CsvTable parse_csv(std::string_view text, const std::string& name, const CsvLayo
     table.time_s.push_back(*time - *zero);
     for (std::size_t index = 0; index < cells.size(); ++index) {
       table.columns[index].values.push_back(
-          number(cells[index], separator).value_or(std::numeric_limits<double>::quiet_NaN()));
+          number_in_cell(cells[index], separator)
+              .value_or(std::numeric_limits<double>::quiet_NaN()));
     }
   }
   if (table.time_s.size() < 2) {
@@ -242,11 +279,11 @@ std::size_t column_index(const Table& table, const std::string& wanted, const st
       number <= table.columns.size()) {
     return number - 1;
   }
-  std::string known;
-  for (const Column& column : table.columns) {
-    known += (known.empty() ? "" : ", ") + column.name;
+  const std::optional<std::size_t> meant = begun_by(table, wanted);
+  if (!meant) {
+    throw CsvError(name + ": no column \"" + wanted + "\" in it: it has " + names_in(table));
   }
-  throw CsvError(name + ": no column \"" + wanted + "\" in it: it has " + known);
+  return *meant;
 }
 
 }  // namespace lab

@@ -102,16 +102,53 @@ TEST(CsvTable, NamesAreInUtf8WhateverTheyWereWrittenIn) {
 TEST(CsvTable, WhatIsNoTextIsRefusedInWordsThatATerminalCanShow) {
   using namespace std::string_literals;
   EXPECT_THAT(refusal("t\0,\0T\0"s), testing::HasSubstr("save it as CSV in UTF-8"));
-  EXPECT_EQ(refusal("a,b\n0,1\n\x1b[2J,2\n"),
-            "x.csv:3: \"\\x1b[2J\" is no time: --time names the column that is");
+  EXPECT_THAT(refusal("a,b\n0,1\n\x1b[2J,2\n"),
+              testing::StartsWith("x.csv:3: \"\\x1b[2J\" is no time. "));
   EXPECT_THROW(read_csv("/nowhere/x.csv"), CsvError);
   EXPECT_THROW(read_csv("/"), CsvError);
 }
 
+TEST(CsvTable, TakesUnitsFromItsHeadOrTheLineBelow) {
+  const CsvLayout as_it_says{.time = "1", .time_unit_s = std::nullopt};
+  const CsvTable head = parse_csv("Time (ms),Tj (K)\n0,300\n100,301\n", "x.csv", as_it_says);
+  EXPECT_THAT(head.table.time_s, ElementsAre(0, 0.1));
+  EXPECT_EQ(head.time_unit, "ms");
+  EXPECT_EQ(head.table.columns[1].unit, "K");
+  const CsvTable below = parse_csv("t,P,T\n(ms),(mW),\n0,1,2\n100,1,2\n", "x.csv", as_it_says);
+  EXPECT_THAT(below.table.time_s, ElementsAre(0, 0.1));
+  EXPECT_EQ(below.table.columns[1].unit, "mW");
+  EXPECT_EQ(below.table.columns[2].unit, "");
+  const Table asked = parse_csv("Time (ms),T\n0,300\n100,301\n", "x.csv", {}).table;
+  EXPECT_THAT(asked.time_s, ElementsAre(0, 100)) << "a unit that is given wins";
+  EXPECT_THAT(refusal("t [fortnight],T\n0,1\n1,2\n", as_it_says),
+              testing::HasSubstr("--time-unit"));
+}
+
+TEST(CsvTable, TakesTimesOfTheClock) {
+  const Table table = parse_csv("t;T\n09:59:59,5;1\n10:00:00;2\n", "x.csv", {}).table;
+  EXPECT_THAT(table.time_s, ElementsAre(0, 0.5));
+}
+
+TEST(CsvTable, KnowsAColumnByTheBeginningOfItsName) {
+  const Table table =
+      parse_csv("Zeit [s],P [W],P2 [W],T die\n0,1,2,3\n1,2,3,4\n", "x.csv", {}).table;
+  EXPECT_EQ(column_index(table, "P", "x.csv"), 1U) << "the whole name before its unit";
+  EXPECT_EQ(column_index(table, "P2", "x.csv"), 2U);
+  EXPECT_EQ(column_index(table, "T d", "x.csv"), 3U);
+  EXPECT_THROW(column_index(table, "", "x.csv"), CsvError);
+}
+
 TEST(CsvTable, SaysWhereItIsNone) {
-  EXPECT_EQ(refusal("a,b\n0,1\n0,1,2\n"), "x.csv:3: 3 columns, and 2 before");
-  EXPECT_EQ(refusal("a,b\n0,1\nsoon,2\n"),
-            "x.csv:3: \"soon\" is no time: --time names the column that is");
+  EXPECT_THAT(
+      refusal("a,b\n0,1\n0,1,2\n"),
+      testing::StartsWith("x.csv:3: 3 columns, and 2 before. Line 1 was taken for the head"));
+  EXPECT_EQ(
+      refusal("a,b\n0,1\nsoon,2\n"),
+      "x.csv:3: \"soon\" is no time. One is a number such as 1000.5, 2026-11-21T15:00:00.5 or "
+      "15:00:00.5; --time names its column. Line 1 was taken for the head: a, b. What a logger "
+      "writes before its head is to begin with #, or to be left out.");
+  EXPECT_THAT(refusal("Logger model 7\nt;T\n0;1\n"),
+              testing::HasSubstr("No line was taken for a head"));
   EXPECT_EQ(refusal("a,b\n0,1\n"), "x.csv: fewer than two lines of numbers in it");
   EXPECT_EQ(refusal(""), "x.csv: fewer than two lines of numbers in it");
   EXPECT_EQ(refusal("a,b\n0,1\n1,2\n", {.time = "c", .time_unit_s = 1}),

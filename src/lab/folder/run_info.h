@@ -54,6 +54,7 @@ struct RunInfo {
   std::string pstate;             ///< likewise
   std::vector<PhaseInfo> phases;  ///< of the plan's, those that have begun
   std::vector<std::string> warnings;
+  std::vector<std::string> notes;  ///< how a table was read, in sentences that are no warnings
 };
 
 /// What the machine of a run is called in a title: its host's name, or "the simulated machine".

@@ -58,6 +58,7 @@ std::string run_info_text(const RunInfo& info) {
       {"pstate", info.pstate},
       {"phases", phases},
       {"warnings", info.warnings},
+      {"notes", info.notes},
   };
   // A label of some hardware need not be UTF-8.
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
@@ -93,6 +94,7 @@ RunInfo parse_run_info(const std::string& text, const std::string& name) {
         .pstate = json.value("pstate", ""),
         .phases = {},
         .warnings = json.value("warnings", std::vector<std::string>()),
+        .notes = json.value("notes", std::vector<std::string>()),
     };
     for (const Json& key : json.value("keys", Json::array())) {
       info.keys.push_back({.name = key.value("name", ""),

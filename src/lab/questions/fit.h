@@ -12,7 +12,11 @@ class Fit final : public Question {
   const char* example() const override { return "fit measured.csv --power watts"; }
   bool has_command() const override { return false; }
   Plan plan() const override { return {}; }
-  Answer analyse(const Run& run) const override { return Step().analyse(run); }
+  Answer analyse(const Run& run) const override {
+    Answer answer = Step().analyse(run);
+    answer.sentences.insert(answer.sentences.end(), run.info.notes.begin(), run.info.notes.end());
+    return answer;
+  }
   std::vector<std::string> lacks(const Offer& /*offer*/) const override { return {}; }
 };
 
