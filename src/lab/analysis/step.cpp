@@ -179,7 +179,7 @@ Answer analyse_step(const StepInput& input) {
   }
   answer.tables = step_tables(results);
   answer.charts = step_charts(results, curve, record.heat_is_power);
-  answer.warnings = judge_record(record);
+  answer.warnings = judge_record(steady);
   answer.warnings.insert(answer.warnings.end(), dropouts.begin(), dropouts.end());
   if (left_out > 0) {
     answer.warnings.push_back(std::to_string(left_out) +

@@ -35,6 +35,39 @@ TEST(StepOfPoorData, ARecordShorterThanTheSlowTimeConstantDecidesNothing) {
               testing::Contains(HasSubstr("It cannot be told from so short a record")));
 }
 
+TEST(StepOfPoorData, AStageThatIsHardlySeenLeavesTheResistanceOpen) {
+  for (const double heated_s : {2., 3., 4., 6., 10.}) {
+    StepInput input = TwoNodes().record(one_step, 5 + heated_s, 0.1);
+    std::mt19937_64 random(4);
+    disturb(input, 0.01, 0, random);
+    const Answer answer = analyse_step(input);
+    EXPECT_FALSE(answer.figures["keys"]["TC0D"]["decided"]) << heated_s;
+    EXPECT_EQ(resistance(answer, "TC0D").high, INFINITY) << heated_s;
+  }
+}
+
+TEST(StepOfPoorData, FansThatChangedTheirSpeedDecideNothing) {
+  StepInput input = TwoNodes().record(one_step, 175, 0.1);
+  std::vector<double> speeds(input.time_s.size(), 3000);
+  std::fill(speeds.begin() + 1000, speeds.end(), 3500);
+  input.beside = {{"F0Ac", "RPM", "", speeds}};
+  const Answer answer = analyse_step(input);
+  EXPECT_FALSE(answer.decided);
+  EXPECT_EQ(resistance(answer, "TC0D").low, -INFINITY);
+  EXPECT_EQ(resistance(answer, "TC0D").high, INFINITY);
+  EXPECT_THAT(answer.warnings, ElementsAre(HasSubstr("F0Ac ran between 3000 and 3500 RPM")));
+}
+
+TEST(StepOfPoorData, FansThatComeToTheirSpeedBeforeTheHeatAreNotBlamed) {
+  StepInput input = TwoNodes().record(one_step, 30, 0.1);
+  std::vector<double> speeds(input.time_s.size(), 5200);
+  for (std::size_t at = 0; at < 20; ++at) {
+    speeds[at] = 3000 + 100 * static_cast<double>(at);
+  }
+  input.beside = {{"F0Ac", "RPM", "", speeds}};
+  EXPECT_THAT(analyse_step(input).warnings, testing::Not(testing::Contains(HasSubstr("F0Ac"))));
+}
+
 TEST(StepOfPoorData, WithoutPowerResultsAreForTheWholeLoad) {
   StepInput input = TwoNodes().record(one_step, 175, 0.1);
   input.heat_is_power = false;

@@ -94,6 +94,24 @@ void judge_rise(const StepInput& input, KeyResult& result) {
   }
 }
 
+// Residuals do not show what the air did: a sink that warms while its fans speed up stands still.
+void judge_air(const StepInput& input, KeyResult& result) {
+  if (std::none_of(input.beside.begin(), input.beside.end(),
+                   [](const Column& column) { return !judge_fan(column).empty(); })) {
+    return;
+  }
+  const auto open = [](Estimate& estimate) {
+    estimate.low = -kInfinite;
+    estimate.high = kInfinite;
+  };
+  result.decided = false;
+  open(result.resistance);
+  for (Stage& stage : result.stages) {
+    open(stage.resistance);
+    open(stage.time_constant);
+  }
+}
+
 }  // namespace
 
 std::string judge_heat(const StepInput& input, const HeatCurve& curve) {
@@ -127,8 +145,8 @@ std::vector<std::string> judge_record(const StepInput& input) {
   for (const Column& column : input.beside) {
     if (const std::string varied = judge_fan(column); !varied.empty()) {
       warnings.push_back(varied +
-                         " With the air flow the resistance changed, and the results are "
-                         "a mixture. Hold the fans at one speed.");
+                         " With the air flow the resistance changed, and no one value is true of "
+                         "this record. Hold the fans at one speed.");
     }
   }
   const std::vector<std::string> load = judge_load(input.beside, input.full_load);
@@ -141,6 +159,7 @@ void judge_key(const StepInput& input, const HeatCurve& curve, KeyResult& result
   judge_unseen(curve, result.resistance.unit, result);
   judge_fastest(result);
   judge_rise(input, result);
+  judge_air(input, result);
 }
 
 }  // namespace lab
