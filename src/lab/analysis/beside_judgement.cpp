@@ -33,7 +33,7 @@ std::string judge_fan(const Column& column) {
          " RPM.";
 }
 
-std::vector<std::string> judge_load(const std::vector<Column>& columns, double full_load) {
+std::vector<std::string> judge_load(const std::vector<Column>& columns) {
   std::vector<std::string> warnings;
   const Column* asked = find(columns, kAskedColumn);
   const Column* delivered = find(columns, kDeliveredColumn);
@@ -42,7 +42,7 @@ std::vector<std::string> judge_load(const std::vector<Column>& columns, double f
     double delivered_sum = 0;
     for (std::size_t at = 0; at < asked->values.size(); ++at) {
       if (std::isfinite(asked->values[at]) && std::isfinite(delivered->values[at])) {
-        asked_sum += full_load * asked->values[at];
+        asked_sum += asked->values[at];
         delivered_sum += delivered->values[at];
       }
     }

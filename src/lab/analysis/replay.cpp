@@ -153,12 +153,9 @@ void tell_responses(const Table& samples, const std::vector<double>& load, Answe
 
 }  // namespace
 
-void tell_replay(const Table& samples, double full_load, Answer& answer) {
-  std::vector<double> asked = seconds_of(samples, samples.find(kAskedColumn));
+void tell_replay(const Table& samples, Answer& answer) {
+  const std::vector<double> asked = seconds_of(samples, samples.find(kAskedColumn));
   const std::vector<double> delivered = seconds_of(samples, samples.find(kDeliveredColumn));
-  for (double& second : asked) {
-    second *= full_load;
-  }
   const Difference difference = difference_of(asked, delivered);
   answer.figures["replay"] = {{"seconds", difference.seconds},
                               {"asked", difference.asked},

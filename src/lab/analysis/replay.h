@@ -7,11 +7,11 @@ namespace lab {
 
 /// Adds to the answer what became of a utilisation that was played as load: how well the delivered
 /// load follows what was asked for, second by second, and how each power and temperature follows
-/// the load. `full_load` is what a duty of 1 delivers, as a part of all processors' time.
+/// the load.
 ///
 /// `figures`: replay: seconds, asked and delivered (means, 0 to 1), difference_rms and
 /// difference_most (0 to 1, of seconds); responses.KEY: correlation (of -1 to 1, with the load
 /// `lag` seconds before), lag (s).
-void tell_replay(const Table& samples, double full_load, Answer& answer);
+void tell_replay(const Table& samples, Answer& answer);
 
 }  // namespace lab

@@ -24,7 +24,7 @@ Table replayed(int seconds, double lost) {
   Column air{.name = "TA0P", .unit = "degC", .source = {}, .values = {}};
   for (int row = 0; row < 8 * seconds; ++row) {
     samples.time_s.push_back(0.125 * row + 5);
-    asked.values.push_back(load(row / 8));
+    asked.values.push_back(0.5 * load(row / 8));
     delivered.values.push_back(0.5 * load(row / 8) - (row / 8 % 2 == 0 ? 2 * lost : 0));
     power.values.push_back(10 + 40 * load(row / 8 - 3));
     air.values.push_back(25);
@@ -35,7 +35,7 @@ Table replayed(int seconds, double lost) {
 
 TEST(Replay, ComparesWhatWasAskedForWithWhatWasDelivered) {
   Answer answer;
-  tell_replay(replayed(200, 0.01), 0.5, answer);
+  tell_replay(replayed(200, 0.01), answer);
   const auto& replay = answer.figures["replay"];
   EXPECT_EQ(replay["seconds"], 200);
   EXPECT_NEAR(replay["asked"].get<double>() - replay["delivered"].get<double>(), 0.01, 1e-9);
@@ -48,7 +48,7 @@ TEST(Replay, ComparesWhatWasAskedForWithWhatWasDelivered) {
 
 TEST(Replay, FindsHowLongAResponseTakes) {
   Answer answer;
-  tell_replay(replayed(200, 0), 0.5, answer);
+  tell_replay(replayed(200, 0), answer);
   const auto& responses = answer.figures["replay"]["responses"];
   EXPECT_EQ(responses["PC0C"]["lag"], 3);
   EXPECT_NEAR(responses["PC0C"]["correlation"].get<double>(), 1, 1e-6);
@@ -57,13 +57,13 @@ TEST(Replay, FindsHowLongAResponseTakes) {
 
 TEST(Replay, SaysThatALoadDidNotFollow) {
   Answer answer;
-  tell_replay(replayed(100, 0.1), 0.5, answer);
+  tell_replay(replayed(100, 0.1), answer);
   EXPECT_THAT(answer.warnings, Contains(HasSubstr("did not follow the utilisation")));
 }
 
 TEST(Replay, OfNothingIsNotDecided) {
   Answer answer;
-  tell_replay(Table{}, 1, answer);
+  tell_replay(Table{}, answer);
   EXPECT_FALSE(answer.decided);
 }
 

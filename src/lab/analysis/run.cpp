@@ -208,7 +208,7 @@ Answer analyse_run(const Table& table, const RunContext& context) {
                                                  : "Nothing was measured.");
   }
   if (!context.watched) {
-    const std::vector<std::string> load = judge_load(table.columns, context.full_load);
+    const std::vector<std::string> load = judge_load(table.columns);
     answer.warnings.insert(answer.warnings.end(), load.begin(), load.end());
   }
   return answer;

@@ -10,7 +10,6 @@ namespace lab {
 
 /// What is known of a run beside its samples.
 struct RunContext {
-  double full_load = 1;             ///< what a duty of 1 delivers
   std::vector<std::string> phases;  ///< their names; empty: none was planned
   bool watched = false;             ///< what others do is looked at, and disturbs nothing
 };

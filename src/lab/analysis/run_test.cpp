@@ -66,7 +66,7 @@ TEST(Run, TellsEachPhaseByItself) {
     table.columns[0].values[at] = 1;
     table.columns[4].values[at] += 10;
   }
-  const Answer answer = analyse_run(table, {.full_load = 1, .phases = {"cold", "hot"}});
+  const Answer answer = analyse_run(table, {.phases = {"cold", "hot"}});
   ASSERT_EQ(answer.tables.size(), 3U);
   const ResultTable& phases = answer.tables[1];
   ASSERT_EQ(phases.rows.size(), 4U);
@@ -95,15 +95,6 @@ TEST(Run, SaysWhatIsMissingMovingOrNotDelivered) {
                           HasSubstr("TC0D was still moving at the end"),
                           HasSubstr("TB0T was never read"), HasSubstr("Only 70 % of the load")));
   EXPECT_TRUE(analyse_run(table).figures["keys"]["TB0T"]["mean"]["value"].is_null());
-}
-
-TEST(Run, ALoadOfFewerThreadsThanProcessorsWasDelivered) {
-  Table table = steady_run();
-  for (std::size_t at = 0; at < 600; ++at) {
-    table.columns[2].values[at] = 0.5 * table.columns[1].values[at];
-  }
-  EXPECT_THAT(analyse_run(table, {.full_load = 0.5, .phases = {}}).warnings, testing::IsEmpty());
-  EXPECT_THAT(analyse_run(table).warnings, ElementsAre(HasSubstr("Only 50 % of the load")));
 }
 
 TEST(Run, OfNothingSaysSo) {

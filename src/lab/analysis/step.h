@@ -19,7 +19,6 @@ struct StepInput {
   double heat_delay_s = 0;           ///< how long after the heat its reading comes
   std::vector<Column> temperatures;  ///< in degC
   std::vector<Column> beside;        ///< asked, delivered, others, and fan speeds in RPM
-  double full_load = 1;              ///< what a duty of 1 delivers
   /// Enough for an hour at 4 Hz as it is. Beyond, rows far from a change of heat are put together.
   std::size_t most_rows = 16000;
 };

@@ -149,7 +149,7 @@ std::vector<std::string> judge_record(const StepInput& input) {
                          "this record. Hold the fans at one speed.");
     }
   }
-  const std::vector<std::string> load = judge_load(input.beside, input.full_load);
+  const std::vector<std::string> load = judge_load(input.beside);
   warnings.insert(warnings.end(), load.begin(), load.end());
   return warnings;
 }

@@ -18,7 +18,7 @@ class LiveTable {
   /// Adds the newest sample, unless it is there already. `others` is the load of everybody else.
   void add(const SampleRow& newest, double others);
 
-  /// The duty that was asked for and the load that was delivered, both at the newest instant for
+  /// The load that was asked for and the load that was delivered, both at the newest instant for
   /// which that is known.
   void set_load(double asked, double delivered) {
     asked_ = asked;

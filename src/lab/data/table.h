@@ -25,7 +25,7 @@ struct Table {
 
 /// Columns of a run's table beside its keys.
 inline constexpr std::string_view kPhaseColumn = "phase";          ///< index into the plan's phases
-inline constexpr std::string_view kAskedColumn = "asked";          ///< duty, 0 to 1
+inline constexpr std::string_view kAskedColumn = "asked";          ///< load, 0 to 1
 inline constexpr std::string_view kDeliveredColumn = "delivered";  ///< load, 0 to 1: the engine's
                                                                    ///< part of all processors' time
 inline constexpr std::string_view kOthersColumn = "others";        ///< load of everybody else

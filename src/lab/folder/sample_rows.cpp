@@ -82,6 +82,9 @@ void SampleRows::add_record(const RecordLine& line) {
   } else if (keyword == "setting") {
     waveform_ = waveform_ || line.field(0) == "waveform";
     return;
+  } else if (keyword == "threads") {
+    threads_ = line.whole(0).value_or(0);
+    return;
   } else if (keyword == "thread") {
     load_began_ns_ = load_began_ns_.value_or(newest_ns_);
     return;
@@ -112,6 +115,14 @@ double SampleRows::on_part(std::int64_t from_ns, std::int64_t to_ns) {
     }
   }
   return static_cast<double>(on_ns) / static_cast<double>(to_ns - from_ns);
+}
+
+/// What the load delivers while the waveform is on, as a part of all processors' time: fewer
+/// threads than processors cannot keep all of them busy.
+double SampleRows::full_load() const {
+  return threads_ > 0 && threads_ < origin_.processors
+             ? static_cast<double>(threads_) / origin_.processors
+             : 1;
 }
 
 /// The processor time of all threads between two instants, as a part of all processors' time.
@@ -198,7 +209,7 @@ std::vector<SampleRow> SampleRows::take(bool all) {
     const bool recorded = *instant <= newest_ns_;
     rows.push_back({.time_s = static_cast<double>(*instant - *zero_ns_) / kSecond_ns,
                     .phase = phase_at(*instant),
-                    .asked = recorded ? on_part(before, *instant) : kUnknown,
+                    .asked = recorded ? full_load() * on_part(before, *instant) : kUnknown,
                     .delivered = recorded ? load(before, *instant) : kUnknown,
                     .keys = std::move(lines_.front().values)});
     last_row_ns_ = instant;

@@ -15,7 +15,7 @@ namespace lab {
 struct SampleRow {
   double time_s = 0;         ///< since the first sample of the run
   int phase = 0;             ///< counted from 0: how often the asked duty has changed
-  double asked = 0;          ///< duty since the sample before; NaN: not known
+  double asked = 0;          ///< load since the sample before; NaN: not known
   double delivered = 0;      ///< load since the sample before; NaN: not known
   std::vector<double> keys;  ///< in the order of the sample file
 };
@@ -67,6 +67,7 @@ class SampleRows {
   std::deque<Sample>::const_iterator sample_of(const Line& line) const;
   std::optional<std::int64_t> first_instant(bool all);
   double on_part(std::int64_t from_ns, std::int64_t to_ns);
+  double full_load() const;
   double load(std::int64_t from_ns, std::int64_t to_ns);
   int phase_at(std::int64_t instant_ns);
 
@@ -83,6 +84,7 @@ class SampleRows {
   std::int64_t newest_ns_ = 0;
   bool waveform_ = false;  // else the load is on from its beginning
   std::optional<std::int64_t> load_began_ns_;
+  std::int64_t threads_ = 0;  // of the load; 0: not known
   std::optional<std::int64_t> last_row_ns_;
   std::optional<SampleRow> newest_;
 };

@@ -45,6 +45,26 @@ TEST_F(SampleRowsTest, AskedIsThePartOfTheTimeThatTheWaveformWasPlannedOn) {
   EXPECT_THAT(rows[3].keys, testing::ElementsAre(33));
 }
 
+TEST_F(SampleRowsTest, FewerThreadsThanProcessorsAreAskedForLessThanAllOfTheirTime) {
+  record("threads\t1");
+  sample(0, 30);
+  record("edge\t" + at(0) + "\t" + at(0) + "\ton");
+  sample(100, 31);
+  const std::vector<SampleRow> rows = rows_.take(true);
+  ASSERT_EQ(rows.size(), 2U);
+  EXPECT_EQ(rows[1].asked, 0.5);  // one of two processors
+}
+
+TEST_F(SampleRowsTest, MoreThreadsThanProcessorsAreAskedForAllOfTheirTime) {
+  record("threads\t3");
+  sample(0, 30);
+  record("edge\t" + at(0) + "\t" + at(0) + "\ton");
+  sample(100, 31);
+  const std::vector<SampleRow> rows = rows_.take(true);
+  ASSERT_EQ(rows.size(), 2U);
+  EXPECT_EQ(rows[1].asked, 1);
+}
+
 TEST_F(SampleRowsTest, DeliveredIsTheThreadsTimeOverThatOfAllProcessors) {
   record("time\t" + at(0) + "\t0\t0");
   record("time\t" + at(0) + "\t1\t0");

@@ -60,20 +60,11 @@ std::string power_column(const Run& run) {
   return found == run.samples.columns.end() ? "" : found->name;
 }
 
-double full_load(const Run& run) {
-  const int threads = run.delivery.threads;
-  const int processors = run.info.processors;
-  return threads > 0 && threads < processors
-             ? static_cast<double>(threads) / static_cast<double>(processors)
-             : 1;
-}
-
 StepInput heat_and_temperatures(const Run& run) {
   StepInput input;
   input.time_s = run.samples.time_s;
   const Column* power = run.samples.find(power_column(run));
   const Column* heat = power != nullptr ? power : run.samples.find(kDeliveredColumn);
-  input.full_load = full_load(run);
   input.heat_is_power = power != nullptr;
   input.structure = run.plan.structure;
   if (heat != nullptr) {

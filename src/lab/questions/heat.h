@@ -11,10 +11,6 @@ namespace lab {
 /// the first power; empty if the run has none.
 std::string power_column(const Run& run);
 
-/// What a duty of 1 delivers in this run, as a part of all processors' time: less than 1 if it had
-/// fewer threads than the machine has processors.
-double full_load(const Run& run);
-
 /// What a thermal analysis takes from a run: its power, or, without one, the load that was
 /// delivered, and every temperature. Of samples that came faster than a power is measured, one for
 /// each tenth of a second: closer readings hold the same energy, and it would look like a stage.

@@ -1,7 +1,6 @@
 #include "lab/questions/just_run.h"
 
 #include "lab/analysis/run.h"
-#include "lab/questions/heat.h"
 
 namespace lab {
 
@@ -12,7 +11,7 @@ Plan JustRun::plan() const {
 }
 
 Answer JustRun::analyse(const Run& run) const {
-  RunContext context{.full_load = full_load(run), .phases = {}};
+  RunContext context;
   for (const Phase& phase : run.plan.phases) {
     context.phases.push_back(phase.name);
   }

@@ -10,7 +10,6 @@
 #include "lab/folder/csv_table.h"
 #include "lab/plan/duration.h"
 #include "lab/plan/plan_error.h"
-#include "lab/questions/heat.h"
 #include "lab/questions/utilisation.h"
 
 // A watch is a run whose duty is 0 throughout. One thread of the load is made and sleeps, the
@@ -100,10 +99,10 @@ Plan Watch::plan() const {
 }
 
 Answer Watch::analyse(const Run& run) const {
-  RunContext context{.full_load = full_load(run), .phases = {}, .watched = !replayed(run.plan)};
+  const RunContext context{.phases = {}, .watched = !replayed(run.plan)};
   Answer answer = analyse_run(run.samples, context);
   if (replayed(run.plan)) {
-    tell_replay(run.samples, full_load(run), answer);
+    tell_replay(run.samples, answer);
   }
   return answer;
 }

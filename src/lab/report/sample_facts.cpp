@@ -42,7 +42,7 @@ std::string fans_text(const Fans& fans) {
 /// What a column that holds a share stands for; empty: it holds something else.
 std::string share_text(const std::string& name) {
   if (name == kAskedColumn) {
-    return "duty that was asked for";
+    return "processor time that was asked for";
   }
   if (name == kDeliveredColumn) {
     return "processor time of the load";
