@@ -14,10 +14,16 @@ namespace lab {
 
 namespace {
 
-/// Means over whole seconds; NaN where nothing was measured.
-std::vector<double> seconds_of(const Table& samples, const Column* column) {
-  std::vector<double> sums;
-  std::vector<double> counts;
+/// The seconds of a column, from the first sample on.
+struct Seconds {
+  std::vector<double> means;  ///< NaN where nothing was measured
+  std::vector<double> rows;   ///< of each that were measured; the last second may be a part of one
+};
+
+Seconds seconds_of(const Table& samples, const Column* column) {
+  Seconds seconds;
+  std::vector<double>& sums = seconds.means;
+  std::vector<double>& counts = seconds.rows;
   for (std::size_t row = 0; column != nullptr && row < samples.time_s.size(); ++row) {
     const auto second =
         static_cast<std::size_t>(std::max(0.0, samples.time_s[row] - samples.time_s.front()));
@@ -34,7 +40,7 @@ std::vector<double> seconds_of(const Table& samples, const Column* column) {
     sums[second] = counts[second] > 0 ? sums[second] / counts[second]
                                       : std::numeric_limits<double>::quiet_NaN();
   }
-  return sums;
+  return seconds;
 }
 
 /// The correlation of `response` with what `cause` was `lag` seconds before; NaN if one stood
@@ -92,22 +98,28 @@ struct Difference {
   double seconds = 0;
 };
 
-Difference difference_of(const std::vector<double>& asked, const std::vector<double>& delivered) {
+/// A second counts by its samples, so that the means are those of the samples and a part of a
+/// second is no whole one.
+Difference difference_of(const Table& samples, const Seconds& asked, const Seconds& delivered) {
   Difference found;
-  for (std::size_t at = 0; at < std::min(asked.size(), delivered.size()); ++at) {
-    if (std::isfinite(asked[at]) && std::isfinite(delivered[at])) {
-      const double off = delivered[at] - asked[at];
-      found.asked += asked[at];
-      found.delivered += delivered[at];
-      found.rms += off * off;
+  double rows = 0;
+  for (std::size_t at = 0; at < std::min(asked.means.size(), delivered.means.size()); ++at) {
+    if (std::isfinite(asked.means[at]) && std::isfinite(delivered.means[at])) {
+      const double weight = delivered.rows[at];
+      const double off = delivered.means[at] - asked.means[at];
+      found.asked += weight * asked.means[at];
+      found.delivered += weight * delivered.means[at];
+      found.rms += weight * off * off;
       found.most = std::max(found.most, std::abs(off));
-      found.seconds += 1;
+      rows += weight;
     }
   }
-  if (found.seconds > 0) {
-    found.asked /= found.seconds;
-    found.delivered /= found.seconds;
-    found.rms = std::sqrt(found.rms / found.seconds);
+  if (rows > 0 && samples.time_s.size() > 1) {
+    found.asked /= rows;
+    found.delivered /= rows;
+    found.rms = std::sqrt(found.rms / rows);
+    found.seconds = rows * (samples.time_s.back() - samples.time_s.front()) /
+                    static_cast<double>(samples.time_s.size() - 1);
   }
   return found;
 }
@@ -137,7 +149,7 @@ void tell_responses(const Table& samples, const std::vector<double>& load, Answe
     if (column.unit != "W" && column.unit != "degC") {
       continue;
     }
-    const Follows found = follows(load, seconds_of(samples, &column));
+    const Follows found = follows(load, seconds_of(samples, &column).means);
     if (!std::isfinite(found.correlation)) {
       figures[column.name] = {{"correlation", nullptr}, {"lag", nullptr}};
       continue;
@@ -154,15 +166,15 @@ void tell_responses(const Table& samples, const std::vector<double>& load, Answe
 }  // namespace
 
 void tell_replay(const Table& samples, Answer& answer) {
-  const std::vector<double> asked = seconds_of(samples, samples.find(kAskedColumn));
-  const std::vector<double> delivered = seconds_of(samples, samples.find(kDeliveredColumn));
-  const Difference difference = difference_of(asked, delivered);
+  const Seconds asked = seconds_of(samples, samples.find(kAskedColumn));
+  const Seconds delivered = seconds_of(samples, samples.find(kDeliveredColumn));
+  const Difference difference = difference_of(samples, asked, delivered);
   answer.figures["replay"] = {{"seconds", difference.seconds},
                               {"asked", difference.asked},
                               {"delivered", difference.delivered},
                               {"difference_rms", difference.rms},
                               {"difference_most", difference.most}};
-  if (difference.seconds < 1) {
+  if (!(difference.seconds > 0)) {
     answer.decided = false;
     answer.sentences.insert(answer.sentences.begin(), "Nothing of the utilisation was played.");
     return;
@@ -178,12 +190,13 @@ void tell_replay(const Table& samples, Answer& answer) {
         "The load did not follow the utilisation: " + percent(difference.rms) +
         " of difference (rms over seconds). Leave the processors to the run.");
   }
-  tell_responses(samples, delivered, answer);
-  answer.charts.push_back({.title = "Utilisation, asked for and delivered",
-                           .x_label = "time, s",
-                           .y_label = "% of all processors",
-                           .series = {series_of("asked", asked), series_of("delivered", delivered)},
-                           .note = "Means over whole seconds."});
+  tell_responses(samples, delivered.means, answer);
+  answer.charts.push_back(
+      {.title = "Utilisation, asked for and delivered",
+       .x_label = "time, s",
+       .y_label = "% of all processors",
+       .series = {series_of("asked", asked.means), series_of("delivered", delivered.means)},
+       .note = "Means over whole seconds."});
 }
 
 }  // namespace lab

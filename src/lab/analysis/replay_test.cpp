@@ -46,6 +46,23 @@ TEST(Replay, ComparesWhatWasAskedForWithWhatWasDelivered) {
   EXPECT_EQ(answer.charts[0].series[0].x.size(), 200U);
 }
 
+TEST(Replay, CountsAPartOfASecondAsAPart) {
+  Table samples = replayed(3, 0);
+  constexpr std::size_t kRows = 20;  // of 24
+  samples.time_s.resize(kRows);
+  double sum = 0;
+  for (Column& column : samples.columns) {
+    column.values.resize(kRows);
+  }
+  for (const double asked : samples.columns[0].values) {
+    sum += asked;
+  }
+  Answer answer;
+  tell_replay(samples, answer);
+  EXPECT_NEAR(answer.figures["replay"]["seconds"].get<double>(), 2.5, 1e-9);
+  EXPECT_NEAR(answer.figures["replay"]["asked"].get<double>(), sum / kRows, 1e-9);
+}
+
 TEST(Replay, FindsHowLongAResponseTakes) {
   Answer answer;
   tell_replay(replayed(200, 0), answer);
