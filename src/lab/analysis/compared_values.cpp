@@ -66,9 +66,16 @@ struct Place {
 
   std::string name() const { return words + where; }
 
+  /// Of an object of keys the members have the keys' own names, to the letter.
+  bool has_keys() const {
+    return path == "keys" || path.ends_with(".keys") || path.ends_with("resistance");
+  }
+
   Place member(const std::string& member_name) const {
     std::string word = member_name;
-    std::replace(word.begin(), word.end(), '_', ' ');
+    if (!has_keys()) {
+      std::replace(word.begin(), word.end(), '_', ' ');
+    }
     const bool unsaid = word == "keys" || word == "points";
     return {.path = path.empty() ? member_name : path + "." + member_name,
             .words = unsaid          ? words

@@ -66,6 +66,15 @@ TEST(Compare, OfOtherTimeConstantsAloneIsDifferent) {
   EXPECT_EQ(compare({one, other}, {}).verdict, Verdict::different);
 }
 
+TEST(Compare, LeavesTheNamesOfKeysAsTheyAre) {
+  ComparedRun one{.name = "a", .answer = {}, .conditions = {}};
+  ComparedRun other = one;
+  one.answer.figures["keys"]["T_die"]["junction_resistance"] = value_of(0.4, 0.001, "K/W");
+  other.answer.figures["keys"]["T_die"]["junction_resistance"] = value_of(0.3, 0.001, "K/W");
+  EXPECT_THAT(compare({one, other}, {}).answer.sentences,
+              ElementsAre(HasSubstr("T_die junction resistance is 25.0 % lower")));
+}
+
 TEST(Compare, DoesNotCountWhatIsBelowTheLeastDifference) {
   ComparedRun one{.name = "a", .answer = {}, .conditions = {}};
   ComparedRun other = one;
