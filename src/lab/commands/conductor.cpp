@@ -221,7 +221,7 @@ void Conductor::take_in() {
                                others_.at(instant_s)};
     values.insert(values.end(), row.keys.begin(), row.keys.end());
     samples_.add(row.time_s, values);
-    live_.set_load(row.asked, row.delivered);
+    live_.set_load(row.time_s, row.asked, row.delivered);
   }
   if (engine_->newest()) {
     live_.add(*engine_->newest(), others_.at(now_s() - 1));
@@ -250,6 +250,7 @@ void Conductor::show() {
                   .left_s = std::nullopt,
                   .samples = &live_.table(),
                   .warnings = &info_.warnings,
+                  .load_age_s = live_.load_age_s(),
                   .ending = stop_requests() > 0};
   if (!plan_.phases.empty()) {
     const Phase& phase = plan_.phases[phase_];

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 #include "lab/data/table.h"
@@ -19,10 +20,16 @@ class LiveTable {
   void add(const SampleRow& newest, double others);
 
   /// The load that was asked for and the load that was delivered, both at the newest instant for
-  /// which that is known.
-  void set_load(double asked, double delivered) {
+  /// which that is known: `time_s`, as samples have it.
+  void set_load(double time_s, double asked, double delivered) {
+    load_time_s_ = time_s;
     asked_ = asked;
     delivered_ = delivered;
+  }
+
+  /// How long before the newest sample the load is from; 0: none is known.
+  double load_age_s() const {
+    return load_time_s_ && !table_.time_s.empty() ? table_.time_s.back() - *load_time_s_ : 0;
   }
 
   const Table& table() const { return table_; }
@@ -36,6 +43,7 @@ class LiveTable {
  private:
   Table table_;
   std::size_t dropped_ = 0;
+  std::optional<double> load_time_s_;
   double asked_;
   double delivered_;
 };

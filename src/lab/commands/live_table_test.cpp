@@ -29,7 +29,8 @@ TEST_F(LiveTableTest, ShowsTheNewestSampleOnce) {
 
 TEST_F(LiveTableTest, ShowsTheLoadAsFarAsItIsKnown) {
   table_.add(row(0, 30), 0);
-  table_.set_load(1, 0.75);  // of one instant
+  EXPECT_EQ(table_.load_age_s(), 0);
+  table_.set_load(0, 1, 0.75);  // of one instant
   table_.add(row(0.1, 30), 0);
   const Column& delivered = *table_.table().find(kDeliveredColumn);
   const Column& asked = *table_.table().find(kAskedColumn);
@@ -37,6 +38,7 @@ TEST_F(LiveTableTest, ShowsTheLoadAsFarAsItIsKnown) {
   EXPECT_EQ(asked.values[1], 1);
   EXPECT_TRUE(std::isnan(delivered.values[0]));
   EXPECT_EQ(delivered.values[1], 0.75);
+  EXPECT_NEAR(table_.load_age_s(), 0.1, 1e-9);
 }
 
 TEST_F(LiveTableTest, DropsWhatIsOlderThanHours) {

@@ -39,6 +39,9 @@ std::string values_text(const LiveState& state) {
     if (samples.find(load) != nullptr) {
       add(std::string(load) + ' ' + percent(recent_mean(samples, load)));
     }
+    if (load == kDeliveredColumn && state.load_age_s >= 1) {
+      text += " (" + std::to_string(std::lround(state.load_age_s)) + " s ago)";
+    }
   }
   const std::vector<std::size_t> keys = key_columns(samples);
   for (std::size_t key = 0; key < std::min(keys.size(), kMostKeys); ++key) {

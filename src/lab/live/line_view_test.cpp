@@ -67,6 +67,13 @@ TEST_F(LineViewTest, SaysTheValuesEveryFiveSeconds) {
   EXPECT_THAT(written(), HasSubstr("    10 s  values: "));
 }
 
+TEST_F(LineViewTest, SaysHowOldTheLoadIs) {
+  run_.sample({});
+  run_.state.load_age_s = 2.1;
+  EXPECT_THAT(values_text(run_.state),
+              HasSubstr("asked 100 %, delivered 90 % (2 s ago), others 2 %"));
+}
+
 TEST_F(LineViewTest, AfterALongPauseThereIsOneLineAndTheGridGoesOn) {
   show_at(0);
   show_at(47);

@@ -17,7 +17,8 @@ struct LiveState {
   std::optional<double> left_s;    ///< at most; nothing: no end is set
   const Table* samples = nullptr;  ///< as of Run, so far; the last row is now
   const std::vector<std::string>* warnings = nullptr;
-  bool ending = false;  ///< Ctrl-C was taken: the run ends, and is analysed
+  double load_age_s = 0;  ///< how long before now the load is from: the record says it later
+  bool ending = false;    ///< Ctrl-C was taken: the run ends, and is analysed
 };
 
 /// Shows a run while it goes on. Thread: the one that follows the run.
