@@ -10,6 +10,7 @@
 #include "lab/commands/run_command.h"
 #include "lab/commands/this_machine.h"
 #include "lab/data/units.h"
+#include "lab/engine_process/machine.h"
 #include "lab/folder/csv_table.h"
 #include "lab/folder/folder_error.h"
 #include "lab/folder/run_folder.h"
@@ -235,7 +236,7 @@ ExitStatus fit(const FitOptions& options, const std::vector<std::string>& comman
   }
   const RunFolder folder =
       RunFolder::create(options.output.out.empty() ? default_folder("fit") : options.output.out);
-  folder.write_plan(plan);
+  folder.write_plan(plan, machine().program);
   folder.write_info(info);
   SamplesWriter writer(folder.samples(), sample_columns(info.keys));
   for (std::size_t row = 0; row < samples.time_s.size(); ++row) {

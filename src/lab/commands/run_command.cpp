@@ -59,7 +59,7 @@ bool add_further(const Question& question, const RunFolder& folder, Plan& plan) 
   const std::vector<Phase> further = question.further(folder.read());
   if (!further.empty()) {
     plan.phases.insert(plan.phases.end(), further.begin(), further.end());
-    folder.write_plan(plan);
+    folder.write_plan(plan, machine().program);
   }
   return !further.empty();
 }
@@ -172,7 +172,7 @@ ExitStatus run_plan(const Question& question, const Plan& asked, const OutputOpt
   const RunFolder folder =
       RunFolder::create(output.out.empty() ? default_folder(question.name()) : output.out);
   try {
-    folder.write_plan(plan);
+    folder.write_plan(plan, machine().program);
     folder.write_info(info);
   } catch (const FolderError&) {
     folder.discard();  // nothing has been run

@@ -71,8 +71,8 @@ fs::path RunFolder::engine_samples(std::size_t start) const {
          (start == 0 ? "samples.engine" : "samples-" + std::to_string(start + 1) + ".engine");
 }
 
-void RunFolder::write_plan(const Plan& plan) const {
-  write_whole(this->plan(), plan_text(plan));
+void RunFolder::write_plan(const Plan& plan, std::string_view program) const {
+  write_whole(this->plan(), plan_text(plan, program));
 }
 
 void RunFolder::write_info(const RunInfo& run_info) const {

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "lab/data/answer.h"
@@ -38,7 +39,7 @@ class RunFolder {
   /// samples.csv.
   std::filesystem::path engine_samples(std::size_t start = 0) const;
 
-  void write_plan(const Plan& plan) const;
+  void write_plan(const Plan& plan, std::string_view program) const;
   void write_info(const RunInfo& info) const;
   void write_scheduler(const SchedulerTrace& trace) const;
   void write_result(const Run& run, const Answer& answer) const;

@@ -32,7 +32,7 @@ class RunFolderTest : public testing::Test {
     RunFolder folder = RunFolder::create(place_);
     Plan plan;
     plan.question = "run";
-    folder.write_plan(plan);
+    folder.write_plan(plan, "vorn-lab");
     info_.question = "run";
     info_.processors = 1;
     info_.keys = {{.name = "TC0D", .unit = "degC", .source = "die \"0\""}};

@@ -15,7 +15,8 @@ Plan parse_plan(std::string_view text, const std::string& name);
 /// The plan in the file at `path`. Throws PlanError.
 Plan read_plan(const std::string& path);
 
-/// The plan as TOML, which parse_plan() reads as the same plan.
-std::string plan_text(const Plan& plan);
+/// The plan as TOML, which parse_plan() reads as the same plan. A comment says how `program` runs
+/// it.
+std::string plan_text(const Plan& plan, std::string_view program = "vorn-lab");
 
 }  // namespace lab

@@ -147,6 +147,8 @@ TEST(PlanFile, EverythingOfAPlanIsRead) {
 TEST(PlanFile, WhatIsWrittenReadsAsTheSamePlan) {
   const std::string text = plan_text(parse_plan(kWhole, "my.toml"));
   EXPECT_EQ(plan_text(parse_plan(text, "again.toml")), text);
+  EXPECT_THAT(plan_text(parse_plan(kWhole, "my.toml"), "other-lab"),
+              testing::HasSubstr("Run it: other-lab "));
   EXPECT_THAT(text, testing::HasSubstr("sinusoid = 0.1"));
   EXPECT_THAT(text, testing::HasSubstr("duration = \"until settled\"\nat_most = 120  #"));
 }

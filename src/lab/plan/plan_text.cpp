@@ -3,6 +3,7 @@
 #include <charconv>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <string_view>
 
 #include "lab/plan/duration.h"
 #include "lab/plan/plan_file.h"
@@ -127,9 +128,9 @@ void write_predicted(std::ostream& out, const Plan& plan) {
 
 }  // namespace
 
-std::string plan_text(const Plan& plan) {
+std::string plan_text(const Plan& plan, std::string_view program) {
   std::ostringstream out;
-  out << "# A plan of vorn-lab. Run it: vorn-lab " << plan.question << " --plan FILE\n";
+  out << "# A plan of vorn-lab. Run it: " << program << ' ' << plan.question << " --plan FILE\n";
   if (!plan.phases.empty() && !plan.phases.back().until_stopped) {
     out << "# It takes " << spoken(longest_s(plan))
         << (settles(plan) ? " at most: what is to settle may do so sooner.\n" : ".\n");
