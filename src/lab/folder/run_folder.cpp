@@ -110,6 +110,10 @@ Run RunFolder::read() const {
   } catch (const PlanError& damage) {
     throw FolderError(damage.what());  // whoever reads a run did not write its plan
   }
+  // A run that was killed may have come no further than the engine's own samples.
+  if (!fs::exists(samples()) && run.info.end != RunEnd::cut_short) {
+    throw FolderError(samples().string() + " is missing: without its samples a run has no answer");
+  }
   if (fs::exists(samples())) {
     run.samples = parse_samples(read_whole(samples()), samples().string());
   }

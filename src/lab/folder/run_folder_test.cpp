@@ -51,6 +51,19 @@ TEST_F(RunFolderTest, AFolderWithSomethingInItIsRefused) {
   EXPECT_TRUE(fs::exists(place_ / "precious"));
 }
 
+TEST_F(RunFolderTest, OfARunThatEndedTheSamplesMayNotBeMissing) {
+  const RunFolder folder = begun();
+  EXPECT_TRUE(folder.read().samples.time_s.empty()) << "it may have been killed before them";
+  info_.end = RunEnd::complete;
+  folder.write_info(info_);
+  try {
+    (void)folder.read();
+    FAIL();
+  } catch (const FolderError& error) {
+    EXPECT_THAT(error.what(), testing::HasSubstr("samples.csv is missing"));
+  }
+}
+
 TEST_F(RunFolderTest, AnEmptyFolderIsTakenByTheFirstWhoComes) {
   fs::create_directory(place_);
   RunFolder::create(place_);
@@ -98,6 +111,7 @@ TEST_F(RunFolderTest, SaysFromTheBeginningThatTheRunWasCutShort) {
 
 TEST_F(RunFolderTest, EverythingAboutARunIsReadAgain) {
   const RunFolder folder = begun();
+  SamplesWriter(folder.samples(), sample_columns(info_.keys));
   info_.end = RunEnd::limit;
   info_.end_reason = "limit reached";
   info_.engine_status = 20;
