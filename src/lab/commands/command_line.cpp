@@ -1,10 +1,10 @@
 #include "lab/commands/command_line.h"
 
-#include <toml++/toml.h>
 #include <CLI/CLI.hpp>
 #include <iostream>
 
 #include "lab/commands/doctor_command.h"
+#include "lab/commands/plan_json.h"
 #include "lab/commands/run_command.h"
 #include "lab/commands/version.h"
 #include "lab/engine_process/engine_options.h"
@@ -26,24 +26,60 @@ void add_own_options(Question& question, CLI::App& command) {
   command.option_defaults()->group("Options");
 }
 
-void print_plan(const Plan& plan, bool json) {
-  const std::string text = plan_text(plan);
-  if (json) {
-    std::cout << toml::json_formatter(toml::parse(text)) << '\n';
-  } else {
-    std::cout << text;
+/// The command that was typed, with those that it belongs to: "vorn-lab plan step".
+struct Typed {
+  const CLI::App* command;
+  std::string words;
+};
+
+Typed typed(const CLI::App& app) {
+  Typed typed{.command = &app, .words = app.get_name()};
+  while (!typed.command->get_subcommands().empty()) {
+    typed.command = typed.command->get_subcommands().back();
+    typed.words += " " + typed.command->get_name();
   }
+  return typed;
 }
 
-/// What is wrong with the command line, for the person who typed it.
+std::string joined(const std::vector<std::string>& words) {
+  std::string all;
+  for (const std::string& word : words) {
+    all += (all.empty() ? "" : " ") + word;
+  }
+  return all;
+}
+
+/// What to say of a word that is no command where one is needed.
+std::string no_command(const CLI::App& app, const std::string& word) {
+  if (app.get_name() != "plan") {
+    return "there is no command \"" + word + "\"";
+  }
+  return word == "run"
+             ? "run has no plan of its own: it takes options of vorn-engine, or with --plan "
+               "the file of a plan"
+             : "there is no plan of \"" + word + "\"";
+}
+
+/// What is wrong with a command line, in words.
+std::string what_is_wrong(const CLI::App& app, const CLI::Error& error) {
+  const CLI::App& command = *typed(app).command;
+  const std::vector<std::string> unknown = command.remaining();
+  const int code = error.get_exit_code();
+  if (!unknown.empty() && code == static_cast<int>(CLI::ExitCodes::ExtrasError)) {
+    return "not expected: " + joined(unknown);
+  }
+  const bool takes_command = !command.get_subcommands({}).empty();
+  if (!unknown.empty() && takes_command && !unknown[0].starts_with('-') &&
+      code == static_cast<int>(CLI::ExitCodes::RequiredError)) {
+    return no_command(command, unknown[0]);
+  }
+  return error.what();
+}
+
+/// The same for the person who typed it, with the help of what was typed.
 std::string wrong_command_line(const CLI::App* app, const CLI::Error& error) {
-  const std::vector<std::string> unknown = app->remaining(true);
-  const bool no_command = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
-  return app->get_name() + ": " +
-         (no_command && !unknown.empty() && !unknown[0].starts_with('-')
-              ? "there is no command \"" + unknown[0] + "\""
-              : std::string(error.what())) +
-         "\n\"" + app->get_name() + " --help\" shows what there is\n";
+  return app->get_name() + ": " + what_is_wrong(*app, error) + "\n\"" + typed(*app).words +
+         " --help\" shows what there is\n";
 }
 
 }  // namespace
@@ -74,6 +110,10 @@ CommandLine::~CommandLine() = default;
 ExitStatus CommandLine::run(const std::vector<std::string>& words) {
   words_ = words;
   return chosen_();
+}
+
+std::string CommandLine::complaint(const CLI::Error& error) const {
+  return what_is_wrong(*app_, error);
 }
 
 CLI::App* CommandLine::add(CLI::App& parent, const char* name, const std::string& summary,
@@ -170,7 +210,8 @@ void CommandLine::add_plan() {
     command->add_flag("--json", json_, "print it as JSON");
     command->callback([this, command, &question] {
       chosen_ = [this, command, &question] {
-        print_plan(plan_of(*question, *command), json_);
+        const Plan printed = plan_of(*question, *command);
+        std::cout << (json_ ? plan_json(printed) : plan_text(printed, program_));
         return kAnswered;
       };
     });

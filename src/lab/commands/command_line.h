@@ -14,7 +14,8 @@
 
 namespace CLI {
 class App;
-}
+class Error;
+}  // namespace CLI
 
 namespace lab {
 
@@ -27,6 +28,10 @@ class CommandLine {
   ~CommandLine();
 
   CLI::App& app() { return *app_; }
+
+  /// What is wrong with a command line whose parsing threw `error`, in words. app().exit() says it
+  /// to the person who typed it, with the help that there is.
+  std::string complaint(const CLI::Error& error) const;
 
   /// Does what the command line, which has been parsed, asks for. `words` is all of it.
   ExitStatus run(const std::vector<std::string>& words);

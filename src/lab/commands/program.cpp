@@ -86,7 +86,7 @@ int program(int argc, char* argv[]) {
         return kAnswered;  // help or version was asked for, and printed
       }
       if (json) {
-        print_error(error.what(), kWrongCommandLine);
+        print_error(line.complaint(error), kWrongCommandLine);
       }
       return kWrongCommandLine;
     }

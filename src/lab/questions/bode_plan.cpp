@@ -120,6 +120,13 @@ std::vector<Sine> flat_sum(const std::vector<double>& frequencies_hz, double dep
   return best;
 }
 
+/// What a sinusoid goes down to. Rounded: differences such as 0.45 - 0.4 have digits that nobody
+/// chose.
+double lowest_duty(const BodeWishes& wishes) {
+  constexpr double kDigits = 1e12;
+  return std::round(std::max(0.0, wishes.duty - wishes.depth / 2) * kDigits) / kDigits;
+}
+
 }  // namespace
 
 Harmonic harmonic(const std::vector<double>& frequencies_hz, double near) {
@@ -196,7 +203,7 @@ Plan bode_plan(const BodeWishes& wishes) {
     }
     Phase phase = phase_of(spoken_hertz(frequency_hz), stretch_s(1 / frequency_hz, wishes));
     phase.drive = {.shape = Drive::Shape::sinusoid,
-                   .duty = std::max(0.0, wishes.duty - wishes.depth / 2),
+                   .duty = lowest_duty(wishes),
                    .depth = wishes.depth,
                    .frequency_hz = frequency_hz};
     plan.phases.push_back(phase);

@@ -173,7 +173,7 @@ std::vector<std::string> listed_points(SweptSetting over, const std::string& tex
     begin = comma + 1;
   }
   if (points.size() < 2) {
-    throw PlanError("--at names one point: a sweep takes two or more");
+    throw PlanError("--at names one point, " + points.front() + ": a sweep takes two or more");
   }
   return points;
 }
