@@ -211,6 +211,10 @@ ExitStatus compare_runs(const CompareOptions& options, const std::vector<std::st
 
   Run page;  // the report is one of a run, here of none
   page.info.question = "compare";
+  for (std::size_t at = 0; at < names.size(); ++at) {
+    const bool last = at + 1 == names.size();
+    page.info.subject += (at == 0 ? "" : last ? " and " : ", ") + names[at];
+  }
   page.info.end = RunEnd::complete;
   note_machine(page.info);
   page.info.ended = page.info.begun;

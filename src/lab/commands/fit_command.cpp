@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <filesystem>
 #include <limits>
 #include <map>
 #include <utility>
@@ -226,6 +227,7 @@ ExitStatus fit(const FitOptions& options, const std::vector<std::string>& comman
   RunInfo info;
   const Table samples = samples_of(options, std::move(csv), plan.power, info.warnings, info.notes);
   info.question = plan.question;
+  info.subject = std::filesystem::path(options.file).filename().string();
   note_machine(info);
   info.ended = info.begun;
   info.command = command;

@@ -120,6 +120,7 @@ TEST_F(RunFolderTest, EverythingAboutARunIsReadAgain) {
   info_.warnings = {"a note"};
   info_.phases = {{.name = "load", .engine_start = 1, .fans = "left", .pstate = "3"}};
   info_.host = "h";
+  info_.subject = "die.csv";
   info_.simulated = true;
   folder.write_info(info_);
   const RunInfo again = folder.read().info;

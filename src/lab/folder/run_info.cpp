@@ -22,4 +22,13 @@ std::string machine_name(const RunInfo& info) {
   return info.simulated ? "the simulated machine" : info.host;
 }
 
+std::string run_title(const RunInfo& info) {
+  const std::string question = info.question.empty() ? "run" : info.question;
+  if (!info.subject.empty()) {
+    return question + " of " + info.subject;
+  }
+  const std::string machine = machine_name(info);
+  return machine.empty() ? question : question + " on " + machine;
+}
+
 }  // namespace lab

@@ -35,6 +35,7 @@ const char* text(RunEnd end);
 /// run.json: everything about a run that is neither asked for (plan) nor measured (samples).
 struct RunInfo {
   std::string question;
+  std::string subject;  ///< what was analysed, if no run was made here: a file, or other runs
   RunEnd end = RunEnd::cut_short;
   std::string end_reason;  ///< the engine's words for it; may be empty
   int engine_status = -1;  ///< exit status of the engine; -1: it has none
@@ -59,5 +60,8 @@ struct RunInfo {
 
 /// What the machine of a run is called in a title: its host's name, or "the simulated machine".
 std::string machine_name(const RunInfo& info);
+
+/// The title of what a run found: the question, and of what or on which machine.
+std::string run_title(const RunInfo& info);
 
 }  // namespace lab

@@ -38,6 +38,7 @@ std::string run_info_text(const RunInfo& info) {
   const Json json = {
       {"version", kVersion},
       {"question", info.question},
+      {"subject", info.subject},
       // What a killed run leaves: nobody comes back to say so.
       {"end", text(info.end)},
       {"end_reason", info.end_reason},
@@ -75,6 +76,7 @@ RunInfo parse_run_info(const std::string& text, const std::string& name) {
     const Json versions = json.value("versions", Json::object());
     RunInfo info{
         .question = json.value("question", ""),
+        .subject = json.value("subject", ""),
         .end = end_of(json.value("end", "")),
         .end_reason = json.value("end_reason", ""),
         .engine_status = json.value("engine_status", -1),

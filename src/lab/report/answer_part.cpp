@@ -54,15 +54,11 @@ std::string day_and_minute(const std::string& instant) {
 
 std::string heading_part(const Run& run, const Answer& answer) {
   const RunInfo& info = run.info;
-  std::string title = html_text(info.question.empty() ? "run" : info.question);
-  if (const std::string machine = machine_name(info); !machine.empty()) {
-    title += " on " + html_text(machine);
-  }
-  std::string about = html_text(info.processor);
+  std::string about = info.subject.empty() ? html_text(info.processor) : "";
   if (const std::string begun = day_and_minute(info.begun); !begun.empty()) {
     about += (about.empty() ? "" : " · ") + html_text(begun);
   }
-  std::string html = html::element("h1", title);
+  std::string html = html::text("h1", run_title(info));
   if (!about.empty()) {
     html += html::element("p class=\"about\"", about);
   }

@@ -36,9 +36,11 @@ std::vector<Fact> machine_facts(const Run& run) {
       facts.push_back({.name = name, .text = text});
     }
   };
-  add("Machine", info.host + (info.simulated ? " (simulated)" : ""));
-  add("Processor", processor_text(info));
-  add("System", info.system);
+  if (info.subject.empty()) {  // else the machine that analysed it says nothing of what it shows
+    add("Machine", info.host + (info.simulated ? " (simulated)" : ""));
+    add("Processor", processor_text(info));
+    add("System", info.system);
+  }
   add("Version of the lab", info.lab_version);
   add("Version of the engine", info.engine_version);
   add("Begun", info.begun);

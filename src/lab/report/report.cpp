@@ -46,9 +46,7 @@ void write_head(std::ostream& out, const Run& run, const ReportAssets& assets,
       << "'; style-src 'unsafe-inline'; base-uri 'none'; form-action 'none'\">\n"
          "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
          "<meta name=\"color-scheme\" content=\"light dark\">\n<title>"
-      << html_text(run.info.question.empty() ? "run" : run.info.question)
-      << (machine_name(run.info).empty() ? "" : " on ") << html_text(machine_name(run.info))
-      << "</title>\n<style>\n"
+      << html_text(run_title(run.info)) << "</title>\n<style>\n"
       << assets.style << '\n'
       << kPageStyle << "</style>\n</head>\n";
 }

@@ -58,6 +58,16 @@ TEST(Report, OfTheSimulatedMachineIsNamedSo) {
                     HasSubstr("<title>step on the simulated machine</title>")));
 }
 
+TEST(Report, OfAFileIsNamedAfterItAndNoMachine) {
+  lab::Run run = example_run();
+  run.info.question = "fit";
+  run.info.subject = "die & sink.csv";
+  const std::string page = report(run, example_answer());
+  EXPECT_THAT(page, AllOf(HasSubstr("<h1>fit of die &amp; sink.csv</h1>"),
+                          HasSubstr("<title>fit of die &amp; sink.csv</title>"),
+                          Not(HasSubstr(run.info.processor)), Not(HasSubstr("bench-3"))));
+}
+
 TEST(Report, SaysHowLoadAndSamplesWereDelivered) {
   EXPECT_THAT(report(example_run(), example_answer()),
               AllOf(HasSubstr("50 % asked, 49.87 % delivered"),
