@@ -90,8 +90,8 @@ BENCHMARK(prove_of_a_day)->Unit(benchmark::kMillisecond);
 void watch_of_a_replayed_day(benchmark::State& state) {
   const Table day = replayed_day();
   for (auto _ : state) {
-    Answer answer = analyse_run(day, {.full_load = 1, .phases = {}, .watched = true});
-    tell_replay(day, 1, answer);
+    Answer answer = analyse_run(day, {.phases = {}, .watched = true});
+    tell_replay(day, answer);
     benchmark::DoNotOptimize(answer);
   }
 }
