@@ -153,6 +153,19 @@ TEST(PlanFile, WhatIsWrittenReadsAsTheSamePlan) {
   EXPECT_THAT(text, testing::HasSubstr("duration = \"until settled\"\nat_most = 120  #"));
 }
 
+TEST(PlanFile, OfATableOffersNothingToRun) {
+  Plan plan;
+  plan.question = "fit";
+  plan.power = "Power [W]";
+  plan.structure = true;
+  const std::string text = plan_text(plan);
+  EXPECT_THAT(text, testing::Not(testing::HasSubstr("--plan")));
+  const Plan again = parse_plan(text, "again.toml");
+  EXPECT_EQ(again.power, plan.power);
+  EXPECT_TRUE(again.structure);
+  EXPECT_EQ(plan_text(again), text);
+}
+
 TEST(PlanFile, ADefaultPlanIsWrittenInPlainNumbers) {
   Plan plan;
   plan.question = "step";

@@ -126,9 +126,19 @@ void write_predicted(std::ostream& out, const Plan& plan) {
   }
 }
 
+// Of a table, nothing was run.
+std::string text_of_fit(const Plan& plan) {
+  return "# What was asked of a table. Nothing was run for it.\nquestion = \"fit\"\npower = " +
+         quoted(plan.power) + "  # the column of the heat\n" +
+         (plan.structure ? "structure = true\n" : "");
+}
+
 }  // namespace
 
 std::string plan_text(const Plan& plan, std::string_view program) {
+  if (plan.question == "fit") {
+    return text_of_fit(plan);
+  }
   std::ostringstream out;
   out << "# A plan of vorn-lab. Run it: " << program << ' ' << plan.question << " --plan FILE\n";
   if (!plan.phases.empty() && !plan.phases.back().until_stopped) {
