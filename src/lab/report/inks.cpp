@@ -29,7 +29,10 @@ Ink next_ink(std::size_t known) {
 }
 
 bool look_alike(const Series& one, Ink ink, const Series& other, Ink other_ink) {
-  return one.style == other.style && ink.colour == other_ink.colour && ink.dash == other_ink.dash;
+  const bool both_lines =
+      one.style != Series::Style::points && other.style != Series::Style::points;
+  return (both_lines || one.style == other.style) && ink.colour == other_ink.colour &&
+         ink.dash == other_ink.dash;
 }
 
 }  // namespace

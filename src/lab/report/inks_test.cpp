@@ -31,6 +31,14 @@ TEST(Inks, TellCurvesOfOneKeyApart) {
   EXPECT_NE(both[0].dash, both[1].dash);
 }
 
+TEST(Inks, TellStepsFromALineOfTheSameKey) {
+  Inks inks({"TC0D"});
+  const std::vector<Ink> both =
+      inks.of({curve("TC0D"), curve("TC0D ladder", Series::Style::steps)});
+  EXPECT_EQ(both[0].colour, both[1].colour);
+  EXPECT_NE(both[0].dash, both[1].dash);
+}
+
 TEST(Inks, NeedNoDashesBesidePoints) {
   Inks inks({"TC0D"});
   EXPECT_EQ(inks.of({curve("TC0D", Series::Style::points), curve("TC0D fit")}).at(1).dash, 0);

@@ -4,6 +4,7 @@
 #include <array>
 #include <cctype>
 #include <charconv>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -50,16 +51,6 @@ std::optional<std::size_t> whole_number(const std::string& text) {
              : std::nullopt;
 }
 
-bool is_chosen(const Figure& figure, std::size_t number, const std::string& which) {
-  if (which.empty()) {
-    return figure.of_samples;
-  }
-  if (const std::optional<std::size_t> wanted = whole_number(which)) {
-    return *wanted == number;
-  }
-  return lower(figure.chart.title).find(lower(which)) != std::string::npos;
-}
-
 std::string offered(const std::vector<Figure>& all) {
   std::string text;
   for (std::size_t i = 0; i < all.size(); ++i) {
@@ -68,17 +59,55 @@ std::string offered(const std::vector<Figure>& all) {
   return text;
 }
 
+/// The figures whose title is `which`, or else those whose title begins with it, or else those that
+/// have it anywhere in theirs.
+std::vector<Figure> called(const std::vector<Figure>& all, const std::string& which) {
+  enum class Fit { is_it, begins_with_it, has_it };
+  for (const Fit fit : {Fit::is_it, Fit::begins_with_it, Fit::has_it}) {
+    std::vector<Figure> found;
+    for (const Figure& figure : all) {
+      const std::size_t at = lower(figure.chart.title).find(lower(which));
+      const bool whole = figure.chart.title.size() == which.size();
+      if (at != std::string::npos && (fit == Fit::has_it || at == 0) &&
+          (fit != Fit::is_it || whole)) {
+        found.push_back(figure);
+      }
+    }
+    if (!found.empty()) {
+      return found;
+    }
+  }
+  return {};
+}
+
+/// The figures of the samples; or the one that is asked for. Throws PlanError if several are.
+std::vector<Figure> chosen_of(const std::vector<Figure>& all, const std::string& which) {
+  std::vector<Figure> chosen;
+  if (which.empty()) {
+    std::copy_if(all.begin(), all.end(), std::back_inserter(chosen),
+                 [](const Figure& figure) { return figure.of_samples; });
+    return chosen;
+  }
+  if (const std::optional<std::size_t> wanted = whole_number(which)) {
+    if (*wanted >= 1 && *wanted <= all.size()) {
+      chosen.push_back(all[*wanted - 1]);
+    }
+    return chosen;
+  }
+  chosen = called(all, which);
+  if (chosen.size() > 1) {
+    throw PlanError("\"" + which +
+                    "\" fits several charts (choose one by its number: " + offered(all) + ")");
+  }
+  return chosen;
+}
+
 }  // namespace
 
 void plot(const Run& run, const Answer& answer, const std::string& path, const std::string& which) {
   const Picture picture = picture_of(path);
   const std::vector<Figure> all = figures(run, answer, kMostInAPicture);
-  std::vector<Figure> chosen;
-  for (std::size_t i = 0; i < all.size(); ++i) {
-    if (is_chosen(all[i], i + 1, which)) {
-      chosen.push_back(all[i]);
-    }
-  }
+  const std::vector<Figure> chosen = chosen_of(all, which);
   if (all.empty()) {
     throw PlotError("the run has no samples, so there is nothing to draw");
   }

@@ -70,6 +70,8 @@ TEST(Plot, SaysWhatItWouldHaveTaken) {
               AllOf(HasSubstr("no chart \"no such\""), HasSubstr("1 Thermal impedance"),
                     HasSubstr("5 Fans over time")));
   EXPECT_THAT(refusal("a.png", "6", example_run()), HasSubstr("no chart \"6\""));
+  EXPECT_THAT(refusal("a.png", "over time", example_run()),
+              AllOf(HasSubstr("\"over time\" fits several charts"), HasSubstr("5 Fans over time")));
   EXPECT_THAT(refusal("a.png", "", {}), HasSubstr("choose a chart"));
 }
 
