@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <nlohmann/json.hpp>
 #include <system_error>
 
 #include "lab/folder/folder_error.h"
@@ -34,6 +35,18 @@ void name_units(Table& samples, const RunInfo& info) {
       }
     }
   }
+}
+
+/// Whether a result.json is that of a comparison.
+bool is_comparison(const fs::path& result) {
+  std::error_code error;
+  if (!fs::is_regular_file(result, error)) {
+    return false;
+  }
+  const auto figures = nlohmann::json::parse(read_whole(result), nullptr,
+                                             /*allow_exceptions=*/false);
+  const auto question = figures.is_object() ? figures.find("question") : figures.end();
+  return question != figures.end() && *question == "compare";
 }
 
 }  // namespace
@@ -99,6 +112,11 @@ void RunFolder::discard() const {
 Run RunFolder::read() const {
   std::error_code error;
   if (!fs::exists(info(), error)) {
+    if (!error && is_comparison(result())) {
+      throw FolderError(path_.string() + ": it is the folder of a comparison, not of a run: its " +
+                        "report is " + report().string() +
+                        ", pictures are made of the folders that were compared");
+    }
     throw FolderError(
         path_.string() + ": " +
         (error ? error.message() : "no run.json in it: it is not the folder of a run"));

@@ -64,6 +64,20 @@ TEST_F(RunFolderTest, OfARunThatEndedTheSamplesMayNotBeMissing) {
   }
 }
 
+TEST_F(RunFolderTest, TheFolderOfAComparisonIsNamedAsOne) {
+  fs::create_directory(place_);
+  for (const char* text : {"{}", "[", "[1]", "{\"question\": \"compare\"}"}) {
+    write(place_ / "result.json", text);
+    try {
+      RunFolder(place_).read();
+      FAIL() << text;
+    } catch (const FolderError& error) {
+      const bool named = std::string(error.what()).find("comparison") != std::string::npos;
+      EXPECT_EQ(named, std::string(text).find("compare") != std::string::npos) << error.what();
+    }
+  }
+}
+
 TEST_F(RunFolderTest, AnEmptyFolderIsTakenByTheFirstWhoComes) {
   fs::create_directory(place_);
   RunFolder::create(place_);
