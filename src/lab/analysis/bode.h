@@ -29,6 +29,7 @@ struct BodeInput {
   std::vector<Column> beside;  ///< asked, delivered, others, and fan speeds in RPM
   std::vector<Swing> swings;
   double carrier_hz = 0;
+  bool fans_held = false;      ///< at one speed, to which they may have been on their way
   KnownStages predicted;       ///< of another run; empty: those of this one are fitted
   std::string predicted_from;  ///< the name of that run
 };

@@ -103,7 +103,11 @@ std::vector<std::string> judge_bode(const BodeInput& input, const BodeResult& re
     if (const std::string varied = judge_fan(column); !varied.empty()) {
       warnings.push_back(varied +
                          " With the air flow the response changed, and the slow part of "
-                         "it is a mixture. Hold the fans at one speed.");
+                         "it is a mixture. " +
+                         (input.fans_held
+                              ? "It was held, and on its way: give it longer before the first "
+                                "swing (--idle, --settle)."
+                              : "Hold the fans at one speed."));
     }
   }
   const std::vector<std::string> load = judge_load(input.beside);

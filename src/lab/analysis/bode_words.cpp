@@ -48,6 +48,17 @@ std::optional<Distance> distance(const BodeResult& result, std::size_t key) {
   return any ? std::optional(most) : std::nullopt;
 }
 
+// Why the stages of the run's own step are far off: what came before the first swing was too short
+// for the slow ones.
+std::string short_step(const BodeInput& input, const Distance& most) {
+  constexpr double kFar = 0.1;
+  const double step_s = input.swings.front().begin_s - input.time_s.front();
+  return most.part > kFar ? " That step is the " + spoken_number(step_s, 2) +
+                                " s before the first swing: slower stages are not seen in it. "
+                                "Settle longer (--settle), or name a longer step (--beside)."
+                          : "";
+}
+
 }  // namespace
 
 std::vector<std::string> bode_sentences(const BodeInput& input, const BodeResult& result,
@@ -82,7 +93,8 @@ std::vector<std::string> bode_sentences(const BodeInput& input, const BodeResult
       sentences.push_back("The stages of " +
                           (predicted_from == "this run" ? "its own step" : predicted_from) +
                           " predict its curve to within " + spoken_number(100 * most->part, 2) +
-                          " % and " + spoken_number(most->degrees, 2) + " degrees.");
+                          " % and " + spoken_number(most->degrees, 2) + " degrees." +
+                          (predicted_from == "this run" ? short_step(input, *most) : ""));
     }
   }
   if (sentences.empty()) {

@@ -2,11 +2,11 @@
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
-#include <fstream>
 
 #include "lab/analysis/beside_judgement.h"
 #include "lab/analysis/bode.h"
 #include "lab/analysis/bode_curve.h"
+#include "lab/data/file_text.h"
 #include "lab/folder/run_folder.h"
 #include "lab/plan/duration.h"
 #include "lab/plan/plan_error.h"
@@ -20,9 +20,9 @@ namespace {
 // The stages that a step or a fit left in its folder.
 KnownStages stages_of_folder(const std::string& path) {
   const std::filesystem::path file = RunFolder(path).result();
-  std::ifstream stream(file, std::ios::binary);
-  const nlohmann::ordered_json figures =
-      nlohmann::ordered_json::parse(stream, nullptr, /*allow_exceptions=*/false);
+  // A stream's buffer would throw if the file cannot be read.
+  const nlohmann::ordered_json figures = nlohmann::ordered_json::parse(
+      text_of_file(file).value_or(""), nullptr, /*allow_exceptions=*/false);
   KnownStages stages;
   try {
     stages = stages_in(figures);
@@ -162,9 +162,15 @@ Answer Bode::analyse(const Run& run) const {
       input.loads.push_back(load->values);
     }
   }
+  constexpr const char* kHeld = "held at";  // as fans_held() words it
+  bool held_and_moving = false;
+  input.fans_held = run.info.fans.starts_with(kHeld);
   for (const Column& column : run.samples.columns) {
-    const bool steady_fan = column.unit == "RPM" && judge_fan(column).empty();
-    if (&column != heat && !of_the_load(column) && !steady_fan) {
+    // What keeps its speed shows nothing, and what is held and on its way there answers nothing.
+    const bool moving_fan = !judge_fan(column).empty();
+    held_and_moving = held_and_moving || (moving_fan && input.fans_held);
+    const bool answers = column.unit != "RPM" || (moving_fan && !input.fans_held);
+    if (&column != heat && !of_the_load(column) && answers) {
       input.keys.push_back(column);
     }
     if (of_the_load(column) || column.unit == "RPM") {
@@ -175,7 +181,11 @@ Answer Bode::analyse(const Run& run) const {
   input.carrier_hz = run.plan.carrier_hz;
   input.predicted = run.plan.predicted;
   input.predicted_from = run.plan.predicted_from;
-  return analyse_bode(input);
+  Answer answer = analyse_bode(input);
+  if (held_and_moving && answer.decided) {
+    answer.sentences.emplace_back("The fans were held, so they have no response.");
+  }
+  return answer;
 }
 
 std::vector<std::string> Bode::lacks(const Offer& offer) const {

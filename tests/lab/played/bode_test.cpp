@@ -2,11 +2,15 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <filesystem>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "lab/analysis/aliases.h"
@@ -170,6 +174,40 @@ TEST(PlayedBode, SaysThatTheFansWereNotHeld) {
               testing::Contains(testing::HasSubstr("Hold the fans at one speed.")));
 }
 
+// Too brief for the fans to come to speed, and for the slow stages to be seen.
+Plan hasty_plan() {
+  BodeWishes wishes;
+  wishes.frequencies_hz = {0.5, 1};
+  wishes.fast = true;
+  wishes.idle_s = 1;
+  wishes.until_settled = false;
+  wishes.settle_s = 5;
+  wishes.least_s = 10;
+  return bode_plan(wishes);
+}
+
+TEST(PlayedBode, AsksNoResponseOfFansThatAreHeld) {
+  lab::Run run = played(hasty_plan());
+  run.info.fans = "held at their maximum";
+  const Answer answer = Bode().analyse(run);
+  EXPECT_THAT(answer.sentences, testing::Contains("The fans were held, so they have no response."));
+  EXPECT_THAT(answer.sentences, testing::Each(testing::Not(testing::HasSubstr("F0Ac"))));
+  for (const ResultTable& table : answer.tables) {
+    EXPECT_NE(table.title, "F0Ac");
+  }
+  EXPECT_THAT(answer.warnings, testing::Each(testing::Not(testing::AllOf(
+                                   testing::HasSubstr("F0Ac"), testing::HasSubstr("--depth")))));
+  EXPECT_THAT(answer.warnings, testing::Contains(testing::AllOf(testing::StartsWith("F0Ac ran"),
+                                                                testing::HasSubstr("--idle"))));
+}
+
+TEST(PlayedBode, SaysWhyTheStagesOfAShortStepAreFarOff) {
+  const Answer answer = Bode().analyse(played(hasty_plan()));
+  EXPECT_THAT(answer.sentences, testing::Contains(testing::HasSubstr("That step is the 6")));
+  const Answer settled = Bode().analyse(played(short_plan(false)));
+  EXPECT_THAT(settled.sentences, testing::Each(testing::Not(testing::HasSubstr("That step is"))));
+}
+
 TEST(PlayedBode, SetsTheCurveOfAnotherStepBesideThePoints) {
   Plan plan = short_plan(false);
   plan.predicted["TC0D"] = {{.resistance = 0.4318, .tau_s = 10}};
@@ -264,6 +302,17 @@ TEST(BodePlan, MovesFrequenciesToMultiplesOfOne) {
   EXPECT_DOUBLE_EQ(moved.base_hz, 0.01);
   EXPECT_DOUBLE_EQ(moved.frequencies_hz[1], 0.05);
   EXPECT_THROW(harmonic({1, 1.001}, 0.02), PlanError);
+}
+
+TEST(BodePlan, RefusesAFolderInPlaceOfAResult) {
+  const std::filesystem::path place = testing::TempDir() + "beside." + std::to_string(getpid());
+  std::filesystem::create_directories(place / "result.json");
+  Bode bode;
+  CLI::App app;
+  bode.add_options(app);
+  app.parse(std::vector<std::string>{place.string(), "--beside"});
+  EXPECT_THROW(bode.plan(), PlanError);
+  std::filesystem::remove_all(place);
 }
 
 TEST(BodePlan, RefusesASwingBeyondFullLoad) {
