@@ -44,6 +44,7 @@ TEST_F(Lab, SamplesHaveWhatWasAskedAndDeliveredBesideEveryResponse) {
   std::string line;
   std::getline(lines, line);
   EXPECT_THAT(line, testing::StartsWith("time_s,phase,asked,delivered,others,PC0C,TC0D,TC0P,"));
+  const double one = 1.0 / std::max(1U, std::thread::hardware_concurrency());  // processor of all
   int idle = 0;
   int loaded = 0;
   double delivered_under_load = 0;
@@ -57,7 +58,7 @@ TEST_F(Lab, SamplesHaveWhatWasAskedAndDeliveredBesideEveryResponse) {
     if (!(cells >> time_s >> phase >> asked >> delivered)) {
       continue;  // the first line has no time before it
     }
-    if (phase == 1 && asked == 1) {
+    if (phase == 1 && std::abs(asked - one) < 1e-3) {
       ++loaded;
       delivered_under_load += delivered;
     } else if (phase == 2 && asked == 0) {
@@ -66,7 +67,6 @@ TEST_F(Lab, SamplesHaveWhatWasAskedAndDeliveredBesideEveryResponse) {
   }
   EXPECT_GE(loaded, 12);
   EXPECT_GE(idle, 8);
-  const double one = 1.0 / std::max(1U, std::thread::hardware_concurrency());
   EXPECT_GT(delivered_under_load / loaded, 0.5 * one);
   EXPECT_LT(delivered_under_load / loaded, 1.1 * one);
 }
