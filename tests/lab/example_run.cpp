@@ -163,9 +163,7 @@ Chart impedance_chart() {
   return chart;
 }
 
-}  // namespace
-
-Run example_run() {
+Run run_without_samples() {
   Run run{.plan = plan(),
           .info = info(),
           .samples = {},
@@ -173,6 +171,13 @@ Run example_run() {
           .stimulus = {},
           .scheduler = {}};
   run.samples.columns = columns();
+  return run;
+}
+
+}  // namespace
+
+Run example_run() {
+  Run run = run_without_samples();
   Noise noise;
   const auto samples = static_cast<std::size_t>(kEnd_s * kRate_hz);
   for (std::size_t row = 0; row < samples; ++row) {
@@ -222,13 +227,7 @@ Answer example_answer() {
 }
 
 Run long_run(std::size_t samples, std::size_t peak_row) {
-  Run run{.plan = plan(),
-          .info = info(),
-          .samples = {},
-          .delivery = delivery(),
-          .stimulus = {},
-          .scheduler = {}};
-  run.samples.columns = columns();
+  Run run = run_without_samples();
   run.delivery.samples = static_cast<std::int64_t>(samples);
   Noise noise;
   for (std::size_t row = 0; row < samples; ++row) {
