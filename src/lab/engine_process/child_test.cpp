@@ -60,7 +60,7 @@ TEST(Child, IsNotReachedByTheTerminalsSignals) {
 TEST(Child, ThatCannotBeStartedEndsWithTheShellsStatusForIt) {
   Child child({.program = "/nowhere/program", .arguments = {}, .as_root = false, .kept = {}});
   std::string text;
-  EXPECT_EQ(child.wait(text, text), Child::kNotStarted);
+  EXPECT_EQ(child.wait(text, text), 127);
 }
 
 TEST(Child, IsGivenTheTimeToEndInOrder) {
