@@ -201,7 +201,7 @@ void add_fit_options(CLI::App& app, FitOptions& options) {
       ->option_text("<w>");
   app.add_option("--temperature", options.temperatures,
                  "column of a temperature, by name or number; may be repeated (default: all other "
-                 "columns)")
+                 "columns, but for those whose head says another unit)")
       ->expected(1)
       ->take_all()
       ->option_text("<column>");
