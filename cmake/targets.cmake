@@ -9,17 +9,22 @@ function(vorn_sources)
   vorn_sources_of(vorn_core ${ARGN})
 endfunction()
 
-# vorn_sources_of(library header-or-source ...): adds this folder's files to the library. Headers
-# are compiled by themselves once, so that each is self-contained.
+# vorn_sources_of(library header-or-source ...): adds this folder's files to the library. A header
+# without a source of its name is compiled by itself once, so that each is self-contained: a source
+# includes its own header first.
 function(vorn_sources_of library)
-  set(headers ${ARGN})
-  list(FILTER headers INCLUDE REGEX "\\.h$")
-  set(sources ${ARGN})
-  list(FILTER sources INCLUDE REGEX "\\.cpp$")
-  list(TRANSFORM headers PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
-  list(TRANSFORM sources PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
-  target_sources(${library} PRIVATE ${sources}
-                 PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${headers})
+  list(TRANSFORM ARGN PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/ OUTPUT_VARIABLE files)
+  set(alone ${files})
+  list(FILTER alone INCLUDE REGEX "\\.h$")
+  foreach(header IN LISTS alone)
+    string(REGEX REPLACE "\\.h$" ".cpp" source ${header})
+    if(source IN_LIST files)
+      list(REMOVE_ITEM alone ${header})
+    endif()
+  endforeach()
+  list(REMOVE_ITEM files ${alone})
+  target_sources(${library} PRIVATE ${files}
+                 PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${alone})
 endfunction()
 
 # vorn_unit_test(name source ... [LIBRARIES target ...]): a test program linked with vorn_core and

@@ -92,7 +92,7 @@ CommandLine::CommandLine(const std::string& program)
                                       program)),
       questions_(all_questions()) {
   app_->require_subcommand(1);
-  app_->set_version_flag("--version", program + " " + kVersion);
+  app_->set_version_flag("--version", program + " " + kProgramVersion);
   app_->footer(
       "Each command has a --help of its own. Exit status: 0 answered, 1 the data cannot "
       "answer,\n2 wrong command line or plan, 3 nothing was run, 4 a file cannot be read "

@@ -46,7 +46,7 @@ void note_machine(RunInfo& info) {
   info.processor = processor_model();
   info.processors = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
   info.simulated = machine().simulated;
-  info.lab_version = kVersion;
+  info.lab_version = kProgramVersion;
   info.begun = wall_clock();
 }
 

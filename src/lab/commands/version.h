@@ -3,6 +3,6 @@
 namespace lab {
 
 /// The version of this program, which is that of the project.
-inline constexpr const char* kVersion = VORN_LAB_VERSION;
+extern const char* const kProgramVersion;
 
 }  // namespace lab
