@@ -13,6 +13,10 @@ std::vector<inspection::Key> inspection::keys() {
   return fake_inspection::state().keys;
 }
 
+std::size_t inspection::pstates() {
+  return {};
+}
+
 std::vector<inspection::Finding> inspection::check() {
   return fake_inspection::state().findings;
 }

@@ -9,7 +9,7 @@
 namespace linux_machine {
 namespace {
 
-constexpr std::string_view kFirstLine = "vorn fan numbers 1";
+constexpr std::string_view kAssignmentBegin = "vorn fan numbers 1";
 
 /// "F0" is 0.
 std::optional<std::size_t> parse_number(std::string_view text) {
@@ -80,7 +80,7 @@ std::vector<Assignment> load_assigned(const std::string& folder, std::string& wr
   if (!std::getline(lines, line)) {
     return all;
   }
-  bool right = line == kFirstLine;
+  bool right = line == kAssignmentBegin;
   while (right && std::getline(lines, line)) {
     const std::optional<Assignment> one = parse_line(line);
     right = one.has_value();
@@ -99,7 +99,7 @@ std::vector<Assignment> load_assigned(const std::string& folder, std::string& wr
 
 sysfs::Result<sysfs::Done> save_assigned(const std::string& folder,
                                          const std::vector<Assignment>& assigned) {
-  std::string text = std::string(kFirstLine) + "\n";
+  std::string text = std::string(kAssignmentBegin) + "\n";
   for (const Assignment& one : assigned) {
     text += "F" + std::to_string(one.number) + " " + one.device + " fan" +
             std::to_string(one.channel) + "\n";

@@ -33,7 +33,7 @@ constexpr int kStartStep = 10;
 constexpr int kStartMargin = 20;
 
 constexpr std::int64_t kStartPatienceNs = 4 * kNsPerS;  // the grace that a started fan gets
-constexpr std::int64_t kSampleNs = 500 * kNsPerMs;
+constexpr std::int64_t kLookNs = 500 * kNsPerMs;
 constexpr int kMostFailedReads = 3;  // in a row
 
 constexpr double kSweepShare = 0.7;  // of the time, roughly
@@ -138,7 +138,7 @@ Result<bool> Calibration::comes_to(bool turning, std::int64_t patience_ns) {
   const std::int64_t end = surroundings_.now_ns() + patience_ns;
   int failed = 0;
   while (surroundings_.now_ns() < end) {
-    surroundings_.sleep_for(kSampleNs);
+    surroundings_.sleep_for(kLookNs);
     if (const Result<Done> go_on = may_go_on(); !go_on) {
       return go_on.failure();
     }

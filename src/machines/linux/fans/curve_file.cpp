@@ -19,7 +19,7 @@ namespace {
 using sysfs::Done;
 using sysfs::Result;
 
-constexpr std::string_view kFirstLine = "vorn fan curve 1";
+constexpr std::string_view kCurveFileBegin = "vorn fan curve 1";
 
 /// Different texts stay different: '/' becomes '_', and what could be taken for one or is no part
 /// of a handsome file name becomes its code.
@@ -41,7 +41,7 @@ std::string as_file_name(std::string_view text) {
 
 /// What every file begins with.
 std::string head_text(const FanChannel& fan) {
-  return std::string(kFirstLine) + "\ndevice " + fan.device + "\nchip " + fan.chip + "\nfan " +
+  return std::string(kCurveFileBegin) + "\ndevice " + fan.device + "\nchip " + fan.chip + "\nfan " +
          std::to_string(fan.channel) + "\n";
 }
 
@@ -88,8 +88,8 @@ std::optional<Curve> parse_curve(std::string_view text, const FanChannel& fan, s
   std::vector<CurvePoint> points;
   std::istringstream lines{std::string(text)};
   std::string line;
-  if (!std::getline(lines, line) || line != kFirstLine) {
-    wrong = "it does not begin with \"" + std::string(kFirstLine) + "\"";
+  if (!std::getline(lines, line) || line != kCurveFileBegin) {
+    wrong = "it does not begin with \"" + std::string(kCurveFileBegin) + "\"";
     return std::nullopt;
   }
   for (int number = 2; std::getline(lines, line); ++number) {

@@ -13,8 +13,6 @@ using sysfs::Failure;
 using sysfs::Result;
 using sysfs::Trouble;
 
-using Lock = std::lock_guard<std::mutex>;
-
 std::uint16_t bit_of(std::size_t fan) {
   return static_cast<std::uint16_t>(1U << fan);
 }
@@ -46,7 +44,7 @@ FanControl::FanControl(const Surroundings& surroundings, Ledger& ledger,
 }
 
 std::uint16_t FanControl::force_bits() const {
-  const Lock lock(mutex_);
+  const std::lock_guard lock(mutex_);
   return forced_.bits();
 }
 
@@ -59,7 +57,7 @@ Result<sysfs::Done> FanControl::set_force_bits(std::uint16_t bits) {
 }
 
 Result<sysfs::Done> FanControl::change_force_bits(std::uint16_t bits) {
-  const Lock lock(mutex_);
+  const std::lock_guard lock(mutex_);
   const bool privileged = surroundings_.effective_user() == 0;
   if (bits == forced_.bits() && (!ledger_.owes() || !privileged)) {
     return Done{};
@@ -95,7 +93,7 @@ Result<sysfs::Done> FanControl::change_force_bits(std::uint16_t bits) {
 }
 
 Result<double> FanControl::target_rpm(std::size_t fan) {
-  const Lock lock(mutex_);
+  const std::lock_guard lock(mutex_);
   Fan& one = fans_[fan];
   if (one.target) {
     return *one.target;
@@ -113,7 +111,7 @@ Result<double> FanControl::target_rpm(std::size_t fan) {
 }
 
 Result<sysfs::Done> FanControl::set_target_rpm(std::size_t fan, double rpm) {
-  const Lock lock(mutex_);
+  const std::lock_guard lock(mutex_);
   if (!std::isfinite(rpm) || rpm < 0) {
     return Failure{Trouble::bad_value, channels_[fan].input() + ": no fan has this speed"};
   }
@@ -122,34 +120,34 @@ Result<sysfs::Done> FanControl::set_target_rpm(std::size_t fan, double rpm) {
 }
 
 bool FanControl::has_maximum(std::size_t fan) const {
-  const Lock lock(mutex_);
+  const std::lock_guard lock(mutex_);
   return fans_[fan].range.greatest_rpm() || channels_[fan].controllable();
 }
 
 bool FanControl::maximum_is_measured_on_demand(std::size_t fan) const {
-  const Lock lock(mutex_);
+  const std::lock_guard lock(mutex_);
   return !fans_[fan].range.greatest_rpm() && channels_[fan].controllable();
 }
 
 Result<double> FanControl::maximum_rpm(std::size_t fan) {
-  const Lock lock(mutex_);
+  const std::lock_guard lock(mutex_);
   const std::optional<double> known = fans_[fan].range.greatest_rpm();
   return known ? Result<double>(*known) : measured_maximum(fan);
 }
 
 std::optional<double> FanControl::minimum_rpm(std::size_t fan) const {
-  const Lock lock(mutex_);
+  const std::lock_guard lock(mutex_);
   return fans_[fan].range.lowest_rpm();
 }
 
 bool FanControl::has_to_watch() const {
-  const Lock lock(mutex_);
+  const std::lock_guard lock(mutex_);
   return forced_.bits() != 0 || ledger_.is_to_try_again();
 }
 
 /// Nobody must watch with a privilege that nobody gave him, nor may fans be forced unwatched.
 void FanControl::refuse_to_watch(int error) {
-  const Lock lock(mutex_);
+  const std::lock_guard lock(mutex_);
   forced_.give_up("their watch cannot give up its privilege: " +
                   std::generic_category().message(error));
 }

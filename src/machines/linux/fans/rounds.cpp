@@ -10,11 +10,9 @@
 
 namespace linux_machine {
 
-using Lock = std::unique_lock<std::mutex>;
-
 Rounds::~Rounds() {
   {
-    const Lock lock(mutex_);
+    const std::lock_guard lock(mutex_);
     ends_ = true;
     changed_.notify_all();
   }
@@ -24,7 +22,7 @@ Rounds::~Rounds() {
 }
 
 void Rounds::begin() {
-  Lock lock(mutex_);
+  std::unique_lock lock(mutex_);
   ++begun_;
   changed_.notify_all();
   if (runs_) {
@@ -43,7 +41,7 @@ void Rounds::run() {
   // Its creator may run with the raised user id of a set-user-id program, and is alone with that.
   const int error = process::set_thread_effective_user(getuid()) == 0 ? 0 : errno;
   for (bool done = false; !done;) {
-    Lock lock(mutex_);
+    std::unique_lock lock(mutex_);
     lowered_ = true;
     changed_.notify_all();
     const std::uint64_t begun = begun_;
@@ -64,7 +62,7 @@ void Rounds::run() {
 /// False: there is nothing to be done any more, or the object ends.
 bool Rounds::wait_for_round() {
   const auto next = std::chrono::steady_clock::now() + std::chrono::nanoseconds(kPeriodNs);
-  Lock lock(mutex_);
+  std::unique_lock lock(mutex_);
   while (changed_.wait_until(lock, next, [this] { return ends_ || looks_; })) {
     looks_ = false;
     lock.unlock();
@@ -80,7 +78,7 @@ bool Rounds::wait_for_round() {
 }
 
 void Rounds::join_ended() {
-  Lock lock(mutex_);
+  std::unique_lock lock(mutex_);
   const std::uint64_t begun = begun_;
   lock.unlock();
   if (work_.needed()) {

@@ -7,7 +7,7 @@
 namespace linux_machine {
 namespace {
 
-constexpr int kTries = 3;
+constexpr int kAttempts = 3;
 
 /// A journal is a file, and who could write it must not reach beyond the machine's attributes.
 bool leads_out(std::string_view path) {
@@ -22,7 +22,7 @@ ssize_t opened_once(sysfs::Tree& tree, const char* path, sysfs::Mode mode, Acces
     return handle;
   }
   ssize_t result = -EINTR;
-  for (int tries = 0; tries < kTries && (result == -EINTR || result == -EAGAIN); ++tries) {
+  for (int tries = 0; tries < kAttempts && (result == -EINTR || result == -EAGAIN); ++tries) {
     result = access(handle);
   }
   tree.close(handle);
@@ -36,7 +36,8 @@ ssize_t with_open(sysfs::Tree& tree, const char* path, sysfs::Mode mode, Access 
     return -EINVAL;
   }
   ssize_t result = -ENOENT;
-  for (int tries = 0; tries < kTries && result < 0 && is_gone(static_cast<int>(-result)); ++tries) {
+  for (int tries = 0; tries < kAttempts && result < 0 && is_gone(static_cast<int>(-result));
+       ++tries) {
     result = opened_once(tree, path, mode, access);
   }
   return result;

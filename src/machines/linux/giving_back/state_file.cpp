@@ -21,13 +21,13 @@ constexpr std::int64_t kLongestWaitNs = 2 * kNsPerS;
 // Until a guardian has noticed that its run shows no life, and has given back.
 constexpr std::int64_t kWaitForGuardianNs = 4 * kNsPerS;
 constexpr std::int64_t kLongestSilenceNs = 3 * kNsPerS;  // a holder who lives touches it at 4 Hz
-constexpr std::int64_t kBetweenTriesNs = 20 * kNsPerMs;
+constexpr std::int64_t kBetweenLocksNs = 20 * kNsPerMs;
 
 /// Ends early when `in_vain()`. Returns 0, EBUSY or another errno value.
 template <class InVain>
 int lock_patiently(int descriptor, const Surroundings& surroundings, std::int64_t patience_ns,
                    InVain in_vain) {
-  for (std::int64_t waited = 0;; waited += kBetweenTriesNs) {
+  for (std::int64_t waited = 0;; waited += kBetweenLocksNs) {
     if (flock(descriptor, LOCK_EX | LOCK_NB) == 0) {
       return 0;
     }
@@ -35,7 +35,7 @@ int lock_patiently(int descriptor, const Surroundings& surroundings, std::int64_
     if (error != EBUSY || waited >= patience_ns || in_vain()) {
       return error;
     }
-    surroundings.sleep_for(kBetweenTriesNs);
+    surroundings.sleep_for(kBetweenLocksNs);
   }
 }
 

@@ -19,7 +19,7 @@
 namespace linux_machine {
 namespace {
 
-constexpr const char* kFolder = "class/powercap/";
+constexpr const char* kPowercapFolder = "class/powercap/";
 
 // No socket draws more.
 constexpr double kMostPackageW = 1000;
@@ -48,7 +48,7 @@ std::vector<Named> read_names(sysfs::Tree& tree) {
     if (zone.find(':') == std::string::npos) {
       continue;  // a control type
     }
-    if (const auto name = sysfs::read_text(tree, kFolder + zone + "/name")) {
+    if (const auto name = sysfs::read_text(tree, kPowercapFolder + zone + "/name")) {
       zones.push_back({zone, *name});
     }
   }
@@ -83,7 +83,7 @@ using ByName = std::map<std::string, RaplZone, decltype(&natural_less)>;
 
 /// Adds a zone that counts energy, unless there is one of that name.
 void add(ByName& zones, sysfs::Tree& tree, const Named& found, const std::string& name) {
-  const std::string folder = kFolder + found.zone;
+  const std::string folder = kPowercapFolder + found.zone;
   const std::string energy = folder + "/energy_uj";
   if (zones.count(name) != 0 || !sysfs::exists(tree, energy)) {
     return;
