@@ -61,10 +61,10 @@ void fma_burst(const double* HWY_RESTRICT seeds, double* HWY_RESTRICT ends, unsi
   auto x9 = hn::Load(d, seeds + 9 * n);
   auto xa = hn::Load(d, seeds + 10 * n);
   auto xb = hn::Load(d, seeds + 11 * n);
-  auto xc = hn::Load(d, seeds + (kManyRegisters ? 12 : 0) * n);
-  auto xd = hn::Load(d, seeds + (kManyRegisters ? 13 : 0) * n);
-  auto xe = hn::Load(d, seeds + (kManyRegisters ? 14 : 0) * n);
-  auto xf = hn::Load(d, seeds + (kManyRegisters ? 15 : 0) * n);
+  [[maybe_unused]] auto xc = hn::Load(d, seeds + (kManyRegisters ? 12 : 0) * n);
+  [[maybe_unused]] auto xd = hn::Load(d, seeds + (kManyRegisters ? 13 : 0) * n);
+  [[maybe_unused]] auto xe = hn::Load(d, seeds + (kManyRegisters ? 14 : 0) * n);
+  [[maybe_unused]] auto xf = hn::Load(d, seeds + (kManyRegisters ? 15 : 0) * n);
   for (unsigned round = 0; round < rounds; ++round) {
     x0 = hn::MulAdd(x0, f1, t1);
     x1 = hn::MulAdd(x1, f1, t1);
@@ -137,7 +137,7 @@ HWY_EXPORT(fma_chains);
 HWY_EXPORT(fma_is_fused);
 HWY_EXPORT(fma_burst);
 
-class FmaKernel : public Kernel {
+class FmaKernel final : public Kernel {
  public:
   FmaKernel()
       : fused_(HWY_DYNAMIC_DISPATCH(fma_is_fused)()),

@@ -38,7 +38,7 @@ Chains ends_of(const Chains& seeds, unsigned rounds) {
   return {a, b, c, d, e, f};
 }
 
-class IntKernel : public Kernel {
+class IntKernel final : public Kernel {
  public:
   IntKernel() { set_rounds(1); }
 

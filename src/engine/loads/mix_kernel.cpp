@@ -207,7 +207,7 @@ class Region {
   Buffer memory_;
 };
 
-class MixKernel : public Kernel {
+class MixKernel final : public Kernel {
  public:
   explicit MixKernel(const MixRegions& regions)
       : fused_(HWY_DYNAMIC_DISPATCH(mix_is_fused)()),
@@ -259,7 +259,7 @@ class MixKernel : public Kernel {
       flip(flipped_);
       flipped_ = nullptr;
     }
-    constexpr std::uint64_t kOperationsPerUnit = 2 * 4 * kMixChains;
+    constexpr std::uint64_t kOperationsPerUnit = kMixChains * 2 * 4;
     constexpr std::uint64_t kLoadsPerUnit = 26;
     return {.work = {.operations = kOperationsPerUnit * units * lanes_,
                      .bytes = kLoadsPerUnit * units * lanes_ * sizeof(double)},

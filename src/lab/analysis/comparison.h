@@ -41,6 +41,7 @@ struct ComparisonRules {
   std::vector<std::string> keys;  ///< only these; empty: all
 };
 
+// NOLINTNEXTLINE(bugprone-exception-escape): json that is null allocates nothing
 struct Comparison {
   Answer answer;
   Verdict verdict = Verdict::unknown;

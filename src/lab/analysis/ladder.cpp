@@ -38,7 +38,8 @@ std::vector<Rung> ladder_of(const std::vector<FosterStage>& stages) {
   for (Eigen::Index at = 0; at < count; ++at) {
     const FosterStage& stage = stages[static_cast<std::size_t>(at)];
     root[at] = std::sqrt(1 / static_cast<long double>(stage.tau_s));
-    start[at] = std::sqrt(static_cast<long double>(stage.resistance) / stage.tau_s);
+    start[at] = std::sqrt(static_cast<long double>(stage.resistance) /
+                          static_cast<long double>(stage.tau_s));
   }
   Matrix left(count, count);
   Matrix right(count, count);

@@ -86,17 +86,15 @@ std::vector<RungEstimate> ladder_estimates(const KeyResult& result) {
   const Eigen::VectorXd logs = log_ladder(stages);
   Eigen::MatrixXd slopes(2 * count, 2 * count);
   constexpr double kStep = 1e-5;
-  for (Eigen::Index at = 0; at < 2 * count; ++at) {
+  for (Eigen::Index at = 0; at < count; ++at) {
+    const auto stage = static_cast<std::size_t>(at);
     std::vector<FosterStage> moved = stages;
-    FosterStage& stage = moved[static_cast<std::size_t>(at % count)];
-    double step = kStep;
-    if (at < count) {
-      step *= stage.resistance;
-      stage.resistance += step;
-    } else {
-      stage.tau_s *= std::exp(step);
-    }
+    const double step = kStep * moved[stage].resistance;
+    moved[stage].resistance += step;
     slopes.col(at) = (log_ladder(moved) - logs) / step;
+    moved = stages;
+    moved[stage].tau_s *= std::exp(kStep);
+    slopes.col(count + at) = (log_ladder(moved) - logs) / kStep;
   }
   const Eigen::MatrixXd covariance =
       slopes * result.covariance(parameters, parameters) * slopes.transpose();

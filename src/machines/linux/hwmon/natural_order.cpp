@@ -72,8 +72,8 @@ std::string_view take_folder(std::string_view& path) {
 
 bool natural_less(std::string_view a, std::string_view b) {
   while (!a.empty() && !b.empty()) {
-    if (const auto order = name_order(take_folder(a), take_folder(b)); order != 0) {
-      return order < 0;
+    if (const auto order = name_order(take_folder(a), take_folder(b)); std::is_neq(order)) {
+      return std::is_lt(order);
     }
   }
   return a.size() < b.size();
