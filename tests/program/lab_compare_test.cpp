@@ -68,12 +68,12 @@ TEST_F(LabCompare, LeavesAResultForScriptsAndAReport) {
   const Outcome outcome = compare({folder("first"), folder("worse"), "--json"});
   EXPECT_EQ(outcome.status, 7);
   EXPECT_EQ(outcome.out, last("result.json"));
-  const Json result = Json::parse(outcome.out);
+  Json result = Json::parse(outcome.out);
   EXPECT_EQ(result["version"], 1);
   EXPECT_EQ(result["question"], "compare");
   EXPECT_EQ(result["verdict"], "worse");
   EXPECT_EQ(result["runs"][0]["name"], "worse");
-  const Json& difference = result["runs"][0]["differences"][0];
+  Json& difference = result["runs"][0]["differences"][0];
   EXPECT_EQ(difference["name"], "keys.die.resistance");
   EXPECT_NEAR(difference["difference"]["value"], 20, 1);
   const std::string report = last("report.html");

@@ -61,7 +61,7 @@ TEST_F(Lab, AKilledRunOfTwoStartsHasItsLastSecondsInAFileOfTheLast) {
   {
     Running running(lab({"run", "--plan", place_ / "two.toml", "--out", folder()}));
     ASSERT_TRUE(wait_for([&] {
-      const Json info = json("run.json");
+      Json info = json("run.json");
       return info.is_object() && info["phases"].size() == 2;
     }));
     before = samples();  // all of the first start

@@ -17,7 +17,7 @@ TEST_F(LabFans, OfRootFindTimeConstantLeastSpeedAndStop) {
   const Outcome outcome = program::run(
       lab({"fans", "--fan", "F1Tg", "--hold", "6s", "--out", folder(), "--json"}, As::kRoot));
   ASSERT_EQ(outcome.status, 0) << outcome.err;
-  const Json fan = Json::parse(outcome.out, nullptr, false)["fans"]["F1Tg"];
+  Json fan = Json::parse(outcome.out, nullptr, false)["fans"]["F1Tg"];
   // Held up by others, samples are late, but say when they were taken.
   EXPECT_NEAR(fan["down"]["time_constant"]["value"], 1.5, 0.1);
   EXPECT_NEAR(fan["up"]["time_constant"]["value"], 1.5, 0.1);

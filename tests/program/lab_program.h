@@ -24,6 +24,8 @@ namespace lab_program {
 namespace fs = std::filesystem;
 using program::As;
 using program::Command;
+
+/// Not to be const where a member may be missing: that is null then, and undefined if const.
 using Json = nlohmann::json;
 
 /// A place where any user may write, which is gone with the test.

@@ -41,7 +41,7 @@ TEST_F(LabStructure, OfATableIsItsLadder) {
   const Outcome outcome =
       run(lab({"fit", table, "--power", "W", "--structure", "--json", "--out", folder}));
   ASSERT_EQ(outcome.status, 0) << outcome.err;
-  const Json result = Json::parse(outcome.out);
+  Json result = Json::parse(outcome.out);
   EXPECT_EQ(result["heated"], "die");
   EXPECT_EQ(result["keys"]["sink"]["impedance"], "transfer");
   ASSERT_EQ(result["ladder"].size(), 2U);
@@ -81,10 +81,10 @@ TEST_F(LabStructure, OfAStepIsInItsPlanAndItsResult) {
       run(lab({"step", "--structure", "--quiet", "--json", "--out", place_ / "run", "--threads",
                "1", "--load", "bspin", "--idle", "0.5", "--heat", "3", "--cool", "2"}));
   EXPECT_TRUE(outcome.status == 0 || outcome.status == 1) << outcome.err;
-  const Json result = Json::parse(outcome.out);
+  Json result = Json::parse(outcome.out);
   EXPECT_EQ(result["question"], "step");
   ASSERT_TRUE(result["ladder"].is_array());
-  for (const Json& rung : result["ladder"]) {
+  for (Json& rung : result["ladder"]) {
     EXPECT_GT(rung["resistance"]["value"], 0);
     EXPECT_GT(rung["capacitance"]["value"], 0);
   }

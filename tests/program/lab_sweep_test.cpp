@@ -27,18 +27,27 @@ class LabSweep : public lab_program::Lab {
 
 TEST_F(LabSweep, OverDutyHasAPointForEachInTheOrderOfTheirSettings) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
-  const Outcome outcome =
-      program::run(lab({"sweep", "--plan", plan_of("", {"duty = 0.4\n", "duty = 0\n"}), "--out",
-                        folder(), "--json"}));
-  EXPECT_LE(outcome.status, 1) << outcome.err;  // 1: three seconds may not settle
-  const Json result = Json::parse(outcome.out, nullptr, false);
+  // On a busy machine the power may not settle in three seconds, and then tells no work for it.
+  constexpr int kMostRuns = 3;
+  Outcome outcome;
+  for (int i = 0; i < kMostRuns && outcome.out.find("operations_per_joule") == std::string::npos;
+       ++i) {
+    std::filesystem::remove_all(folder());
+    outcome = program::run(lab({"sweep", "--plan", plan_of("", {"duty = 0.4\n", "duty = 0\n"}),
+                                "--out", folder(), "--json"}));
+    EXPECT_LE(outcome.status, 1) << outcome.err;  // 1: three seconds may not settle
+  }
+  Json result = Json::parse(outcome.out, nullptr, false);
   EXPECT_EQ(result["question"], "sweep");
   ASSERT_EQ(result["points"].size(), 2U) << outcome.out;
   EXPECT_EQ(result["points"][0]["setting"], 0);
   EXPECT_EQ(result["points"][1]["setting"], 0.4);
   EXPECT_TRUE(result["points"][1]["keys"].contains("PC0C"));
-  EXPECT_GT(result["points"][1]["operations_per_joule"]["value"], 1e3) << "bint counts its work";
   EXPECT_EQ(json("run.json")["engine_commands"].size(), 1U);
+  if (!result["points"][1].contains("operations_per_joule")) {
+    GTEST_SKIP() << "the power did not settle on this busy machine";
+  }
+  EXPECT_GT(result["points"][1]["operations_per_joule"]["value"], 1e3) << "bint counts its work";
 }
 
 TEST_F(LabSweep, OfRootGoesFromOneSpeedAndPStateToTheNextWithOneEngine) {
@@ -55,7 +64,7 @@ TEST_F(LabSweep, OfRootGoesFromOneSpeedAndPStateToTheNextWithOneEngine) {
   const std::string record = read(std::filesystem::path(folder()) / "stimulus");
   EXPECT_THAT(record, HasSubstr("\tF2Tg\t3000\n"));
   EXPECT_THAT(record, HasSubstr("\tpstate\t7\n"));
-  const Json result = Json::parse(outcome.out, nullptr, false);
+  Json result = Json::parse(outcome.out, nullptr, false);
   ASSERT_EQ(result["points"].size(), 2U) << outcome.out;
   // Two seconds after the step of 1000 RPM, a fan of 1.5 s has gone three quarters of it.
   EXPECT_GT(result["points"][1]["keys"]["F0Ac"]["value"], 2500);

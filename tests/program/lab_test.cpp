@@ -25,12 +25,12 @@ TEST_F(Lab, AStepLeavesAFolderWithEverythingInIt) {
   EXPECT_FALSE(fs::exists(fs::path(folder()) / "samples.engine"));
   EXPECT_THAT(outcome.out, HasSubstr("report: " + folder() + "/report.html"));
   EXPECT_THAT(outcome.out, HasSubstr("Warning: the fans are left to the machine"));
-  const Json info = json("run.json");
+  Json info = json("run.json");
   EXPECT_EQ(info["end"], "complete");
   EXPECT_EQ(info["machine"]["simulated"], true);
   EXPECT_EQ(info["engine_status"], 0);
   EXPECT_THAT(info["warnings"].dump(), HasSubstr("the fans are left to the machine"));
-  const Json result = json("result.json");
+  Json result = json("result.json");
   EXPECT_EQ(result["version"], 1);
   EXPECT_EQ(result["question"], "step");
   EXPECT_TRUE(result["keys"]["TC0D"].contains("resistance"));
@@ -93,7 +93,7 @@ TEST_F(Lab, ARunTakesTheOptionsOfTheEngine) {
       program::run(lab({"run", "--out", folder(), "--json", "-w", "bspin", "-c", "1", "-f", "20",
                         "--duty", "0.5", "-t", "2", "-k", "PC0C"}));
   ASSERT_EQ(outcome.status, 0) << outcome.err;
-  const Json result = Json::parse(outcome.out, nullptr, false);
+  Json result = Json::parse(outcome.out, nullptr, false);
   EXPECT_EQ(result["question"], "run");
   EXPECT_EQ(result["end"], "complete");
   EXPECT_TRUE(result["keys"].contains("PC0C")) << outcome.out;
@@ -146,7 +146,7 @@ TEST_F(Lab, APlanOfPhasesIsRunWithTheKeysThatItNames) {
   const Outcome outcome =
       program::run(lab({"run", "--plan", place_ / "my.toml", "--out", folder(), "--json"}));
   ASSERT_EQ(outcome.status, 0) << outcome.err;
-  const Json result = Json::parse(outcome.out, nullptr, false);
+  Json result = Json::parse(outcome.out, nullptr, false);
   EXPECT_TRUE(result["keys"].contains("TC0D")) << outcome.out;
   EXPECT_FALSE(result["keys"].contains("TC0P"));
 }
@@ -199,7 +199,7 @@ TEST_F(Lab, WithJsonStandardOutputIsJsonWhateverGoesWrong) {
   const auto error_of = [&](std::vector<std::string> arguments) {
     arguments.emplace_back("--json");
     const Outcome outcome = program::run(lab(std::move(arguments), As::kOrdinaryUser));
-    const Json json = Json::parse(outcome.out, nullptr, false);
+    Json json = Json::parse(outcome.out, nullptr, false);
     EXPECT_TRUE(json.is_object()) << outcome.out;
     EXPECT_NE(outcome.err, "");
     EXPECT_EQ(json.value("status", 0), outcome.status);
@@ -241,7 +241,7 @@ TEST_F(Lab, AnybodysTableIsAnalysedAsAStepIs) {
       lab({"fit", place_ / "measured.csv", "--power", "watts", "--out", folder(), "--json"},
           As::kOrdinaryUser));
   ASSERT_EQ(outcome.status, 0) << outcome.err;
-  const Json die = Json::parse(outcome.out)["keys"]["die"];
+  Json die = Json::parse(outcome.out)["keys"]["die"];
   EXPECT_NEAR(die["resistance"]["value"].get<double>(), 0.5, 0.005);
   ASSERT_EQ(die["stages"].size(), 1U) << die.dump();
   EXPECT_NEAR(die["stages"][0]["time_constant"]["value"].get<double>(), 4, 0.04);
@@ -259,7 +259,7 @@ TEST_F(Lab, ATableThatBeginsWithThePowerNeedsNoColumnForIt) {
       lab({"fit", place_ / "constant.csv", "--watts", "20", "--out", folder(), "--json"},
           As::kOrdinaryUser));
   ASSERT_EQ(outcome.status, 0) << outcome.err << outcome.out;
-  const Json die = Json::parse(outcome.out)["keys"]["die"];
+  Json die = Json::parse(outcome.out)["keys"]["die"];
   EXPECT_NEAR(die["resistance"]["value"].get<double>(), 0.5, 0.005);
 }
 

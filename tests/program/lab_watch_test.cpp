@@ -17,7 +17,7 @@ TEST_F(Lab, WatchesWithoutALoad) {
   const program::Outcome outcome =
       program::run(lab({"watch", "--for", "3", "--out", folder(), "--json"}));
   ASSERT_EQ(outcome.status, 0) << outcome.err;
-  const Json result = Json::parse(outcome.out, nullptr, false);
+  Json result = Json::parse(outcome.out, nullptr, false);
   EXPECT_EQ(result["end"], "complete");
   EXPECT_TRUE(result["keys"].contains("PC0C")) << outcome.out;
   EXPECT_LT(result["load"]["delivered"]["maximum"].get<double>(), 0.01) << "it took the processors";
@@ -43,9 +43,9 @@ TEST_F(Lab, PlaysARecordedUtilisation) {
       program::run(lab({"watch", "--replay", place_ / "trace.csv", "--utilisation", "busy",
                         "--load", "bspin", "--threads", "1", "--out", folder(), "--json"}));
   ASSERT_EQ(outcome.status, 0) << outcome.err;
-  const Json result = Json::parse(outcome.out, nullptr, false);
+  Json result = Json::parse(outcome.out, nullptr, false);
   const double one = 1.0 / std::max(1U, std::thread::hardware_concurrency());
-  const Json& replay = result["replay"];
+  Json& replay = result["replay"];
   EXPECT_NEAR(replay["asked"].get<double>(), one * (0.1 + 2 * 0.6 + 2 * 0.3) / 7, 0.08 * one);
   EXPECT_NEAR(replay["delivered"].get<double>(), replay["asked"].get<double>(), 0.1 * one);
   EXPECT_TRUE(replay["responses"].contains("PC0C")) << outcome.out;
