@@ -1,11 +1,11 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "lab/commands/common_options.h"
 #include "lab/commands/exit_status.h"
+#include "lab/folder/measured_samples.h"
 
 namespace CLI {
 class App;
@@ -16,13 +16,8 @@ namespace lab {
 /// `fit`: the analysis of a step, on anybody's table.
 struct FitOptions {
   std::string file;
-  std::string time = "1";
-  std::string time_unit;  ///< empty, here and below: as the table says, else s, W and C
-  std::string power;
-  std::string power_unit;
-  std::optional<double> watts;
-  std::vector<std::string> temperatures;
-  std::string temperature_unit;
+  MeasuredColumns columns;
+  std::string time_unit;  ///< of time_units(); empty: as the table says, else s
   bool structure = false;
   OutputOptions output;
 };

@@ -8,4 +8,10 @@ const std::map<std::string, double>& time_units() {
   return kUnits;
 }
 
+const std::map<std::string, double>& power_units() {
+  static const std::map<std::string, double> kUnits{
+      {"uW", 1e-6}, {"mW", 1e-3}, {"W", 1}, {"kW", 1e3}};
+  return kUnits;
+}
+
 }  // namespace lab

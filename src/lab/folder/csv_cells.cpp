@@ -28,10 +28,41 @@ std::optional<double> fraction_of(const char* begin, const char* end) {
              : std::nullopt;
 }
 
+/// "1,000.5" and "1.000,5" without what groups their thousands; any other text as it is.
+std::string ungrouped(std::string_view cell) {
+  constexpr std::size_t kGroup = 3;
+  std::string text(cell);
+  const std::size_t mark = text.find_last_of(".,");
+  const std::size_t first = text.find_first_of(".,");
+  if (mark == std::string::npos || text[first] == text[mark]) {
+    return text;
+  }
+  const char grouping = text[first];
+  for (std::size_t at = first; at < mark; at += kGroup + 1) {
+    const std::size_t next = text.find_first_of(".,", at + 1);
+    if (text[at] != grouping || next != at + kGroup + 1) {
+      return text;
+    }
+  }
+  text.erase(std::remove(text.begin(), text.end(), grouping), text.end());
+  std::replace(text.begin(), text.end(), ',', '.');
+  return text;
+}
+
+/// The text behind the day that `text` begins with; null: it begins with none.
+const char* behind_day(const char* text, std::tm& parts) {
+  for (const char* form : {"%Y-%m-%d", "%Y/%m/%d", "%d.%m.%Y"}) {
+    if (const char* rest = strptime(text, form, &parts)) {
+      return rest;
+    }
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 std::optional<double> number_in_cell(std::string_view cell, char separator) {
-  std::string text(cell);
+  std::string text = ungrouped(cell);
   if (separator != ',') {
     std::replace(text.begin(), text.end(), ',', '.');
   }
@@ -47,7 +78,7 @@ std::optional<double> number_in_cell(std::string_view cell, char separator) {
 std::optional<double> instant_in_cell(std::string_view cell) {
   const std::string text(cell);
   std::tm parts{};
-  const char* rest = strptime(text.c_str(), "%Y-%m-%d", &parts);
+  const char* rest = behind_day(text.c_str(), parts);
   if (rest == nullptr || (*rest != 'T' && *rest != ' ')) {
     return std::nullopt;
   }

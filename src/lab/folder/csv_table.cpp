@@ -12,6 +12,7 @@
 #include "lab/data/file_text.h"
 #include "lab/data/units.h"
 #include "lab/folder/csv_cells.h"
+#include "lab/folder/csv_times.h"
 #include "lab/folder/stated_unit.h"
 
 namespace lab {
@@ -132,15 +133,6 @@ void take_units(const Cells& cells, Table& table) {
   }
 }
 
-/// The time in a cell, in s. `unit_s`: that of a number.
-std::optional<double> time_in_cell(std::string_view cell, char separator, double unit_s) {
-  if (const std::optional<double> plain = number_in_cell(cell, separator)) {
-    return *plain * unit_s;
-  }
-  const std::optional<double> instant = instant_in_cell(cell);
-  return instant ? instant : clock_in_cell(cell);
-}
-
 /// The text without the mark that some programs put before UTF-8. Throws CsvError if it is no text.
 std::string_view text_in(std::string_view text, const std::string& name) {
   constexpr std::string_view kMark = "\xEF\xBB\xBF";
@@ -193,6 +185,7 @@ CsvTable parse_csv(std::string_view text, const std::string& name, const CsvLayo
   std::size_t head_line = 0;
   std::optional<double> unit_s = layout.time_unit_s;
   std::optional<double> zero;
+  CsvTimes times;
   text = text_in(text, name);
   const char line_end = text.find('\n') == std::string_view::npos ? '\r' : '\n';
   for (std::size_t count = 1; !text.empty(); ++count) {
@@ -213,7 +206,7 @@ CsvTable parse_csv(std::string_view text, const std::string& name, const CsvLayo
     }
     if (first) {
       const bool head = std::none_of(cells.begin(), cells.end(), [&](std::string_view cell) {
-        return time_in_cell(cell, separator, 1).has_value();
+        return CsvTimes::is_time(cell, separator);
       });
       for (std::size_t index = 0; index < cells.size(); ++index) {
         table.columns.push_back({.name = column_name(head ? cells[index] : "", index, table),
@@ -241,12 +234,12 @@ CsvTable parse_csv(std::string_view text, const std::string& name, const CsvLayo
       unit_s = time_units().at(found.time_unit.value_or("s"));
     }
     const std::optional<double> time =
-        time_in_cell(cells[time_column], separator, unit_s.value_or(1));
+        times.next(cells[time_column], separator, unit_s.value_or(1));
     if (!time) {
       refuse(name, count,
              "\"" + shown(cells[time_column]) +
-                 "\" is no time. One is a number such as 1000.5, 2026-11-21T15:00:00.5 or "
-                 "15:00:00.5; --time names its column. " +
+                 "\" is no time. One is a number such as 1000.5, 2026-11-21T15:00:00.5, "
+                 "21.11.2026 15:00:00 or 15:00:00.5; --time names its column. " +
                  head_told(head_line, table));
     }
     zero = zero.value_or(*time);

@@ -31,7 +31,8 @@ std::string read_csv(const std::string& path);
 /// separate), lines that are empty or begin with # left out, cells that are no number not measured.
 /// Names come out in UTF-8. A column's unit is what the head, or a line of units below it, has for
 /// it in brackets (stated_unit.h). Times are numbers, instants such as 2026-11-21T15:00:00.5, or
-/// hours, minutes and seconds such as 15:00:00.5, and come out as seconds since the first one.
+/// hours, minutes and seconds such as 15:00:00.5 (csv_times.h), and come out as seconds since the
+/// first one.
 /// Every column of the file is one of the table, the time too; those without a name are called
 /// "column 2" and so on, and a name that an earlier column has gets " (column 3)" behind it. Lines
 /// whose time is not later than that of the line before are left out. Throws CsvError.

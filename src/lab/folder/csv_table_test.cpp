@@ -129,6 +129,17 @@ TEST(CsvTable, TakesTimesOfTheClock) {
   EXPECT_THAT(table.time_s, ElementsAre(0, 0.5));
 }
 
+TEST(CsvTable, TimesOfTheClockGoOnBehindMidnight) {
+  const CsvTable night =
+      parse_csv("t;T\n23:59:59;1\n00:00:01;2\n23:00:00;3\n00:00:00;4\n", "x.csv", {});
+  EXPECT_THAT(night.table.time_s, ElementsAre(0, 2, 82801, 86401));
+  EXPECT_EQ(night.left_out, 0U);
+  const CsvTable back = parse_csv("t;T\n15:00:00;1\n15:00:02;2\n14:59:00;3\n", "x.csv", {});
+  EXPECT_EQ(back.left_out, 1U) << "a clock that was set";
+  const CsvTable watch = parse_csv("t;T\n30:00:00;1\n30:00:01;2\n0:00:00;3\n", "x.csv", {});
+  EXPECT_EQ(watch.left_out, 1U) << "a stopwatch, started again";
+}
+
 TEST(CsvTable, KnowsAColumnByTheBeginningOfItsName) {
   const Table table =
       parse_csv("Zeit [s],P [W],P2 [W],T die\n0,1,2,3\n1,2,3,4\n", "x.csv", {}).table;
@@ -142,11 +153,11 @@ TEST(CsvTable, SaysWhereItIsNone) {
   EXPECT_THAT(
       refusal("a,b\n0,1\n0,1,2\n"),
       testing::StartsWith("x.csv:3: 3 columns, and 2 before. Line 1 was taken for the head"));
-  EXPECT_EQ(
-      refusal("a,b\n0,1\nsoon,2\n"),
-      "x.csv:3: \"soon\" is no time. One is a number such as 1000.5, 2026-11-21T15:00:00.5 or "
-      "15:00:00.5; --time names its column. Line 1 was taken for the head: a, b. What a logger "
-      "writes before its head is to begin with #, or to be left out.");
+  EXPECT_EQ(refusal("a,b\n0,1\nsoon,2\n"),
+            "x.csv:3: \"soon\" is no time. One is a number such as 1000.5, 2026-11-21T15:00:00.5, "
+            "21.11.2026 15:00:00 or 15:00:00.5; --time names its column. Line 1 was taken for the "
+            "head: a, b. What a logger "
+            "writes before its head is to begin with #, or to be left out.");
   EXPECT_THAT(refusal("Logger model 7\nt;T\n0;1\n"),
               testing::HasSubstr("No line was taken for a head"));
   EXPECT_EQ(refusal("a,b\n0,1\n"), "x.csv: fewer than two lines of numbers in it");
