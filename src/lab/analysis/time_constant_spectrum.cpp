@@ -60,7 +60,7 @@ std::vector<FosterStage> time_constant_spectrum(const std::vector<ImpedancePoint
   const Eigen::MatrixXd rough = roughness(count);
   const double scale = product.trace() / rough.trace();
   double weight = kMostWeight;
-  for (int at = 0; at < kWeights; ++at, weight /= 3) {
+  for (int tried = 0; tried < kWeights; ++tried, weight /= 3) {
     const Eigen::VectorXd found = non_negative(product + weight * scale * rough, right);
     if ((measured - rises * found).squaredNorm() <= squares) {
       for (Eigen::Index at = 0; at < count; ++at) {

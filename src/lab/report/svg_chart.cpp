@@ -49,6 +49,7 @@ std::vector<double> all_y(const Chart& chart) {
 
 std::vector<Axis::Tick> named_ticks(const std::vector<std::string>& names) {
   std::vector<Axis::Tick> ticks;
+  ticks.reserve(names.size());
   for (const std::string& name : names) {
     ticks.push_back({.value = static_cast<double>(ticks.size()), .text = html_text(name)});
   }
