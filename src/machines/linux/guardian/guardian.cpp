@@ -168,6 +168,7 @@ void Guardian::exchange_signs_of_life() {
       end_ = End{.gave_back = false, .reason = "their guardian has shown no sign of life for 2 s"};
     }
   }
+  changed_.wait(lock, [this] { return stops_; });  // it lives as long as its owner
 }
 
 void Guardian::hear() {
