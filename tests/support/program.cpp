@@ -134,11 +134,12 @@ void become(const Command& command) {
     }
   }
   argv.push_back(nullptr);
-  std::string quick_end = "TSAN_OPTIONS=atexit_sleep_ms=0";  // else every run ends a second late
+  // Else every run ends a second late, and a guardian, a process without exec, has no threads.
+  std::string sanitizer = "TSAN_OPTIONS=atexit_sleep_ms=0:die_after_fork=0";
   std::vector<std::string> variables = command.environment;
   std::vector<char*> environment;
   if (kSanitized) {
-    environment.push_back(quick_end.data());
+    environment.push_back(sanitizer.data());
   }
   for (std::string& variable : variables) {
     environment.push_back(variable.data());
