@@ -58,7 +58,7 @@ test_stage 'g++: unit tests' dev -L unit -j "$(nproc)"
 test_stage 'g++: whole programs' dev -L program -j "$places"
 VORN_SOAK_RUNS=36 test_stage 'g++: their end at any moment' dev -L soak
 
-stage 'clang: headers by themselves' build clang -DBUILD_TESTING=OFF -- all_verify_interface_header_sets
+stage 'clang: headers by themselves' build clang -- all_verify_interface_header_sets
 stage 'addresses, undefined behaviour (g++): building' build asan
 sanitized asan 'addresses, undefined behaviour'
 stage 'threads (clang): building' build tsan
