@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/asleep.h"
+#include "support/sanitized.h"
 
 namespace {
 
@@ -85,16 +86,8 @@ class Crowd {
   std::vector<std::thread> threads_;
 };
 
-#if defined(__SANITIZE_THREAD__)
-constexpr bool kThreadSanitizer = true;
-#elif defined(__has_feature)
-constexpr bool kThreadSanitizer = __has_feature(thread_sanitizer);
-#else
-constexpr bool kThreadSanitizer = false;
-#endif
-
 TEST(Gate, NobodySleepsInAnOnPhase) {
-  if (kThreadSanitizer) {
+  if (kThreadSanitized) {
     GTEST_SKIP() << "the thread sanitizer's runtime sleeps for locks of its own";
   }
   Crowd crowd(64);

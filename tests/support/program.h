@@ -20,6 +20,7 @@ namespace program {
 
 /// The programs are built like the tests.
 using ::kSanitized;
+using ::kThreadSanitized;
 
 enum class As {
   kOrdinaryUser,           ///< no rights at all

@@ -8,6 +8,7 @@
 
 #include "lab/fakes/fake_two_nodes.h"
 #include "lab/step_figures.h"
+#include "support/sanitized.h"
 
 namespace lab {
 namespace {
@@ -85,13 +86,7 @@ struct Score {
   }
 };
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr int kRepetitions = 10;
-#elif defined(__has_feature)
-constexpr int kRepetitions = __has_feature(thread_sanitizer) ? 10 : 100;
-#else
-constexpr int kRepetitions = 100;
-#endif
+constexpr int kRepetitions = kSanitized ? 10 : 100;
 
 struct Scores {
   Score resistance;
