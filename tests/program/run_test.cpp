@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <sched.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +10,7 @@
 #include <fstream>
 #include <thread>
 
+#include "program/fixed_priorities.h"
 #include "program/vorn_program.h"
 #include "support/hold_ups.h"
 #include "vorn/version.h"
@@ -156,21 +156,6 @@ TEST_F(Run, PrintsItsSummaryFirst) {
   EXPECT_EQ(outcome.status, 0);
 }
 
-/// The fixed priorities of a process's threads, in ascending order.
-std::vector<int> fixed_priorities(pid_t pid) {
-  std::vector<int> priorities;
-  for (const auto& task :
-       std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
-    const pid_t thread = std::stoi(task.path().filename());
-    sched_param param{};
-    if (sched_getscheduler(thread) == SCHED_FIFO && sched_getparam(thread, &param) == 0) {
-      priorities.push_back(param.sched_priority);
-    }
-  }
-  std::sort(priorities.begin(), priorities.end());
-  return priorities;
-}
-
 // The main thread and the signals' listener stand one above all that they start and stop.
 TEST_F(Run, ThreadsHaveThePrioritiesThatTheSummaryNames) {
   if (program::kSanitized) {
@@ -202,8 +187,11 @@ TEST_F(Run, ASingleWorkloadTakesThePriorityOfTheMainThread) {
 }
 
 TEST_F(Run, StartsRunsAndStopsAThousandThreads) {
+  // The thread sanitizer keeps 256 histories. More threads take them from one another under a lock
+  // that spins, and at a fixed priority those that spin keep its holder from running.
+  const std::string threads = program::kThreadSanitized ? "200" : "1024";
   for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{"-c", "1024"}, {"-c", "1024", "-w", "bspin", "-f", "100"}}) {
+       {std::vector<std::string>{"-c", threads}, {"-c", threads, "-w", "bspin", "-f", "100"}}) {
     Running running(vorn(arguments));
     ASSERT_TRUE(running.wait_until_catching());
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
