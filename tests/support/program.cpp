@@ -164,6 +164,12 @@ std::string contents(std::FILE* file) {
   return text;
 }
 
+/// Without what a sanitizer's runtime says when it cannot stop a thread to look for its leaks.
+std::string without_unstopped_threads(const std::string& err) {
+  static const std::regex kUnstopped("==[0-9]+==Running thread [0-9]+ was not suspended[^\n]*\n");
+  return kSanitized ? std::regex_replace(err, kUnstopped, "") : err;
+}
+
 double seconds_since(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
@@ -226,7 +232,7 @@ std::string Running::out() const {
 }
 
 std::string Running::err() const {
-  return contents(err_.get());
+  return without_unstopped_threads(contents(err_.get()));
 }
 
 Outcome Running::wait(double limit_seconds) {
