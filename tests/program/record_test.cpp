@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -48,16 +49,23 @@ class MachineRecord : public testing::TestWithParam<const char*> {
 TEST_P(MachineRecord, ListsTheKeysOfTheMachine) {
   TreeMachine machine(GetParam());
   const std::string file = machine.folder() + "/record";
-  const Outcome recorded = program::run(machine.keys({"--record", file}));
-  EXPECT_EQ(recorded.err, "");
-  ASSERT_EQ(recorded.status, 0);
-  const Outcome listed = program::run(machine.keys({"--list"}));
-  const Outcome on_record = run_keys(VORN_KEYS_PROGRAM, {"--on", file});
-  EXPECT_EQ(without_powers(on_record.out), without_powers(listed.out));
-  EXPECT_EQ(on_record.status, listed.status);
-  if (listed.out.find("\nPC0C") != std::string::npos) {
-    EXPECT_NEAR(power_in(on_record.out), power_in(listed.out), 0.02 * power_in(listed.out));
+  // A power is the difference of two readings of a counter, over that of the clock. A process that
+  // is held up between counter and clock gets a wrong one, though not at each of a few tries.
+  constexpr int kTries = 5;
+  double apart = 1;
+  for (int tries = 0; tries < kTries && apart > 0.02; ++tries) {
+    const Outcome recorded = program::run(machine.keys({"--record", file}));
+    EXPECT_EQ(recorded.err, "");
+    ASSERT_EQ(recorded.status, 0);
+    const Outcome listed = program::run(machine.keys({"--list"}));
+    const Outcome on_record = run_keys(VORN_KEYS_PROGRAM, {"--on", file});
+    EXPECT_EQ(without_powers(on_record.out), without_powers(listed.out));
+    EXPECT_EQ(on_record.status, listed.status);
+    apart = listed.out.find("\nPC0C") == std::string::npos
+                ? 0
+                : std::abs(power_in(on_record.out) / power_in(listed.out) - 1);
   }
+  EXPECT_LE(apart, 0.02);
 }
 
 INSTANTIATE_TEST_SUITE_P(On, MachineRecord,
