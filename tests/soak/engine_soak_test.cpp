@@ -154,14 +154,16 @@ void expect_together(const char* what, const std::vector<std::int64_t>& distance
   EXPECT_LT(distances[distances.size() / 2], 1000000) << what;
 }
 
-/// The on edges of two engines.
-struct TwoRecords {
+/// Two engines that have run: how they ended, and their on edges.
+struct TwoRuns {
+  Outcome first_outcome;
+  Outcome second_outcome;
   std::vector<Edge> first;
   std::vector<Edge> second;
 };
 
 /// Two engines at 20 Hz, started a second apart with one start. The second is stopped on the way.
-TwoRecords two_engines(int seconds) {
+TwoRuns two_engines(int seconds) {
   const OpenFolder folder;
   const double now =
       std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
@@ -180,13 +182,12 @@ TwoRecords two_engines(int seconds) {
   second.send(SIGCONT);
   const Outcome first_outcome = first.wait(90.0);
   const Outcome second_outcome = second.wait(90.0);
-  EXPECT_EQ(first_outcome.status, 0) << first_outcome.err;
-  EXPECT_EQ(second_outcome.status, 0) << second_outcome.err;
-  return {on_edges(folder.file("0")), on_edges(folder.file("1"))};
+  return {first_outcome, second_outcome, on_edges(folder.file("0")), on_edges(folder.file("1"))};
 }
 
 // The stopped one comes back into phase; so does either after a moment in which a busy machine
-// stands still. A run with too many such moments is repeated.
+// stands still. A run with too many such moments, or one at its start, is repeated. One that never
+// comes back has no more than a fifth of its edges in phase, which no such moment excuses.
 TEST(TwoEngines, WithTheSameStartRunInPhase) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   if (std::thread::hardware_concurrency() < 2) {
@@ -195,20 +196,32 @@ TEST(TwoEngines, WithTheSameStartRunInPhase) {
   constexpr std::int64_t kTogether = 20000;  // ns: what reading two clocks may differ by
   constexpr double kStoodStill = 0.025;      // s: an on phase
   constexpr int kRuns = 3;
+  constexpr int kStartMissed = 23;  // exit status of an engine that was held up at its start
   const int seconds = runs_of_each_shape() >= 36 ? 20 : 5;    // longer where there is time for it
   const auto edges = static_cast<std::size_t>(20 * seconds);  // at 20 Hz
+  TwoRuns runs;
   std::vector<std::int64_t> switched;
   std::vector<std::int64_t> entered;
   double held_up = 1.0;
-  for (int run = 0; run < kRuns && held_up > kStoodStill && entered.size() <= edges * 9 / 10;
-       ++run) {
+  bool whole = false;
+  for (int run = 0; run < kRuns && held_up > kStoodStill && !whole; ++run) {
     const HoldUps hold_ups;
     const auto start = HoldUps::Clock::now();
-    const TwoRecords records = two_engines(seconds);
+    runs = two_engines(seconds);
     held_up = hold_ups.longest_since(start);
-    switched = apart(records.first, records.second, kTogether, &Edge::switched_ns);
-    entered = apart(records.first, records.second, kTogether, &Edge::entered_ns);
+    switched = apart(runs.first, runs.second, kTogether, &Edge::switched_ns);
+    entered = apart(runs.first, runs.second, kTogether, &Edge::entered_ns);
+    for (const Outcome& outcome : {runs.first_outcome, runs.second_outcome}) {
+      ASSERT_TRUE(outcome.status == 0 || outcome.status == kStartMissed) << outcome.err;
+    }
+    whole = runs.first_outcome.status == 0 && runs.second_outcome.status == 0 &&
+            switched.size() > edges * 9 / 10 && entered.size() > edges * 9 / 10;
   }
+  if (!whole && held_up > kStoodStill && entered.size() > edges / 2) {
+    GTEST_SKIP() << "the machine stood still for " << held_up << " s, and in the runs before too";
+  }
+  EXPECT_EQ(runs.first_outcome.status, 0) << runs.first_outcome.err;
+  EXPECT_EQ(runs.second_outcome.status, 0) << runs.second_outcome.err;
   expect_together("switched", switched, edges);
   expect_together("entered by the load", entered, edges);
 }
