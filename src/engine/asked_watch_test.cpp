@@ -12,7 +12,7 @@ namespace engine {
 namespace {
 
 TEST(AskedWatch, SaysWhatTookEffectWhereThePeriodBeginsWithAnEdgeOrWithout) {
-  const std::string path = testing::TempDir() + "asked_watch_record";
+  const std::string path = testing::TempDir() + "asked_watch_record." + std::to_string(getpid());
   RecordPlan plan;
   plan.path = path;
   plan.sys = "/nowhere";

@@ -94,7 +94,7 @@ TEST_F(SampleFiles, CountEveryLineAsLostIfTheyCannotBeOpened) {
 }
 
 TEST_F(SampleFiles, ThatArePipesWithoutAReaderFailAtOnceIfToldTo) {
-  const std::string pipe = testing::TempDir() + "sample_file_pipe";
+  const std::string pipe = testing::TempDir() + "sample_file_pipe." + std::to_string(getpid());
   unlink(pipe.c_str());
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   EXPECT_EQ(SampleFile(pipe, SampleFile::Unread::fails).open_error(), ENXIO);

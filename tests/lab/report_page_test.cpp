@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -82,8 +83,7 @@ class ReportPage : public testing::Test {
     return open_in_browser(path_, options).value();
   }
 
-  const std::string path_ = testing::TempDir() + "report_" +
-                            testing::UnitTest::GetInstance()->current_test_info()->name() + ".html";
+  const std::string path_ = testing::TempDir() + "report." + std::to_string(getpid()) + ".html";
 };
 
 TEST_F(ReportPage, DrawsAllItsCharts) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
@@ -13,8 +14,8 @@
 class TestFile {
  public:
   explicit TestFile(std::string_view text) {
-    const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-    path_ = testing::TempDir() + "waveform_" + test->name() + "_" + std::to_string(++made);
+    path_ =
+        testing::TempDir() + "waveform." + std::to_string(getpid()) + "." + std::to_string(++made);
     std::ofstream(path_, std::ios::binary) << text;
   }
   TestFile(const TestFile&) = delete;

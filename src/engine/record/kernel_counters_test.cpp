@@ -1,6 +1,7 @@
 #include "engine/record/kernel_counters.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -14,9 +15,7 @@ namespace fs = std::filesystem;
 class TheKernelsCounters : public testing::Test {
  protected:
   TheKernelsCounters()
-      : folder_(fs::path(testing::TempDir()) /
-                (std::string("kernel_counters_") +
-                 testing::UnitTest::GetInstance()->current_test_info()->name())) {
+      : folder_(fs::path(testing::TempDir()) / ("kernel_counters." + std::to_string(getpid()))) {
     fs::remove_all(folder_);
     fs::create_directories(folder_);
   }

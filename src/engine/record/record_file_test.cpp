@@ -19,7 +19,8 @@
 namespace {
 
 std::string new_path(const char* name) {
-  const std::string path = testing::TempDir() + "record_file_" + name;
+  const std::string path =
+      testing::TempDir() + "record_file." + std::to_string(getpid()) + "." + name;
   unlink(path.c_str());
   return path;
 }

@@ -38,9 +38,7 @@ void use_the_processor() {
 
 class TheRecord : public testing::Test {
  protected:
-  TheRecord()
-      : path_(testing::TempDir() + "record_" +
-              testing::UnitTest::GetInstance()->current_test_info()->name()) {
+  TheRecord() : path_(testing::TempDir() + "record." + std::to_string(getpid())) {
     unlink(path_.c_str());
   }
   ~TheRecord() override { unlink(path_.c_str()); }

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -45,7 +46,7 @@ bool has_gnuplot() {
 
 /// The picture that plot() writes to a file with such an ending.
 std::string picture(const std::string& ending, const std::string& which) {
-  const std::string path = testing::TempDir() + "lab_plot_test" + ending;
+  const std::string path = testing::TempDir() + "plot." + std::to_string(getpid()) + ending;
   plot(example_run(), example_answer(), path, which);
   std::string made = contents(path);
   std::filesystem::remove(path);

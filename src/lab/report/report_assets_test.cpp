@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -22,8 +23,7 @@ class AFolderOfAssets : public testing::Test {
     std::ofstream(folder_ + "/" + name) << contents;
   }
 
-  const std::string folder_ = testing::TempDir() + "assets_" +
-                              testing::UnitTest::GetInstance()->current_test_info()->name();
+  const std::string folder_ = testing::TempDir() + "assets." + std::to_string(getpid());
 };
 
 TEST_F(AFolderOfAssets, IsReadWithoutTheCommentsThatBrowsersWouldFollow) {
