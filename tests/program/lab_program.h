@@ -93,4 +93,7 @@ class Lab : public testing::Test {
   const fs::path place_ = fs::temp_directory_path() / ("lab." + std::to_string(getpid()));
 };
 
+/// Of tests that judge what the load was given: beside another of its priority, that is half.
+using LabAlone = Lab;
+
 }  // namespace lab_program

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "program/lab_program.h"
+#include "support/hold_ups.h"
 
 // The lab's proof of the tool, on the simulated machine.
 
@@ -10,7 +11,14 @@ namespace {
 using namespace lab_program;
 using testing::HasSubstr;
 
-TEST_F(Lab, ProvesHowTheWaveformIsDeliveredAndWhatSensorsShow) {
+/// Whether no edge of the square wave was missed, and not most bursts of the floor.
+bool was_delivered(Json& result) {
+  Json& wave = result["waveform"];
+  return result["floor"]["median"].is_number() && wave["frequency"].is_object() &&
+         wave["on_edges"]["count"] == wave["periods"];
+}
+
+TEST_F(LabAlone, ProvesHowTheWaveformIsDeliveredAndWhatSensorsShow) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   std::ofstream(place_ / "quick.toml")
       << "question = \"prove\"\nload = \"bspin\"\nthreads = 1\ncarrier = 100\nrate = 50\n"
@@ -21,10 +29,23 @@ TEST_F(Lab, ProvesHowTheWaveformIsDeliveredAndWhatSensorsShow) {
          "[[phase]]\nname = \"high\"\nduty = 0.8\nduration = 0.7\n"
          "[[phase]]\nname = \"low\"\nduty = 0.1\nduration = 0.7\n"
          "[[phase]]\nname = \"high\"\nduty = 0.8\nduration = 0.7\n";
-  const program::Outcome outcome =
-      program::run(lab({"prove", "--plan", place_ / "quick.toml", "--out", folder(), "--json"}));
-  ASSERT_EQ(outcome.status, 0) << outcome.err << outcome.out;
-  Json result = Json::parse(outcome.out, nullptr, false);
+  constexpr int kMostRuns = 3;
+  constexpr double kOnPhase = 0.004;  // s: of the square wave
+  double held_up = 1.0;
+  Json result;
+  for (int runs = 0; runs < kMostRuns && held_up > kOnPhase && !was_delivered(result); ++runs) {
+    fs::remove_all(folder());
+    const HoldUps hold_ups;
+    const auto start = HoldUps::Clock::now();
+    const program::Outcome outcome =
+        program::run(lab({"prove", "--plan", place_ / "quick.toml", "--out", folder(), "--json"}));
+    held_up = hold_ups.longest_since(start);
+    ASSERT_EQ(outcome.status, 0) << outcome.err << outcome.out;
+    result = Json::parse(outcome.out, nullptr, false);
+  }
+  if (held_up > kOnPhase && !was_delivered(result)) {
+    GTEST_SKIP() << "the machine stood still for " << held_up << " s, and in the runs before too";
+  }
   EXPECT_THAT(result["verdict"].get<std::string>(),
               testing::StartsWith("a 100 Hz square wave is delivered with "));
   EXPECT_THAT(result["verdict"].get<std::string>(), HasSubstr("this machine's wake-up floor is "));

@@ -36,7 +36,7 @@ TEST_F(Lab, CtrlCIsTheEndOfAWatchThatHasNone) {
   EXPECT_THAT(read(fs::path(folder()) / "plan.toml"), HasSubstr("duration = \"until stopped\"\n"));
 }
 
-TEST_F(Lab, PlaysARecordedUtilisation) {
+TEST_F(LabAlone, PlaysARecordedUtilisation) {
   SKIP_UNLESS_MAY_RUN(As::kUserWithFixedPriority);
   std::ofstream(place_ / "trace.csv") << "time,busy\n0,10\n1,60\n3,30\n5,0\n";
   const program::Outcome outcome =

@@ -151,6 +151,27 @@ TEST_F(LinuxGuardian, ARunWithoutAGuardianHoldsNoFans) {
   }
 }
 
+// As a start that fails: its guardian is who gives back, and this one stands still.
+TEST_F(LinuxGuardian, RootTakesOverFromAStoppedGuardianWhoseRunHasEnded) {
+  Running running(fans_and_pstate());
+  ASSERT_TRUE(is_forced_by(running));
+  const std::vector<pid_t> guardians = living_guardians(machine_.folder());
+  for (const pid_t guardian : guardians) {
+    kill(guardian, SIGSTOP);
+  }
+  running.send(SIGKILL);
+  EXPECT_EQ(running.wait().signal, SIGKILL);
+  EXPECT_NE(machine_.tree().snapshot(), before_);
+  const Outcome restored = program::run(machine_.keys({"--restore"}));
+  EXPECT_EQ(restored.out, "P-states: given back\nfans: given back\n") << restored.err;
+  EXPECT_EQ(machine_.tree().snapshot(), before_);
+  for (const pid_t guardian : guardians) {
+    kill(guardian, SIGCONT);
+  }
+  EXPECT_TRUE(wait_until([this] { return living_guardians(machine_.folder()).empty(); }));
+  EXPECT_EQ(machine_.tree().snapshot(), before_);
+}
+
 /// Starts a run in the group.
 std::unique_ptr<Running> start_in(const ControlGroup& group, const program::Command& command) {
   std::unique_ptr<Running> running;
