@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cerrno>
 #include <string>
 #include <vector>
@@ -147,6 +148,36 @@ TEST_F(EnergySensorTest, AReadThatWasInterruptedForLongIsRepeated) {
   });
   EXPECT_DOUBLE_EQ(*sensor->read(), 40);
   EXPECT_EQ(ms_since_start(), 160);
+}
+
+TEST_F(EnergySensorTest, OfReadsThatWereHeldUpTheQuickestCounts) {
+  counters_.resize(1);
+  const auto sensor = connect();
+  pass_ms(100);
+  int reads = 0;
+  tree_.on_read("a", [&](const std::string&) {
+    const auto energy = std::to_string((world_.now_ns - start_ns_) / 1000 * 40);
+    constexpr std::array<std::int64_t, 3> kHeldUpMs{4, 1, 3};
+    pass_ms(kHeldUpMs.at(static_cast<std::size_t>(reads++)));
+    return MemoryTree::Answer{energy, 0};
+  });
+  EXPECT_DOUBLE_EQ(*sensor->read(), 40 * 104 / 104.5);
+  EXPECT_EQ(reads, 3);
+}
+
+TEST_F(EnergySensorTest, ACounterThatTakesLongEachTimeIsReadOnce) {
+  counters_.resize(1);
+  int reads = 0;
+  tree_.on_read("a", [&](const std::string&) {
+    ++reads;
+    pass_ms(2);
+    return MemoryTree::Answer{std::to_string((world_.now_ns - start_ns_) / 1000 * 40), 0};
+  });
+  const auto sensor = connect();
+  EXPECT_EQ(reads, 3) << "until its time is known";
+  pass_ms(100);
+  EXPECT_TRUE(sensor->read());
+  EXPECT_EQ(reads, 4);
 }
 
 TEST_F(EnergySensorTest, ACounterThatIsAlwaysSlowIsSilent) {
