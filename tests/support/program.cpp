@@ -134,8 +134,10 @@ void become(const Command& command) {
     }
   }
   argv.push_back(nullptr);
-  // Else every run ends a second late, and a guardian, a process without exec, has no threads.
-  std::string sanitizer = "TSAN_OPTIONS=atexit_sleep_ms=0:die_after_fork=0";
+  // Else every run ends a second late, a guardian, a process without exec, has no threads, and the
+  // runtime's shadow of a load's memory is made of small pages: in more time than a load may take.
+  std::string sanitizer =
+      "TSAN_OPTIONS=atexit_sleep_ms=0:die_after_fork=0:no_huge_pages_for_shadow=0";
   std::vector<std::string> variables = command.environment;
   std::vector<char*> environment;
   if (kSanitized) {
