@@ -162,6 +162,9 @@ TEST_F(LinuxGuardian, RootTakesOverFromAStoppedGuardianWhoseRunHasEnded) {
   running.send(SIGKILL);
   EXPECT_EQ(running.wait().signal, SIGKILL);
   EXPECT_NE(machine_.tree().snapshot(), before_);
+  const Outcome next = program::run(machine_.vorn({"-c", "1", "-s", "1200", "-t", "1"}));
+  EXPECT_EQ(next.status, 255);
+  EXPECT_NE(next.err.find("another run holds the fans"), std::string::npos) << next.err;
   const Outcome restored = program::run(machine_.keys({"--restore"}));
   EXPECT_EQ(restored.out, "P-states: given back\nfans: given back\n") << restored.err;
   EXPECT_EQ(machine_.tree().snapshot(), before_);
