@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <vector>
@@ -32,11 +32,22 @@ class EnergySensorTest : public testing::Test {
   std::unique_ptr<Sensor> connect() { return connect_energy(world_.surroundings, counters_); }
   std::int64_t ms_since_start() const { return (world_.now_ns - start_ns_) / kNsPerMs; }
   void pass_ms(std::int64_t ms) { world_.now_ns += ms * kNsPerMs; }
+  /// Each read of "a", of 40 W, is held up that long before its end; the last is that of all
+  /// behind.
+  void hold_up_reads(std::vector<std::int64_t> each_ms) {
+    reads_ = 0;
+    tree_.on_read("a", [this, each_ms](const std::string&) {
+      const auto energy = std::to_string((world_.now_ns - start_ns_) / 1000 * 40);
+      pass_ms(each_ms.at(std::min(reads_++, each_ms.size() - 1)));
+      return MemoryTree::Answer{energy, 0};
+    });
+  }
 
   MemoryTree tree_;
   TestSurroundings world_{tree_};
   const std::int64_t start_ns_ = world_.now_ns;
   double power_w_ = 40;
+  std::size_t reads_ = 0;  ///< since hold_up_reads()
   std::vector<EnergyCounter> counters_{{"a", kLimits}, {"b", kLimits}};
 };
 
@@ -137,15 +148,7 @@ TEST_F(EnergySensorTest, AReadThatWasInterruptedForLongIsRepeated) {
   counters_.resize(1);
   const auto sensor = connect();
   pass_ms(100);
-  int slow = 2;
-  tree_.on_read("a", [&](const std::string&) {
-    const auto energy = std::to_string((world_.now_ns - start_ns_) / 1000 * 40);
-    if (slow > 0) {
-      --slow;
-      pass_ms(30);
-    }
-    return MemoryTree::Answer{energy, 0};
-  });
+  hold_up_reads({30, 30, 0});
   EXPECT_DOUBLE_EQ(*sensor->read(), 40);
   EXPECT_EQ(ms_since_start(), 160);
 }
@@ -154,30 +157,19 @@ TEST_F(EnergySensorTest, OfReadsThatWereHeldUpTheQuickestCounts) {
   counters_.resize(1);
   const auto sensor = connect();
   pass_ms(100);
-  int reads = 0;
-  tree_.on_read("a", [&](const std::string&) {
-    const auto energy = std::to_string((world_.now_ns - start_ns_) / 1000 * 40);
-    constexpr std::array<std::int64_t, 3> kHeldUpMs{4, 1, 3};
-    pass_ms(kHeldUpMs.at(static_cast<std::size_t>(reads++)));
-    return MemoryTree::Answer{energy, 0};
-  });
+  hold_up_reads({4, 1, 3});
   EXPECT_DOUBLE_EQ(*sensor->read(), 40 * 104 / 104.5);
-  EXPECT_EQ(reads, 3);
+  EXPECT_EQ(reads_, 3U);
 }
 
 TEST_F(EnergySensorTest, ACounterThatTakesLongEachTimeIsReadOnce) {
   counters_.resize(1);
-  int reads = 0;
-  tree_.on_read("a", [&](const std::string&) {
-    ++reads;
-    pass_ms(2);
-    return MemoryTree::Answer{std::to_string((world_.now_ns - start_ns_) / 1000 * 40), 0};
-  });
+  hold_up_reads({2});
   const auto sensor = connect();
-  EXPECT_EQ(reads, 3) << "until its time is known";
+  EXPECT_EQ(reads_, 3U) << "until its time is known";
   pass_ms(100);
   EXPECT_TRUE(sensor->read());
-  EXPECT_EQ(reads, 4);
+  EXPECT_EQ(reads_, 4U);
 }
 
 TEST_F(EnergySensorTest, ACounterThatIsAlwaysSlowIsSilent) {
