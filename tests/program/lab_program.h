@@ -93,7 +93,8 @@ class Lab : public testing::Test {
   const fs::path place_ = fs::temp_directory_path() / ("lab." + std::to_string(getpid()));
 };
 
-/// Of tests that judge what the load was given: beside another of its priority, that is half.
+/// Of tests that judge what the load was given: beside another of its priority, that is half. So
+/// the suite is not among those that share the processors (CMakeLists.txt).
 using LabAlone = Lab;
 
 }  // namespace lab_program

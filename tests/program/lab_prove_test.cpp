@@ -11,11 +11,10 @@ namespace {
 using namespace lab_program;
 using testing::HasSubstr;
 
-/// Whether no edge of the square wave was missed, and not most bursts of the floor.
-bool was_delivered(Json& result) {
+/// How many edges of the square wave the load missed.
+int missed_edges(Json& result) {
   Json& wave = result["waveform"];
-  return result["floor"]["median"].is_number() && wave["frequency"].is_object() &&
-         wave["on_edges"]["count"] == wave["periods"];
+  return wave["periods"].get<int>() - wave["on_edges"]["count"].get<int>();
 }
 
 TEST_F(LabAlone, ProvesHowTheWaveformIsDeliveredAndWhatSensorsShow) {
@@ -32,8 +31,9 @@ TEST_F(LabAlone, ProvesHowTheWaveformIsDeliveredAndWhatSensorsShow) {
   constexpr int kMostRuns = 3;
   constexpr double kOnPhase = 0.004;  // s: of the square wave
   double held_up = 1.0;
+  int missed = 1;
   Json result;
-  for (int runs = 0; runs < kMostRuns && held_up > kOnPhase && !was_delivered(result); ++runs) {
+  for (int runs = 0; runs < kMostRuns && held_up > kOnPhase && missed > 0; ++runs) {
     fs::remove_all(folder());
     const HoldUps hold_ups;
     const auto start = HoldUps::Clock::now();
@@ -42,10 +42,14 @@ TEST_F(LabAlone, ProvesHowTheWaveformIsDeliveredAndWhatSensorsShow) {
     held_up = hold_ups.longest_since(start);
     ASSERT_EQ(outcome.status, 0) << outcome.err << outcome.out;
     result = Json::parse(outcome.out, nullptr, false);
+    missed = missed_edges(result);
   }
-  if (held_up > kOnPhase && !was_delivered(result)) {
+  // No standstill excuses a load that misses most of them.
+  if (held_up > kOnPhase && missed > 0 && missed < result["waveform"]["periods"].get<int>() / 2) {
     GTEST_SKIP() << "the machine stood still for " << held_up << " s, and in the runs before too";
   }
+  ASSERT_TRUE(result["waveform"]["frequency"].is_object()) << result;
+  ASSERT_TRUE(result["floor"]["median"].is_number()) << result;
   EXPECT_THAT(result["verdict"].get<std::string>(),
               testing::StartsWith("a 100 Hz square wave is delivered with "));
   EXPECT_THAT(result["verdict"].get<std::string>(), HasSubstr("this machine's wake-up floor is "));
